@@ -6,7 +6,7 @@
 #define MATHS_VERSION_PATCH 0
 
 #define MATHS_VERSION_TEXT_OF(x) #x
-#define MATHS_VERSION_JOIN(major, minor, patch)                                                                        \
+#define MATHS_VERSION_JOIN(major, minor, patch) \
     MATHS_VERSION_TEXT_OF(major) "." MATHS_VERSION_TEXT_OF(minor) "." MATHS_VERSION_TEXT_OF(patch)
 
 /// "major.minor.patch"

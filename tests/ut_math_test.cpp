@@ -24,4 +24,4 @@ TEST(UtMath, BinomialCoefficientsObeyPascalsRuleAsFarAsTheyFit) {
     }
 }
 
-}  // namespace
+} // namespace
