@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+
+/// Copies runs of elements into one guarded run of `count` elements at `buffer`, and nowhere else.
+///
+/// The second template argument only tells instantiations apart; the library uses 0.
+template <class T, int> class coBufferGuard {
+public:
+    coBufferGuard(T * buffer, int count) : buffer_(buffer), end_(buffer + (count < 0 ? 0 : count)) {}
+
+    /// Assigns `count` elements from src to dst in increasing order, when both are given, dst lies inside the guarded
+    /// run and dst + count does not pass its end; otherwise does nothing. A negative count is 0.
+    void copy(T * dst, T const * src, int count) const {
+        copy(dst, src, static_cast<unsigned long long>(count < 0 ? 0 : count));
+    }
+    void copy(T * dst, T const * src, unsigned long long count) const {
+        if (dst == nullptr || src == nullptr) return;
+        std::less<T const *> const before; // a total order, also for a dst of another block
+        if (before(dst, buffer_) || !before(dst, end_)) return;
+        if (count > static_cast<unsigned long long>(end_ - dst)) return;
+        for (unsigned long long i = 0; i < count; ++i)
+            dst[i] = src[i];
+    }
+
+private:
+    T * buffer_;
+    T * end_;
+};

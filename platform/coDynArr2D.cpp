@@ -1,0 +1,3 @@
+#include "platform/coDynArr2D.h"
+
+template class MATHS_API_TEMPLATE_DEFINITION coDynArr2D<double>;

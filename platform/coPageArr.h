@@ -1,0 +1,120 @@
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/coDynArr.h"
+#include "platform/coPageArrcoIterator.h"
+
+/// Table of the pages of any paged array.
+using utAnycoPageArrINTERNALcoDynArr = coDynArr<void *>;
+
+extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<void *>;
+
+/// Growable array of T, a trivially copyable type, stored in pages of 2^page_shift elements.
+///
+/// Pages never move once made, so element addresses stay valid while the array grows. Non-const access past the end
+/// extends the array; added elements are not initialised. Bulk transfers copy page by page.
+/// Bad input: nothing is checked; counts below 1 transfer nothing. Failure: an allocation that fails throws
+/// std::bad_alloc and leaves elements and size as they were. Threads: one at a time.
+template <class T> class coPageArr {
+    static_assert(std::is_trivially_copyable_v<T>);
+
+public:
+    using coIterator = coPageArrcoIterator<T>;
+
+    /// Empty, with 256 elements a page and room for 5 pages in the table, which grows by 10.
+    coPageArr() : coPageArr(8, 5, 10) {}
+
+    /// Empty, with 2^page_shift elements a page.
+    coPageArr(int page_shift, int table_capacity, int table_increment)
+        : page_size_(1 << page_shift), page_shift_(page_shift), pages_(table_capacity, table_increment) {}
+
+    /// The elements of the list, otherwise like the default.
+    coPageArr(std::initializer_list<T> elements) : coPageArr() {
+        copyin(elements.begin(), static_cast<int>(elements.size()), 0, 0);
+    }
+
+    /// Page size and elements of `other`, with only the pages that the elements need.
+    coPageArr(enum utCopy, coPageArr const & other) : coPageArr(other.page_shift_, other.pages_for(other.size_), 10) {
+        copy_elements(other);
+    }
+
+    coPageArr(coPageArr const &) = delete;
+    coPageArr & operator=(coPageArr const &) = delete;
+
+    ~coPageArr() { free_pages_from(0); }
+
+    int size() const { return size_; }
+    int blocks() const { return blocks_; }
+    int page_size() const { return page_size_; }
+    int page_shift() const { return page_shift_; }
+
+    /// Element i; an i at or past the end extends the array to i + 1 elements.
+    T & operator[](int i) {
+        MATHS_CHECK(i >= 0, "paged array element: index %d is negative", i);
+        if (i >= size_) extend(i);
+        return *slot(i);
+    }
+    T const & operator[](int i) const {
+        MATHS_CHECK(i >= 0 && i < size_, "paged array element: index %d of %d elements", i, size_);
+        return *slot(i);
+    }
+
+    /// First element of a page that exists.
+    T const * page(int index) const { return static_cast<T const *>(pages_[index]); }
+
+    /// Frees what it holds and takes page size and elements of `other`.
+    coPageArr & become(enum utCopy, coPageArr const & other);
+
+    /// Makes the array empty; the pages are kept for `release` = 0, else freed, the table too.
+    void clear(int release);
+
+    /// Copies src[src_first .. src_first + count - 1] to positions first and on, growing as needed.
+    void copyin(T const * src, int count, int first, int src_first);
+
+    /// Copies `count` elements from position first on to dst[dst_first] and on.
+    void copyout(T * dst, int count, int first, int dst_first) const;
+
+    /// Copies min(count, other.size()) elements of `other` from other_first on to positions first and on, growing as
+    /// needed. `other` may be this array, with ranges that overlap.
+    void copy(coPageArr const & other, int count, int first, int other_first);
+
+    /// Reverses the order of the elements.
+    void reverse();
+
+    /// Cuts the size down to n when it is larger. With `release`, pages that n elements do not need are freed.
+    void shrink(int n, int release);
+
+    /// Returns what a short array does not need of its pages: an array below one page gets one page of the smallest
+    /// fitting power of two, or none when it is empty. Answers the number of element slots saved.
+    /// Element addresses change.
+    int repaginate();
+
+protected:
+    /// Makes pages until page `page` exists. Answers 1.
+    int get_block(int page);
+
+private:
+    int pages_for(int count) const { return (count - 1 + page_size_) >> page_shift_; }
+    T * slot(int i) const { return static_cast<T *>(pages_.data()[i >> page_shift_]) + (i & (page_size_ - 1)); }
+    void extend(int i);
+    void make_room(int count);
+    void copy_elements(coPageArr const & other);
+    void free_pages_from(int page);
+    void use_one_page_of(int page_shift);
+
+    int blocks_ = 0;
+    int size_ = 0;
+    int page_size_;
+    int page_shift_;
+    utAnycoPageArrINTERNALcoDynArr pages_;
+};
+
+#include "platform/coPageArrMembers.h"
+
+using doublecoPageArr = coPageArr<double>;
+using intcoPageArr = coPageArr<int>;
+
+extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<double>;
+extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<int>;

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <algorithm>
+
+template <class T> class coPageArr;
+
+/// Forward iterator over the elements of a `coPageArr`.
+///
+///     for (T const * p = it.first(); p != nullptr; p = it.next()) ...
+///
+/// Lifetime: a view of the array's pages, valid until pages are freed; `reset` takes up a size that has changed.
+template <class T> class coPageArrcoIterator {
+public:
+    explicit coPageArrcoIterator(coPageArr<T> const * array) : array_(array) { reset(); }
+
+    /// Back to element 0.
+    void reset() { do_first(); }
+
+    /// Restarts and answers element 0, a null pointer when the array is empty.
+    T const * do_first() {
+        size_ = array_->size();
+        index_ = 0;
+        enter_page(0);
+        return current_;
+    }
+
+    /// Steps and answers the next element, a null pointer past the end.
+    T const * next() {
+        if (current_ == nullptr) return nullptr;
+        ++index_;
+        if (++current_ == end_) enter_page(index_ >> array_->page_shift());
+        return current_;
+    }
+
+    /// Index of the current element.
+    int index() const { return index_; }
+
+private:
+    void enter_page(int page) {
+        int const left = std::min(array_->page_size(), size_ - index_);
+        current_ = left > 0 ? array_->page(page) : nullptr;
+        end_ = left > 0 ? current_ + left : nullptr;
+    }
+
+    coPageArr<T> const * array_;
+    T const * current_;
+    T const * end_;
+    int size_;
+    int index_;
+};

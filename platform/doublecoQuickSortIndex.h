@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/coPageArr.h"
+#include "platform/coQuickSort.h"
+
+/// Orders an index array by the keys that it refers to: `sort(&index, n)` rearranges the first n indices so that their
+/// keys ascend. The keys stay where they are. NaN keys compare equal to every key, so their places are arbitrary.
+///
+/// Lifetime: `keys` and `index` must outlive the object.
+class MATHS_API doublecoQuickSortIndex : public coQuickSort {
+public:
+    doublecoQuickSortIndex(doublecoPageArr & keys, intcoPageArr & index);
+
+    int obj_compare(void const * a, void const * b) const override;
+    void * arr_get(void * array, int i) const override;
+    void arr_swap(void * array, int i, int j) const override;
+
+private:
+    doublecoPageArr & keys_;
+    intcoPageArr & index_;
+};

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <iomanip>
+#include <ostream>
+#include <string_view>
+#include <type_traits>
+
+#include "maths/maths_api.h"
+
+/// Selects a stream that is nested in another one.
+enum utOstreamTab { utOstreamTab };
+
+/// Writes to a standard stream, each line indented.
+///
+/// The indentation is written just before a line's first text, so an empty line stays empty; newlines inside a text
+/// end lines. Streams nested in one another share their line: one that goes on with a half-written line adds no
+/// indentation to it. Numbers are formatted by the standard stream, `get_ostream()`.
+/// Lifetime: the standard stream and the parent must outlive the object. Failure: that of the standard stream.
+class utOstream {
+public:
+    /// Writes to `stream`, each line indented by `tabs` tab stops of `tab_width` blanks.
+    MATHS_API utOstream(std::ostream & stream, int tabs, int tab_width);
+
+    /// Writes to the parent's stream, each line indented by `tabs` tab stops (of the parent's width) and `blanks`
+    /// blanks more than the parent's.
+    MATHS_API utOstream(enum utOstreamTab, utOstream & parent, int tabs, int blanks);
+
+    utOstream(utOstream const &) = delete;
+    utOstream & operator=(utOstream const &) = delete;
+
+    MATHS_API ~utOstream();
+
+    std::ostream & get_ostream() { return stream_; }
+
+    MATHS_API utOstream & operator<<(std::string_view text);
+    MATHS_API utOstream & operator<<(char const * text);
+    MATHS_API utOstream & operator<<(char character);
+    MATHS_API utOstream & operator<<(double number);
+    MATHS_API utOstream & operator<<(int number);
+
+    /// std::endl, std::flush and their kin. Inline, because a program and a shared library may each have an address
+    /// of their own for std::endl, and it must be recognised in the module that wrote it.
+    utOstream & operator<<(std::ostream & (*manipulator)(std::ostream &)) {
+        manipulator(stream_);
+        if (manipulator == static_cast<std::ostream & (*)(std::ostream &)>(std::endl)) at_line_start() = true;
+        return *this;
+    }
+
+    /// std::fixed, std::scientific and their kin.
+    utOstream & operator<<(std::ios_base & (*manipulator)(std::ios_base &)) {
+        manipulator(stream_);
+        return *this;
+    }
+
+    /// std::setprecision and std::setw.
+    template <class Manipulator>
+    requires std::is_same_v<Manipulator, decltype(std::setprecision(0))> ||
+        std::is_same_v<Manipulator, decltype(std::setw(0))>
+            utOstream & operator<<(Manipulator manipulator) {
+        stream_ << manipulator;
+        return *this;
+    }
+
+private:
+    bool & at_line_start() { return root_->at_line_start_; }
+    void indent();
+
+    std::ostream & stream_;
+    utOstream * root_; // the outermost stream, which keeps the line's state
+    int tab_width_;
+    int indentation_; // blanks before a line
+    bool at_line_start_ = true;
+};

@@ -1,0 +1,7 @@
+#pragma once
+
+/// Selects a construction or `become` that copies another object of the same kind.
+enum utCopy { utCopy };
+
+/// Selects a construction or `become` that takes its values from a raw array.
+enum utConvert { utConvert };
