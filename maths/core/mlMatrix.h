@@ -1,0 +1,142 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "maths/core/mlVector.h"
+
+/// Selects zeros, the identity, a Hilbert matrix or a transposed copy.
+enum mlMatrixZero { mlMatrixZero };
+enum mlMatrixIdentity { mlMatrixIdentity };
+enum mlMatrixHilbert { mlMatrixHilbert };
+enum mlMatrixTranspose { mlMatrixTranspose };
+
+/// Dense matrix of doubles, stored row by row without gaps: element (r, c) is data()[r * cols() + c].
+///
+/// The storage is that of a `doublecoDynArr`. Its size is at least rows() * cols() and can be larger: `expand` never
+/// shrinks it, and an empty matrix made by zero, identity, conversion, copy or product keeps one element. Comparison
+/// and `max_absolute_value` run over the storage's whole size.
+/// Each constructor with a tag has a `become` that gives an existing matrix the same value.
+/// Lifetime: slices are valid until the shape changes. Bad input: no index, shape or size is checked.
+/// Failure: growth throws std::bad_alloc. Threads: one at a time.
+class MATHS_API mlMatrix : public doublecoDynArr {
+public:
+    /// 0 x 0, without storage.
+    mlMatrix() noexcept = default;
+
+    mlMatrix(enum mlMatrixZero, int rows, int cols);
+    mlMatrix(enum mlMatrixIdentity, int n);
+
+    /// Element (i, j) = 1 / (i + j + 1).
+    mlMatrix(enum mlMatrixHilbert, int n);
+
+    /// The product a b.
+    mlMatrix(enum mlMatrixProduct, mlMatrix const & a, mlMatrix const & b);
+    mlMatrix(enum mlMatrixTranspose, mlMatrix const & m);
+
+    /// The rows * cols values at src, row by row.
+    mlMatrix(enum utConvert, double const * src, int rows, int cols);
+
+    mlMatrix(mlMatrix const &) = delete;
+    mlMatrix & operator=(mlMatrix const &) = delete;
+
+    mlMatrix & become(enum mlMatrixZero, int rows, int cols);
+    mlMatrix & become(enum mlMatrixIdentity, int n);
+    mlMatrix & become(enum mlMatrixHilbert, int n);
+    mlMatrix & become(enum mlMatrixProduct, mlMatrix const & a, mlMatrix const & b);
+
+    /// m must not be this matrix.
+    mlMatrix & become(enum mlMatrixTranspose, mlMatrix const & m);
+
+    /// src must not lie in this matrix.
+    mlMatrix & become(enum utConvert, double const * src, int rows, int cols);
+    mlMatrix & become(enum utCopy, mlMatrix const & m);
+
+    /// rows x cols, with whatever values the storage holds.
+    mlMatrix & become(int rows, int cols);
+
+    /// A tag of another class is not a number of rows.
+    template <class Tag>
+    requires std::is_enum_v<Tag> mlMatrix & become(Tag, int) = delete;
+
+    int rows() const { return rows_; }
+    int cols() const { return cols_; }
+
+    /// Element (row, col); non-const access extends the storage, not the shape.
+    double & operator()(int row, int col) {
+        MATHS_CHECK(row >= 0 && col >= 0, "matrix element: (%d, %d) is negative", row, col);
+        return (*this)[row * cols_ + col];
+    }
+    double const & operator()(int row, int col) const {
+        MATHS_CHECK(row >= 0 && row < rows_ && col >= 0 && col < cols_, "matrix element: (%d, %d) of %d x %d", row, col,
+                    rows_, cols_);
+        return data()[row * cols_ + col];
+    }
+
+    mlSlice row(int r) { return row_view(r); }
+    mlSlice const row(int r) const { return row_view(r); }
+    mlSlice col(int c) { return col_view(c); }
+    mlSlice const col(int c) const { return col_view(c); }
+
+    /// The min(rows, cols) elements (i, i).
+    mlSlice diagonal() { return diagonal_view(); }
+    mlSlice const diagonal() const { return diagonal_view(); }
+
+    /// Adds v as the last row; a matrix without columns gets as many as v has elements.
+    void append_row(mlVector const & v);
+
+    /// Adds v as the last column; a matrix without rows gets as many as v has elements.
+    void append_col(mlVector const & v);
+
+    void delete_row(int r);
+    void delete_col(int c);
+    void swap_rows(int a, int b);
+    void swap_cols(int a, int b);
+
+    /// Changes the shape, either way: elements stay at their (row, column), new ones are `fill`, those outside are
+    /// dropped. The storage never shrinks.
+    void expand(int new_rows, int new_cols, double fill);
+
+    /// The magnitude of the element that comes last in a run of growing ones: an element x counts when x itself, with
+    /// its sign, exceeds the magnitude found so far. So { 1, -5 } gives 1 and { -5, 1 } gives 5; callers rely on it.
+    /// The most negative finite double for an empty storage. `mlVector::max_absolute_value` is the true maximum.
+    double max_absolute_value() const;
+
+private:
+    void hold_at_least_one_element();
+    void copy_block(double const * src, int count);
+    mlSlice view(int start, int length, int stride) const {
+        return mlSlice(const_cast<double *>(data()), start, length, stride);
+    }
+    mlSlice row_view(int r) const {
+        MATHS_CHECK(r >= 0 && r < rows_, "matrix row: %d of %d x %d", r, rows_, cols_);
+        return view(r * cols_, cols_, 1);
+    }
+    mlSlice col_view(int c) const {
+        MATHS_CHECK(c >= 0 && c < cols_, "matrix column: %d of %d x %d", c, rows_, cols_);
+        return view(c, rows_, cols_);
+    }
+    mlSlice diagonal_view() const { return view(0, rows_ < cols_ ? rows_ : cols_, cols_ + 1); }
+
+    int cols_ = 0;
+    int rows_ = 0;
+};
+
+/// 1 when each stored value of a equals that of b, exactly; a NaN equals nothing. Shapes are not compared.
+MATHS_API int operator==(mlMatrix const & a, mlMatrix const & b);
+inline int operator!=(mlMatrix const & a, mlMatrix const & b) { return !(a == b); }
+
+/// 1 unless some stored values differ by more than the tolerance. A difference that is NaN does not exceed it, and so
+/// counts as equal, the opposite of `operator==`. Shapes are not compared.
+MATHS_API int equal(mlMatrix const & a, mlMatrix const & b, double tolerance);
+
+/// c = a b, a.rows() x b.cols(): each element is a sum from 0.0 in increasing k of a(i, k) b(k, j), k < a.cols().
+/// c may be a or b, at the cost of a temporary matrix. O(rows cols k).
+MATHS_API void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c);
+
+/// y = a x, of just a.rows() elements, each a sum from 0.0 in increasing k. y must not be x, nor be viewed by it.
+MATHS_API void multiply(mlMatrix const & a, mlVector const & x, mlVector & y);
+MATHS_API void multiply(mlMatrix const & a, mlSlice const & x, mlVector & y);
+
+/// Prints a line per row: "| ", each element followed by a blank, "| ", in fixed-point format with 6 decimals. The
+/// stream's flags are restored, its precision stays 6.
+MATHS_API std::ostream & operator<<(std::ostream & stream, mlMatrix const & m);

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+// The arithmetic that vectors, slices and fixed-size vectors share, over runs of doubles that are contiguous or
+// strided. For use inside the library. Every sum starts from 0.0 and goes in index order: results are fixed to the last
+// bit.
+
+/// Element i is first[i].
+template <class Double> struct mlDenseRun {
+    Double * first;
+    Double & operator[](int i) const { return first[i]; }
+};
+
+/// Element i is first[i * stride].
+template <class Double> struct mlStridedRun {
+    Double * first;
+    std::ptrdiff_t stride;
+    Double & operator[](int i) const { return first[i * stride]; }
+};
+
+/// Every element is the same value.
+struct mlConstantRun {
+    double value;
+    double operator[](int) const { return value; }
+};
+
+struct mlAssign {
+    void operator()(double & x, double y) const { x = y; }
+};
+struct mlAdd {
+    void operator()(double & x, double y) const { x += y; }
+};
+struct mlSubtract {
+    void operator()(double & x, double y) const { x -= y; }
+};
+struct mlMultiply {
+    void operator()(double & x, double y) const { x *= y; }
+};
+struct mlDivide {
+    void operator()(double & x, double y) const { x /= y; }
+};
+
+/// change(x[i], y[i]) for i = 0 .. n - 1, in this order: x and y may overlap.
+template <class X, class Y, class Change> void ml_run_update(X x, Y y, int n, Change change) {
+    for (int i = 0; i < n; ++i)
+        change(x[i], y[i]);
+}
+
+/// The running maximum that nothing has entered yet.
+inline constexpr double mlLeastDouble = -std::numeric_limits<double>::max();
+
+template <class X> double ml_run_sum(X x, int n) {
+    double sum = 0.0;
+    for (int i = 0; i < n; ++i)
+        sum += x[i];
+    return sum;
+}
+
+template <class X, class Y> double ml_run_scalar_product(X x, Y y, int n) {
+    double sum = 0.0;
+    for (int i = 0; i < n; ++i)
+        sum += x[i] * y[i];
+    return sum;
+}
+
+template <class X, class Y> double ml_run_distance_squared(X x, Y y, int n) {
+    double sum = 0.0;
+    for (int i = 0; i < n; ++i) {
+        double const difference = x[i] - y[i];
+        sum += difference * difference;
+    }
+    return sum;
+}
+
+/// The largest of magnitude(0 .. n - 1); a NaN never replaces the running maximum.
+template <class Magnitude> double ml_run_maximum(Magnitude magnitude, int n) {
+    double maximum = mlLeastDouble;
+    for (int i = 0; i < n; ++i) {
+        double const m = magnitude(i);
+        if (m > maximum) maximum = m;
+    }
+    return maximum;
+}
+
+template <class X> double ml_run_max_absolute_value(X x, int n) {
+    return ml_run_maximum([x](int i) { return std::fabs(x[i]); }, n);
+}
+
+template <class X, class Y> double ml_run_norm_diff(X x, Y y, int n) {
+    return ml_run_maximum([x, y](int i) { return std::fabs(x[i] - y[i]); }, n);
+}
+
+template <class X, class Y> int ml_run_equal(X x, Y y, int n) {
+    for (int i = 0; i < n; ++i) {
+        if (!(x[i] == y[i])) return 0;
+    }
+    return 1;
+}

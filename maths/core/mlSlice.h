@@ -1,0 +1,81 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "maths/maths_api.h"
+#include "platform/utCheck.h"
+
+class mlVector;
+class utOstream;
+
+/// View of `length` doubles, `stride` apart, in the storage of some other object: a vector, a row, column or diagonal
+/// of a matrix, a fixed-size vector.
+///
+/// Element i is data()[start() + i * stride()]; the stride may be negative. The length governs every operation: an
+/// operand must have at least as many elements. A slice never grows or allocates.
+/// Assignment writes through into the viewed storage; copy construction makes another view of it.
+/// Lifetime: valid until the viewed storage is freed or reallocated. Bad input: nothing is checked.
+/// Threads: writing through a slice while another thread reads its source is a data race.
+class MATHS_API mlSlice {
+public:
+    mlSlice(double * data, int start, int length, int stride)
+        : data_(data), start_(start), length_(length), stride_(stride) {}
+    mlSlice(mlSlice const &) = default;
+
+    double * data() const { return data_; }
+    int start() const { return start_; }
+    int length() const { return length_; }
+    int stride() const { return stride_; }
+
+    double & operator[](int i) {
+        MATHS_CHECK(i >= 0 && i < length_, "slice element: index %d of %d elements", i, length_);
+        return data_[start_ + i * stride_];
+    }
+    double const & operator[](int i) const {
+        MATHS_CHECK(i >= 0 && i < length_, "slice element: index %d of %d elements", i, length_);
+        return data_[start_ + i * stride_];
+    }
+
+    /// Element by element, in index order; views of the same storage may overlap.
+    void operator=(mlSlice const & s);
+    void operator=(mlVector const & v);
+    void operator-=(mlSlice const & s);
+    void operator-=(double x);
+
+    /// 1 when the first length() doubles from data() on equal those from s.data() on, exactly; a NaN equals nothing.
+    /// Start and stride are ignored, for slices as for whole vectors: the function caches rely on it.
+    int operator==(mlSlice const & s) const;
+    int operator!=(mlSlice const & s) const { return !(*this == s); }
+
+    /// Sums in index order, 0.0 when empty.
+    double sum() const;
+    double modulus_squared() const;
+
+    /// The largest magnitude; NaN elements are passed over. The most negative finite double when there is none.
+    double max_absolute_value() const;
+
+    /// Elements first, first + step, ... of this slice, `length` of them.
+    mlSlice const slice(int first, int step, int length) const {
+        return mlSlice(data_, start_ + stride_ * first, length, stride_ * step);
+    }
+
+private:
+    double * data_;
+    int start_;
+    int length_;
+    int stride_;
+};
+
+/// Sum of a[i] b[i] over the elements of a, in index order.
+MATHS_API double scalar_product(mlSlice const & a, mlSlice const & b);
+
+/// Sum of (a[i] - b[i])^2 over the elements of a, in index order.
+MATHS_API double distance_squared(mlSlice const & a, mlSlice const & b);
+
+/// The largest |a[i] - b[i]| over the elements of a, NaN passed over; the most negative finite double when there is
+/// none.
+MATHS_API double norm_diff(mlSlice const & a, mlSlice const & b);
+
+/// Prints "<", the elements separated by "," and ">", in the stream's current number format.
+MATHS_API std::ostream & operator<<(std::ostream & stream, mlSlice const & s);
+MATHS_API utOstream & operator<<(utOstream & stream, mlSlice const & s);
