@@ -1,0 +1,20 @@
+#pragma once
+
+#include "maths/containers/mlArrayPrint.h"
+#include "maths/core/mlVector.h"
+#include "platform/coDynArr.h"
+
+/// Growable array of vectors.
+///
+/// Elements are copied by `mlVector`'s assignment, which fills the destination's own size, and fresh slots hold empty
+/// vectors. So every vector that lands in a fresh slot comes out empty: after growth (appending included), a shrink
+/// with release, both copying constructors, the list constructor, and a `become` that had to grow. Size the vectors
+/// once the array has its size, and then assign.
+using mlVectorcoDynArr = coDynArr<mlVector>;
+using mlVectorcoDynArrcoIterator = coDynArrcoIterator<mlVector>;
+
+extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlVector>;
+
+/// Prints the array's size and its vectors, each followed by an empty line, in a frame headed "coDynArr {".
+MATHS_API utOstream & operator<<(utOstream & stream, mlVectorcoDynArr const & array);
+MATHS_API std::ostream & operator<<(std::ostream & stream, mlVectorcoDynArr const & array);
