@@ -1,0 +1,5 @@
+#include "maths/functions/mlFunctionN.h"
+
+mlFunctionN::~mlFunctionN() = default;
+
+void mlFunctionN::function_derivative(mlSlice const &, int * const, mlVector &) const {}
