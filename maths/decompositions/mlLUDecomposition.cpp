@@ -1,0 +1,183 @@
+#include "maths/decompositions/mlLUDecomposition.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// Row at or below k with the largest magnitude in column k, the uppermost of equal ones.
+int pivot_row(mlMatrix const & a, int k) {
+    int best = k;
+    for (int i = k + 1; i < a.rows(); ++i) {
+        if (std::fabs(a(i, k)) > std::fabs(a(best, k))) best = i;
+    }
+    return best;
+}
+
+// row i -= a(i, k) / a(k, k) * row k, which clears a(i, k), where the multiplier is kept.
+void eliminate_below(mlMatrix & a, int k) {
+    int const cols = a.cols();
+    double const * const pivot_row = a.data() + k * cols;
+    for (int i = k + 1; i < a.rows(); ++i) {
+        double * const row = a.data() + i * cols;
+        double const multiplier = row[k] / pivot_row[k];
+        row[k] = multiplier;
+        for (int j = k + 1; j < cols; ++j)
+            row[j] -= pivot_row[j] * multiplier;
+    }
+}
+
+// U x = c for the right-hand sides c that stand behind the n columns of the factors.
+void substitute_extra_columns(mlMatrix & a) {
+    int const n = a.rows();
+    for (int c = n; c < a.cols(); ++c) {
+        for (int i = n - 1; i >= 0; --i) {
+            double s = a(i, c);
+            for (int j = i + 1; j < n; ++j)
+                s -= a(j, c) * a(i, j);
+            a(i, c) = s / a(i, i);
+        }
+    }
+}
+
+// 1 when all pivots pass, else 0, with `a` as far as the elimination came.
+int ml_lu_decompose(mlMatrix & a, intcoDynArr & permutation, int & swap_count, double pivot_tolerance) {
+    swap_count = 0;
+    for (int i = 0; i < a.rows(); ++i)
+        permutation[i] = i;
+    if (a.rows() > a.cols()) return 0;
+    for (int k = 0; k < a.rows(); ++k) {
+        int const p = pivot_row(a, k);
+        if (p != k) {
+            std::swap(permutation[k], permutation[p]);
+            a.swap_rows(k, p);
+            ++swap_count;
+        }
+        if (pivot_tolerance > std::fabs(a(k, k))) return 0;
+        eliminate_below(a, k);
+    }
+    substitute_extra_columns(a);
+    return 1;
+}
+
+} // namespace
+
+mlLUDecomposition::mlLUDecomposition(mlMatrix const & a) : source_(&a), singular_(1), swap_count_(0) {
+    lu_.become(utCopy, a);
+    permutation_.expand(a.rows());
+    singular_ = !ml_lu_decompose(lu_, permutation_, swap_count_, 1e-20);
+}
+
+double mlLUDecomposition::determinant() const {
+    double product = swap_count_ % 2 == 0 ? 1.0 : -1.0;
+    for (int i = 0; i < lu_.rows(); ++i)
+        product *= lu_(i, i);
+    return product;
+}
+
+void mlLUDecomposition::inverse(mlMatrix & out) const {
+    int const n = lu_.rows();
+    mlMatrix const identity(mlMatrixIdentity, n);
+    out.become(n, n);
+    solve(identity, out);
+}
+
+void mlLUDecomposition::lower_matrix(mlMatrix & out) const {
+    int const n = lu_.rows();
+    out.become(mlMatrixZero, n, n);
+    for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < i; ++j)
+            out(i, j) = lu_(i, j);
+        out(i, i) += 1.0;
+    }
+}
+
+void mlLUDecomposition::upper_matrix(mlMatrix & out) const {
+    int const n = lu_.rows();
+    out.become(mlMatrixZero, n, n);
+    for (int i = 0; i < n; ++i) {
+        for (int j = i; j < n; ++j)
+            out(i, j) = lu_(i, j);
+    }
+}
+
+void mlLUDecomposition::permutation_matrix(mlMatrix & out) const {
+    int const n = lu_.rows();
+    out.become(mlMatrixZero, n, n);
+    for (int k = 0; k < n; ++k)
+        out(k, permutation_[k]) = 1.0;
+}
+
+void mlLUDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
+    if (&b == &x) {
+        mlMatrix right_hand_sides;
+        right_hand_sides.become(utCopy, b);
+        solve(right_hand_sides, x);
+        return;
+    }
+    int const n = source_->rows(); // of the caller's matrix, which may have lost rows since
+    MATHS_CHECK(n <= lu_.rows() && b.rows() >= n, "LU solve: %d x %d factors, %d x %d right-hand sides", lu_.rows(),
+                lu_.cols(), b.rows(), b.cols());
+    x.become(utCopy, b);
+    if (n < 1) return;
+
+    int const m = b.cols();
+    for (int i = 0; i < n; ++i) {
+        if (permutation_[i] != i) std::copy_n(b.data() + permutation_[i] * m, m, x.data() + i * m);
+    }
+
+    auto const subtract_multiple = [&x, m](int i, int k, double factor) { // row i -= row k * factor
+        double * const row = x.data() + i * m;
+        double const * const other = x.data() + k * m;
+        for (int j = 0; j < m; ++j)
+            row[j] -= other[j] * factor;
+    };
+    for (int k = 0; k < n; ++k) { // L y = P b
+        for (int i = k + 1; i < n; ++i)
+            subtract_multiple(i, k, lu_(i, k));
+    }
+    // U x = y, the last row by the reciprocal of its pivot, the others by division: results depend on it.
+    double const reciprocal = 1.0 / lu_(n - 1, n - 1);
+    for (int j = 0; j < m; ++j)
+        x(n - 1, j) *= reciprocal;
+    for (int i = n - 2; i >= 0; --i) {
+        for (int l = i + 1; l < n; ++l)
+            subtract_multiple(i, l, lu_(i, l));
+        for (int j = 0; j < m; ++j)
+            x(i, j) /= lu_(i, i);
+    }
+}
+
+void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
+    if (&b == &x) {
+        mlVector right_hand_side;
+        right_hand_side.become(utCopy, b);
+        solve(right_hand_side, x);
+        return;
+    }
+    int const n = source_->rows();
+    MATHS_CHECK(n <= lu_.rows() && b.size() >= n, "LU solve: %d x %d factors, %d elements", lu_.rows(), lu_.cols(),
+                b.size());
+    x.clear(0);
+    x.become(utCopy, b);
+    if (n < 1) return;
+
+    double * const v = x.data();
+    for (int i = 0; i < n; ++i) {
+        if (permutation_[i] != i) v[i] = b[permutation_[i]];
+    }
+    for (int i = 1; i < n; ++i) { // L y = P b: an element takes its terms in increasing k
+        double const * const row = lu_.data() + i * lu_.cols();
+        double s = v[i];
+        for (int k = 0; k < i; ++k)
+            s -= v[k] * row[k];
+        v[i] = s;
+    }
+    for (int i = n - 1; i >= 0; --i) { // U x = y
+        double const * const row = lu_.data() + i * lu_.cols();
+        double s = v[i];
+        for (int j = i + 1; j < n; ++j)
+            s -= v[j] * row[j];
+        v[i] = s / row[i];
+    }
+}
