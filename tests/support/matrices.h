@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "maths/core/mlMatrix.h"
+#include "maths/core/mlRandom.h"
+
+// The one place that makes the matrices of tests: kinds that are hard in different ways, reproducible from a seed.
+
+enum class Kind { identity, random, graded_rows, graded_cols, nearly_singular, huge, tiny, zero_row };
+
+inline constexpr Kind all_kinds[] = {Kind::identity,        Kind::random, Kind::graded_rows, Kind::graded_cols,
+                                     Kind::nearly_singular, Kind::huge,   Kind::tiny,        Kind::zero_row};
+
+inline std::string name_of(Kind kind) {
+    static char const * const names[] = {"identity",        "random", "graded_rows", "graded_cols",
+                                         "nearly_singular", "huge",   "tiny",        "zero_row"};
+    return names[static_cast<int>(kind)];
+}
+
+/// m becomes rows x cols with elements uniform in [-1, 1).
+inline void fill_random(mlMatrix & m, int rows, int cols, long seed) {
+    mlRandom random(seed);
+    m.become(rows, cols);
+    for (int i = 0; i < rows * cols; ++i)
+        m[i] = random.uniform(-1.0, 1.0);
+}
+
+inline void fill_random(mlVector & v, int n, long seed) {
+    mlRandom random(seed);
+    v.clear(0);
+    v.expand(n);
+    for (int i = 0; i < n; ++i)
+        v[i] = random.uniform(-1.0, 1.0);
+}
+
+/// m becomes a rows x cols matrix of the given kind.
+inline void make_matrix(mlMatrix & m, Kind kind, int rows, int cols, long seed = 1) {
+    fill_random(m, rows, cols, seed);
+    auto const each = [&](auto value) {
+        for (int r = 0; r < rows; ++r) {
+            for (int c = 0; c < cols; ++c)
+                m(r, c) = value(r, c);
+        }
+    };
+    double const row_steps = rows > 1 ? rows - 1 : 1;
+    double const col_steps = cols > 1 ? cols - 1 : 1;
+    switch (kind) {
+    case Kind::identity: each([](int r, int c) { return r == c ? 1.0 : 0.0; }); break;
+    case Kind::random: break;
+    case Kind::graded_rows: each([&](int r, int c) { return m(r, c) * std::pow(10.0, -8 * r / row_steps); }); break;
+    case Kind::graded_cols: each([&](int r, int c) { return m(r, c) * std::pow(10.0, -8 * c / col_steps); }); break;
+    case Kind::nearly_singular: // the last row is the first one but for a speck
+        for (int c = 0; c < cols && rows > 1; ++c)
+            m(rows - 1, c) = m(0, c) + 1e-10 * m(rows - 1, c);
+        break;
+    case Kind::huge: each([&](int r, int c) { return m(r, c) * 1e150; }); break;
+    case Kind::tiny: each([&](int r, int c) { return m(r, c) * 1e-16; }); break;
+    case Kind::zero_row:
+        for (int c = 0; c < cols; ++c)
+            m(rows / 2, c) = 0.0;
+        break;
+    }
+}

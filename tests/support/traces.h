@@ -1,0 +1,65 @@
+#pragma once
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "maths/functions/mlFunction.h"
+#include "maths/functions/mlFunctionN1.h"
+
+// Functions that record the calls made to them: the calls are part of what the solvers promise.
+
+/// A call of a function of one variable: order 0 is the value, 1 and 2 its derivatives.
+struct Call {
+    int order;
+    double t;
+    friend bool operator==(Call const &, Call const &) = default;
+};
+
+/// A function of one variable made of up to three callables, on a domain of choice.
+class TracedFunction : public mlFunction {
+public:
+    using Formula = std::function<double(double)>;
+
+    explicit TracedFunction(Formula value, Formula first = nullptr, Formula second = nullptr)
+        : formulas_{std::move(value), std::move(first), std::move(second)} {
+        highest_derivative_order = formulas_[2] ? 2 : formulas_[1] ? 1 : 0;
+    }
+
+    double function(double t) const override { return answer(0, t); }
+    double function_derivative(int order, double t) const override { return answer(order, t); }
+    double t_min() const override { return low; }
+    double t_max() const override { return high; }
+
+    double low = mlUnboundedMin;
+    double high = mlUnboundedMax;
+    mutable std::vector<Call> calls;
+
+private:
+    double answer(int order, double t) const {
+        calls.push_back({order, t});
+        return formulas_[order] ? formulas_[order](t) : mlNoDerivative;
+    }
+
+    Formula formulas_[3];
+};
+
+/// A function of n variables that records the points at which its value is asked for.
+class TracedFunctionN1 : public mlFunctionN1 {
+public:
+    using Formula = std::function<double(mlSlice const &)>;
+
+    TracedFunctionN1(int n, Formula value) : value_(std::move(value)) { dimension = n; }
+
+    double function(mlSlice const & x) const override {
+        std::vector<double> & point = points.emplace_back();
+        for (int i = 0; i < dimension; ++i)
+            point.push_back(x[i]);
+        return value_(x);
+    }
+
+    mutable std::vector<std::vector<double>> points;
+
+private:
+    Formula value_;
+};
