@@ -38,6 +38,8 @@
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
 
+#include "maths/polynomials/mlRootSolve.h"
+
 #include "maths/decompositions/mlLUDecomposition.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
