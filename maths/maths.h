@@ -41,5 +41,7 @@
 #include "maths/polynomials/mlRootSolve.h"
 
 #include "maths/decompositions/mlLUDecomposition.h"
+#include "maths/decompositions/mlSingularValueDecomposition.h"
+#include "maths/decompositions/ml_svd.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
