@@ -7,7 +7,8 @@ mlATAEigenVecs::mlATAEigenVecs(mlMatrix const & a) : mlEigenVecs(a) {}
 mlATAEigenVecs::~mlATAEigenVecs() = default;
 
 void mlATAEigenVecs::calculate() {
-    mlSingularValueDecomposition const svd(*matrix_);
+    using SVD = mlSingularValueDecomposition;
+    SVD const svd(*matrix_, SVD::mlNO_U, SVD::mlALL_V); // U, of the square of the rows' number, would not be read
     mlVector const & s = svd.diagonal();
     int const n = matrix_->cols();
     eigen_values_.reserve(n);

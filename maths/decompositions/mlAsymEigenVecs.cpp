@@ -6,6 +6,8 @@
 #include "maths/core/mlRun.h"
 #include "maths/decompositions/mlSingularValueDecomposition.h"
 
+using SVD = mlSingularValueDecomposition;
+
 mlAsymEigenVecs::mlAsymEigenVecs(mlMatrix const & m) : mlEigenVecs(m) {}
 
 mlAsymEigenVecs::~mlAsymEigenVecs() = default;
@@ -17,7 +19,7 @@ void mlAsymEigenVecs::calculate_eigen_vector(double lambda, mlSlice & out) const
         out = mlVector(mlVectorZero, n);
         out[0] = 1.0;
     } else {
-        out = mlSingularValueDecomposition(m).V().col(n - 1);
+        out = SVD(m, SVD::mlNO_U, SVD::mlALL_V).V().col(n - 1);
     }
 }
 
@@ -30,7 +32,7 @@ void mlAsymEigenVecs::calculate_eigen_space(double lambda, int k, mlMatrix & out
             out(i, i) = 1.0;
         return;
     }
-    mlSingularValueDecomposition const svd(m);
+    SVD const svd(m, SVD::mlNO_U, SVD::mlALL_V);
     out.become(n, k);
     for (int c = 0; c < k; ++c)
         out.col(c) = svd.V().col(n - 1 - c);
