@@ -239,11 +239,17 @@ TEST(NewtonRaphsonInABracket, StartsFromTheSecantAndFallsBackToIt) {
     EXPECT_NEAR(x, 7.0 / 5.0, 1e-15);
     EXPECT_EQ(slopeless.calls, (Calls{{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, 4.0 / 3.0}, {1, 4.0 / 3.0}}));
 
-    // A slope that leads out of the bracket is not followed.
-    TracedFunction const misled([](double t) { return t * t - 2.0; }, [](double) { return -0.001; });
-    mlRootSolve::newton_raphson(misled, 0.0, 2.0, 1e-9, converged, 50);
-    for (Call const & call : misled.calls)
-        EXPECT_TRUE(0.0 <= call.t && call.t <= 2.0) << call.t;
+    // A slope that leads out of the bracket is not followed, on either side of the root.
+    for (double const slope : {-0.001, 0.001}) {
+        for (double const side : {0.0, 2.0}) {
+            TracedFunction const misled(
+                [side](double t) { return (side == 0.0 ? 1.0 : -1.0) * ((t - side) * (t - side) - 2.0); },
+                [slope](double) { return slope; });
+            mlRootSolve::newton_raphson(misled, 0.0, 2.0, 1e-9, converged, 50);
+            for (Call const & call : misled.calls)
+                EXPECT_TRUE(0.0 <= call.t && call.t <= 2.0) << call.t;
+        }
+    }
 
     TracedFunction const good = square_minus_two();
     EXPECT_NEAR(mlRootSolve::newton_raphson(good, 0.0, 2.0, 1e-9, converged, 20), std::sqrt(2.0), 1e-9);

@@ -100,7 +100,18 @@ void solve_factors(DepressedQuartic const & f, QuarticRoots & roots) {
 
 /// Two points and their values, between which a sign change is sought.
 struct Bracket {
-    double a, b, fa, fb;
+    double a, b;
+    double fa = 0.0, fb = 0.0;
+
+    /// Evaluates the ends, a first; true as soon as x is one with a value of no more than the tolerance.
+    bool ends_at_root(mlFunction const & f, double tolerance, double & x) {
+        x = a;
+        fa = f.function(a);
+        if (std::fabs(fa) <= tolerance) return true;
+        x = b;
+        fb = f.function(b);
+        return std::fabs(fb) <= tolerance;
+    }
 
     /// Where the straight line through both points vanishes.
     double false_position() const { return (fa * b - fb * a) / (fa - fb); }
@@ -244,12 +255,10 @@ double mlRootSolve::newton_raphson(mlFunction const & f, double x, double tolera
 double mlRootSolve::newton_raphson(mlFunction const & f, double a, double b, double tolerance, int & converged,
                                    int max_iterations) {
     converged = 1;
-    double const fa = f.function(a);
-    if (std::fabs(fa) <= tolerance) return a;
-    double const fb = f.function(b);
-    if (std::fabs(fb) <= tolerance) return b;
-    Bracket bracket{a, b, fa, fb};
-    double x = bracket.false_position();
+    Bracket bracket{a, b};
+    double x;
+    if (bracket.ends_at_root(f, tolerance, x)) return x;
+    x = bracket.false_position();
     for (int i = 1; i <= max_iterations; ++i) {
         double const fx = f.function(x);
         double const derivative = f.function_derivative(1, x);
@@ -280,12 +289,10 @@ double mlRootSolve::newton_raphson(mlFunction const & f, double a, double b, dou
 double mlRootSolve::regula_falsi(mlFunction const & f, double a, double b, double tolerance, int & converged,
                                  int max_iterations) {
     converged = 1;
-    double const fa = f.function(a);
-    if (std::fabs(fa) <= tolerance) return a;
-    double const fb = f.function(b);
-    if (std::fabs(fb) <= tolerance) return b;
-    Bracket bracket{a, b, fa, fb};
-    double x = a;
+    Bracket bracket{a, b};
+    double x;
+    if (bracket.ends_at_root(f, tolerance, x)) return x;
+    x = a;
     double previous = f.function(a); // once more: the number of calls is part of the promise
     for (int i = 1; i <= max_iterations; ++i) {
         if (previous == 0.0 || std::fabs(bracket.b - bracket.a) <= tolerance) return x;
