@@ -41,3 +41,8 @@
 #include "maths/decompositions/mlLUDecomposition.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
+
+#include "maths/sparse/mlSparseElement.h"
+#include "maths/sparse/mlSparseElementcoDynArr.h"
+#include "maths/sparse/mlSparseRow.h"
+#include "maths/sparse/mlSparseRowIT.h"
