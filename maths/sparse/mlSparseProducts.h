@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
+#include <memory_resource>
 
 #include "maths/core/mlMatrix.h"
 #include "maths/sparse/mlSparseRow.h"
@@ -24,7 +26,9 @@ public:
     }
 
 private:
-    std::map<int, double> sums_;
+    std::byte first_nodes_[4096]; // most rows need no allocation
+    std::pmr::monotonic_buffer_resource storage_{first_nodes_, sizeof(first_nodes_)};
+    std::pmr::map<int, double> sums_{&storage_};
 };
 
 /// A factor as it was before the product overwrites `destination`: the factor itself, or a copy when they are one.
