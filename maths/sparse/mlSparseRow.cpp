@@ -1,6 +1,10 @@
 #include "maths/sparse/mlSparseRow.h"
 
+#include <type_traits>
+
 template class MATHS_API_TEMPLATE_DEFINITION coDynArr<mlSparseElement>;
+
+static_assert(std::is_trivially_copyable_v<mlSparseElement>, "rows grow by block copy");
 
 mlSparseRow::mlSparseRow(enum utCopy, mlSparseRow const & other) { become(utCopy, other); }
 
