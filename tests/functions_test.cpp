@@ -92,16 +92,9 @@ TEST_F(FunctionN1, TakesSecondDifferencesOfASmallStepForTheHessian) {
     mlMatrix h(mlMatrixZero, 3, 2);
     hessian(x.slice(1, 2, 2), h);
     double const low = 3 - 1e-7, high = 3 + 1e-7, below = -1 - 1e-7, above = -1 + 1e-7;
-    EXPECT_EQ(points, (Points{{low, below},
-                              {high, below},
-                              {low, above},
-                              {high, above}, // row 0, the upper triangle
-                              {3, -1},
-                              {low, -1},
-                              {high, -1}, // the diagonal
-                              {3, -1},
-                              {3, below},
-                              {3, above}}));
+    Points const triangle_then_diagonal{{low, below}, {high, below}, {low, above}, {high, above}, {3, -1},
+                                        {low, -1},    {high, -1},    {3, -1},      {3, below},    {3, above}};
+    EXPECT_EQ(points, triangle_then_diagonal);
     double const expected[] = {-63329679697.96613, 356064954.94551265, 356064954.94551265, -58149505863.185425};
     EXPECT_EQ(h.rows(), 2);
     EXPECT_EQ(h, mlMatrix(utConvert, expected, 2, 2));
