@@ -38,6 +38,10 @@
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
 
+#include "maths/polynomials/mlPolynomial.h"
+#include "maths/polynomials/mlPolynomialOf.h"
+#include "maths/polynomials/mlTinyVectorPolynomial.h"
+
 #include "maths/decompositions/mlLUDecomposition.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
