@@ -44,4 +44,6 @@
 
 #include "maths/decompositions/mlLUDecomposition.h"
 
+#include "maths/optimisation/mlDistanceLeastSquares.h"
 #include "maths/optimisation/mlDownHillSimplex.h"
+#include "maths/optimisation/mlNewtonRaphson.h"
