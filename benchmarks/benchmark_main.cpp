@@ -7,7 +7,7 @@ int main(int argc, char ** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
 
     RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    std::size_t const count = benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-    return reporter.failed() ? 1 : 0;
+    return count == 0 || reporter.failed() ? 1 : 0;
 }

@@ -1,5 +1,5 @@
 // Dense products and LU decomposition beside Eigen's, on the same numbers. Both libraries are compiled with the same
-// options and run on one thread. Each pair is compared once before it is timed.
+// options and run on one thread. Results are compared once before they are timed, factors by what they solve.
 
 #include <random>
 
@@ -42,8 +42,7 @@ template <class Own, class Peer> bool agree(benchmark::State & state, Own const 
     return false;
 }
 
-/// Times `operation`, which writes into `result`.
-template <class Operation, class Result> void measure(benchmark::State & state, Result & result, Operation operation) {
+template <class Operation, class Result> void measure(benchmark::State & state, Operation operation, Result & result) {
     for (auto _ : state) {
         operation();
         benchmark::DoNotOptimize(result.data());
@@ -51,34 +50,33 @@ template <class Operation, class Result> void measure(benchmark::State & state, 
     }
 }
 
+/// Times our operation, or the peer's, once both have written the same numbers into their results.
+template <class Operation, class Result, class PeerOperation, class PeerResult>
+void race(benchmark::State & state, bool own, Operation operation, Result & result, PeerOperation peer_operation,
+          PeerResult & peer_result) {
+    operation();
+    peer_operation();
+    if (!agree(state, result, peer_result)) return;
+    if (own)
+        measure(state, operation, result);
+    else
+        measure(state, peer_operation, peer_result);
+}
+
 void product(benchmark::State & state, bool own) {
     Operands const of(static_cast<int>(state.range(0)));
     mlMatrix c;
     EigenMatrix eigen_c(of.eigen_a.rows(), of.eigen_b.cols());
-    auto const multiply_own = [&] { multiply(of.a, of.b, c); };
-    auto const multiply_peer = [&] { eigen_c.noalias() = of.eigen_a * of.eigen_b; };
-    multiply_own();
-    multiply_peer();
-    if (!agree(state, c, eigen_c)) return;
-    if (own)
-        measure(state, c, multiply_own);
-    else
-        measure(state, eigen_c, multiply_peer);
+    race(
+        state, own, [&] { multiply(of.a, of.b, c); }, c, [&] { eigen_c.noalias() = of.eigen_a * of.eigen_b; }, eigen_c);
 }
 
 void matrix_vector(benchmark::State & state, bool own) {
     Operands const of(static_cast<int>(state.range(0)));
     mlVector y;
     EigenVector eigen_y(of.eigen_a.rows());
-    auto const multiply_own = [&] { multiply(of.a, of.x, y); };
-    auto const multiply_peer = [&] { eigen_y.noalias() = of.eigen_a * of.eigen_x; };
-    multiply_own();
-    multiply_peer();
-    if (!agree(state, y, eigen_y)) return;
-    if (own)
-        measure(state, y, multiply_own);
-    else
-        measure(state, eigen_y, multiply_peer);
+    race(
+        state, own, [&] { multiply(of.a, of.x, y); }, y, [&] { eigen_y.noalias() = of.eigen_a * of.eigen_x; }, eigen_y);
 }
 
 void lu_factor(benchmark::State & state, bool own) {
@@ -102,15 +100,8 @@ void lu_solve(benchmark::State & state, bool own) {
     Eigen::PartialPivLU<EigenMatrix> const eigen_lu(of.eigen_a);
     mlVector y;
     EigenVector eigen_y(of.eigen_a.rows());
-    auto const solve_own = [&] { lu.solve(of.x, y); };
-    auto const solve_peer = [&] { eigen_y = eigen_lu.solve(of.eigen_x); };
-    solve_own();
-    solve_peer();
-    if (!agree(state, y, eigen_y)) return;
-    if (own)
-        measure(state, y, solve_own);
-    else
-        measure(state, eigen_y, solve_peer);
+    race(
+        state, own, [&] { lu.solve(of.x, y); }, y, [&] { eigen_y = eigen_lu.solve(of.eigen_x); }, eigen_y);
 }
 
 void sizes(benchmark::internal::Benchmark * benchmark) { benchmark->Arg(8)->Arg(64)->Arg(256); }
