@@ -40,9 +40,12 @@
 
 #include "maths/polynomials/mlPolynomial.h"
 #include "maths/polynomials/mlPolynomialOf.h"
+#include "maths/polynomials/mlRootSolve.h"
 #include "maths/polynomials/mlTinyVectorPolynomial.h"
 
 #include "maths/decompositions/mlLUDecomposition.h"
+#include "maths/decompositions/mlSingularValueDecomposition.h"
+#include "maths/decompositions/ml_svd.h"
 
 #include "maths/optimisation/mlDistanceLeastSquares.h"
 #include "maths/optimisation/mlDownHillSimplex.h"
