@@ -38,6 +38,7 @@
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
 
+#include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
