@@ -43,6 +43,7 @@
 #include "maths/polynomials/mlRootSolve.h"
 #include "maths/polynomials/mlTinyVectorPolynomial.h"
 
+#include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlSingularValueDecomposition.h"
 #include "maths/decompositions/ml_svd.h"
