@@ -50,4 +50,5 @@
 
 #include "maths/optimisation/mlDistanceLeastSquares.h"
 #include "maths/optimisation/mlDownHillSimplex.h"
+#include "maths/optimisation/mlLevenbergMarquardt.h"
 #include "maths/optimisation/mlNewtonRaphson.h"
