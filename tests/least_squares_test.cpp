@@ -270,4 +270,20 @@ TEST(DistanceLeastSquares, HasAUnitScaleForEachIndependentParameter) {
     EXPECT_EQ(scales.size(), 1);
 }
 
+TEST(DistanceLeastSquares, RatesHowThePointsDetermineTheParameters) {
+    auto const quality = [](std::vector<std::vector<double>> rows) {
+        std::vector<double> const constants(rows.size());
+        LinearModel model(std::move(rows), constants);
+        mlVector const p(mlVectorZero, model.n_parameters());
+        double const answer = model.point_distribution_quality(p);
+        EXPECT_EQ(model.trace, model.n_points() < model.n_parameters() ? "s" : "s" + repeat("g", model.n_points()));
+        return answer;
+    };
+    EXPECT_NEAR(quality({{3.0, 4.0}, {-0.4, 0.3}}), 0.1, 1e-15); // rows at right angles: their lengths
+    EXPECT_NEAR(quality({{1.0, 1.0}, {2.0, 2.0}, {3.0, 3.0}}), 0.0, 1e-15);
+    EXPECT_EQ(quality({{0.0, 0.0}, {0.0, 0.0}}), 0.0);
+    EXPECT_EQ(quality({{1.0, 0.0}}), 0.0);
+    EXPECT_EQ(quality({{-2.0}}), 1.0);
+}
+
 } // namespace

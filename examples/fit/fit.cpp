@@ -92,7 +92,8 @@ void fit_circle() {
     start[2] = 1.0;
     mlLevenbergMarquardt(circle).fit(start, found);
     std::printf("Circle through 16 points on a third of the circle around (3, -2) of radius 5, disturbed by 0.01\n");
-    std::printf("  centre (%.4f, %.4f), radius %.4f\n", found[0], found[1], found[2]);
+    std::printf("  centre (%.4f, %.4f), radius %.4f; point distribution quality %.2f\n", found[0], found[1], found[2],
+                circle.point_distribution_quality(found));
     print_residuals(circle, found);
 }
 

@@ -50,8 +50,9 @@ public:
         gradient[3] = -1.0;
     }
     void distance(double & d, int point) override {
-        d = ::scalar_product(points_[point].slice(), parameters.slice(0, 1, 3)) - parameters[3];
+        d = scalar_product(points_[point].slice(), parameters.slice(0, 1, 3)) - parameters[3];
     }
+    int n_independent_parameters() const override { return 3; } // the normal's length is given
 
 private:
     mlTinyVector3coDynArr const & points_;

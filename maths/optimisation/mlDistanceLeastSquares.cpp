@@ -1,5 +1,7 @@
 #include "maths/optimisation/mlDistanceLeastSquares.h"
 
+#include "maths/decompositions/mlSingularValueDecomposition.h"
+
 mlDistanceLeastSquares::mlDistanceLeastSquares(int n_parameters, int n_points)
     : n_points_(n_points), parameters(mlVectorZero, n_parameters), precise_square_distance(0) {}
 
@@ -16,4 +18,21 @@ void mlDistanceLeastSquares::parameter_scales(mlVector & scales) const {
     scales.clear(0);
     scales.expand(n);
     scales.fill(1.0);
+}
+
+double mlDistanceLeastSquares::point_distribution_quality(mlVector const & p) {
+    set_parameters(p);
+    int const n = n_parameters();
+    if (n < 1 || n_points_ < n) return 0.0;
+    mlMatrix gradients(mlMatrixZero, n_points_, n);
+    mlVector gradient(mlVectorZero, n);
+    for (int i = 0; i < n_points_; ++i) {
+        double d;
+        distance_and_gradient(d, gradient, i);
+        gradients.row(i) = gradient;
+    }
+    using SVD = mlSingularValueDecomposition;
+    SVD const svd(gradients, SVD::mlNO_U, SVD::mlNO_V);
+    mlVector const & values = svd.diagonal(); // the largest first
+    return values[0] == 0.0 ? 0.0 : values[n - 1] / values[0];
 }

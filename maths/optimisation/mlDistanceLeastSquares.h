@@ -44,6 +44,12 @@ public:
     int n_points() const { return n_points_; }
     int have_precise_square_distance() const { return precise_square_distance; }
 
+    /// How well the points determine the parameters at p, which it sets: the ratio of the smallest to the largest
+    /// singular value of the matrix whose rows are the points' gradients. Near 0 some combination of the parameters is
+    /// as good as free; 0.0 exactly when there are fewer points than parameters or all gradients are 0. Gradients that
+    /// are no numbers give an answer without meaning.
+    double point_distribution_quality(mlVector const & p);
+
 private:
     int n_points_;
 
