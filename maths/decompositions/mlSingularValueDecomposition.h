@@ -62,7 +62,7 @@ protected:
     static int SVD(mlMatrix const & a, mlVector & s, mlMatrix & u, mlMatrix & v, int job);
 
 private:
-    mlMatrix const * source_;
+    [[maybe_unused]] mlMatrix const * source_; // what was decomposed, for a debugger to show
     mlMatrix u_;
     mlVector diagonal_;
     mlMatrix v_;
