@@ -37,6 +37,14 @@
 #include "maths/functions/mlFunctionApproxDeriv.h"
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
+#include "maths/functions/mlIntegrate.h"
+#include "maths/functions/mlIntegrateRomberg.h"
+#include "maths/functions/mlIntegrateSimpson.h"
+#include "maths/functions/mlIntegrateTrapezoid.h"
+#include "maths/functions/mlLineOnFunction2.h"
+#include "maths/functions/mlLineOnFunctionN1.h"
+#include "maths/functions/mlSquaredLengthFunc2.h"
+#include "maths/functions/ml_sum.h"
 
 #include "maths/decompositions/mlLUDecomposition.h"
 
