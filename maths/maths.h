@@ -49,3 +49,8 @@
 #include "maths/decompositions/mlLUDecomposition.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
+#include "maths/optimisation/mlFunctionValue.h"
+#include "maths/optimisation/mlMinimiser.h"
+#include "maths/optimisation/ml_brent_minimum_search.h"
+#include "maths/optimisation/ml_minimum_bracketing.h"
+#include "maths/optimisation/ml_powell_minimum_search.h"
