@@ -5,7 +5,8 @@
 
 #include <benchmark/benchmark.h>
 
-/// Prints a line for each operation, size and peer: the times, and the library's as a multiple of the peer's.
+/// Prints a line for each operation, size and peer: the times, the library's as a multiple of the peer's,
+/// and where benchmarks count them (counter "calls") the calls that either makes of a user's function.
 ///
 /// Benchmarks are named "operation/library/size" for this, where the library's own is "maths". Of several repetitions
 /// the fastest counts, since noise only adds.
@@ -22,6 +23,7 @@ private:
     struct Timing {
         std::string operation, library, size;
         double nanoseconds;
+        double calls; // of a user's function; 0 when none are counted
     };
 
     Timing const * own_timing_beside(Timing const & peer) const;

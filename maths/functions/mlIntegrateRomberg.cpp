@@ -10,7 +10,7 @@ namespace {
 
 // Cancels the error terms h^2, h^4, ... one after the other, from the newest estimate r[k] down: r[0] becomes the most
 // extrapolated one and r[k] stays.
-void extrapolate(doublecoDynArr & r, int k) {
+void extrapolate(double * r, int k) {
     for (int i = k, m = 1; i >= 1; --i, ++m) {
         double const divisor = static_cast<double>((1LL << 2 * m) - 1);
         r[i - 1] = (r[i] - r[i - 1]) / divisor + r[i];
@@ -33,7 +33,7 @@ double mlIntegrateRomberg::integrate(mlFunction const & f, double a, double b) c
         double const midpoints = steps.halve();
         trapezoid = midpoints * steps.step() + trapezoid * 0.5;
         r[k] = trapezoid;
-        extrapolate(r, k);
+        extrapolate(r.data(), k);
         if (k > 1 && std::fabs(r[0] - estimate) < tolerance_) return r[0];
         estimate = r[0];
     }
