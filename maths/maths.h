@@ -37,6 +37,14 @@
 #include "maths/functions/mlFunctionApproxDeriv.h"
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
+#include "maths/functions/mlIntegrate.h"
+#include "maths/functions/mlIntegrateRomberg.h"
+#include "maths/functions/mlIntegrateSimpson.h"
+#include "maths/functions/mlIntegrateTrapezoid.h"
+#include "maths/functions/mlLineOnFunction2.h"
+#include "maths/functions/mlLineOnFunctionN1.h"
+#include "maths/functions/mlSquaredLengthFunc2.h"
+#include "maths/functions/ml_sum.h"
 
 #include "maths/polynomials/mlPolynomial.h"
 #include "maths/polynomials/mlPolynomialOf.h"
@@ -57,8 +65,13 @@
 
 #include "maths/optimisation/mlDistanceLeastSquares.h"
 #include "maths/optimisation/mlDownHillSimplex.h"
+#include "maths/optimisation/mlFunctionValue.h"
 #include "maths/optimisation/mlLevenbergMarquardt.h"
+#include "maths/optimisation/mlMinimiser.h"
 #include "maths/optimisation/mlNewtonRaphson.h"
+#include "maths/optimisation/ml_brent_minimum_search.h"
+#include "maths/optimisation/ml_minimum_bracketing.h"
+#include "maths/optimisation/ml_powell_minimum_search.h"
 
 #include "maths/sparse/mlSparseElement.h"
 #include "maths/sparse/mlSparseElementcoDynArr.h"
