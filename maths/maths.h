@@ -38,6 +38,7 @@
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
 
+#include "maths/polynomials/mlRootSolve.h"
 
 #include "maths/decompositions/mlATAEigenVecs.h"
 #include "maths/decompositions/mlAsymEigenVecs.h"
@@ -45,11 +46,13 @@
 #include "maths/decompositions/mlAsymEigenVecs3.h"
 #include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlEigenVecs.h"
-#include "maths/polynomials/mlRootSolve.h"
+#include "maths/decompositions/mlGramSchmidt.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlPCA.h"
+#include "maths/decompositions/mlQRDecomposition.h"
 #include "maths/decompositions/mlSingularValueDecomposition.h"
 #include "maths/decompositions/mlSymEigenVecs.h"
+#include "maths/decompositions/mlTridiagonal.h"
 #include "maths/decompositions/ml_svd.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
