@@ -57,10 +57,13 @@
 #include "maths/decompositions/mlAsymEigenVecs3.h"
 #include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlEigenVecs.h"
+#include "maths/decompositions/mlGramSchmidt.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlPCA.h"
+#include "maths/decompositions/mlQRDecomposition.h"
 #include "maths/decompositions/mlSingularValueDecomposition.h"
 #include "maths/decompositions/mlSymEigenVecs.h"
+#include "maths/decompositions/mlTridiagonal.h"
 #include "maths/decompositions/ml_svd.h"
 
 #include "maths/optimisation/mlDistanceLeastSquares.h"
