@@ -27,25 +27,16 @@ TEST(TypedArrays, PrintAnIndentedFrame) {
 
 /// Two vectors of three ones each.
 struct Ones : mlVectorcoDynArr {
-    Ones() {
-        expand(2);
-        for (mlVector & v : *this)
-            v.become(mlVectorZero, 3).fill(1.0);
-    }
+    Ones() { (*this)[1].become(mlVectorZero, 3).fill(1.0), (*this)[0].become(mlVectorZero, 3).fill(1.0); }
 };
 
 TEST(TypedArrays, VectorsThatLandInFreshSlotsComeOutEmpty) {
     Ones ones, grown, shrunk;
-    mlVectorcoDynArr const copy(utCopy, ones);
     mlVectorcoDynArr target;
     grown[2].expand(0);
     shrunk.shrink(1, 1);
     target.become(utCopy, ones);
-    for (mlVectorcoDynArr const * array :
-         std::initializer_list<mlVectorcoDynArr const *>{&copy, &grown, &shrunk, &target}) {
-        for (mlVector const & v : *array)
-            EXPECT_EQ(v.size(), 0);
-    }
+    EXPECT_EQ(grown[0].size() + shrunk[0].size() + target[0].size() + mlVectorcoDynArr(utCopy, ones)[1].size(), 0);
     target[0].become(mlVectorZero, 2); // slots that hold vectors take as many values as those hold
     target.become(utCopy, ones);
     EXPECT_EQ(printed(target), "coDynArr {\n  size 2\n  < 1.000000 1.000000 > \n\n  < > \n\n}\n");
@@ -53,34 +44,29 @@ TEST(TypedArrays, VectorsThatLandInFreshSlotsComeOutEmpty) {
     EXPECT_EQ(ones[0].size(), 3); // kept slots keep their vectors
 }
 
-template <class Array> class IteratedArray : public testing::Test {};
-using Arrays = testing::Types<mlTinyVector2coDynArr, mlTinyVector2coPageArr>;
-TYPED_TEST_SUITE(IteratedArray, Arrays);
+template <class Array> void expect_visits(Array & array, int n, auto first) {
+    typename Array::coIterator iterator(&array);
+    EXPECT_EQ((iterator.*first)(), nullptr);
+    array[n - 1].fill(0.0);
+    int i = 0;
+    for (mlTinyVector2 const * v = (iterator.*first)(); v != nullptr; v = iterator.next()) {
+        EXPECT_EQ(v, &array[i]);
+        EXPECT_EQ(iterator.index(), i++);
+    }
+    EXPECT_EQ(i, n);
+    EXPECT_EQ(iterator.next(), nullptr);
+}
 
-TYPED_TEST(IteratedArray, IsVisitedInOrderAndEndsWithANullPointer) {
-    TypeParam array;
-    typename TypeParam::coIterator iterator(&array);
-    auto const first = [&iterator] {
-        if constexpr (requires { iterator.first(); })
-            return iterator.first();
-        else
-            return iterator.do_first();
-    };
-    EXPECT_EQ(first(), nullptr);
+TEST(TypedArrays, IteratorsVisitInOrderAndEndWithANullPointer) {
     for (int n : {1, 255, 256, 257, 600}) {
-        array[n - 1].fill(0.0);
-        int i = 0;
-        for (mlTinyVector2 const * v = first(); v != nullptr; v = iterator.next()) {
-            EXPECT_EQ(v, &array[i]);
-            EXPECT_EQ(iterator.index(), i++);
-        }
-        EXPECT_EQ(i, n);
-        EXPECT_EQ(iterator.next(), nullptr);
-        if constexpr (requires { iterator.invariant(); }) {
-            EXPECT_EQ(iterator.invariant(), 1);
-            array.expand(n + 1);
-            EXPECT_EQ(iterator.invariant(), 0);
-        }
+        mlTinyVector2coDynArr array;
+        mlTinyVector2coPageArr pages;
+        expect_visits(array, n, &mlTinyVector2coDynArrcoIterator::first);
+        expect_visits(pages, n, &mlTinyVector2coPageArrcoIterator::do_first);
+        mlTinyVector2coDynArrcoIterator iterator(&array);
+        EXPECT_EQ(iterator.invariant(), 1);
+        array.shrink(n - 1, 0);
+        EXPECT_EQ(iterator.invariant(), 0);
     }
 }
 
