@@ -1,7 +1,8 @@
+# shellcheck shell=bash
 # What the scripts share; sourced by them, after `set -euo pipefail`. Puts them into the project's root.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-cd "$root"
+cd "$root" || exit
 
 # die MESSAGE: one clear line, and the end.
 die() {
