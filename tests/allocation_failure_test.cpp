@@ -162,6 +162,54 @@ void vectors_and_matrices() {
     stream << a << v << pairs;
 }
 
+/// Objects that live on after the failure, and then do all again.
+struct Survivors {
+    void run() {
+        v.become(mlVectorZero, 3)[5] = 1.0;
+        vectors[3].become(mlVectorZero, 4);
+        vectors.shrink(2, 1);
+        m.become(mlMatrixHilbert, 3).append_col(mlVector(mlVectorZero, 3));
+        m.append_row(mlVector(mlVectorZero, 4));
+        multiply(m, m, m);
+        n.become(utCopy, m).expand(5, 6, 1.0);
+        v.become(mlMatrixProduct, n, vectors[4].become(mlVectorZero, 6));
+        for (int i = 0; i < 40; ++i)
+            pages[i] = i;
+        other.become(utCopy, pages);
+        pages.shrink(20, 1);
+        other.shrink(3, 1);
+        other.repaginate();
+    }
+
+    void expect_sound() const {
+        EXPECT_LE(m.rows() * m.cols(), m.size());
+        EXPECT_LE(n.rows() * n.cols(), n.size());
+        for (intcoPageArr const * array : {&pages, &other}) {
+            EXPECT_LE(array->size(), array->blocks() * array->page_size());
+            for (int i = 0; i < array->size(); ++i)
+                EXPECT_EQ((*array)[i], i);
+        }
+    }
+
+    mlVector v;
+    mlMatrix m, n;
+    mlVectorcoDynArr vectors;
+    intcoPageArr pages = intcoPageArr(2, 1, 1), other;
+};
+
+void survivors() {
+    Survivors objects;
+    try {
+        objects.run();
+    } catch (std::bad_alloc const &) {
+        fail_after(-1);
+        objects.expect_sound();
+        objects.run();
+        objects.expect_sound();
+        throw;
+    }
+}
+
 /// (x + y, x y), with derivatives.
 struct SumAndProduct : mlFunctionN {
     SumAndProduct() { input_dimension = output_dimension = 2; }
@@ -194,12 +242,30 @@ void functions() {
     mlMatrix jacobian(mlMatrixZero, 2, 2);
     cached.function(x.slice(), y);
     cached.function_gradient(x.slice(), jacobian);
-    Bowl const bowl(3);
+    Bowl bowl(3);
     mlVector const point(mlVectorZero, 3);
     mlVector gradient;
     mlMatrix hessian;
     bowl.gradient(point.slice(), gradient);
     bowl.hessian(point.slice(), hessian);
+    mlLineOnFunctionN1 const line(point, gradient, &bowl);
+    mlSquaredLengthFunc2 const squared_length(&f);
+    mlLineOnFunction2 const line2(1.0, 2.0, 0.0, 0.0, &squared_length);
+    mlIntegrateRomberg(1e-9, 6).integrate(line, line2.function(0.0), 1.0);
+}
+
+void polynomials() {
+    double const x[] = {0.0, 1.0, 3.0}, y[] = {2.0, 1.0, 5.0};
+    double c[4], d[12] = {1.0, 2.0};
+    mlPolynomial polynomial;
+    polynomial.fit(x, y, 2, c);
+    polynomial.fit(0.0, 1.0, y, 2, c);
+    int degree = 1;
+    polynomial.multiply(2, c, degree, d);
+    mlTinyVector2 points[3], curve[3];
+    for (int i = 0; i < 3; ++i)
+        points[i].fill(y[i]);
+    mlTinyVector2Polynomial().fit(0.0, 1.0, points, 2, curve);
 }
 
 void decompositions() {
@@ -234,11 +300,55 @@ void decompositions() {
     mlVector axis;
     pca.axis(0, axis);
     pca.eigenvalues(x);
+
+    mlMatrix definite(mlMatrixIdentity, 3);
+    definite(0, 2) = 0.5;
+    mlCholeskyDecomposition const cholesky(definite);
+    cholesky.solve(b, x);
+    cholesky.solve(a, out);
+    cholesky.inverse(out);
+    cholesky.matrix_l(out);
+    cholesky.matrix_l_inverted(out);
+    cholesky.matrix_original(out);
+    mlMatrix q, r;
+    mlQRDecomposition qr(&q, &r);
+    qr.set_Q_orthonormal();
+    for (int i = 0; i < 3; ++i) {
+        x = definite.row(i);
+        qr.add(&x);
+    }
+    qr.get_orthonormal_Q(out);
+    mlMatrix basis(mlMatrixIdentity, 2);
+    basis(1, 0) = 3.0;
+    mlGramSchmidt rows(&basis);
+    rows.add(&axis, 1);
+    mlSlice solution = x.slice();
+    mlTridiagonal(3, b.slice(), b.slice(), b.slice()).solve_periodic(b.slice(), solution);
 }
+
+/// Distances of points from a line through (0, p0) of slope p1.
+struct Line : mlDistanceLeastSquares {
+    Line() : mlDistanceLeastSquares(2, 4) {}
+    void normalise_parameters(mlVector &) override {}
+    void distance(double & d, int i) override { d = parameters[0] + parameters[1] * i - i * i; }
+    void distance_and_gradient(double & d, mlVector & gradient, int i) override {
+        distance(d, i);
+        gradient[0] = 1.0;
+        gradient[1] = i;
+    }
+};
 
 void optimisation() {
     Bowl bowl(2);
     mlVector x(mlVectorZero, 2);
+    mlMatrix directions(mlMatrixIdentity, 2);
+    int flag = 0;
+    ml_powell_minimum_search(x, directions, 1e-6, flag, bowl);
+    mlNewtonRaphson(mlNRDim, 2).solve(SumAndProduct(), x, 1e-6, flag);
+    Line line;
+    mlVector fitted;
+    mlLevenbergMarquardt(line).fit(x, fitted);
+    line.point_distribution_quality(fitted);
     mlDownHillSimplex simplex(2);
     simplex.solve(bowl, x, mlDownHillSimplexCoarse);
     mlVector lowest;
@@ -290,7 +400,9 @@ TEST(FailedAllocation, ComesOutAsBadAllocAndLeaksNothing) {
     } const stories[] = {{"arrays", arrays},
                          {"paged arrays", paged_arrays},
                          {"vectors and matrices", vectors_and_matrices},
+                         {"survivors", survivors},
                          {"functions", functions},
+                         {"polynomials", polynomials},
                          {"decompositions", decompositions},
                          {"optimisation", optimisation},
                          {"sparse matrices", sparse_matrices}};
