@@ -38,12 +38,16 @@
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
 
+#include "maths/polynomials/mlPolynomial.h"
+#include "maths/polynomials/mlPolynomialOf.h"
 #include "maths/polynomials/mlRootSolve.h"
+#include "maths/polynomials/mlTinyVectorPolynomial.h"
 
 #include "maths/decompositions/mlATAEigenVecs.h"
 #include "maths/decompositions/mlAsymEigenVecs.h"
 #include "maths/decompositions/mlAsymEigenVecs2.h"
 #include "maths/decompositions/mlAsymEigenVecs3.h"
+#include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlEigenVecs.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlPCA.h"
@@ -51,7 +55,10 @@
 #include "maths/decompositions/mlSymEigenVecs.h"
 #include "maths/decompositions/ml_svd.h"
 
+#include "maths/optimisation/mlDistanceLeastSquares.h"
 #include "maths/optimisation/mlDownHillSimplex.h"
+#include "maths/optimisation/mlLevenbergMarquardt.h"
+#include "maths/optimisation/mlNewtonRaphson.h"
 
 #include "maths/sparse/mlSparseElement.h"
 #include "maths/sparse/mlSparseElementcoDynArr.h"
