@@ -8,7 +8,6 @@
 #include "maths/functions/mlIntegrateRomberg.h"
 #include "maths/functions/mlIntegrateSimpson.h"
 #include "maths/functions/mlIntegrateTrapezoid.h"
-#include "maths/functions/ml_sum.h"
 #include "tests/support/traces.h"
 
 namespace {
@@ -91,31 +90,9 @@ TEST(Integrators, LoseTheirErrorAtTheirOrders) {
     EXPECT_LT(error(mlIntegrateRomberg(never, 5)), 1e-15);
 }
 
-TEST(Integrators, RombergIsExactForDegreesUpToTwiceItsLevels) {
-    for (int k = 1; k <= 5; ++k) {
-        int const degree = 2 * k + 1;
-        TracedFunction const f([=](double t) { return std::pow(t, degree); });
-        double const exact = 1.0 / (degree + 1);
-        EXPECT_NEAR(mlIntegrateRomberg(never, k).integrate(f, 0.0, 1.0), exact, 1e-15);
-        TracedFunction const next([=](double t) { return std::pow(t, degree + 1); });
-        EXPECT_GT(std::fabs(mlIntegrateRomberg(never, k).integrate(next, 0.0, 1.0) - 1.0 / (degree + 2)), 1e-12);
-    }
-}
-
 TEST(Integrators, RombergsDivisorsOutgrow32Bits) {
     TracedFunction const f([](double) { return 1.0; });
     EXPECT_EQ(mlIntegrateRomberg(never, 18).integrate(f, 0.0, 1.0), 1.0); // a divisor of 0 would make this NaN
-}
-
-TEST(MlSum, FormsEachAbscissaByItsIndex) {
-    TracedFunction const f([](double t) { return t; });
-    double sum = 0.0;
-    for (int i = 0; i < 100; ++i)
-        sum += i * 0.1 + 0.3;
-    EXPECT_EQ(ml_sum(f, 0.3, 0.1, 100), sum);
-    EXPECT_EQ(f.calls.size(), 100u);
-    EXPECT_EQ(ml_sum(f, 0.3, 0.1, 0), 0.0);
-    EXPECT_EQ(f.calls.size(), 100u);
 }
 
 } // namespace

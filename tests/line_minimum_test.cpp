@@ -83,15 +83,6 @@ TEST(MinimumBracketing, TakesEachWay) {
     }
 }
 
-TEST(MinimumBracketing, EndsWithTheLowestValueAtBNearAndFar) {
-    for (double const m : {-1e6, -3.0, 0.0, 0.5, 1.0, 1.7, 40.0, 1e9}) {
-        TracedFunction f([=](double t) { return std::fabs(t - m) + 0.1 * (t - m) * (t - m); });
-        Bracket const found(f);
-        EXPECT_LE(found.fb, std::min(found.fa, found.fc));
-        EXPECT_EQ(found.fb, f.function(found.b));
-    }
-}
-
 TEST(MinimumBracketing, EndsOnNaNAndWhereTheArithmeticOverflows) {
     for (double const value : not_finite) {
         for (std::size_t position = 0; position < 6; ++position) {
