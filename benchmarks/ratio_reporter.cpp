@@ -1,7 +1,6 @@
 #include "benchmarks/ratio_reporter.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
 bool RatioReporter::ReportContext(Context const &) { return true; }
@@ -17,10 +16,11 @@ void RatioReporter::ReportRuns(std::vector<Run> const & runs) {
 
         std::string const & name = run.run_name.function_name;
         std::size_t const slash = std::min(name.find('/'), name.size() - 1);
-        auto const steps = run.counters.find("steps");
+        auto const counter = run.counters.begin();
+        bool const counts = counter != run.counters.end();
         Timing const timing{name.substr(0, slash), name.substr(slash + 1), run.run_name.args,
                             run.cpu_accumulated_time * 1e9 / static_cast<double>(run.iterations),
-                            steps == run.counters.end() ? std::nan("") : steps->second.value};
+                            counts ? counter->first : "", counts ? counter->second.value : 0.0};
         auto const known = std::find_if(timings_.begin(), timings_.end(), [&](Timing const & other) {
             return other.operation == timing.operation && other.library == timing.library && other.size == timing.size;
         });
@@ -45,7 +45,7 @@ void RatioReporter::Finalize() {
         if (own == nullptr) continue;
         std::printf("%-24s %6s  %-12s %14.0f %14.0f %8.2f", peer.operation.c_str(), peer.size.c_str(),
                     peer.library.c_str(), own->nanoseconds, peer.nanoseconds, own->nanoseconds / peer.nanoseconds);
-        if (own->steps > 0.0 && peer.steps > 0.0) std::printf("   %.0f : %.0f steps", own->steps, peer.steps);
+        if (peer.count > 0.0) std::printf("  %.0f : %.0f %s", own->count, peer.count, peer.counted.c_str());
         std::printf("\n");
     }
 }

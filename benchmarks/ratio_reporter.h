@@ -5,11 +5,11 @@
 
 #include <benchmark/benchmark.h>
 
-/// Prints a line for each operation, size and peer: the times, and the library's as a multiple of the peer's.
+/// Prints a line for each operation, size and peer: the times, the library's as a multiple of the peer's,
+/// and where benchmarks count something (their one counter: "calls" of a user's function, "steps") both numbers of it.
 ///
 /// Benchmarks are named "operation/library/size" for this, where the library's own is "maths". Of several repetitions
-/// the fastest counts, since noise only adds. Where both count their steps in the counter "steps", the line ends with
-/// the two numbers.
+/// the fastest counts, since noise only adds.
 class RatioReporter : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(Context const & context) override;
@@ -23,7 +23,8 @@ private:
     struct Timing {
         std::string operation, library, size;
         double nanoseconds;
-        double steps; // NaN when not counted
+        std::string counted; // what the benchmark counts, if anything
+        double count;
     };
 
     Timing const * own_timing_beside(Timing const & peer) const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 
@@ -65,7 +66,10 @@ public:
     int below(int n) { return static_cast<int>(random_.uniform() * n); }
 
     /// Magnitudes from 2^-range to 2^range.
-    double graded(int range) { return std::ldexp(number(), below(2 * range + 1) - range); }
+    double graded(int range) {
+        double const x = number(); // first: the order of arguments is the compiler's choice
+        return std::ldexp(x, below(2 * range + 1) - range);
+    }
 
     void fill(doublecoDynArr & values) {
         for (double & x : values)

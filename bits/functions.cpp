@@ -46,7 +46,8 @@ void digest_differences() {
         digest(mlFunctionApproxDeriv(f, h).function(t));
         digest(mlFunction2ApproxUDeriv(surface, h).function(t, h));
         digest(mlFunction2ApproxVDeriv(surface, h).function(h, t));
-        mlLineOnFunction2 const line(operands.number(), operands.number(), 0.1, 0.2, &surface);
+        double const du = operands.number(), dv = operands.number();
+        mlLineOnFunction2 const line(du, dv, 0.1, 0.2, &surface);
         digest(line.function(t));
         digest(line.t_min());
         digest(line.t_max());

@@ -2,73 +2,67 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
+
+#include "maths/core/mlRun.h"
 
 namespace {
 
-// Sums run over k in a fixed order, which their last bits depend on. What can go side by side is elements of a row:
-// a panel holds `width` columns of a matrix, row behind row.
-constexpr int panel_width = 8;
+using Run = mlStridedRun<double const>;
 
-// y[j] -= coefficient(k) * panel(k, j), for k = from, from + step, ... short of `to`.
-template <int width>
-void subtract_products(double (&y)[width], double const * coefficients, std::ptrdiff_t stride, double const * panel,
-                       int from, int to, int step) {
-    double differences[width];
-    std::copy_n(y, width, differences);
-    for (int k = from; k != to; k += step) {
-        double const coefficient = coefficients[k * stride];
-        for (int j = 0; j < width; ++j)
-            differences[j] -= coefficient * panel[k * width + j];
+// y[j] -= coefficients[t] * (&rows[t])[j] for t = 0 .. count - 1, in this order, which the last bits depend on: what
+// goes side by side is elements. Four terms a pass spare three loads and stores of y, which no row overlaps.
+void subtract_rows(double * __restrict y, int length, Run coefficients, Run rows, int count) {
+    int t = 0;
+    for (; t + 4 <= count; t += 4) {
+        double const c0 = coefficients[t], c1 = coefficients[t + 1];
+        double const c2 = coefficients[t + 2], c3 = coefficients[t + 3];
+        double const *const r0 = &rows[t], *const r1 = &rows[t + 1];
+        double const *const r2 = &rows[t + 2], *const r3 = &rows[t + 3];
+        for (int j = 0; j < length; ++j)
+            y[j] = y[j] - c0 * r0[j] - c1 * r1[j] - c2 * r2[j] - c3 * r3[j];
     }
-    std::copy_n(differences, width, y);
+    for (; t < count; ++t) {
+        double const c = coefficients[t];
+        double const * const r = &rows[t];
+        for (int j = 0; j < length; ++j)
+            y[j] -= c * r[j];
+    }
 }
 
 // 1 when A is positive definite, else 0, with the columns of L as far as the factorisation came.
 int ml_cholesky_decompose(mlMatrix & a, mlVector & diagonal) {
     int const n = a.rows();
     int const cols = a.cols();
-    int const panels = (n + panel_width - 1) / panel_width;
-    mlVector l_transposed; // by panels, the last one padded
-    l_transposed.expand(panels * n * panel_width);
+    mlMatrix l_transposed; // its rows are contiguous, where the columns of L are not
+    l_transposed.become(n, n);
     for (int i = 0; i < n; ++i) {
-        double const * const l_row = a.data() + i * cols;
-        for (int first = i - i % panel_width; first < n; first += panel_width) {
-            double * const panel = l_transposed.data() + first * n;
-            int const count = std::min(panel_width, n - first);
-            double y[panel_width] = {};
-            std::copy_n(a.data() + i * cols + first, count, y);
-            subtract_products(y, l_row, 1, panel, i - 1, -1, -1);
-            if (first <= i) {
-                double const square = y[i - first];
-                if (square <= 0.0) return 0;
-                diagonal[i] = std::sqrt(square);
-            }
-            for (double & element : y)
-                element /= diagonal[i];
-            std::copy_n(y, panel_width, panel + i * panel_width);
-            for (int j = std::max(i + 1, first); j < first + count; ++j)
-                a.data()[j * cols + i] = y[j - first];
-        }
+        double * const row = l_transposed.data() + i * n + i;
+        std::copy_n(a.data() + i * cols + i, n - i, row);
+        if (i > 0) subtract_rows(row, n - i, {a.data() + i * cols + i - 1, 0, -1}, {row - n, 0, -n}, i); // k falling
+        if (row[0] <= 0.0) return 0;
+        double const p = diagonal[i] = std::sqrt(row[0]);
+        for (int j = 1; j < n - i; ++j)
+            a.data()[(i + j) * cols + i] = row[j] /= p;
     }
     return 1;
 }
 
-// L L^T x = b for the columns of a panel, which holds b at first.
-template <int width> void ml_cholesky_solve(mlMatrix const & a, mlVector const & diagonal, double * panel) {
+// L L^T x = b, where the n rows of x, of m elements, hold b at first.
+void ml_cholesky_solve(mlMatrix const & a, mlVector const & diagonal, double * x, int m) {
     int const n = a.rows();
     int const cols = a.cols();
-    auto const solve_row = [&](int i, double const * coefficients, int stride, int from, int to, int step) {
-        double y[width];
-        std::copy_n(panel + i * width, width, y);
-        subtract_products(y, coefficients, stride, panel, from, to, step);
-        for (int j = 0; j < width; ++j)
-            panel[i * width + j] = y[j] / diagonal[i];
-    };
-    for (int i = 0; i < n; ++i) // L y = b, k falling
-        solve_row(i, a.data() + i * cols, 1, i - 1, -1, -1);
-    for (int i = n - 1; i >= 0; --i) // L^T x = y, k rising
-        solve_row(i, a.data() + i, cols, i + 1, n, 1);
+    for (int i = 0; i < n; ++i) { // L y = b, k falling
+        double * const row = x + i * m;
+        if (i > 0) subtract_rows(row, m, {a.data() + i * cols + i - 1, 0, -1}, {row - m, 0, -m}, i);
+        for (int j = 0; j < m; ++j)
+            row[j] /= diagonal[i];
+    }
+    for (int i = n - 1; i >= 0; --i) { // L^T x = y, k rising
+        double * const row = x + i * m;
+        if (i < n - 1) subtract_rows(row, m, {a.data() + (i + 1) * cols + i, 0, cols}, {row + m, 0, m}, n - 1 - i);
+        for (int j = 0; j < m; ++j)
+            row[j] /= diagonal[i];
+    }
 }
 
 } // namespace
@@ -132,15 +126,8 @@ void mlCholeskyDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
     int const m = b.cols();
     MATHS_CHECK(b.rows() >= n, "Cholesky solve: order %d, %d x %d right-hand sides", n, b.rows(), m);
     if (x.rows() != n || x.cols() != m) x.become(n, m);
-    mlVector panel(mlVectorZero, n * panel_width);
-    for (int first = 0; first < m; first += panel_width) {
-        int const count = std::min(panel_width, m - first);
-        for (int i = 0; i < n; ++i)
-            std::copy_n(b.data() + i * m + first, count, panel.data() + i * panel_width);
-        ml_cholesky_solve<panel_width>(matrix_, diagonal_, panel.data());
-        for (int i = 0; i < n; ++i)
-            std::copy_n(panel.data() + i * panel_width, count, x.data() + i * m + first);
-    }
+    if (&x != &b) std::copy_n(b.data(), n * m, x.data());
+    ml_cholesky_solve(matrix_, diagonal_, x.data(), m);
 }
 
 void mlCholeskyDecomposition::solve(mlVector const & b, mlVector & x) const {
@@ -149,5 +136,5 @@ void mlCholeskyDecomposition::solve(mlVector const & b, mlVector & x) const {
     x.clear(0); // keeps the elements of an x that is b
     x.expand(n);
     if (&x != &b) std::copy_n(b.data(), n, x.data());
-    ml_cholesky_solve<1>(matrix_, diagonal_, x.data());
+    ml_cholesky_solve(matrix_, diagonal_, x.data(), 1);
 }
