@@ -1,0 +1,315 @@
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "maths/decompositions/mlCholeskyDecomposition.h"
+#include "maths/decompositions/mlQRDecomposition.h"
+#include "maths/decompositions/mlTridiagonal.h"
+#include "tests/support/matrices.h"
+#include "tests/support/ratios.h"
+
+namespace {
+
+double const nan = std::numeric_limits<double>::quiet_NaN();
+
+void set(mlMatrix & m, int rows, int cols, std::initializer_list<double> values) {
+    m.become(utConvert, values.begin(), rows, cols);
+}
+
+void expect_elements(mlMatrix const & m, int rows, int cols, std::initializer_list<double> values) {
+    ASSERT_EQ(m.rows(), rows);
+    ASSERT_EQ(m.cols(), cols);
+    for (int i = 0; i < rows * cols; ++i)
+        EXPECT_DOUBLE_EQ(m[i], values.begin()[i]) << i;
+}
+
+/// G G^T of a G of the given kind, lifted by a few roundoffs so that it is safely positive definite. Below the diagonal
+/// stand values that nobody should read.
+void make_upper_triangle(mlMatrix & a, Kind kind, int n) {
+    mlMatrix g;
+    make_matrix(g, kind, n, n, n);
+    multiply(g, mlMatrix(mlMatrixTranspose, g), a);
+    for (int i = 0; i < n; ++i) {
+        a(i, i) += 100 * n * roundoff * norm_1(a);
+        for (int j = 0; j < i; ++j)
+            a(i, j) = nan;
+    }
+}
+
+class CholeskyOfOrder : public testing::TestWithParam<int> {};
+
+TEST_P(CholeskyOfOrder, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
+    int const n = GetParam();
+    for (Kind const kind : all_kinds) {
+        SCOPED_TRACE(name_of(kind));
+        if (kind == Kind::zero_row && n == 1) continue; // the only one that no lift makes definite
+        mlMatrix upper, a, l, l_inverted, inverse, b, x;
+        make_upper_triangle(upper, kind, n);
+        mlCholeskyDecomposition const cholesky(upper);
+        ASSERT_EQ(cholesky.is_singular(), 0);
+        mlMatrix const identity(mlMatrixIdentity, n);
+        cholesky.matrix_original(a);
+        cholesky.matrix_l(l);
+        EXPECT_LT(factor_ratio(l, mlMatrix(mlMatrixTranspose, l), a), 30);
+        cholesky.matrix_l_inverted(l_inverted);
+        EXPECT_LT(solve_ratio(l, l_inverted, identity), 30);
+        cholesky.inverse(inverse);
+        EXPECT_LT(solve_ratio(a, inverse, identity), 30);
+
+        fill_random(b, n, 11, 3);
+        cholesky.solve(b, x);
+        EXPECT_LT(solve_ratio(a, x, b), 30);
+        mlVector column;
+        for (int c = 0; c < b.cols(); ++c) { // the vector form, in place, in a vector that is too long at first
+            column.expand(n + 1);
+            column.shrink(n, 0);
+            column = b.col(c);
+            cholesky.solve(column, column);
+            ASSERT_EQ(column.size(), n);
+            for (int i = 0; i < n; ++i)
+                EXPECT_EQ(column[i], x(i, c));
+        }
+        cholesky.solve(b, b);
+        EXPECT_TRUE(b == x);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, CholeskyOfOrder, testing::Values(1, 2, 3, 5, 10, 50));
+
+TEST(Cholesky, StopsAtTheFirstSquareThatIsNotPositive) {
+    mlMatrix a, l;
+    set(a, 3, 3, {4, 2, 6, 0, 1, 8, 0, 0, 100}); // 1 - 1 * 1 is exactly 0
+    mlCholeskyDecomposition const semidefinite(a);
+    EXPECT_EQ(semidefinite.is_singular(), 1);
+    semidefinite.matrix_l(l);
+    expect_elements(l, 3, 3, {2, 0, 0, 1, 0, 0, 3, 0, 0});
+    EXPECT_EQ(semidefinite.determinant(), 0.0);
+    set(a, 2, 2, {1, 2, 2, 1});
+    EXPECT_EQ(mlCholeskyDecomposition(a).is_singular(), 1);
+    set(a, 2, 2, {nan, 2, 2, 1});
+    EXPECT_EQ(mlCholeskyDecomposition(a).is_singular(), 0);
+
+    mlCholeskyDecomposition const empty{mlMatrix()};
+    EXPECT_EQ(empty.is_singular(), 0);
+    EXPECT_EQ(empty.determinant(), 1.0);
+}
+
+TEST(Cholesky, SubtractsTheNearestTermFirstOnTheWayDownAndUp) {
+    double const p27 = 134217728.0, p54 = p27 * p27; // doubles above 2^54 are 4 apart
+    mlMatrix a;
+    set(a, 3, 3, {1, 0, 1, 0, 1, p27, 1, p27, p54 + 4});
+    EXPECT_NEAR(mlCholeskyDecomposition(a).determinant(), 3.0, 1e-12); // the farthest first would give 4
+
+    set(a, 3, 3, {1, p27, 0.25, p27, p54 + 4, p27 / 4, 0.25, p27 / 4, 1.0625});
+    mlVector x(mlVectorZero, 3);
+    x[0] = p54 + 4;
+    x[1] = p27 * (p54 + 8);
+    x[2] = p54 / 4 + 2;
+    mlCholeskyDecomposition(a).solve(x, x);
+    EXPECT_EQ(x[0], 3.75); // the farthest first would give 4
+    EXPECT_EQ(x[1], p27);
+    EXPECT_EQ(x[2], 1.0);
+}
+
+/// Largest cosine between two rows.
+double largest_cosine(mlMatrix const & m) {
+    double largest = 0.0;
+    for (int i = 0; i < m.rows(); ++i) {
+        for (int j = 0; j < i; ++j) {
+            double const lengths = std::sqrt(m.row(i).modulus_squared() * m.row(j).modulus_squared());
+            largest = std::max(largest, std::fabs(scalar_product(m.row(i), m.row(j))) / lengths);
+        }
+    }
+    return largest;
+}
+
+TEST(GramSchmidt, RemovesTheFirstDependentRowAndAllBehindIt) {
+    mlMatrix m;
+    set(m, 5, 3, {1, 0, 0, 1, 1, 0, 3, 2, 0, 0, 0, 1, 5, 5, 5});
+    EXPECT_EQ(mlGramSchmidt(&m).status(), mlGSRowRemoved);
+    expect_elements(m, 2, 3, {1, 0, 0, 0, 1, 0});
+
+    set(m, 2, 2, {0, 0, 1, 2});
+    EXPECT_EQ(mlGramSchmidt(&m).status(), mlGSRowRemoved);
+    EXPECT_EQ(m.rows(), 0);
+}
+
+TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
+    mlMatrix m;
+    mlGramSchmidt basis(&m);
+    EXPECT_EQ(basis.status(), mlGSNothingDone);
+    auto const add = [&](std::initializer_list<double> elements, int keep, mlGSStatus status, double answer,
+                         std::initializer_list<double> left, int rows) {
+        mlVector v;
+        v.become(utConvert, elements.begin(), static_cast<int>(elements.size()));
+        EXPECT_EQ(basis.add(&v, keep), answer);
+        EXPECT_EQ(basis.status(), status);
+        for (int i = 0; i < v.size(); ++i)
+            EXPECT_EQ(v[i], left.begin()[i]);
+        EXPECT_EQ(m.rows(), rows);
+    };
+    add({}, 1, mlGSNegligible, 0.0, {}, 0);
+    add({9e-6, 0}, 1, mlGSNegligible, 0.0, {9e-6, 0}, 0);
+    add({2, 0}, 1, mlGSSucceeded, 4.0, {2, 0}, 1);
+    add({1, 2, 3}, 1, mlGSWrongSize, 0.0, {1, 2, 3}, 1);
+    add({1e-6}, 1, mlGSWrongSize, 0.0, {1e-6}, 1); // the size is looked at first
+    add({3, 9e-6}, 1, mlGSRowRemoved, 0.0, {3, 9e-6}, 1);
+    add({3, 5}, 0, mlGSSucceeded, 25.0, {0, 5}, 1);
+    add({3, 7}, 1, mlGSSucceeded, 49.0, {0, 7}, 2);
+}
+
+TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {
+    for (Kind const kind : {Kind::identity, Kind::random, Kind::huge}) {
+        for (int const n : {1, 2, 3, 5, 10, 50}) {
+            for (int const orthonormal : {0, 1}) {
+                SCOPED_TRACE(name_of(kind) + " " + std::to_string(n));
+                mlMatrix a, q, r, columns, rows;
+                make_matrix(a, kind, n, n + 2, n);
+                mlQRDecomposition qr(&q, &r);
+                if (orthonormal) qr.set_Q_orthonormal();
+                mlVector v(mlVectorZero, n + 2);
+                for (int i = 0; i < n; ++i) {
+                    v = a.row(i);
+                    qr.add(&v);
+                    ASSERT_EQ(qr.status(), mlQRAdded);
+                }
+                ASSERT_EQ(q.rows(), n);
+                EXPECT_LT(largest_cosine(q), 1e-12);
+                qr.get_orthonormal_Q(columns);
+                EXPECT_EQ(columns.cols(), orthonormal ? n : 0);
+                rows.become(mlMatrixTranspose, columns);
+                EXPECT_LT(factor_ratio(r, orthonormal ? rows : q, a), 30);
+                for (int i = 0; i < n; ++i) {
+                    for (int j = i + 1; j < n; ++j)
+                        EXPECT_EQ(r(i, j), 0.0);
+                }
+            }
+        }
+    }
+}
+
+TEST(QR, TellsByItsStatusWhatBecameOfAVector) {
+    mlMatrix q, r;
+    mlQRDecomposition qr(&q, &r);
+    EXPECT_EQ(qr.status(), mlQRNothingDone);
+    auto const add = [&](mlQRDecomposition & to, std::initializer_list<double> elements, mlQRStatus status) {
+        mlVector v;
+        v.become(utConvert, elements.begin(), static_cast<int>(elements.size()));
+        to.add(&v);
+        EXPECT_EQ(to.status(), status);
+    };
+    add(qr, {1, 0}, mlQRAdded);
+    add(qr, {1, 1}, mlQRAdded);
+    expect_elements(r, 2, 2, {1, 0, 1, 1});
+    add(qr, {9e-6}, mlQRNegligible); // the length is looked at first
+    add(qr, {1, 2, 3}, mlQRWrongSize);
+    expect_elements(q, 2, 2, {1, 0, 0, 1});
+    add(qr, {5, 7}, mlQRAdded); // dependent, and yet: its coefficients replace the last row
+    expect_elements(q, 2, 2, {1, 0, 0, 1});
+    expect_elements(r, 2, 2, {1, 0, 5, 7});
+
+    mlMatrix orthogonal, coefficients, orthonormal;
+    mlQRDecomposition unit(&orthogonal, &coefficients);
+    unit.set_Q_orthonormal();
+    add(unit, {3, 4}, mlQRAdded);
+    expect_elements(coefficients, 1, 1, {5});
+    add(unit, {6, 8}, mlQRAdded); // dependent
+    expect_elements(coefficients, 1, 1, {10});
+    unit.get_orthonormal_Q(orthonormal);
+    expect_elements(orthonormal, 2, 2, {0.6, 0.6, 0.8, 0.8});
+}
+
+/// A diagonally dominant system of order n, its diagonal of the given sign, and its matrix in full.
+struct TridiagonalProblem {
+    TridiagonalProblem(int n, double sign, int corners) : dense(mlMatrixZero, n, n), x(mlMatrixZero, n, 1) {
+        mlRandom random(n);
+        for (int i = 0; i < n; ++i) {
+            lower[n - 1 - i] = random.uniform(-1.0, 1.0); // stored backwards
+            upper[2 * i] = random.uniform(-1.0, 1.0);     // and in every second place
+            upper[2 * i + 1] = nan;
+            diagonal[i] = sign * random.uniform(2.0, 3.0);
+            r[i] = random.uniform(-1.0, 1.0);
+        }
+        lower[n - 1] = sign * std::fabs(lower[n - 1]);
+        upper[2 * n - 2] = sign * std::fabs(upper[2 * n - 2]);
+        for (int i = 0; i < n; ++i) {
+            dense(i, i) += diagonal[i];
+            if (i > 0 || corners) dense(i, (i + n - 1) % n) += lower[n - 1 - i];
+            if (i < n - 1 || corners) dense(i, (i + 1) % n) += upper[2 * i];
+        }
+    }
+
+    mlTridiagonal system() const {
+        int const n = diagonal.size();
+        return mlTridiagonal(n, lower.slice(n - 1, -1, n), diagonal.slice(), upper.slice(0, 2, n));
+    }
+
+    /// How many roundoffs explain the residual of x.
+    double ratio() const {
+        mlMatrix const b(utConvert, r.data(), r.size(), 1);
+        return solve_ratio(dense, x, b);
+    }
+
+    mlVector lower, diagonal, upper, r;
+    mlMatrix dense, x;
+};
+
+class TridiagonalOfOrder : public testing::TestWithParam<int> {};
+
+TEST_P(TridiagonalOfOrder, LeavesAResidualOfAFewRoundoffsWithAndWithoutCorners) {
+    int const n = GetParam();
+    TridiagonalProblem plain(n, 1.0, 0);
+    mlSlice x = plain.x.col(0);
+    plain.system().solve(plain.r.slice(), x);
+    EXPECT_LT(plain.ratio(), 4);
+
+    for (double const sign : {1.0, -1.0}) {
+        if (n == 1) break;
+        TridiagonalProblem periodic(n, sign, 1);
+        mlSlice in_place = periodic.x.col(0);
+        in_place = periodic.r;
+        EXPECT_EQ(periodic.system().same_sign_corners(), 1);
+        periodic.system().solve_periodic(in_place, in_place);
+        EXPECT_LT(periodic.ratio(), 10) << sign;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, TridiagonalOfOrder, testing::Values(1, 2, 3, 5, 10, 50, 400));
+
+TEST(Tridiagonal, DropsCornersWhoseSignsDisagree) {
+    for (int const n : {2, 5}) {
+        TridiagonalProblem problem(n, 1.0, 0);
+        problem.lower[n - 1] = -0.5; // the corner of row 0
+        EXPECT_EQ(problem.system().same_sign_corners(), 0);
+        mlSlice x = problem.x.col(0);
+        problem.system().solve_periodic(problem.r.slice(), x);
+        EXPECT_LT(problem.ratio(), 4);
+    }
+}
+
+TEST(Tridiagonal, OfOrderOneHasOnlyTheFirstCorner) {
+    double a[] = {2}, b[] = {2}, c[] = {5}, r[] = {12};
+    mlSlice x(r, 0, 1, 1);
+    mlTridiagonal(1, mlSlice(a, 0, 1, 1), mlSlice(b, 0, 1, 1), mlSlice(c, 0, 1, 1)).solve_periodic(x, x);
+    EXPECT_DOUBLE_EQ(r[0], 3.0);
+}
+
+TEST(Tridiagonal, AnswersWhetherAPlainSolveCanBeTrusted) {
+    double ones[] = {1, 1, 1, 1}, twos[] = {2, 2, 2, 2}, zero[] = {-0.0};
+    auto const view = [](double * values, int n = 3) { return mlSlice(values, 0, n, 1); };
+    EXPECT_EQ(mlTridiagonal(3, view(ones), view(twos), view(ones)).diagonally_dominant(), 1);
+    for (int const row : {0, 1, 2}) {
+        double diagonal[] = {2, 2, 2};
+        diagonal[row] = row == 1 ? 1.9 : 0.9;
+        EXPECT_EQ(mlTridiagonal(3, view(ones), view(diagonal), view(ones)).diagonally_dominant(), 0) << row;
+    }
+    double large_corner[] = {9, 1, 1};
+    EXPECT_EQ(mlTridiagonal(3, view(large_corner), view(twos), view(ones)).diagonally_dominant(), 1);
+    EXPECT_EQ(mlTridiagonal(1, view(ones, 1), view(zero, 1), view(ones, 1)).diagonally_dominant(), 0);
+    EXPECT_EQ(mlTridiagonal(1, view(ones, 1), view(zero, 1), view(ones, 1)).non_zero_diagonal(), 0);
+    EXPECT_EQ(mlTridiagonal(3, view(ones), view(twos), view(ones)).non_zero_diagonal(), 1);
+}
+
+} // namespace
