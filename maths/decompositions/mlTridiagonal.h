@@ -41,6 +41,8 @@ public:
     void solve_periodic(mlSlice const & r, mlSlice & x) const;
 
 private:
+    void check_lengths(mlSlice const & x) const;
+
     int n_;
     mlSlice lower_, diagonal_, upper_;
 };
