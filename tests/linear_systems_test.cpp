@@ -62,12 +62,10 @@ TEST_P(CholeskyOfOrder, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
         cholesky.solve(b, x);
         EXPECT_LT(solve_ratio(a, x, b), 30);
         mlVector column;
-        for (int c = 0; c < b.cols(); ++c) { // the vector form, in place, in a vector that is too long at first
-            column.expand(n + 1);
-            column.shrink(n, 0);
+        for (int c = 0; c < b.cols(); ++c) { // the vector form, in place
+            column.expand(n);
             column = b.col(c);
             cholesky.solve(column, column);
-            ASSERT_EQ(column.size(), n);
             for (int i = 0; i < n; ++i)
                 EXPECT_EQ(column[i], x(i, c));
         }
@@ -113,18 +111,6 @@ TEST(Cholesky, SubtractsTheNearestTermFirstOnTheWayDownAndUp) {
     EXPECT_EQ(x[2], 1.0);
 }
 
-/// Largest cosine between two rows.
-double largest_cosine(mlMatrix const & m) {
-    double largest = 0.0;
-    for (int i = 0; i < m.rows(); ++i) {
-        for (int j = 0; j < i; ++j) {
-            double const lengths = std::sqrt(m.row(i).modulus_squared() * m.row(j).modulus_squared());
-            largest = std::max(largest, std::fabs(scalar_product(m.row(i), m.row(j))) / lengths);
-        }
-    }
-    return largest;
-}
-
 TEST(GramSchmidt, RemovesTheFirstDependentRowAndAllBehindIt) {
     mlMatrix m;
     set(m, 5, 3, {1, 0, 0, 1, 1, 0, 3, 2, 0, 0, 0, 1, 5, 5, 5});
@@ -163,29 +149,23 @@ TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
 TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {
     for (Kind const kind : {Kind::identity, Kind::random, Kind::huge}) {
         for (int const n : {1, 2, 3, 5, 10, 50}) {
-            for (int const orthonormal : {0, 1}) {
-                SCOPED_TRACE(name_of(kind) + " " + std::to_string(n));
-                mlMatrix a, q, r, columns, rows;
-                make_matrix(a, kind, n, n + 2, n);
-                mlQRDecomposition qr(&q, &r);
-                if (orthonormal) qr.set_Q_orthonormal();
-                mlVector v(mlVectorZero, n + 2);
-                for (int i = 0; i < n; ++i) {
-                    v = a.row(i);
-                    qr.add(&v);
-                    ASSERT_EQ(qr.status(), mlQRAdded);
-                }
-                ASSERT_EQ(q.rows(), n);
-                EXPECT_LT(largest_cosine(q), 1e-12);
-                qr.get_orthonormal_Q(columns);
-                EXPECT_EQ(columns.cols(), orthonormal ? n : 0);
-                rows.become(mlMatrixTranspose, columns);
-                EXPECT_LT(factor_ratio(r, orthonormal ? rows : q, a), 30);
-                for (int i = 0; i < n; ++i) {
-                    for (int j = i + 1; j < n; ++j)
-                        EXPECT_EQ(r(i, j), 0.0);
-                }
+            mlMatrix a, q, r, orthogonal, coefficients, orthonormal;
+            make_matrix(a, kind, n, n + 2, n);
+            mlQRDecomposition plain(&q, &r), unit(&orthogonal, &coefficients);
+            unit.set_Q_orthonormal();
+            mlVector v(mlVectorZero, n + 2);
+            for (int i = 0; i < n; ++i) {
+                v = a.row(i);
+                plain.add(&v);
+                unit.add(&v);
             }
+            ASSERT_EQ(q.rows(), n);
+            EXPECT_TRUE(q == orthogonal);
+            unit.get_orthonormal_Q(orthonormal);
+            EXPECT_LT(orthonormality_ratio(orthonormal), 30) << name_of(kind) << n;
+            EXPECT_LT(factor_ratio(r, q, a), 30) << name_of(kind) << n;
+            EXPECT_LT(factor_ratio(coefficients, mlMatrix(mlMatrixTranspose, orthonormal), a), 30)
+                << name_of(kind) << n;
         }
     }
 }
@@ -221,34 +201,34 @@ TEST(QR, TellsByItsStatusWhatBecameOfAVector) {
     expect_elements(orthonormal, 2, 2, {0.6, 0.6, 0.8, 0.8});
 }
 
-/// A diagonally dominant system of order n, its diagonal of the given sign, and its matrix in full.
+/// A diagonally dominant system of order n, its diagonal and corners of the given sign, and its matrix in full, with or
+/// without the corners.
 struct TridiagonalProblem {
-    TridiagonalProblem(int n, double sign, int corners) : dense(mlMatrixZero, n, n), x(mlMatrixZero, n, 1) {
+    TridiagonalProblem(int n, double sign, bool corners) : dense(mlMatrixZero, n, n), x(mlMatrixZero, n, 1) {
         mlRandom random(n);
         for (int i = 0; i < n; ++i) {
-            lower[n - 1 - i] = random.uniform(-1.0, 1.0); // stored backwards
-            upper[2 * i] = random.uniform(-1.0, 1.0);     // and in every second place
-            upper[2 * i + 1] = nan;
-            diagonal[i] = sign * random.uniform(2.0, 3.0);
-            r[i] = random.uniform(-1.0, 1.0);
-        }
-        lower[n - 1] = sign * std::fabs(lower[n - 1]);
-        upper[2 * n - 2] = sign * std::fabs(upper[2 * n - 2]);
-        for (int i = 0; i < n; ++i) {
+            lower[n - 1 - i] = random.uniform(i > 0 ? -1.0 : 0.0, 1.0) * sign; // stored backwards
+            upper[i] = random.uniform(i < n - 1 ? -1.0 : 0.0, 1.0) * sign;
+            diagonal[i] = random.uniform(2.0, 3.0) * sign;
+            r[2 * i] = r[2 * i + 1] = random.uniform(-1.0, 1.0);
             dense(i, i) += diagonal[i];
             if (i > 0 || corners) dense(i, (i + n - 1) % n) += lower[n - 1 - i];
-            if (i < n - 1 || corners) dense(i, (i + 1) % n) += upper[2 * i];
+            if (i < n - 1 || corners) dense(i, (i + 1) % n) += upper[i];
         }
     }
 
     mlTridiagonal system() const {
-        int const n = diagonal.size();
-        return mlTridiagonal(n, lower.slice(n - 1, -1, n), diagonal.slice(), upper.slice(0, 2, n));
+        int const n = dense.rows();
+        return mlTridiagonal(n, lower.slice(n - 1, -1, n), diagonal.slice(), upper.slice());
     }
 
-    /// How many roundoffs explain the residual of x.
-    double ratio() const {
-        mlMatrix const b(utConvert, r.data(), r.size(), 1);
+    /// How many roundoffs explain the residual of x, solved in place.
+    double ratio(void (mlTridiagonal::*solve)(mlSlice const &, mlSlice &) const) {
+        mlMatrix b(mlMatrixZero, x.rows(), 1);
+        mlSlice right_side = r.slice(0, 2, x.rows()), solution = x.col(0);
+        b.col(0) = right_side;
+        (system().*solve)(right_side, right_side);
+        solution = right_side;
         return solve_ratio(dense, x, b);
     }
 
@@ -256,60 +236,41 @@ struct TridiagonalProblem {
     mlMatrix dense, x;
 };
 
-class TridiagonalOfOrder : public testing::TestWithParam<int> {};
+TEST(Tridiagonal, LeavesAResidualOfAFewRoundoffsWithAndWithoutCorners) {
+    for (int const n : {1, 2, 3, 5, 10, 50, 400}) {
+        EXPECT_LT(TridiagonalProblem(n, 1.0, false).ratio(&mlTridiagonal::solve), 4) << n;
+        if (n == 1) continue;
+        EXPECT_LT(TridiagonalProblem(n, 1.0, true).ratio(&mlTridiagonal::solve_periodic), 10) << n;
+        EXPECT_LT(TridiagonalProblem(n, -1.0, true).ratio(&mlTridiagonal::solve_periodic), 10) << n;
 
-TEST_P(TridiagonalOfOrder, LeavesAResidualOfAFewRoundoffsWithAndWithoutCorners) {
-    int const n = GetParam();
-    TridiagonalProblem plain(n, 1.0, 0);
-    mlSlice x = plain.x.col(0);
-    plain.system().solve(plain.r.slice(), x);
-    EXPECT_LT(plain.ratio(), 4);
-
-    for (double const sign : {1.0, -1.0}) {
-        if (n == 1) break;
-        TridiagonalProblem periodic(n, sign, 1);
-        mlSlice in_place = periodic.x.col(0);
-        in_place = periodic.r;
-        EXPECT_EQ(periodic.system().same_sign_corners(), 1);
-        periodic.system().solve_periodic(in_place, in_place);
-        EXPECT_LT(periodic.ratio(), 10) << sign;
+        TridiagonalProblem disagreeing(n, 1.0, false);
+        EXPECT_EQ(disagreeing.system().same_sign_corners(), 1);
+        disagreeing.lower[n - 1] = -0.5; // the corner of row 0: both are dropped
+        EXPECT_EQ(disagreeing.system().same_sign_corners(), 0);
+        EXPECT_LT(disagreeing.ratio(&mlTridiagonal::solve_periodic), 4) << n;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, TridiagonalOfOrder, testing::Values(1, 2, 3, 5, 10, 50, 400));
-
-TEST(Tridiagonal, DropsCornersWhoseSignsDisagree) {
-    for (int const n : {2, 5}) {
-        TridiagonalProblem problem(n, 1.0, 0);
-        problem.lower[n - 1] = -0.5; // the corner of row 0
-        EXPECT_EQ(problem.system().same_sign_corners(), 0);
-        mlSlice x = problem.x.col(0);
-        problem.system().solve_periodic(problem.r.slice(), x);
-        EXPECT_LT(problem.ratio(), 4);
-    }
-}
-
-TEST(Tridiagonal, OfOrderOneHasOnlyTheFirstCorner) {
-    double a[] = {2}, b[] = {2}, c[] = {5}, r[] = {12};
-    mlSlice x(r, 0, 1, 1);
-    mlTridiagonal(1, mlSlice(a, 0, 1, 1), mlSlice(b, 0, 1, 1), mlSlice(c, 0, 1, 1)).solve_periodic(x, x);
-    EXPECT_DOUBLE_EQ(r[0], 3.0);
-}
-
-TEST(Tridiagonal, AnswersWhetherAPlainSolveCanBeTrusted) {
-    double ones[] = {1, 1, 1, 1}, twos[] = {2, 2, 2, 2}, zero[] = {-0.0};
-    auto const view = [](double * values, int n = 3) { return mlSlice(values, 0, n, 1); };
-    EXPECT_EQ(mlTridiagonal(3, view(ones), view(twos), view(ones)).diagonally_dominant(), 1);
+TEST(Tridiagonal, AnswersForItsEndRowsAndCornersLiterally) {
+    auto const system = [](double * a, double * b, double * c, int n) {
+        return mlTridiagonal(n, mlSlice(a, 0, n, 1), mlSlice(b, 0, n, 1), mlSlice(c, 0, n, 1));
+    };
+    double corner[] = {9, 1, 1}, ones[] = {1, 1, 1}, twos[] = {2, 2, 2}, zero[] = {-0.0};
+    EXPECT_EQ(system(corner, twos, ones, 3).diagonally_dominant(), 1);
+    EXPECT_EQ(system(corner, twos, ones, 3).non_zero_diagonal(), 1);
     for (int const row : {0, 1, 2}) {
-        double diagonal[] = {2, 2, 2};
-        diagonal[row] = row == 1 ? 1.9 : 0.9;
-        EXPECT_EQ(mlTridiagonal(3, view(ones), view(diagonal), view(ones)).diagonally_dominant(), 0) << row;
+        double diagonal[] = {1, 2, 1};
+        EXPECT_EQ(system(ones, diagonal, ones, 3).diagonally_dominant(), 1) << row;
+        diagonal[row] -= 0.1;
+        EXPECT_EQ(system(ones, diagonal, ones, 3).diagonally_dominant(), 0) << row;
     }
-    double large_corner[] = {9, 1, 1};
-    EXPECT_EQ(mlTridiagonal(3, view(large_corner), view(twos), view(ones)).diagonally_dominant(), 1);
-    EXPECT_EQ(mlTridiagonal(1, view(ones, 1), view(zero, 1), view(ones, 1)).diagonally_dominant(), 0);
-    EXPECT_EQ(mlTridiagonal(1, view(ones, 1), view(zero, 1), view(ones, 1)).non_zero_diagonal(), 0);
-    EXPECT_EQ(mlTridiagonal(3, view(ones), view(twos), view(ones)).non_zero_diagonal(), 1);
+    EXPECT_EQ(system(ones, zero, ones, 1).diagonally_dominant(), 0);
+    EXPECT_EQ(system(ones, zero, ones, 1).non_zero_diagonal(), 0);
+
+    double r[] = {12};
+    mlSlice x(r, 0, 1, 1);
+    system(twos, twos, corner, 1).solve_periodic(x, x); // of order 1, only lower[0] joins the diagonal
+    EXPECT_DOUBLE_EQ(r[0], 3.0);
 }
 
 } // namespace
