@@ -1,7 +1,3 @@
-#include <cmath>
-#include <initializer_list>
-#include <limits>
-
 #include <gtest/gtest.h>
 
 #include "maths/decompositions/mlCholeskyDecomposition.h"
@@ -9,21 +5,9 @@
 #include "maths/decompositions/mlTridiagonal.h"
 #include "tests/support/matrices.h"
 #include "tests/support/ratios.h"
+#include "tests/support/values.h"
 
 namespace {
-
-double const nan = std::numeric_limits<double>::quiet_NaN();
-
-void set(mlMatrix & m, int rows, int cols, std::initializer_list<double> values) {
-    m.become(utConvert, values.begin(), rows, cols);
-}
-
-void expect_elements(mlMatrix const & m, int rows, int cols, std::initializer_list<double> values) {
-    ASSERT_EQ(m.rows(), rows);
-    ASSERT_EQ(m.cols(), cols);
-    for (int i = 0; i < rows * cols; ++i)
-        EXPECT_DOUBLE_EQ(m[i], values.begin()[i]) << i;
-}
 
 /// G G^T of a G of the given kind, lifted by a few roundoffs so that it is safely positive definite. Below the diagonal
 /// stand values that nobody should read.
@@ -34,7 +18,7 @@ void make_upper_triangle(mlMatrix & a, Kind kind, int n) {
     for (int i = 0; i < n; ++i) {
         a(i, i) += 100 * n * roundoff * norm_1(a);
         for (int j = 0; j < i; ++j)
-            a(i, j) = nan;
+            a(i, j) = nan_value;
     }
 }
 
@@ -77,69 +61,50 @@ TEST_P(CholeskyOfOrder, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
 INSTANTIATE_TEST_SUITE_P(, CholeskyOfOrder, testing::Values(1, 2, 3, 5, 10, 50));
 
 TEST(Cholesky, StopsAtTheFirstSquareThatIsNotPositive) {
-    mlMatrix a, l;
-    set(a, 3, 3, {4, 2, 6, 0, 1, 8, 0, 0, 100}); // 1 - 1 * 1 is exactly 0
-    mlCholeskyDecomposition const semidefinite(a);
+    mlMatrix l;
+    mlCholeskyDecomposition const semidefinite(Matrix(3, 3, {4, 2, 6, 0, 1, 8, 0, 0, 100})); // 1 - 1 * 1 is exactly 0
     EXPECT_EQ(semidefinite.is_singular(), 1);
     semidefinite.matrix_l(l);
-    expect_elements(l, 3, 3, {2, 0, 0, 1, 0, 0, 3, 0, 0});
+    EXPECT_EQ(contents(l), (Values{2, 0, 0, 1, 0, 0, 3, 0, 0}));
     EXPECT_EQ(semidefinite.determinant(), 0.0);
-    set(a, 2, 2, {1, 2, 2, 1});
-    EXPECT_EQ(mlCholeskyDecomposition(a).is_singular(), 1);
-    set(a, 2, 2, {nan, 2, 2, 1});
-    EXPECT_EQ(mlCholeskyDecomposition(a).is_singular(), 0);
-
-    mlCholeskyDecomposition const empty{mlMatrix()};
-    EXPECT_EQ(empty.is_singular(), 0);
-    EXPECT_EQ(empty.determinant(), 1.0);
+    EXPECT_EQ(mlCholeskyDecomposition(Matrix(2, 2, {1, 2, 2, 1})).is_singular(), 1);
+    EXPECT_EQ(mlCholeskyDecomposition(Matrix(2, 2, {nan_value, 2, 2, 1})).is_singular(), 0);
+    EXPECT_EQ(mlCholeskyDecomposition(mlMatrix()).is_singular(), 0);
+    EXPECT_EQ(mlCholeskyDecomposition(mlMatrix()).determinant(), 1.0);
 }
 
-TEST(Cholesky, SubtractsTheNearestTermFirstOnTheWayDownAndUp) {
-    double const p27 = 134217728.0, p54 = p27 * p27; // doubles above 2^54 are 4 apart
-    mlMatrix a;
-    set(a, 3, 3, {1, 0, 1, 0, 1, p27, 1, p27, p54 + 4});
-    EXPECT_NEAR(mlCholeskyDecomposition(a).determinant(), 3.0, 1e-12); // the farthest first would give 4
+TEST(Cholesky, SubtractsTheNearestTermFirstOnTheWayDownAndUp) { // the farthest first would give 4, both times
+    double const p27 = 134217728.0, p54 = p27 * p27;            // doubles above 2^54 are 4 apart
+    mlCholeskyDecomposition const down(Matrix(3, 3, {1, 0, 1, 0, 1, p27, 1, p27, p54 + 4}));
+    EXPECT_NEAR(down.determinant(), 3.0, 1e-12);
 
-    set(a, 3, 3, {1, p27, 0.25, p27, p54 + 4, p27 / 4, 0.25, p27 / 4, 1.0625});
-    mlVector x(mlVectorZero, 3);
-    x[0] = p54 + 4;
-    x[1] = p27 * (p54 + 8);
-    x[2] = p54 / 4 + 2;
-    mlCholeskyDecomposition(a).solve(x, x);
-    EXPECT_EQ(x[0], 3.75); // the farthest first would give 4
-    EXPECT_EQ(x[1], p27);
-    EXPECT_EQ(x[2], 1.0);
+    mlCholeskyDecomposition const up(Matrix(3, 3, {1, p27, 0.25, 0, p54 + 4, p27 / 4, 0, 0, 1.0625}));
+    Vector x{p54 + 4, p27 * (p54 + 8), p54 / 4 + 2};
+    up.solve(x, x);
+    EXPECT_EQ(contents(x), (Values{3.75, p27, 1}));
 }
 
 TEST(GramSchmidt, RemovesTheFirstDependentRowAndAllBehindIt) {
-    mlMatrix m;
-    set(m, 5, 3, {1, 0, 0, 1, 1, 0, 3, 2, 0, 0, 0, 1, 5, 5, 5});
-    EXPECT_EQ(mlGramSchmidt(&m).status(), mlGSRowRemoved);
-    expect_elements(m, 2, 3, {1, 0, 0, 0, 1, 0});
-
-    set(m, 2, 2, {0, 0, 1, 2});
-    EXPECT_EQ(mlGramSchmidt(&m).status(), mlGSRowRemoved);
-    EXPECT_EQ(m.rows(), 0);
+    Matrix dependent(5, 3, {1, 0, 0, 1, 1, 0, 3, 2, 0, 0, 0, 1, 5, 5, 5}), zero_first(2, 2, {0, 0, 1, 2});
+    EXPECT_EQ(mlGramSchmidt(&dependent).status(), mlGSRowRemoved);
+    EXPECT_EQ(contents(dependent), (Values{1, 0, 0, 0, 1, 0}));
+    EXPECT_EQ(mlGramSchmidt(&zero_first).status(), mlGSRowRemoved);
+    EXPECT_EQ(zero_first.rows(), 0);
 }
 
 TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
     mlMatrix m;
     mlGramSchmidt basis(&m);
     EXPECT_EQ(basis.status(), mlGSNothingDone);
-    auto const add = [&](std::initializer_list<double> elements, int keep, mlGSStatus status, double answer,
-                         std::initializer_list<double> left, int rows) {
-        mlVector v;
-        v.become(utConvert, elements.begin(), static_cast<int>(elements.size()));
+    auto const add = [&](Vector v, int keep, mlGSStatus status, double answer, Values const & left, int rows) {
         EXPECT_EQ(basis.add(&v, keep), answer);
         EXPECT_EQ(basis.status(), status);
-        for (int i = 0; i < v.size(); ++i)
-            EXPECT_EQ(v[i], left.begin()[i]);
+        EXPECT_EQ(contents(v), left);
         EXPECT_EQ(m.rows(), rows);
     };
     add({}, 1, mlGSNegligible, 0.0, {}, 0);
     add({9e-6, 0}, 1, mlGSNegligible, 0.0, {9e-6, 0}, 0);
     add({2, 0}, 1, mlGSSucceeded, 4.0, {2, 0}, 1);
-    add({1, 2, 3}, 1, mlGSWrongSize, 0.0, {1, 2, 3}, 1);
     add({1e-6}, 1, mlGSWrongSize, 0.0, {1e-6}, 1); // the size is looked at first
     add({3, 9e-6}, 1, mlGSRowRemoved, 0.0, {3, 9e-6}, 1);
     add({3, 5}, 0, mlGSSucceeded, 25.0, {0, 5}, 1);
@@ -171,34 +136,31 @@ TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {
 }
 
 TEST(QR, TellsByItsStatusWhatBecameOfAVector) {
-    mlMatrix q, r;
-    mlQRDecomposition qr(&q, &r);
-    EXPECT_EQ(qr.status(), mlQRNothingDone);
-    auto const add = [&](mlQRDecomposition & to, std::initializer_list<double> elements, mlQRStatus status) {
-        mlVector v;
-        v.become(utConvert, elements.begin(), static_cast<int>(elements.size()));
-        to.add(&v);
-        EXPECT_EQ(to.status(), status);
+    mlMatrix q, r, orthonormal;
+    mlQRDecomposition plain(&q, &r);
+    EXPECT_EQ(plain.status(), mlQRNothingDone);
+    auto const status_after = [](mlQRDecomposition & qr, Vector v) {
+        qr.add(&v);
+        return qr.status();
     };
-    add(qr, {1, 0}, mlQRAdded);
-    add(qr, {1, 1}, mlQRAdded);
-    expect_elements(r, 2, 2, {1, 0, 1, 1});
-    add(qr, {9e-6}, mlQRNegligible); // the length is looked at first
-    add(qr, {1, 2, 3}, mlQRWrongSize);
-    expect_elements(q, 2, 2, {1, 0, 0, 1});
-    add(qr, {5, 7}, mlQRAdded); // dependent, and yet: its coefficients replace the last row
-    expect_elements(q, 2, 2, {1, 0, 0, 1});
-    expect_elements(r, 2, 2, {1, 0, 5, 7});
+    EXPECT_EQ(status_after(plain, {1, 0}), mlQRAdded);
+    EXPECT_EQ(status_after(plain, {1, 1}), mlQRAdded);
+    EXPECT_EQ(contents(r), (Values{1, 0, 1, 1}));
+    EXPECT_EQ(status_after(plain, {9e-6}), mlQRNegligible); // the length is looked at first
+    EXPECT_EQ(status_after(plain, {1, 2, 3}), mlQRWrongSize);
+    EXPECT_EQ(status_after(plain, {5, 7}), mlQRAdded); // dependent, and yet: its coefficients replace the last row
+    EXPECT_EQ(contents(q), (Values{1, 0, 0, 1}));
+    EXPECT_EQ(contents(r), (Values{1, 0, 5, 7}));
 
-    mlMatrix orthogonal, coefficients, orthonormal;
-    mlQRDecomposition unit(&orthogonal, &coefficients);
+    mlMatrix unit_q, unit_r;
+    mlQRDecomposition unit(&unit_q, &unit_r);
     unit.set_Q_orthonormal();
-    add(unit, {3, 4}, mlQRAdded);
-    expect_elements(coefficients, 1, 1, {5});
-    add(unit, {6, 8}, mlQRAdded); // dependent
-    expect_elements(coefficients, 1, 1, {10});
+    EXPECT_EQ(status_after(unit, {3, 4}), mlQRAdded);
+    EXPECT_EQ(contents(unit_r), (Values{5}));
+    EXPECT_EQ(status_after(unit, {6, 8}), mlQRAdded);
+    EXPECT_EQ(contents(unit_r), (Values{10}));
     unit.get_orthonormal_Q(orthonormal);
-    expect_elements(orthonormal, 2, 2, {0.6, 0.6, 0.8, 0.8});
+    EXPECT_EQ(contents(orthonormal), (Values{0.6, 0.6, 0.8, 0.8}));
 }
 
 /// A diagonally dominant system of order n, its diagonal and corners of the given sign, and its matrix in full, with or
