@@ -11,7 +11,8 @@
 ///   GCC and Clang want the attribute on the declaration and ignore it, with a warning, on the definition;
 ///   Microsoft's compiler wants the export on the definition and only the import on the declaration.
 ///
-/// `MATHS_BUILDING_DLL` is defined while the library itself is compiled. The Windows half has not been tested.
+/// `MATHS_BUILDING_DLL` is defined while the library itself is compiled. MinGW's GCC is tested, Microsoft's compiler is
+/// not.
 #if defined(_WIN32)
 #if defined(MATHS_BUILDING_DLL)
 #define MATHS_API __declspec(dllexport)
