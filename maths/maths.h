@@ -38,6 +38,27 @@
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
 
+#include "maths/polynomials/mlRootSolve.h"
+
+#include "maths/decompositions/mlATAEigenVecs.h"
+#include "maths/decompositions/mlAsymEigenVecs.h"
+#include "maths/decompositions/mlAsymEigenVecs2.h"
+#include "maths/decompositions/mlAsymEigenVecs3.h"
+#include "maths/decompositions/mlEigenVecs.h"
 #include "maths/decompositions/mlLUDecomposition.h"
+#include "maths/decompositions/mlPCA.h"
+#include "maths/decompositions/mlSingularValueDecomposition.h"
+#include "maths/decompositions/mlSymEigenVecs.h"
+#include "maths/decompositions/ml_svd.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
+
+#include "maths/sparse/mlSparseElement.h"
+#include "maths/sparse/mlSparseElementcoDynArr.h"
+#include "maths/sparse/mlSparseMatrix.h"
+#include "maths/sparse/mlSparseMatrixBase.h"
+#include "maths/sparse/mlSparseRow.h"
+#include "maths/sparse/mlSparseRowIT.h"
+#include "maths/sparse/mlSparseRowcoDynArrPrgcoPrg.h"
+#include "maths/sparse/mlSparseRowcoDynArrPrgcoPrgcoDynArr.h"
+#include "maths/sparse/mlSparseSymMatrix.h"
