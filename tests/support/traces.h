@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <ostream>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,9 @@ struct Call {
     int order;
     double t;
     friend bool operator==(Call const &, Call const &) = default;
+    friend std::ostream & operator<<(std::ostream & stream, Call const & call) {
+        return stream << (call.order == 0 ? "f" : call.order == 1 ? "f'" : "f''") << "(" << call.t << ")";
+    }
 };
 
 /// A function of one variable made of up to three callables, on a domain of choice.
