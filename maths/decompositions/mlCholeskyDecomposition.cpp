@@ -38,7 +38,7 @@ int ml_cholesky_decompose(mlMatrix & a, mlVector & diagonal) {
     for (int i = 0; i < n; ++i) {
         double * const row = l_transposed.data() + i * n + i;
         std::copy_n(a.data() + i * cols + i, n - i, row);
-        if (i > 0) subtract_rows(row, n - i, {a.data() + i * cols + i - 1, -1}, {row - n, -n}, i); // k falling
+        if (i > 0) subtract_rows(row, n - i, {a.data() + i * cols + i - 1, 0, -1}, {row - n, 0, -n}, i); // k falling
         if (row[0] <= 0.0) return 0;
         double const p = diagonal[i] = std::sqrt(row[0]);
         for (int j = 1; j < n - i; ++j)
@@ -53,13 +53,13 @@ void ml_cholesky_solve(mlMatrix const & a, mlVector const & diagonal, double * x
     int const cols = a.cols();
     for (int i = 0; i < n; ++i) { // L y = b, k falling
         double * const row = x + i * m;
-        if (i > 0) subtract_rows(row, m, {a.data() + i * cols + i - 1, -1}, {row - m, -m}, i);
+        if (i > 0) subtract_rows(row, m, {a.data() + i * cols + i - 1, 0, -1}, {row - m, 0, -m}, i);
         for (int j = 0; j < m; ++j)
             row[j] /= diagonal[i];
     }
     for (int i = n - 1; i >= 0; --i) { // L^T x = y, k rising
         double * const row = x + i * m;
-        if (i < n - 1) subtract_rows(row, m, {a.data() + (i + 1) * cols + i, cols}, {row + m, m}, n - 1 - i);
+        if (i < n - 1) subtract_rows(row, m, {a.data() + (i + 1) * cols + i, 0, cols}, {row + m, 0, m}, n - 1 - i);
         for (int j = 0; j < m; ++j)
             row[j] /= diagonal[i];
     }
