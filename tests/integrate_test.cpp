@@ -8,7 +8,6 @@
 #include "maths/functions/mlIntegrateRomberg.h"
 #include "maths/functions/mlIntegrateSimpson.h"
 #include "maths/functions/mlIntegrateTrapezoid.h"
-#include "maths/functions/ml_sum.h"
 #include "tests/support/traces.h"
 
 namespace {
@@ -41,11 +40,11 @@ TYPED_TEST(Integrator, AsksTheUpperEndFirstAndThenOnlyMidpoints) {
 }
 
 TYPED_TEST(Integrator, GivesALinearFunctionExactlyAndStopsAtTheFirstTest) {
-    TracedFunction const f([](double t) { return 3.0 * t + 1.0; });
-    EXPECT_EQ(this->after(10, f, 0.0, 2.0, 1e-300), 8.0);
+    TracedFunction const f([](double t) { return 3.0 * t; });
+    EXPECT_EQ(this->after(10, f, -2.0, 2.0, 1e-300), 0.0); // also what the first estimate might be compared with
     EXPECT_EQ(this->converged, 1);
     EXPECT_EQ(f.calls.size(), (std::is_same_v<TypeParam, mlIntegrateTrapezoid> ? 3u : 5u));
-    EXPECT_EQ(this->after(5, f, 2.0, 0.0, 0.0), -8.0); // no change at all is not below 0
+    EXPECT_EQ(this->after(5, f, 2.0, 0.0, 0.0), -6.0); // no change at all is not below 0
     EXPECT_EQ(this->converged, 0);
     EXPECT_EQ(this->after(4, f, 0.7, 0.7), 0.0);
 }
@@ -91,31 +90,9 @@ TEST(Integrators, LoseTheirErrorAtTheirOrders) {
     EXPECT_LT(error(mlIntegrateRomberg(never, 5)), 1e-15);
 }
 
-TEST(Integrators, RombergIsExactForDegreesUpToTwiceItsLevels) {
-    for (int k = 1; k <= 5; ++k) {
-        int const degree = 2 * k + 1;
-        TracedFunction const f([=](double t) { return std::pow(t, degree); });
-        double const exact = 1.0 / (degree + 1);
-        EXPECT_NEAR(mlIntegrateRomberg(never, k).integrate(f, 0.0, 1.0), exact, 1e-15);
-        TracedFunction const next([=](double t) { return std::pow(t, degree + 1); });
-        EXPECT_GT(std::fabs(mlIntegrateRomberg(never, k).integrate(next, 0.0, 1.0) - 1.0 / (degree + 2)), 1e-12);
-    }
-}
-
 TEST(Integrators, RombergsDivisorsOutgrow32Bits) {
     TracedFunction const f([](double) { return 1.0; });
     EXPECT_EQ(mlIntegrateRomberg(never, 18).integrate(f, 0.0, 1.0), 1.0); // a divisor of 0 would make this NaN
-}
-
-TEST(MlSum, FormsEachAbscissaByItsIndex) {
-    TracedFunction const f([](double t) { return t; });
-    double sum = 0.0;
-    for (int i = 0; i < 100; ++i)
-        sum += i * 0.1 + 0.3;
-    EXPECT_EQ(ml_sum(f, 0.3, 0.1, 100), sum);
-    EXPECT_EQ(f.calls.size(), 100u);
-    EXPECT_EQ(ml_sum(f, 0.3, 0.1, 0), 0.0);
-    EXPECT_EQ(f.calls.size(), 100u);
 }
 
 } // namespace

@@ -112,11 +112,7 @@ TEST(LevenbergMarquardt, EvaluatesAtTheStartOfEachIterationAndOnceATry) {
     start[0] = 5.0;
     fitter.set_max_iterations(2);
     double const mean = fitter.fit(start, result);
-    EXPECT_EQ(model.trace, "n"
-                           "sgg"
-                           "nsdd"
-                           "sgg"
-                           "nsdd");
+    EXPECT_EQ(model.trace, "nsggnsddsggnsdd");
     double const after_one = 5.0 - 8.0 / (2.0 + 3.0 * (0.0001 * 0.04 * 10.0));
     EXPECT_DOUBLE_EQ(mean, (after_one * after_one + (after_one - 2.0) * (after_one - 2.0)) / 2.0)
         << "of the last point linearised at, not of the result";
@@ -144,9 +140,7 @@ TEST(LevenbergMarquardt, GivesUpAtTheOptimumWhenLambdaPassesItsLimit) {
         mlLevenbergMarquardt fitter(model);
         fitter.set_strict(strict);
         EXPECT_EQ(fitter.fit(start, result), 1.0);
-        EXPECT_EQ(model.trace, "n"
-                               "sgg" +
-                                   repeat("nsdd", strict ? 46 : 16));
+        EXPECT_EQ(model.trace, "nsgg" + repeat("nsdd", strict ? 46 : 16));
         EXPECT_EQ(result[0], 1.0);
     }
 }
@@ -192,9 +186,7 @@ TEST(LevenbergMarquardt, TakesSquareDistancesFromTheModelThatHasThemPrecisely) {
     mlVector const start(mlVectorZero, 1);
     mlVector result;
     EXPECT_EQ(Fitter(model).fit(start, result, 1, 0.0, 1e-4, false), 7.0); // 7 is never below 7: no try succeeds
-    EXPECT_EQ(model.trace, "n"
-                           "sgqgq" +
-                               repeat("nsdqdq", 2));
+    EXPECT_EQ(model.trace, "nsgqgq" + repeat("nsdqdq", 2));
 }
 
 TEST(LevenbergMarquardt, SolvesTheStepByCholeskyThenByLUOrNotAtAll) {
@@ -263,11 +255,9 @@ TEST(DistanceLeastSquares, HasAUnitScaleForEachIndependentParameter) {
         int n_independent_parameters() const override { return 1; }
     };
     mlVector scales(mlVectorZero, 5);
-    LinearModel({{1.0, 2.0}}, {0.0}).parameter_scales(scales);
-    ASSERT_EQ(scales.size(), 2);
-    EXPECT_EQ(scales[0] + scales[1], 2.0);
     OneIndependent().parameter_scales(scales);
-    EXPECT_EQ(scales.size(), 1);
+    ASSERT_EQ(scales.size(), 1);
+    EXPECT_EQ(scales[0], 1.0);
 }
 
 TEST(DistanceLeastSquares, RatesHowThePointsDetermineTheParameters) {

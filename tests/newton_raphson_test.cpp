@@ -103,25 +103,14 @@ TEST(NewtonRaphson, FindsTheNearRootOfACircleAndAHyperbola) {
 
 TEST(NewtonRaphson, TakesOneStepForALinearSystem) {
     Equations const f(
-        2,
-        [](mlSlice const & x, mlVector & y) {
-            y[0] = 2.0 * x[0] + x[1] - 4.0;
-            y[1] = 4.0 * x[1] - 8.0;
-        },
-        [](mlSlice const &, mlMatrix & j) {
-            j.become(mlMatrixZero, 2, 2);
-            j(0, 0) = 2.0;
-            j(0, 1) = 1.0;
-            j(1, 1) = 4.0;
-        });
-    mlNewtonRaphson solver(mlNRDim, 2);
-    mlVector x(mlVectorZero, 2);
+        1, [](mlSlice const & x, mlVector & y) { y[0] = 4.0 * x[0] - 8.0; },
+        [](mlSlice const &, mlMatrix & j) { j(0, 0) = 4.0; });
+    mlVector x(mlVectorZero, 1);
     int converged = 0;
-    solver.solve(f, x, 0.0, converged);
+    mlNewtonRaphson(mlNRDim, 1).solve(f, x, 0.0, converged);
     EXPECT_EQ(f.trace, steps(1));
     EXPECT_EQ(converged, 1);
-    EXPECT_EQ(x[0], 1.0);
-    EXPECT_EQ(x[1], 2.0);
+    EXPECT_EQ(x[0], 2.0);
 }
 
 TEST(NewtonRaphson, StopsBeforeTheFirstStepOnlyWithinTheTolerance) {

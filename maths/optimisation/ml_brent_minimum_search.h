@@ -7,7 +7,7 @@
 ///
 /// b lies between a and c, in either order, with f(b) below f(a) and f(c). `tolerance` is relative to the abscissa;
 /// below the square root of the machine's precision, about 1.5e-8, it gains nothing.
-/// Cost: one evaluation, at b, and one more an iteration; f is asked inside the bracket only.
+/// Cost: one evaluation, at b, and one more an iteration; with b there, f is asked inside the bracket only.
 /// Failure: none is reported; after `max_iterations` the best point so far is answered in the same way. A NaN value is
 /// never taken for lower. Bad input: nothing is checked. Threads: safe as far as f is.
 /// Source: Brent, Algorithms for Minimization without Derivatives (1973).
