@@ -2,7 +2,7 @@
 
 // Objects for a debugger to show. What it is to say of each stands behind its definition.
 
-void stop_here() {}
+void stop_here(mlSlice const &, mlSlice const &) {}
 
 int main() {
     double const values[] = {1, 2, 3, 4, 5, 6};
@@ -43,5 +43,5 @@ int main() {
     mlSparseSymMatrix symmetric(mlMatrixZero, 1); //= sparse matrix of 1 x 1 = {sparse row of 1 = {[0] = 3}}
     symmetric.set(0, 0, 3.0);
 
-    stop_here();
+    stop_here(col, backwards); // GCC warns of what is never used
 }
