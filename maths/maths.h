@@ -41,3 +41,13 @@
 #include "maths/decompositions/mlLUDecomposition.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
+
+#include "maths/sparse/mlSparseElement.h"
+#include "maths/sparse/mlSparseElementcoDynArr.h"
+#include "maths/sparse/mlSparseMatrix.h"
+#include "maths/sparse/mlSparseMatrixBase.h"
+#include "maths/sparse/mlSparseRow.h"
+#include "maths/sparse/mlSparseRowIT.h"
+#include "maths/sparse/mlSparseRowcoDynArrPrgcoPrg.h"
+#include "maths/sparse/mlSparseRowcoDynArrPrgcoPrgcoDynArr.h"
+#include "maths/sparse/mlSparseSymMatrix.h"

@@ -1,0 +1,57 @@
+#include "maths/sparse/mlSparseRow.h"
+
+#include <type_traits>
+
+template class MATHS_API_TEMPLATE_DEFINITION coDynArr<mlSparseElement>;
+
+static_assert(std::is_trivially_copyable_v<mlSparseElement>, "rows grow by block copy");
+
+mlSparseRow::mlSparseRow(enum utCopy, mlSparseRow const & other) { become(utCopy, other); }
+
+mlSparseRow & mlSparseRow::become(enum utCopy, mlSparseRow const & other) {
+    reserve(other.reserved_);
+    reserved_ = other.reserved_;
+    mlSparseElementcoDynArr::become(utCopy, other);
+    return *this;
+}
+
+double mlSparseRow::element(int index) const {
+    if (empty()) return 0.0;
+    mlSparseElement const * const elements = data();
+    int lo = 0, hi = size() - 1;
+    if (index < elements[lo].index || index > elements[hi].index) return 0.0;
+    if (index == elements[hi].index) return elements[hi].value;
+    while (lo < hi) { // the wanted element is not at hi
+        int const mid = (lo + hi) / 2;
+        if (index < elements[mid].index)
+            hi = mid;
+        else if (index == elements[mid].index)
+            return elements[mid].value;
+        else if (mid == lo)
+            return 0.0;
+        else
+            lo = mid;
+    }
+    return 0.0;
+}
+
+void mlSparseRow::multiply_all_elements(double s) {
+    for (mlSparseElement & e : *this)
+        e.value *= s;
+}
+
+void mlSparseRow::divide_all_elements(double s) {
+    for (mlSparseElement & e : *this)
+        e.value /= s;
+}
+
+void mlSparseRow::clear(int release) {
+    mlSparseElementcoDynArr::clear(release);
+    if (release != 0) reserved_ = 0;
+}
+
+void mlSparseRow::reserve_twice_as_many() {
+    int const wanted = reserved_ == 0 ? 8 : 2 * reserved_;
+    reserve(wanted);
+    reserved_ = wanted;
+}

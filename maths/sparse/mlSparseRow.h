@@ -1,0 +1,51 @@
+#pragma once
+
+#include "maths/sparse/mlSparseElementcoDynArr.h"
+#include "maths/sparse/mlSparseRowIT.h"
+
+/// A row of a sparse matrix: its elements (column, value) in strictly increasing column order.
+///
+/// The order is the caller's to keep: the row neither sorts nor merges, and elements appended out of order make
+/// `element` miss some, silently. Explicit zeros may be stored; they count as elements.
+/// Growth: appending doubles the room from 8, so n appends cost O(n).
+/// Lifetime: pointers to elements and iterators are valid until the row grows or is cleared.
+/// Failure: growth throws std::bad_alloc and changes nothing. Threads: one at a time.
+class MATHS_API mlSparseRow : public mlSparseElementcoDynArr {
+public:
+    /// Without elements.
+    mlSparseRow() noexcept = default;
+
+    /// The elements of `other`, and as much room as it has asked for.
+    mlSparseRow(enum utCopy, mlSparseRow const & other);
+    mlSparseRow & become(enum utCopy, mlSparseRow const & other);
+
+    /// Adds an element behind the others, whatever its column and value.
+    void append_element(int index, double value) {
+        if (size() == reserved_) reserve_twice_as_many();
+        (*this)[size()] = mlSparseElement(index, value);
+    }
+
+    /// The value in column `index`, 0.0 where no element is stored. O(log n).
+    double element(int index) const;
+
+    int num_non_zero_elements() const { return size(); }
+    int empty() const { return size() == 0; }
+
+    /// Column of the last element, -1 for an empty row.
+    int last_column_index() const { return size() == 0 ? -1 : data()[size() - 1].index; }
+
+    mlSparseRowIT iterator() const { return mlSparseRowIT(this); }
+
+    void multiply_all_elements(double s);
+
+    /// Divides each value, and does not multiply by 1 / s.
+    void divide_all_elements(double s);
+
+    /// Makes the row empty; the storage is kept for `release` = 0, else freed.
+    void clear(int release);
+
+private:
+    void reserve_twice_as_many();
+
+    int reserved_ = 0; // the room asked for so far
+};

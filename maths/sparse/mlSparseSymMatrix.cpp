@@ -1,0 +1,98 @@
+#include "maths/sparse/mlSparseSymMatrix.h"
+
+#include "maths/core/mlVectorRuns.h"
+#include "maths/sparse/mlSparseMatrix.h"
+#include "maths/sparse/mlSparseProducts.h"
+
+mlSparseSymMatrix::mlSparseSymMatrix(enum mlMatrixZero, int n) { become(::mlMatrixZero, n); }
+
+mlSparseSymMatrix::mlSparseSymMatrix(enum mlMatrixIdentity, int n) { become(::mlMatrixIdentity, n); }
+
+mlSparseSymMatrix::mlSparseSymMatrix(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a) {
+    become(::mlMatrixPremultiplyTranspose, a);
+}
+
+mlSparseSymMatrix::mlSparseSymMatrix(enum utCopy, mlSparseSymMatrix const & m) : mlSparseMatrixBase(::utCopy, m) {}
+
+mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixZero, int n) {
+    mlSparseMatrixBase::become(n, n);
+    return *this;
+}
+
+mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixIdentity, int n) {
+    mlSparseMatrixBase::become(::mlMatrixIdentity, n);
+    return *this;
+}
+
+mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a) {
+    mlSparseMatrix const transposed(mlMatrixTranspose, a);
+    mlSparseMatrixBase::become(a.cols(), a.cols());
+    for (int i = 0; i < rows(); ++i) {
+        mlSparseRowSum sum;
+        for (mlSparseElement const & x : row(transposed, i)) {
+            mlSparseRow const & terms = row(a, x.index);
+            for (int k = terms.size() - 1; k >= 0 && terms[k].index >= i; --k)
+                sum.add(terms[k].index, x.value * terms[k].value);
+        }
+        sum.append_to(row(i));
+    }
+    return *this;
+}
+
+mlSparseSymMatrix & mlSparseSymMatrix::become(enum utCopy, mlSparseSymMatrix const & m) {
+    mlSparseMatrixBase::become(::utCopy, m);
+    return *this;
+}
+
+void mlSparseSymMatrix::concatenate(mlSparseMatrix const & b) {
+    append_right(0, b, rows());
+    resize_rows(rows() + b.cols());
+}
+
+void mlSparseSymMatrix::concatenate_diagonal(mlSparseSymMatrix const & s) {
+    int const above = rows();
+    int const count = s.rows();
+    resize_rows(above + count);
+    append_right(above, s, count);
+}
+
+void mlSparseSymMatrix::decompress(mlMatrix & m) const {
+    m.become(mlMatrixZero, rows(), cols());
+    for (int i = 0; i < rows(); ++i) {
+        for (mlSparseElement const & e : row(*this, i))
+            m(i, e.index) = m(e.index, i) = e.value;
+    }
+}
+
+void mlSparseSymMatrix::multiply_vector(mlVector const & factor, mlVector & y) const {
+    mlSparseFactor<mlVector> const unaliased(factor, y);
+    mlVector const & x = *unaliased;
+    ml_check_length("sparse multiply", cols(), x.size());
+    y.become(mlVectorZero, rows());
+    for (int i = 0; i < rows(); ++i) {
+        for (mlSparseElement const & e : row(*this, i)) {
+            y.data()[i] += x.data()[e.index] * e.value;
+            if (e.index != i) y.data()[e.index] += x.data()[i] * e.value;
+        }
+    }
+}
+
+void mlSparseSymMatrix::multiply_matrix(mlMatrix const & factor, mlMatrix & c) const {
+    mlSparseFactor<mlMatrix> const unaliased(factor, c);
+    mlMatrix const & b = *unaliased;
+    MATHS_CHECK(cols() == b.rows(), "sparse multiply: %d x %d times %d x %d", rows(), cols(), b.rows(), b.cols());
+    c.become(mlMatrixZero, rows(), b.cols());
+    for (int i = 0; i < rows(); ++i) {
+        for (mlSparseElement const & e : row(*this, i)) {
+            ml_add_multiple_of_row(c, i, e.value, b, e.index);
+            if (e.index != i) ml_add_multiple_of_row(c, e.index, e.value, b, i);
+        }
+    }
+}
+
+double mlSparseSymMatrix::row_dot_self(mlSparseRowIT & row) {
+    double sum = 0.0;
+    for (mlSparseElement const * e = row.first(); e != nullptr; e = row.next())
+        sum += e->value * e->value;
+    return sum;
+}
