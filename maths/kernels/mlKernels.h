@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "maths/maths_api.h"
+
 // The inner loops of the dense operations, once per instruction set. For use inside the library.
 //
 // Every element of a result has one order of operations, which is told here and is the same for all sets: a lane of a
@@ -32,5 +34,5 @@ struct mlKernels {
     void (*subtract_product_vector)(int rows, int depth, mlConstBlock a, double const * x, double * y);
 };
 
-/// The loops for the instruction set in use.
-mlKernels const & ml_kernels();
+/// The loops for the instruction set in use. Exported for the tests.
+MATHS_API mlKernels const & ml_kernels();

@@ -38,4 +38,10 @@ inline void transpose(Lanes (&square)[lanes]) {
 
 #include "maths/kernels/mlKernelSource.h"
 
+#include "maths/kernels/mlMatrixVectorKernel.h"
+#include "maths/kernels/mlProductKernel.h"
+
+extern mlKernels const kernels;
+mlKernels const kernels = {multiply, subtract_product, multiply_vector, subtract_product_vector};
+
 } // namespace ml_avx2

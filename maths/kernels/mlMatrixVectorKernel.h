@@ -1,4 +1,5 @@
-// y = a x and y -= a x. Part of mlKernelSource.h.
+// y = a x and y -= a x. Included after mlKernelSource.h, with `transpose` for a square of registers and
+// `row_groups_in_flight`.
 //
 // A lane is a row: squares of a are loaded by rows and transposed in registers, and each column of a square then takes
 // one multiply and one add, in order. Several groups of rows are in flight, since one alone would wait for its adds.

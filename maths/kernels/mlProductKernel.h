@@ -1,8 +1,11 @@
-// c = a b and c -= a b. Part of mlKernelSource.h.
+// c = a b and c -= a b. Included after mlKernelSource.h; tile_rows x tile_vecs is the tile, as large as the registers
+// hold.
 //
 // A tile of c stays in registers while k runs over the depth: each of its elements is one lane of one register, so it
 // takes its terms in increasing k whatever the tile. Where b does not stay in the first-level cache, the depth is cut
 // into blocks and a panel of b, as wide as a tile, is copied together for each; between blocks the tile rests in c.
+
+constexpr int packed_depth = 128;
 
 enum class Sum { fresh, continued, reduced }; // from 0.0; from c; from c, subtracting
 
@@ -51,8 +54,8 @@ template <int tile_height, int vecs, bool partial, Sum sum>
 inline void product_strip(int rows, int depth, mlConstBlock a, mlConstBlock b, mlBlock c, int width) {
     int r = 0;
     for (; r + tile_height <= rows; r += tile_height)
-        product_tile<tile_height, vecs, partial, sum>(depth, {a.first + r * a.ld, a.ld}, b,
-                                                      {c.first + r * c.ld, c.ld}, width);
+        product_tile<tile_height, vecs, partial, sum>(depth, {a.first + r * a.ld, a.ld}, b, {c.first + r * c.ld, c.ld},
+                                                      width);
     if constexpr (tile_height > 1) {
         if (r < rows)
             product_strip<tile_height / 2, vecs, partial, sum>(rows - r, depth, {a.first + r * a.ld, a.ld}, b,
