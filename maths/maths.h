@@ -38,7 +38,18 @@
 #include "maths/functions/mlFunctionN.h"
 #include "maths/functions/mlFunctionN1.h"
 
+#include "maths/polynomials/mlRootSolve.h"
+
+#include "maths/decompositions/mlATAEigenVecs.h"
+#include "maths/decompositions/mlAsymEigenVecs.h"
+#include "maths/decompositions/mlAsymEigenVecs2.h"
+#include "maths/decompositions/mlAsymEigenVecs3.h"
+#include "maths/decompositions/mlEigenVecs.h"
 #include "maths/decompositions/mlLUDecomposition.h"
+#include "maths/decompositions/mlPCA.h"
+#include "maths/decompositions/mlSingularValueDecomposition.h"
+#include "maths/decompositions/mlSymEigenVecs.h"
+#include "maths/decompositions/ml_svd.h"
 
 #include "maths/optimisation/mlDownHillSimplex.h"
 

@@ -32,6 +32,16 @@ struct mlKernels {
 
     /// y -= a x: each element has its products subtracted one by one, in increasing k < depth.
     void (*subtract_product_vector)(int rows, int depth, mlConstBlock a, double const * x, double * y);
+
+    /// Index of the largest magnitude of x[0 .. n - 1], n > 0, the first of equal ones. Nothing exceeds a NaN in front,
+    /// and no other NaN exceeds anything.
+    int (*first_largest)(int n, double const * x);
+
+    /// x /= divisor.
+    void (*divide)(int n, double * x, double divisor);
+
+    /// y -= x f for each of `count` columns x, `ld` apart, and their factors f, one after the other.
+    void (*subtract_columns)(int n, int count, double * y, double const * x, std::ptrdiff_t ld, double const * f);
 };
 
 /// The loops for the instruction set in use. Exported for the tests.

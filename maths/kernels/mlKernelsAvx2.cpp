@@ -1,4 +1,5 @@
 #include <immintrin.h>
+#include <math.h>
 #include <stddef.h>
 #include <string.h>
 
@@ -38,10 +39,11 @@ inline void transpose(Lanes (&square)[lanes]) {
 
 #include "maths/kernels/mlKernelSource.h"
 
+#include "maths/kernels/mlColumnKernel.h"
 #include "maths/kernels/mlMatrixVectorKernel.h"
 #include "maths/kernels/mlProductKernel.h"
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply, subtract_product, multiply_vector, subtract_product_vector};
+mlKernels const kernels = {multiply, subtract_product, multiply_vector, subtract_product_vector, first_largest, divide, subtract_columns};
 
 } // namespace ml_avx2

@@ -1,4 +1,5 @@
 #include <immintrin.h>
+#include <math.h>
 #include <stddef.h>
 #include <string.h>
 
@@ -28,6 +29,7 @@ inline void store_partial(double * p, Lanes x, int width) { _mm512_mask_storeu_p
 
 #include "maths/kernels/mlKernelSource.h"
 
+#include "maths/kernels/mlColumnKernel.h"
 #include "maths/kernels/mlProductKernel.h"
 
 namespace {
@@ -44,6 +46,6 @@ void subtract_product_vector(int rows, int depth, mlConstBlock a, double const *
 } // namespace
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply, subtract_product, multiply_vector, subtract_product_vector};
+mlKernels const kernels = {multiply, subtract_product, multiply_vector, subtract_product_vector, first_largest, divide, subtract_columns};
 
 } // namespace ml_avx512

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -9,14 +10,35 @@
 
 // The one place that makes the matrices of tests: kinds that are hard in different ways, reproducible from a seed.
 
-enum class Kind { identity, random, graded_rows, graded_cols, nearly_singular, huge, tiny, zero_row };
+enum class Kind {
+    identity,
+    random,
+    graded_rows,
+    graded_cols,
+    nearly_singular,
+    huge,
+    tiny,
+    zero_row,
+    zero_col,
+    graded_300_decades,
+    rank_two,
+    repeated_values,
+    near_overflow,
+    near_underflow
+};
 
 inline constexpr Kind all_kinds[] = {Kind::identity,        Kind::random, Kind::graded_rows, Kind::graded_cols,
                                      Kind::nearly_singular, Kind::huge,   Kind::tiny,        Kind::zero_row};
 
+/// Further kinds, for decompositions that rank and range leave unharmed.
+inline constexpr Kind harder_kinds[] = {Kind::zero_col,        Kind::graded_300_decades, Kind::rank_two,
+                                        Kind::repeated_values, Kind::near_overflow,      Kind::near_underflow};
+
 inline std::string name_of(Kind kind) {
-    static char const * const names[] = {"identity",        "random", "graded_rows", "graded_cols",
-                                         "nearly_singular", "huge",   "tiny",        "zero_row"};
+    static char const * const names[] = {
+        "identity",      "random",        "graded_rows", "graded_cols",        "nearly_singular", "huge",
+        "tiny",          "zero_row",      "zero_col",    "graded_300_decades", "rank_two",        "repeated_values",
+        "near_overflow", "near_underflow"};
     return names[static_cast<int>(kind)];
 }
 
@@ -62,5 +84,17 @@ inline void make_matrix(mlMatrix & m, Kind kind, int rows, int cols, long seed =
         for (int c = 0; c < cols; ++c)
             m(rows / 2, c) = 0.0;
         break;
+    case Kind::zero_col: each([&](int r, int c) { return c == cols / 2 ? 0.0 : m(r, c); }); break;
+    case Kind::graded_300_decades:
+        each([&](int r, int c) { return m(r, c) * std::pow(10.0, -150 * (r / row_steps + c / col_steps)); });
+        break;
+    case Kind::rank_two: // small integers, so that the rank is exact
+        each([](int r, int c) { return (r % 3 - 1.0) * (c % 5 - 2.0) + (r % 7 - 3.0) * (c % 2); });
+        break;
+    case Kind::repeated_values: // a reflection 1 - 2 h h^T / h^T h: every singular value is 1, but for a border
+        each([n = std::max(rows, cols)](int r, int c) { return (r == c ? 1.0 : 0.0) - 2.0 / n; });
+        break;
+    case Kind::near_overflow: each([&](int r, int c) { return m(r, c) * 1e305; }); break;
+    case Kind::near_underflow: each([&](int r, int c) { return m(r, c) * 1e-290; }); break;
     }
 }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "maths/decompositions/mlAsymEigenVecs.h"
+
+/// Real eigenvalues and eigenvectors of a general 2 x 2 matrix.
+///
+/// Eigenvectors are calculated for two eigenvalues only. A single one, which the root solver answers when the
+/// determinant or the trace exceeds 1e11 in magnitude, has none, unlike with `mlAsymEigenVecs3`.
+class MATHS_API mlAsymEigenVecs2 : public mlAsymEigenVecs {
+public:
+    explicit mlAsymEigenVecs2(mlMatrix const & m);
+    ~mlAsymEigenVecs2() override;
+
+    void calculate();
+
+private:
+    void calculate_eigen_values();
+};

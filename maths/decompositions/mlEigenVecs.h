@@ -1,0 +1,54 @@
+#pragma once
+
+#include "maths/core/mlMatrix.h"
+
+enum mlEigenVecsStatus : int {
+    mlEigenVecsNotCalculated = 0,
+    mlEigenVecsIterationLimit = 1, ///< no results are stored
+    mlEigenVecsCalculated = 2
+};
+
+/// Eigenvalues and eigenvectors of a matrix, as the solvers that derive from it find them with their `calculate`, which
+/// runs once for an object.
+///
+/// Column i of `eigen_vectors()` belongs to eigenvalue i.
+/// Lifetime: the matrix must outlive the object until `calculate` has run. Bad input: no index is checked.
+/// Threads: const queries may run in parallel.
+class MATHS_API mlEigenVecs {
+public:
+    mlEigenVecs(mlEigenVecs const &) = delete;
+    mlEigenVecs & operator=(mlEigenVecs const &) = delete;
+
+    double eigen_value(int i) const { return eigen_values_[i]; }
+    doublecoDynArr const & eigen_values() const { return eigen_values_; }
+
+    /// Copies the eigenvalues to the front of out, which grows to hold them and never shrinks.
+    void eigen_values(mlVector & out) const { out.become(utConvert, eigen_values_.data(), eigen_values_.size()); }
+
+    mlSlice const eigen_vector(int i) const { return eigen_vectors_.col(i); }
+    mlMatrix const & eigen_vectors() const { return eigen_vectors_; }
+
+    /// The number of eigenvalues found.
+    int num_real_eigen_values() const { return eigen_values_.size(); }
+
+    /// What counts as zero in the matrix: the magnitude of t, 1e-6 at first.
+    void set_tolerance(double t);
+
+    mlEigenVecsStatus status() const { return status_; }
+
+protected:
+    explicit mlEigenVecs(mlMatrix const & m);
+    ~mlEigenVecs();
+
+    /// 1 when two unit vectors are equal up to their sign: when their product is within tol of 1 or -1.
+    static int equals(mlSlice const & a, mlSlice const & b, double tol);
+
+    /// 1 when |a - b| < tol.
+    static int equals(double a, double b, double tol);
+
+    mlMatrix const * matrix_;
+    mlMatrix eigen_vectors_;
+    doublecoDynArr eigen_values_;
+    double tolerance_;
+    mlEigenVecsStatus status_;
+};

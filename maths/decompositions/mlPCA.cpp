@@ -1,0 +1,77 @@
+#include "maths/decompositions/mlPCA.h"
+
+#include <cmath>
+#include <limits>
+
+#include "maths/decompositions/mlATAEigenVecs.h"
+
+namespace {
+
+void copy_sized(mlVector & to, mlSlice const & from) {
+    to.clear(0);
+    to.expand(from.length());
+    to = from;
+}
+
+} // namespace
+
+mlPCA::mlPCA(doublecoDynArr2D const & points) : status_(mlPCANotComputed) {
+    if (points.rows() >= points.cols() && points.cols() >= 2)
+        do_pca(points);
+    else
+        status_ = mlPCANotEnoughData;
+}
+
+mlPCA::~mlPCA() = default;
+
+void mlPCA::do_pca(doublecoDynArr2D const & points) {
+    int const count = points.rows(), dimension = points.cols();
+    if (count < 2 || dimension == 0) {
+        status_ = mlPCANotEnoughData;
+        return;
+    }
+    mlVector mean(mlVectorZero, dimension);
+    mlMatrix x;
+    x.become(count, dimension);
+    for (int i = 0; i < count; ++i) {
+        for (int j = 0; j < dimension; ++j) {
+            x(i, j) = points(i, j);
+            mean[j] += points(i, j);
+        }
+    }
+    mean /= count;
+    mass_centre_.become(utCopy, mean);
+
+    double const scale = std::sqrt(count - 1.0); // so that x^T x is the covariance matrix
+    for (int i = 0; i < count; ++i) {
+        for (int j = 0; j < dimension; ++j)
+            x(i, j) = (x(i, j) - mean[j]) / scale;
+    }
+    mlATAEigenVecs eigen(x);
+    eigen.calculate();
+    axes_.become(utCopy, eigen.eigen_vectors());
+    eigen.eigen_values(eigenvalues_);
+    status_ = mlPCAComputed;
+}
+
+mlPCAStatus mlPCA::axis(int i, mlVector & out) const {
+    if (i < 0 || i >= eigenvalues_.size()) return mlPCAAxisOutOfRange;
+    if (status_ == mlPCAComputed) copy_sized(out, axis(i));
+    return status_;
+}
+
+mlPCAStatus mlPCA::principal_axis(mlVector & out) const {
+    if (status_ == mlPCAComputed) copy_sized(out, principal_axis());
+    return status_;
+}
+
+mlPCAStatus mlPCA::least_axis(mlVector & out) const { return axis(eigenvalues_.size() - 1, out); }
+
+double mlPCA::eigenvalue(int i) const {
+    return status_ == mlPCAComputed ? eigenvalues_[i] : std::numeric_limits<double>::max();
+}
+
+mlPCAStatus mlPCA::eigenvalues(mlVector & out) const {
+    if (status_ == mlPCAComputed) copy_sized(out, eigenvalues_.slice());
+    return status_;
+}

@@ -1,0 +1,100 @@
+#include "maths/decompositions/mlSingularValueDecomposition.h"
+
+#include <algorithm>
+
+#include "maths/decompositions/ml_svd_linpack.h"
+
+namespace {
+
+void copy_to(mlMatrix & to, mlFortranMatrix const & from) {
+    to.become(from.rows(), from.cols());
+    for (int r = 0; r < from.rows(); ++r) {
+        for (int c = 0; c < from.cols(); ++c)
+            to(r, c) = from(r + 1, c + 1);
+    }
+}
+
+/// The first index from 1 on whose value is below tolerance * values[0], or the number of values.
+int first_negligible(mlVector const & values, double tolerance) {
+    double const threshold = tolerance * values[0];
+    for (int i = 1; i < values.size(); ++i) {
+        if (threshold > values[i]) return i;
+    }
+    return values.size();
+}
+
+} // namespace
+
+mlSingularValueDecomposition::mlSingularValueDecomposition(mlMatrix const & a)
+    : mlSingularValueDecomposition(a, mlALL_U, mlALL_V) {}
+
+mlSingularValueDecomposition::mlSingularValueDecomposition(mlMatrix const & a, mlJOB_U job_u, mlJOB_V job_v)
+    : source_(&a), invalid_flag_(!SVD(a, diagonal_, u_, v_, job_u + 10 * job_v)) {}
+
+// The rows of a, one after the other, are the columns of its transpose, which is what is decomposed: its left vectors
+// are the right ones of a.
+int mlSingularValueDecomposition::SVD(mlMatrix const & a, mlVector & s, mlMatrix & u, mlMatrix & v, int job) {
+    int const m = a.rows(), n = a.cols(), smaller = std::min(m, n);
+    int const left_job = job % 100 / 10;
+    bool const want_right = job % 10 != 0;
+    mlFortranMatrix const x(n, m);
+    for (int j = 1; j <= m; ++j) {
+        for (int i = 1; i <= n; ++i)
+            x(i, j) = a(j - 1, i - 1);
+    }
+    mlFortranVector const values(std::min(n + 1, m)), e(m), work(n);
+    mlFortranMatrix const left(left_job == 0 ? 1 : n, left_job == 0 ? 1 : left_job == 1 ? n : smaller);
+    mlFortranMatrix const right(want_right ? m : 1, want_right ? m : 1);
+    int info = 0;
+    ml_svd_linpack(x, values, e, left, right, work, job, info);
+
+    s.clear(0);
+    s.expand(smaller);
+    for (int i = 0; i < smaller; ++i)
+        s[i] = values(i + 1);
+    copy_to(v, left);
+    copy_to(u, right);
+    return info == 0;
+}
+
+mlMatrix const & mlSingularValueDecomposition::inverse(double tolerance) const {
+    if (pseudo_inverse_.rows() > 0) return pseudo_inverse_;
+    mlVector reciprocals(mlVectorZero, std::max(u_.cols(), v_.cols()));
+    for (int i = 0; i < diagonal_.size(); ++i) {
+        bool const kept = (i == 0 && diagonal_[0] != 0.0) || diagonal_[i] > tolerance * diagonal_[0];
+        if (kept) reciprocals[i] = 1.0 / diagonal_[i];
+    }
+    mlMatrix scaled(mlMatrixZero, v_.cols(), u_.cols()); // diag(1/s) U^T
+    for (int r = 0; r < std::min(scaled.rows(), u_.cols()); ++r) {
+        for (int c = 0; c < u_.rows(); ++c)
+            scaled(r, c) = u_(c, r) * reciprocals[r];
+    }
+    pseudo_inverse_.become(mlMatrixProduct, v_, scaled);
+    return pseudo_inverse_;
+}
+
+int mlSingularValueDecomposition::is_singular(double tolerance) const {
+    if (diagonal_.size() == 0) return 1;
+    if (diagonal_.size() == 1) return tolerance > diagonal_[0];
+    return first_negligible(diagonal_, tolerance) < diagonal_.size();
+}
+
+int mlSingularValueDecomposition::rank(double tolerance) const {
+    if (diagonal_.size() == 0) return 0;
+    if (diagonal_.size() == 1) return tolerance > diagonal_[0] ? 0 : 1;
+    return first_negligible(diagonal_, tolerance);
+}
+
+void mlSingularValueDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
+    x.become(mlMatrixProduct, inverse(1e-7), b);
+}
+
+void mlSingularValueDecomposition::solve(mlVector const & b, mlVector & x) const {
+    if (&b == &x) {
+        mlVector right_hand_side;
+        right_hand_side.become(utCopy, b);
+        solve(right_hand_side, x);
+        return;
+    }
+    x.become(mlMatrixProduct, inverse(1e-7), b);
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "maths/maths_api.h"
+
+/// Singular values of a rows x cols matrix A by one-sided Jacobi rotations, in place on a raw array.
+///
+/// a holds (rows + cols) * cols doubles, row by row: A in its first `rows` rows on entry, there A V on return, whose
+/// columns are the left singular vectors times the singular values, and V in the `cols` rows below.
+/// s2 has `cols` elements and receives the squares of the singular values, in no particular order. It is not written
+/// when there is one column.
+/// Columns found negligible at the end of a sweep are left out from then on. The number of sweeps is limited, to
+/// cols / 4 + 1 or 7; reaching the limit is not reported. NaN and infinite elements end there at the latest.
+/// Bad input: nothing is checked. Failure: none, nothing is allocated. Threads: any, on arrays of their own.
+/// Source: Nash, A one-sided transformation method for the singular value decomposition (1975).
+MATHS_API void ml_svd(double * a, double * s2, int rows, int cols);
