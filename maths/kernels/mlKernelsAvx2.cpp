@@ -44,6 +44,7 @@ inline void transpose(Lanes (&square)[lanes]) {
 #include "maths/kernels/mlProductKernel.h"
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply, subtract_product, multiply_vector, subtract_product_vector, first_largest, divide, subtract_columns};
+mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
+                           first_largest, divide,           subtract_columns};
 
 } // namespace ml_avx2

@@ -46,6 +46,7 @@ void subtract_product_vector(int rows, int depth, mlConstBlock a, double const *
 } // namespace
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply, subtract_product, multiply_vector, subtract_product_vector, first_largest, divide, subtract_columns};
+mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
+                           first_largest, divide,           subtract_columns};
 
 } // namespace ml_avx512
