@@ -5,7 +5,8 @@
 
 #include <benchmark/benchmark.h>
 
-/// Prints a line for each operation, size and peer: the times, and the library's as a multiple of the peer's.
+/// Prints a line for each operation, size and peer: the times, the library's as a multiple of the peer's,
+/// and where benchmarks count something (their one counter: "calls" of a user's function, "steps") both numbers of it.
 ///
 /// Benchmarks are named "operation/library/size" for this, where the library's own is "maths". Of several repetitions
 /// the fastest counts, since noise only adds.
@@ -22,6 +23,8 @@ private:
     struct Timing {
         std::string operation, library, size;
         double nanoseconds;
+        std::string counted; // what the benchmark counts, if anything
+        double count;
     };
 
     Timing const * own_timing_beside(Timing const & peer) const;

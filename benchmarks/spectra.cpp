@@ -15,6 +15,7 @@
 #include <gsl/gsl_linalg.h>
 #include <gsl/gsl_poly.h>
 
+#include "benchmarks/race.h"
 #include "maths/maths.h"
 
 extern "C" {
@@ -27,7 +28,6 @@ void dsyev_(char const * job, char const * uplo, int const * n, double * a, int 
 namespace {
 
 using EigenMatrix = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
-using Values = std::vector<double>;
 
 Values uniform_values(int count) {
     std::mt19937 bits(count);
@@ -35,26 +35,6 @@ Values uniform_values(int count) {
     for (double & value : values)
         value = bits() / 2147483648.0 - 1.0;
     return values;
-}
-
-/// Times the operation, which writes its results into `found`, once they are those expected, to 1e-9 of the largest.
-template <class Operation>
-void race(benchmark::State & state, Values const & expected, Values & found, Operation operation) {
-    operation();
-    double largest = 0.0, difference = 0.0;
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        largest = std::max(largest, std::fabs(expected[i]));
-        difference = std::max(difference, std::fabs(expected[i] - found[i]));
-    }
-    if (found.size() != expected.size() || !(difference <= 1e-9 * largest)) {
-        state.SkipWithError("the libraries disagree");
-        return;
-    }
-    for (auto _ : state) {
-        operation();
-        benchmark::DoNotOptimize(found.data());
-        benchmark::ClobberMemory();
-    }
 }
 
 enum class Library { maths, openblas, eigen, gsl };

@@ -183,11 +183,13 @@ template <class T> void coDynArr<T>::extend(int index) {
 template <class T> void coDynArr<T>::relocate(int capacity) {
     data_ = coRelocateBlock(data_, capacity_, size_, capacity);
     capacity_ = capacity;
-    if (size_ > capacity_) size_ = capacity_;
+    if (size_ > 0 && size_ > capacity_) size_ = capacity_ > 0 ? capacity_ : 0;
 }
 
 using doublecoDynArr = coDynArr<double>;
 using intcoDynArr = coDynArr<int>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<double>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<int>;
+#endif

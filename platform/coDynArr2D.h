@@ -58,8 +58,8 @@ private:
 
 template <class T>
 coDynArr2D<T>::coDynArr2D(int rows, int cols, int row_increment, int col_increment)
-    : cells_(rows < 0 || cols < 0 ? 0 : rows * cols, 1), row_room_(std::max(rows, 0)), row_length_(std::max(cols, 0)),
-      row_increment_(row_increment), col_increment_(col_increment) {}
+    : cells_(coTableSize(std::max(rows, 0), std::max(cols, 0)), 1), row_room_(std::max(rows, 0)),
+      row_length_(std::max(cols, 0)), row_increment_(row_increment), col_increment_(col_increment) {}
 
 template <class T> int coDynArr2D<T>::expand(int rows, int cols) {
     if (rows > row_room_ || cols > row_length_) resize(rows - 1, cols - 1);
@@ -71,7 +71,7 @@ template <class T> int coDynArr2D<T>::expand(int rows, int cols) {
 template <class T> int coDynArr2D<T>::resize(int row, int col) {
     int const row_room = grown(row_room_, row_increment_, row);
     int const row_length = grown(row_length_, col_increment_, col);
-    coDynArr<T> cells(row_room * row_length, 1);
+    coDynArr<T> cells(coTableSize(row_room, row_length), 1);
     for (int r = 0; r < rows_; ++r) {
         T const * const from = cells_.data() + position(r, 0);
         std::copy(from, from + cols_, cells.data() + r * row_length);
@@ -91,4 +91,6 @@ template <class T> int coDynArr2D<T>::grown(int room, int increment, int index) 
 
 using doublecoDynArr2D = coDynArr2D<double>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr2D<double>;
+#endif

@@ -9,14 +9,17 @@
 /// Table of the pages of any paged array.
 using utAnycoPageArrINTERNALcoDynArr = coDynArr<void *>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<void *>;
+#endif
 
 /// Growable array of T, a trivially copyable type, stored in pages of 2^page_shift elements.
 ///
 /// Pages never move once made, so element addresses stay valid while the array grows. Non-const access past the end
 /// extends the array; added elements are not initialised. Bulk transfers copy page by page.
 /// Bad input: nothing is checked; counts below 1 transfer nothing. Failure: an allocation that fails throws
-/// std::bad_alloc and leaves elements and size as they were. Threads: one at a time.
+/// std::bad_alloc and leaves elements and size as they were, but for `become`, which frees them first, and `shrink`,
+/// which has cut them. Threads: one at a time.
 template <class T> class coPageArr {
     static_assert(std::is_trivially_copyable_v<T>);
 
@@ -29,6 +32,11 @@ public:
     /// Empty, with 2^page_shift elements a page.
     coPageArr(int page_shift, int table_capacity, int table_increment)
         : page_size_(1 << page_shift), page_shift_(page_shift), pages_(table_capacity, table_increment) {}
+
+    /// A tag of another class is not a page size.
+    template <class Tag>
+        requires std::is_enum_v<Tag> coPageArr(Tag, int, int)
+    = delete;
 
     /// The elements of the list, otherwise like the default.
     coPageArr(std::initializer_list<T> elements) : coPageArr() {
@@ -70,7 +78,8 @@ public:
     /// Makes the array empty; the pages are kept for `release` = 0, else freed, the table too.
     void clear(int release);
 
-    /// Copies src[src_first .. src_first + count - 1] to positions first and on, growing as needed.
+    /// Copies src[src_first .. src_first + count - 1] to positions first and on; the array then has at least
+    /// first + count elements, for a count of 0 too.
     void copyin(T const * src, int count, int first, int src_first);
 
     /// Copies `count` elements from position first on to dst[dst_first] and on.
@@ -116,5 +125,7 @@ private:
 using doublecoPageArr = coPageArr<double>;
 using intcoPageArr = coPageArr<int>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<double>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<int>;
+#endif

@@ -20,13 +20,13 @@ template <class T> void coPageArr<T>::clear(int release) {
 }
 
 template <class T> void coPageArr<T>::copyin(T const * src, int count, int first, int src_first) {
-    if (count < 1) return;
-    make_room(first + count);
+    make_room(first + count); // also for a count of 0: the array then reaches up to `first`
     size_ = std::max(size_, first + count);
+    if (count < 1) return;
     T const * from = src + src_first;
     for (int left = count; left > 0;) {
         int const run = std::min(left, page_size_ - (first & (page_size_ - 1)));
-        std::memcpy(slot(first), from, coBlock<T>::bytes(run));
+        std::memmove(slot(first), from, coBlock<T>::bytes(run));
         first += run;
         from += run;
         left -= run;
@@ -34,10 +34,12 @@ template <class T> void coPageArr<T>::copyin(T const * src, int count, int first
 }
 
 template <class T> void coPageArr<T>::copyout(T * dst, int count, int first, int dst_first) const {
+    if (count < 1) return;
+    MATHS_CHECK(first >= 0 && first + count <= size_, "copyout: %d elements from %d on of %d", count, first, size_);
     T * to = dst + dst_first;
     for (int left = count; left > 0;) {
         int const run = std::min(left, page_size_ - (first & (page_size_ - 1)));
-        std::memcpy(to, slot(first), coBlock<T>::bytes(run));
+        std::memmove(to, slot(first), coBlock<T>::bytes(run));
         first += run;
         to += run;
         left -= run;
@@ -47,6 +49,8 @@ template <class T> void coPageArr<T>::copyout(T * dst, int count, int first, int
 template <class T> void coPageArr<T>::copy(coPageArr const & other, int count, int first, int other_first) {
     int const n = std::min(count, other.size_);
     if (n < 1) return;
+    MATHS_CHECK(other_first >= 0 && other_first + n <= other.size_, "copy: %d elements from %d on of %d", n,
+                other_first, other.size_);
     make_room(first + n);
     size_ = std::max(size_, first + n);
     if (this == &other && first > other_first && first < other_first + n) {
@@ -64,11 +68,10 @@ template <class T> void coPageArr<T>::reverse() {
 }
 
 template <class T> void coPageArr<T>::shrink(int n, int release) {
-    if (release != 0) {
-        free_pages_from(pages_for(n));
-        pages_.shrink(blocks_, release);
-    }
     if (n < size_) size_ = n;
+    if (release == 0) return;
+    free_pages_from(pages_for(n));
+    pages_.shrink(blocks_, release); // last: it may throw, when size and pages already agree
 }
 
 template <class T> int coPageArr<T>::repaginate() {

@@ -11,6 +11,7 @@ void coArrInterface::arr_put_copy(void *, int, void const *) const {}
 
 void coQuickSort::sort(void * array, int n) const {
     if (n < 2) return;
+    arr_get(array, n - 1); // an array that extends on access does so now, not while addresses are held
     int const depth_of_even_splits = std::bit_width(static_cast<unsigned>(n));
     sort_range(array, 0, n - 1, 2 * depth_of_even_splits);
 }

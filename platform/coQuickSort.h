@@ -21,7 +21,7 @@ class MATHS_API coArrInterface {
 public:
     virtual ~coArrInterface();
 
-    /// Address of object i, valid until the next call.
+    /// Address of object i, valid until the array is swapped or extended.
     virtual void * arr_get(void * array, int i) const = 0;
 
     /// Exchanges objects i and j.

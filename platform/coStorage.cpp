@@ -29,4 +29,10 @@ void * coResizeStorage(void * block, std::size_t bytes) {
 
 void coReleaseStorage(void * block) noexcept { std::free(block); }
 
+int coTableSize(int rows, int cols) {
+    long long const size = static_cast<long long>(rows) * cols;
+    if (size != static_cast<int>(size)) throw std::bad_alloc();
+    return static_cast<int>(size);
+}
+
 void coFailStorageAfter(long successes) noexcept { remaining_successes.store(successes); }

@@ -14,6 +14,9 @@ MATHS_API void * coResizeStorage(void * block, std::size_t bytes);
 /// Gives a block back; a null `block` is ignored.
 MATHS_API void coReleaseStorage(void * block) noexcept;
 
+/// rows * cols, the number of elements of a table. Failure: throws std::bad_alloc when it does not fit an int.
+MATHS_API int coTableSize(int rows, int cols);
+
 /// For tests: the request after `successes` more successful ones, and every one after that, throws std::bad_alloc;
 /// a negative number, the state at the start, lets every request through. Holds for all threads.
 MATHS_API void coFailStorageAfter(long successes) noexcept;

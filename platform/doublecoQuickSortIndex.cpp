@@ -1,7 +1,6 @@
 #include "platform/doublecoQuickSortIndex.h"
 
-doublecoQuickSortIndex::doublecoQuickSortIndex(doublecoPageArr & keys, intcoPageArr & index)
-    : keys_(keys), index_(index) {}
+doublecoQuickSortIndex::doublecoQuickSortIndex(doublecoPageArr & keys, intcoPageArr &) : keys_(keys) {}
 
 int doublecoQuickSortIndex::obj_compare(void const * a, void const * b) const {
     double const key_a = keys_[*static_cast<int const *>(a)];

@@ -6,7 +6,7 @@
 /// Orders an index array by the keys that it refers to: `sort(&index, n)` rearranges the first n indices so that their
 /// keys ascend. The keys stay where they are. NaN keys compare equal to every key, so their places are arbitrary.
 ///
-/// Lifetime: `keys` and `index` must outlive the object.
+/// Lifetime: `keys` must outlive the object; the index array is the one that `sort` is given.
 class MATHS_API doublecoQuickSortIndex : public coQuickSort {
 public:
     doublecoQuickSortIndex(doublecoPageArr & keys, intcoPageArr & index);
@@ -17,5 +17,4 @@ public:
 
 private:
     doublecoPageArr & keys_;
-    intcoPageArr & index_;
 };

@@ -10,6 +10,14 @@
 /// Selects a stream that is nested in another one.
 enum utOstreamTab { utOstreamTab };
 
+/// The manipulators with an argument: std::setprecision, std::setw, std::setfill, std::setiosflags and their kin.
+template <class T, class... Kinds> inline constexpr bool utIsOneOf = (std::is_same_v<T, Kinds> || ...);
+template <class T>
+concept utManipulator =
+    utIsOneOf<T, decltype(std::setprecision(0)), decltype(std::setw(0)), decltype(std::setfill(' ')),
+              decltype(std::setbase(10)), decltype(std::setiosflags(std::ios_base::fixed)),
+              decltype(std::resetiosflags(std::ios_base::fixed))>;
+
 /// Writes to a standard stream, each line indented.
 ///
 /// The indentation is written just before a line's first text, so an empty line stays empty; newlines inside a text
@@ -52,11 +60,7 @@ public:
         return *this;
     }
 
-    /// std::setprecision and std::setw.
-    template <class Manipulator>
-    requires std::is_same_v<Manipulator, decltype(std::setprecision(0))> ||
-        std::is_same_v<Manipulator, decltype(std::setw(0))>
-            utOstream & operator<<(Manipulator manipulator) {
+    template <utManipulator Manipulator> utOstream & operator<<(Manipulator manipulator) {
         stream_ << manipulator;
         return *this;
     }

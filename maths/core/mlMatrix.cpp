@@ -80,7 +80,7 @@ mlMatrix & mlMatrix::become(enum utCopy, mlMatrix const & m) {
 mlMatrix & mlMatrix::become(int rows, int cols) {
     clear(0);
     rows_ = cols_ = 0; // what the matrix is should the storage fail
-    doublecoDynArr::expand(rows * cols);
+    doublecoDynArr::expand(coTableSize(rows, cols));
     rows_ = rows;
     cols_ = cols;
     return *this;
@@ -146,7 +146,7 @@ void mlMatrix::expand(int new_rows, int new_cols, double fill) {
         for (int c = r < rows_ ? cols_ : 0; c < new_cols; ++c)
             cells(r, c) = fill;
     }
-    doublecoDynArr::expand(new_rows * new_cols);
+    doublecoDynArr::expand(coTableSize(new_rows, new_cols));
     for (int r = 0; r < new_rows; ++r)
         std::copy_n(&cells(r, 0), new_cols, data() + r * new_cols);
     rows_ = new_rows;
@@ -166,7 +166,7 @@ void mlMatrix::hold_at_least_one_element() {
 }
 
 void mlMatrix::copy_block(double const * src, int count) {
-    if (count > 0) std::memcpy(data(), src, count * sizeof(double));
+    if (count > 0) std::memmove(data(), src, count * sizeof(double));
 }
 
 int operator==(mlMatrix const & a, mlMatrix const & b) {

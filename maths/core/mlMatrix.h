@@ -47,7 +47,7 @@ public:
     /// m must not be this matrix.
     mlMatrix & become(enum mlMatrixTranspose, mlMatrix const & m);
 
-    /// src must not lie in this matrix.
+    /// src may lie in this matrix when the new shape has no more elements than the storage has room for.
     mlMatrix & become(enum utConvert, double const * src, int rows, int cols);
     mlMatrix & become(enum utCopy, mlMatrix const & m);
 

@@ -14,11 +14,12 @@ template <class Double> struct mlDenseRun {
     Double & operator[](int i) const { return first[i]; }
 };
 
-/// Element i is first[i * stride].
+/// Element i is data[start + i * stride]. The start stays apart from the pointer, which is null in an empty view.
 template <class Double> struct mlStridedRun {
-    Double * first;
+    Double * data;
+    std::ptrdiff_t start;
     std::ptrdiff_t stride;
-    Double & operator[](int i) const { return first[i * stride]; }
+    Double & operator[](int i) const { return data[start + i * stride]; }
 };
 
 /// Every element is the same value.

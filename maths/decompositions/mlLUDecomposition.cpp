@@ -65,7 +65,9 @@ void mlLUDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
 
     int const m = b.cols();
     for (int i = 0; i < n; ++i) {
-        if (permutation_[i] != i) std::copy_n(b.data() + permutation_[i] * m, m, x.data() + i * m);
+        int const from = permutation_[i];
+        MATHS_CHECK(from < b.rows(), "LU solve: row %d of %d x %d right-hand sides", from, b.rows(), m);
+        if (from != i) std::copy_n(b.data() + from * m, m, x.data() + i * m);
     }
 
     auto const subtract_multiple = [&x, m](int i, int k, double factor) { // row i -= row k * factor

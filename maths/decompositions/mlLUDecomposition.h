@@ -8,8 +8,8 @@
 /// factors. A is square, or has further columns, right-hand sides that the constructor solves in place.
 /// Singular: `is_singular()` is 1 when a pivot after the row exchange is below 1e-20 in magnitude, an absolute test.
 /// The elimination stops there; the other queries then compute with what it left, unchecked. A NaN pivot passes. A
-/// matrix without rows is not singular and has determinant 1; one with more rows than columns counts as singular and
-/// is left alone.
+/// matrix without rows is not singular and has determinant 1; one with more rows than columns counts as singular, and
+/// nothing else may be asked of it.
 /// Lifetime: A must outlive the object and keep its rows, since `solve` takes the number of equations from it.
 /// Bad input: shapes are not checked. Failure: std::bad_alloc. Threads: const queries may run in parallel.
 /// Cost: the factors 2/3 n^3, a right-hand side 2 n^2 operations.

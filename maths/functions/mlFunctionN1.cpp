@@ -44,13 +44,17 @@ void mlFunctionN1::calculate_hessian_by_finite_differences(mlSlice const & x, ml
     mlVector w;
     become_copy(w, x);
     for (int i = 0; i < dimension; ++i) {
-        for (int j = i + 1; j < dimension; ++j)
+        for (int j = i + 1; j < dimension; ++j) {
             h(i, j) = h(j, i) = mixed_difference(x, w, i, j);
+            w[j] = x[j];
+            w[i] = x[i];
+        }
         h(i, i) = second_difference(x, w, i);
+        w[i] = x[i];
     }
 }
 
-// The second derivative by variables i and j at x. w is a copy of x, before and after.
+// The second derivative by variables i and j at x. w comes as a copy of x and leaves with i and j displaced.
 double mlFunctionN1::mixed_difference(mlSlice const & x, mlVector & w, int i, int j) const {
     auto const value_at = [&](double w_i) {
         w[i] = w_i;
@@ -62,19 +66,17 @@ double mlFunctionN1::mixed_difference(mlSlice const & x, mlVector & w, int i, in
     w[j] = x[j] + hessian_step;
     double const j_upper = value_at(x[i] - hessian_step);
     double const both_upper = value_at(x[i] + hessian_step);
-    w[j] = x[j];
-    w[i] = x[i];
     // One product a difference, in this order: the results are fixed to the last bit.
     return ((both_upper - j_upper) * per_double_hessian_step - (i_upper - both_lower) * per_double_hessian_step) *
            per_double_hessian_step;
 }
 
+// Likewise by variable i twice.
 double mlFunctionN1::second_difference(mlSlice const & x, mlVector & w, int i) const {
     double const middle = function(w.slice());
     w[i] = x[i] - hessian_step;
     double const lower = function(w.slice());
     w[i] = x[i] + hessian_step;
     double const upper = function(w.slice());
-    w[i] = x[i];
     return ((upper - middle) * per_hessian_step - (middle - lower) * per_hessian_step) * per_hessian_step;
 }

@@ -18,12 +18,12 @@ enum mlDownHillSimplexSpeed : int {
 /// when the highest and the lowest vertex coincide. NaN and infinite values end the search too.
 /// Reports nothing when the limit was reached: compare `number_of_calls` with it.
 /// Lifetime: the function is used during `solve` only. Bad input: sizes are not checked. Failure: std::bad_alloc, in
-/// the constructor only. Threads: one object, one thread. The limit of calls is one for all objects, set by every
-/// `solve` and kept until the next, so searches of different speeds, one inside the other's function included, must not
-/// run at once. Source: Nelder & Mead, A simplex method for function minimization (1965).
+/// the constructor and in `result`. Threads: one object, one thread. The limit of calls is one for all objects, set by
+/// every `solve` and kept until the next, so searches of different speeds, one inside the other's function included,
+/// must not run at once. Source: Nelder & Mead, A simplex method for function minimization (1965).
 class MATHS_API mlDownHillSimplex {
 public:
-    /// For functions of n variables.
+    /// For functions of n variables, n at least 0.
     explicit mlDownHillSimplex(int n);
     mlDownHillSimplex(mlDownHillSimplex const &) = delete;
     mlDownHillSimplex & operator=(mlDownHillSimplex const &) = delete;

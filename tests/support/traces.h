@@ -1,6 +1,10 @@
 #pragma once
 
+#include <bit>
+#include <cmath>
+#include <cstdint>
 #include <functional>
+#include <ostream>
 #include <utility>
 #include <vector>
 
@@ -14,6 +18,9 @@ struct Call {
     int order;
     double t;
     friend bool operator==(Call const &, Call const &) = default;
+    friend std::ostream & operator<<(std::ostream & stream, Call const & call) {
+        return stream << (call.order == 0 ? "f" : call.order == 1 ? "f'" : "f''") << "(" << call.t << ")";
+    }
 };
 
 /// A function of one variable made of up to three callables, on a domain of choice.
@@ -42,6 +49,35 @@ private:
     }
 
     Formula formulas_[3];
+};
+
+/// A fixed sequence of whole numbers, each below the one asked for: choice(n) is in 0 .. n - 1.
+class Choice {
+public:
+    explicit Choice(std::uint64_t seed) : state_(seed) {}
+    int operator()(int n) {
+        state_ = state_ * 6364136223846793005 + 1442695040888963407;
+        return static_cast<int>((state_ >> 33) % static_cast<unsigned>(n));
+    }
+
+private:
+    std::uint64_t state_;
+};
+
+/// Condenses results and calls to 64 bits (FNV-1a, a double at a time; every NaN counts as the same).
+class Digest {
+public:
+    void add(double x) { bits_ = (bits_ ^ std::bit_cast<std::uint64_t>(x != x ? NAN : x)) * 0x100000001b3; }
+    void add(std::vector<Call> const & calls) {
+        for (Call const & call : calls) {
+            add(call.order);
+            add(call.t);
+        }
+    }
+    std::uint64_t bits() const { return bits_; }
+
+private:
+    std::uint64_t bits_ = 0xcbf29ce484222325;
 };
 
 /// A function of n variables that records the points at which its value is asked for.

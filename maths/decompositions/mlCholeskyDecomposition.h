@@ -1,0 +1,49 @@
+#pragma once
+
+#include "maths/core/mlMatrix.h"
+
+/// Factors a symmetric positive-definite n x n matrix A as A = L L^T, L lower triangular, and solves A x = b.
+///
+/// Only the diagonal and the upper triangle of A are read; the object keeps copies and no reference to A.
+/// Singular: `is_singular()` is 1 when some value under the square root is not above zero, exactly, and so A is not
+/// positive definite. The columns of L before that one are then complete, its remaining diagonal is 0, and the other
+/// queries compute with that, unchecked: ask `is_singular` first. A NaN under the root passes. A matrix without rows
+/// is not singular and has determinant 1.
+/// Outputs are sized by the operations. Bad input: A must be square; shapes are not checked.
+/// Failure: std::bad_alloc. Threads: const queries may run in parallel.
+/// Cost: the factor 1/3 n^3 operations and, while it is made, another n^2 doubles; a right-hand side 2 n^2 operations,
+/// each of which waits for the one before. Several right-hand sides go side by side: solve for them at once.
+/// Source: Golub & Van Loan, Matrix Computations.
+class MATHS_API mlCholeskyDecomposition {
+public:
+    explicit mlCholeskyDecomposition(mlMatrix const & a);
+    mlCholeskyDecomposition(mlCholeskyDecomposition const &) = delete;
+    mlCholeskyDecomposition & operator=(mlCholeskyDecomposition const &) = delete;
+
+    int dimension() const { return matrix_.rows(); }
+    int is_singular() const { return singular_; }
+
+    /// The square of the product of L's diagonal.
+    double determinant() const;
+
+    /// The inverse of A.
+    void inverse(mlMatrix & out) const;
+
+    /// L, and its inverse, both with zeros above the diagonal.
+    void matrix_l(mlMatrix & out) const;
+    void matrix_l_inverted(mlMatrix & out) const;
+
+    /// A, made symmetric from its upper triangle.
+    void matrix_original(mlMatrix & out) const;
+
+    /// X with A X = B, B having n rows and any number of columns. X may be B. Each column equals the vector form's.
+    void solve(mlMatrix const & b, mlMatrix & x) const;
+
+    /// x with A x = b, of just n elements. x may be b.
+    void solve(mlVector const & b, mlVector & x) const;
+
+private:
+    mlMatrix matrix_; // L below the diagonal, A on and above it
+    mlVector diagonal_;
+    int singular_;
+};

@@ -1,0 +1,63 @@
+#include "maths/decompositions/mlQRDecomposition.h"
+
+#include <cmath>
+
+mlQRDecomposition::mlQRDecomposition(mlMatrix * q, mlMatrix * r) : mlGramSchmidt(q), q_matrix_(q), r_matrix_(r) {}
+
+void mlQRDecomposition::add(mlVector const * v) {
+    if (qr_threshold_ > v->modulus_squared()) {
+        qr_status_ = mlQRNegligible;
+    } else if (q_matrix_->cols() > 0 && v->size() != q_matrix_->cols()) {
+        qr_status_ = mlQRWrongSize;
+    } else {
+        current_ = v;
+        if (q_orthonormal_)
+            decompose_with_Q_orthonormal();
+        else
+            decompose();
+    }
+}
+
+void mlQRDecomposition::decompose() {
+    int const last = extend_basis();
+    double const norm = squared_length_of_row(last);
+    if (norm < qr_threshold_) return reject_row(last);
+    q_norms_[q_norms_.size()] = norm;
+    r_matrix_->expand(last + 1, last + 1, 0.0);
+    for (int j = 0; j <= last; ++j) // of the vector itself: what Gram-Schmidt left of it has lost these coefficients
+        (*r_matrix_)(last, j) = scalar_product(current_->slice(), q_matrix_->row(j)) / q_norms_[j];
+    qr_status_ = mlQRAdded;
+}
+
+void mlQRDecomposition::decompose_with_Q_orthonormal() {
+    int const last = extend_basis();
+    double const length = std::sqrt(squared_length_of_row(last));
+    if (length < qr_threshold_) return reject_row(last); // the length, not its square as above: results depend on it
+    mlVector direction;
+    direction.expand(q_matrix_->cols());
+    direction = q_matrix_->row(last);
+    direction /= length;
+    orthonormal_q_.append_row(direction);
+    r_matrix_->expand(last + 1, last + 1, 0.0);
+    for (int j = 0; j <= last; ++j)
+        (*r_matrix_)(last, j) = scalar_product(current_->slice(), orthonormal_q_.row(j));
+    qr_status_ = mlQRAdded;
+}
+
+// Appends the current vector to Q, made orthogonal, and answers Q's last row, -1 without any. Whether Gram-Schmidt took
+// the vector is not looked at: for a dependent one this is the row before.
+int mlQRDecomposition::extend_basis() {
+    mlVector v;
+    v.become(utCopy, *current_);
+    mlGramSchmidt::add(&v, 1);
+    return q_matrix_->rows() - 1;
+}
+
+double mlQRDecomposition::squared_length_of_row(int row) const {
+    return row < 0 ? 0.0 : q_matrix_->row(row).modulus_squared();
+}
+
+void mlQRDecomposition::reject_row(int row) {
+    if (row >= 0) q_matrix_->delete_row(row);
+    qr_status_ = mlQRDependent;
+}

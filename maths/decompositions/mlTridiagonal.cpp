@@ -1,0 +1,115 @@
+#include "maths/decompositions/mlTridiagonal.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "maths/core/mlVectorRuns.h"
+
+namespace {
+
+using Run = mlStridedRun<double const>;
+
+void copy(mlVector & v, mlSlice const & s, int n) {
+    v.expand(n);
+    v = s;
+}
+
+// The right-hand sides y become their solutions, the diagonal d its pivots. Side by side, each solution has the bits
+// that it has alone.
+template <int count> void solve_in_place(Run a, double * d, Run c, int n, double * const (&y)[count]) {
+    double pivot = d[0]; // kept, like `before`, out of memory, which a step would wait for
+    double before[count];
+    for (int k = 0; k < count; ++k)
+        before[k] = y[k][0];
+    for (int i = 1; i < n; ++i) { // row i -= m * row i-1, which clears a[i]
+        double const m = a[i] / pivot;
+        pivot = d[i] -= m * c[i - 1];
+        for (int k = 0; k < count; ++k)
+            before[k] = y[k][i] -= m * before[k];
+    }
+    for (int k = 0; k < count; ++k)
+        before[k] = y[k][n - 1] /= pivot;
+    for (int i = n - 2; i >= 0; --i) {
+        for (int k = 0; k < count; ++k)
+            before[k] = y[k][i] = (y[k][i] - c[i] * before[k]) / d[i];
+    }
+}
+
+// Tells, in a checked build, what the others keep to themselves.
+void note_dropped_corners([[maybe_unused]] double upper_right, [[maybe_unused]] double lower_left) {
+#if defined(MATHS_CHECKED)
+    std::fprintf(stderr, "maths: periodic solve: the corners %g and %g, whose signs disagree, count as 0\n",
+                 upper_right, lower_left);
+#endif
+}
+
+} // namespace
+
+int mlTridiagonal::diagonally_dominant() const {
+    if (n_ < 1) return 1;
+    if (std::fabs(upper_[0]) > std::fabs(diagonal_[0])) return 0;
+    if (std::fabs(lower_[n_ - 1]) > std::fabs(diagonal_[n_ - 1])) return 0;
+    for (int i = 1; i < n_ - 1; ++i) {
+        if (std::fabs(lower_[i]) + std::fabs(upper_[i]) > std::fabs(diagonal_[i])) return 0;
+    }
+    return 1;
+}
+
+int mlTridiagonal::non_zero_diagonal() const {
+    for (int i = 0; i < n_; ++i) {
+        if (diagonal_[i] == 0.0) return 0;
+    }
+    return 1;
+}
+
+int mlTridiagonal::same_sign_corners() const {
+    if (n_ < 1) return 1;
+    double const first = diagonal_[0], last = diagonal_[n_ - 1];
+    double const upper_right = lower_[0], lower_left = upper_[n_ - 1];
+    return (upper_right >= 0.0 && lower_left >= 0.0 && first >= 0.0 && last >= 0.0) ||
+           (upper_right <= 0.0 && lower_left <= 0.0 && first <= 0.0 && last <= 0.0);
+}
+
+void mlTridiagonal::solve(mlSlice const & r, mlSlice & x) const {
+    if (n_ < 1) return;
+    check_lengths(x);
+    mlVector d, y;
+    copy(d, diagonal_, n_);
+    copy(y, r, n_);
+    solve_in_place(ml_run(lower_), d.data(), ml_run(upper_), n_, {y.data()});
+    ml_run_update(ml_run(x), ml_run(y), n_, mlAssign());
+}
+
+// A = A' + u v^T, where A' has no corners: x - f y of the plain solutions A' x = r and A' y = u.
+void mlTridiagonal::solve_periodic(mlSlice const & r, mlSlice & x) const {
+    if (n_ < 1) return;
+    check_lengths(x);
+    int const last = n_ - 1;
+    double const upper_right = lower_[0], lower_left = upper_[last];
+    mlVector d, solution, u(mlVectorZero, n_), v(mlVectorZero, n_);
+    copy(d, diagonal_, n_);
+    copy(solution, r, n_);
+    if (same_sign_corners()) { // one after the other, here and below: of order 1, the ends are the same element
+        u[0] = -1.0;
+        u[last] = 1.0;
+        v[0] = lower_left;
+        v[last] = -upper_right;
+    } else {
+        note_dropped_corners(upper_right, lower_left);
+    }
+    d[0] -= v[0] * u[0];
+    d[last] -= v[last] * u[last];
+
+    solve_in_place(ml_run(lower_), d.data(), ml_run(upper_), n_, {u.data(), solution.data()});
+    mlVector const & y = u;
+    double const f = scalar_product(v, solution) / (1.0 + scalar_product(v, y));
+    auto const result = ml_run(x);
+    for (int i = 0; i < n_; ++i)
+        result[i] = solution[i] - f * y[i];
+}
+
+void mlTridiagonal::check_lengths([[maybe_unused]] mlSlice const & x) const {
+    ml_check_length("tridiagonal solve, lower diagonal", n_, lower_.length());
+    ml_check_length("tridiagonal solve, upper diagonal", n_, upper_.length());
+    ml_check_length("tridiagonal solve, solution", n_, x.length());
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "maths/core/mlSlice.h"
+
+/// Solves tridiagonal systems A x = r of order n in O(n), by elimination without row exchanges.
+///
+/// Shapes: `lower`, `diagonal` and `upper` hold n elements each; row i of A reads
+///     lower[i] x[i-1] + diagonal[i] x[i] + upper[i] x[i+1] = r[i].
+/// lower[0] and upper[n-1] are the corners, in row 0, column n-1 and in row n-1, column 0: only the periodic solve and
+/// `same_sign_corners` read them, and the first test of `diagonally_dominant` when n is 1.
+/// Lifetime: the three are views of the caller's storage, which must outlive this object and is never written.
+/// Bad input: nothing is checked. A zero pivot yields infinities or NaNs: ask `diagonally_dominant` and
+/// `non_zero_diagonal` first. Orders below 1 have nothing to solve.
+/// Failure: std::bad_alloc. Threads: immutable; concurrent solves are safe.
+/// Source: Thomas's algorithm; Sherman & Morrison's formula; Golub & Van Loan, Matrix Computations.
+class MATHS_API mlTridiagonal {
+public:
+    mlTridiagonal(int n, mlSlice const & lower, mlSlice const & diagonal, mlSlice const & upper)
+        : n_(n), lower_(lower), diagonal_(diagonal), upper_(upper) {}
+    mlTridiagonal(mlTridiagonal const &) = default;
+    mlTridiagonal & operator=(mlTridiagonal const &) = delete; // a slice's assignment would write through the views
+
+    int size() const { return n_; }
+
+    /// 1 when |diagonal| >= |lower| + |upper| in every row, the corners left out; equality and NaN pass.
+    int diagonally_dominant() const;
+
+    /// 1 when no element of the diagonal is 0, of either sign.
+    int non_zero_diagonal() const;
+
+    /// 1 when both corners and both ends of the diagonal are >= 0, or all four <= 0.
+    int same_sign_corners() const;
+
+    /// Writes the solution into x[0 .. n-1]; the corners are ignored. x may view r's storage, not a diagonal's.
+    void solve(mlSlice const & r, mlSlice & x) const;
+
+    /// Writes the solution of the system with its corners into x[0 .. n-1]; x as above. Of order 1, lower[0] is added
+    /// to the diagonal, and upper[0] is left out.
+    /// Unless `same_sign_corners`, the corners are dropped without notice, and the solution is that of `solve`; a
+    /// checked build says so on standard error.
+    void solve_periodic(mlSlice const & r, mlSlice & x) const;
+
+private:
+    void check_lengths(mlSlice const & x) const;
+
+    int n_;
+    mlSlice lower_, diagonal_, upper_;
+};

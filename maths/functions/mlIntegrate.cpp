@@ -1,0 +1,3 @@
+#include "maths/functions/mlIntegrate.h"
+
+mlIntegrate::~mlIntegrate() = default;

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "maths/core/mlMatrix.h"
+#include "maths/optimisation/mlDistanceLeastSquares.h"
+
+/// Fits a model to points: minimises the sum of squared distances over the model's parameters, by damped Gauss-Newton
+/// steps.
+///
+/// A step solves (J'J + lambda (D + 1)) step = -J'd, where D is the diagonal of J'J; the 1 keeps the damping at work
+/// for a parameter that no distance depends on. lambda shrinks by the factor 0.4 when a step succeeds at once and
+/// grows by 10 with each try that fails to lower the sum.
+/// The fit ends when lambda leaves its range, which is how it ends at a minimum, or at the limit of iterations.
+/// Reports nothing: judge the mean square distance. A point whose distance is NaN makes every try fail.
+/// Lifetime: the model is the caller's and must outlive this object. After a fit it is left at the parameters tried
+/// last, which can differ from the result: set them before asking it for distances.
+/// Failure: std::bad_alloc. Threads: one object, one thread.
+/// Cost, for n points and m parameters: 2 n m^2 operations an iteration, m^3 / 3 operations and n distances a try.
+/// Source: Marquardt, An algorithm for least-squares estimation of nonlinear parameters (1963).
+class MATHS_API mlLevenbergMarquardt {
+public:
+    explicit mlLevenbergMarquardt(mlDistanceLeastSquares & model);
+    mlLevenbergMarquardt(mlLevenbergMarquardt const &) = delete;
+    mlLevenbergMarquardt & operator=(mlLevenbergMarquardt const &) = delete;
+    virtual ~mlLevenbergMarquardt();
+
+    /// Fits from `start` and gives `result` the parameters found. Answers the mean square distance where the last
+    /// iteration began, so not at the result but one accepted step before it; NaN when no iteration was ever made.
+    double fit(mlVector const & start, mlVector & result);
+
+    /// At most this many accepted steps, 500 at first. None for 0 and less: the result is the normalised start.
+    void set_max_iterations(int n) { max_iterations_ = n; }
+
+    /// A strict fit widens the range of lambda from 1e-10 .. 1e10 to 1e-40 .. 1e40, and ends when a step's squared
+    /// length is below 1e-30. False at first.
+    void set_strict(bool strict) { strict_ = strict; }
+
+protected:
+    /// The same with limits of choice.
+    double fit(mlVector const & start, mlVector & result, int max_iterations, double min_lambda, double max_lambda,
+               bool strict);
+
+    /// J'J, -J'd and the sum of square distances at p, which become the model's parameters.
+    void calc_matrices(mlVector & p);
+
+    /// Moves p by the step damped by lambda and answers the sum of square distances there. When no decomposition can
+    /// solve for the step, leaves p alone and answers the largest double; the damping of that try then stays in the
+    /// matrix and adds up with that of the tries after it.
+    double update_pars(double lambda, mlVector & p);
+
+private:
+    bool solve_step();
+    void try_steps(double max_lambda);
+    double square_distance(double d) const;
+
+    mlDistanceLeastSquares & model_;
+    bool strict_;
+    int max_iterations_;
+    mlMatrix alpha_; // J'J
+    mlVector beta_;  // -J'd
+    double chi_square_;
+    mlVector saved_diagonal_; // of alpha_, without the damping
+    double lambda_;
+    mlVector current_parameters_;
+    mlVector trial_parameters_;
+    mlVector step_; // the gradient of one point while the matrices are formed
+};

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "maths/optimisation/mlFunctionValue.h"
+
+/// How a search, or a step of it, came out.
+enum mlMinimiserState : int {
+    mlMinimiserFailed = 0,           ///< the iterations ran out while the bracket was wider than the resolution
+    mlMinimiserFlat = 1,             ///< a probe reached an end of the range and found the value of the current point
+    mlMinimiserNewtonConverged = 2,  ///< a Newton step no longer changes t
+    mlMinimiserBracketConverged = 3, ///< the bracket is no wider than the resolution
+    mlMinimiserBracketed = 4,        ///< both neighbours at the probing distance are higher
+    mlMinimiserAtRangeEnd = 5,       ///< the current point is a bracket end and the function rises from there inwards
+    mlMinimiserGoLower = 6,          ///< the minimum lies below the current point
+    mlMinimiserGoHigher = 7          ///< the minimum lies above the current point
+};
+
+/// Minimises a function of one variable on a range [lo, hi], with whatever derivatives it provides.
+///
+/// The function's `highest_derivative_order` decides: above 0 the slope tells the direction, from 2 on Newton steps are
+/// tried; else the function is sampled. What fails falls back on expansion, where an end of the range is the largest
+/// double or its negative, and on bisection. A value or derivative of the current point and of the bracket's ends is
+/// computed when it is first needed and kept with the point; sampling evaluates afresh.
+/// A search may be repeated: it starts at the point where the last one ended, whose value is still known.
+/// `resolution` is the width of a bracket that is narrow enough, and the first distance at which neighbours are probed.
+/// A search makes at most 100 iterations, which end it whatever the function answers; a NaN slope counts as 0.
+/// Lifetime: the function must outlive the object. Bad input: nothing is checked. Threads: one object, one thread.
+class MATHS_API mlMinimiser {
+public:
+    /// Starts at t0, or at the end of the range nearest to it.
+    mlMinimiser(mlFunction const & f, double t0, double lo, double hi, double resolution);
+
+    /// Searches and answers the abscissa of the minimum.
+    /// `found`: 0 when the iterations ran out or `range_end` is set, else 1.
+    /// `range_end`: -1 or +1 when the minimum lies on the lower or upper end of the range and the function's domain
+    /// goes on beyond it, so that `change_range` and another search may find a lower one; else 0. A function with two
+    /// derivatives is judged so only when its slope says that it rises inwards.
+    /// `not_converged`: 1 when the iterations ran out, else 0.
+    double minimise(int & found, int & range_end, int & not_converged);
+
+    /// Moves the range next to the old one: below it for x < lo, else [hi, x], which is inverted when x < hi. The
+    /// current point stays, and its derivatives are forgotten.
+    void change_range(double x);
+
+    /// Keeps the value; no search consults it.
+    void set_absolute_minimum(double value) { absolute_minimum_ = value; }
+
+protected:
+    /// Minimises from the current point, which moves to the best one found.
+    mlMinimiserState search();
+
+    /// Tells on which side of the current point the minimum lies: by the slope, and where there is none by samples at
+    /// growing distances, inside [lo, hi]. Each round of samples but the last counts as an iteration.
+    mlMinimiserState which_way(double lo, double hi);
+
+private:
+    class Search;
+
+    bool has_iterations() const { return iterations_ < max_iterations_; }
+
+    mlFunction const * function_;
+    mlFunctionValue current_;
+    double lo_;
+    double hi_;
+    double resolution_;
+    double absolute_minimum_;
+    int max_iterations_;
+    int iterations_;
+};

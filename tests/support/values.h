@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+#include "maths/core/mlMatrix.h"
+
+// Values to put into arrays and the values that are in them, to be compared as a whole.
+
+inline constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
+inline constexpr double infinity = std::numeric_limits<double>::infinity();
+inline constexpr double largest_double = std::numeric_limits<double>::max();
+
+using Values = std::vector<double>;
+
+/// A vector of given values.
+struct Vector : mlVector {
+    Vector(std::initializer_list<double> values) { become(utConvert, values.begin(), static_cast<int>(values.size())); }
+    using mlVector::operator=;
+};
+
+/// A matrix of given values, row by row.
+struct Matrix : mlMatrix {
+    Matrix(int rows, int cols, std::initializer_list<double> values) { become(utConvert, values.begin(), rows, cols); }
+};
+
+/// The elements of an array, a vector or a matrix's storage.
+template <class Array> auto contents(Array const & array) {
+    std::vector<std::remove_cvref_t<decltype(array[0])>> elements;
+    for (int i = 0; i < array.size(); ++i)
+        elements.push_back(array[i]);
+    return elements;
+}
+
+inline Values contents(mlSlice const & slice) {
+    Values elements;
+    for (int i = 0; i < slice.length(); ++i)
+        elements.push_back(slice[i]);
+    return elements;
+}
+
+/// Equal, or both NaN.
+inline bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }

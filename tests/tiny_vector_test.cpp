@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include "maths/core/mlTinyVector.h"
+#include "tests/support/printed.h"
+#include "tests/support/values.h"
+
+namespace {
+
+template <class V>
+concept HasVectorProduct = requires(V v) {
+    v.vector_product(v, v);
+};
+
+template <class V> class TinyVector : public testing::Test {
+protected:
+    static constexpr int size = sizeof(V) / sizeof(double);
+    static_assert(std::is_trivially_copyable_v<V> && HasVectorProduct<V> == (size == 3));
+    static_assert(std::is_constructible_v<V, enum mlVectorZero> && !std::is_constructible_v<V, enum mlMatrixZero>);
+
+    /// first, first + step, ...
+    static V counting(double first, double step) {
+        V v;
+        for (int i = 0; i < size; ++i)
+            v[i] = first + i * step;
+        return v;
+    }
+};
+using Family = testing::Types<mlTinyVector2, mlTinyVector3, mlTinyVector4, mlTinyVector5, mlTinyVector6>;
+TYPED_TEST_SUITE(TinyVector, Family);
+
+TYPED_TEST(TinyVector, GivesTheResultsOfItsSlice) {
+    auto a = this->counting(0.1, 0.7), b = this->counting(3.3, -1.1), c = a;
+    mlSlice const s = a.slice(), t = b.slice();
+    EXPECT_EQ((Values{a.sum(), a.modulus_squared(), b.max_absolute_value(), scalar_product(a, b),
+                      distance_squared(a, b), norm_diff(a, b)}),
+              (Values{s.sum(), s.modulus_squared(), t.max_absolute_value(), scalar_product(s, t),
+                      distance_squared(s, t), norm_diff(s, t)}));
+    c.interpolate(c, b, 0.0);
+    EXPECT_EQ(c == a, 1);
+    c.interpolate(c, b, 1.0);
+    EXPECT_EQ(c != b, 0);
+    c.become(mlVectorAdd, a, b) -= a;
+    b.become(mlVectorSubtract, b, c) += c.slice();
+    EXPECT_LT(norm_diff(b, c), 1e-15);
+    a.slice(1, -1, 2)[0] = nan_value;
+    EXPECT_EQ(a == a, 0);
+}
+
+TYPED_TEST(TinyVector, RoundsAndMultipliesInItsOwnWay) {
+    auto const negative_zeros = this->counting(-0.0, -0.0), ones = this->counting(1.0, 0.0);
+    EXPECT_FALSE(std::signbit(negative_zeros.sum()));                // from 0.0
+    EXPECT_TRUE(std::signbit(scalar_product(negative_zeros, ones))); // from the first product
+    auto v = this->counting(49.0, 1.0), expected = v;
+    v /= 49.0;
+    EXPECT_LT(v[0], 1.0); // by the reciprocal
+    v = expected;
+    multiply(mlMatrix(utConvert, Values{1, 2}.data(), 1, 2), ones, v);
+    expected[0] = 3.0; // one row writes one component
+    EXPECT_EQ(v == expected, 1);
+}
+
+TEST(TinyVector3, ProductsAreRightHandedAndMayReplaceAnOperand) {
+    mlTinyVector3 x(mlVectorZero), y = x, z;
+    x[0] = y[1] = 1.0;
+    z.vector_product(x, y);
+    EXPECT_EQ(printed(z), "<0,0,1>");
+    EXPECT_EQ(scalar_triple_product(x, y, z), 1.0);
+    x.vector_product(x, z);
+    EXPECT_EQ(contents(x.slice()), (Values{0, -1, 0}));
+}
+
+} // namespace
