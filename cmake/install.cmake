@@ -40,6 +40,9 @@ set(pkgconfig_includedir "\${prefix}")
 cmake_path(APPEND pkgconfig_libdir ${CMAKE_INSTALL_LIBDIR}) # which an absolute directory replaces
 cmake_path(APPEND pkgconfig_includedir ${include_root})
 set(pkgconfig_options -ffp-contract=off)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    string(APPEND pkgconfig_options " -fno-tree-slp-vectorize") # the reason stands beside the target
+endif()
 if(MATHS_CHECKED)
     string(APPEND pkgconfig_options " -DMATHS_CHECKED")
 endif()

@@ -364,7 +364,8 @@ void sparse_matrices() {
     }
     mlSparseMatrix product(mlMatrixProduct, mlSparseMatrix(mlMatrixIdentity, 3), a), copied(utCopy, product), block;
     copied += product;
-    copied -= copied;
+    mlSparseMatrix const & itself = copied;
+    copied -= itself;
     product.become(mlMatrixTranspose, product).become(mlMatrixProduct, a, product).become(mlMatrixTranspose, product);
     a.extract_sub_matrix(0, 1, 3, 30, block);
     block.extract_sub_matrix(0, 0, 2, 2, block);
