@@ -18,9 +18,12 @@ void RatioReporter::ReportRuns(std::vector<Run> const & runs) {
         std::size_t const slash = std::min(name.find('/'), name.size() - 1);
         auto const counter = run.counters.begin();
         bool const counts = counter != run.counters.end();
-        Timing const timing{name.substr(0, slash), name.substr(slash + 1), run.run_name.args,
+        Timing const timing{name.substr(0, slash),
+                            name.substr(slash + 1),
+                            run.run_name.args,
                             run.cpu_accumulated_time * 1e9 / static_cast<double>(run.iterations),
-                            counts ? counter->first : "", counts ? counter->second.value : 0.0};
+                            counts ? counter->first : "",
+                            counts ? counter->second.value : 0.0};
         auto const known = std::find_if(timings_.begin(), timings_.end(), [&](Timing const & other) {
             return other.operation == timing.operation && other.library == timing.library && other.size == timing.size;
         });

@@ -1,4 +1,4 @@
-# The error of a picture from its first singular values, and the picture: spectra file folder > folder/spectra.txt first.
+# A picture from its first singular values, and the error: spectra file folder > folder/spectra.txt first.
 load 'docs/plots/style.gp'
 set output folder.'/compression.png'
 set terminal pngcairo size 900,760 font 'DejaVu Sans,11'

@@ -1,30 +1,15 @@
-#include <algorithm>
-
 #include "maths/core/mlMatrix.h"
 #include "maths/core/mlVectorRuns.h"
+#include "maths/kernels/mlKernels.h"
+#include "maths/kernels/mlScratch.h"
 
 namespace {
 
-// Row i of c takes a(i, k) times row k of b, k after k: each element of c gets its terms in increasing k, and the
-// inner loop runs along rows.
-void add_products(mlMatrix const & a, mlMatrix const & b, double * c) {
-    int const cols = b.cols();
-    for (int i = 0; i < a.rows(); ++i, c += cols) {
-        double const * const a_row = a.data() + i * a.cols();
-        for (int k = 0; k < a.cols(); ++k) {
-            double const factor = a_row[k];
-            double const * const b_row = b.data() + k * cols;
-            for (int j = 0; j < cols; ++j)
-                c[j] += factor * b_row[j];
-        }
-    }
-}
+mlConstBlock block(mlMatrix const & m) { return {m.data(), m.cols()}; }
 
-template <class X> void multiply_run(mlMatrix const & a, X x, mlVector & y) {
+void size_exactly(mlVector & y, int n) {
     y.clear(0);
-    y.expand(a.rows());
-    for (int i = 0; i < a.rows(); ++i)
-        y.data()[i] = ml_run_scalar_product(mlDenseRun<double const>{a.data() + i * a.cols()}, x, a.cols());
+    y.expand(n);
 }
 
 } // namespace
@@ -36,17 +21,25 @@ void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c) {
         c.become(utCopy, product);
         return;
     }
-    c.become(mlMatrixZero, a.rows(), b.cols());
-    add_products(a, b, c.data());
+    if (a.rows() > 0 && b.cols() > 0) {
+        c.become(a.rows(), b.cols());
+        ml_kernels().multiply(a.rows(), b.cols(), a.cols(), block(a), block(b), {c.data(), c.cols()});
+    } else {
+        c.become(mlMatrixZero, a.rows(), b.cols());
+    }
 }
 
 void multiply(mlMatrix const & a, mlVector const & x, mlVector & y) {
     MATHS_CHECK(&x != &y, "multiply: a vector of %d elements can't become its own product", x.size());
     ml_check_length("multiply", a.cols(), x.size());
-    multiply_run(a, ml_run(x), y);
+    size_exactly(y, a.rows());
+    ml_kernels().multiply_vector(a.rows(), a.cols(), block(a), x.data(), y.data());
 }
 
 void multiply(mlMatrix const & a, mlSlice const & x, mlVector & y) {
     ml_check_length("multiply", a.cols(), x.length());
-    multiply_run(a, ml_run(x), y);
+    size_exactly(y, a.rows());
+    mlScratch<> gathered(a.cols());
+    ml_run_update(mlDenseRun<double>{gathered.data()}, ml_run(x), a.cols(), mlAssign());
+    ml_kernels().multiply_vector(a.rows(), a.cols(), block(a), gathered.data(), y.data());
 }

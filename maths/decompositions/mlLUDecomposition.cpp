@@ -1,66 +1,8 @@
 #include "maths/decompositions/mlLUDecomposition.h"
 
 #include <algorithm>
-#include <cmath>
 
-namespace {
-
-// Row at or below k with the largest magnitude in column k, the uppermost of equal ones.
-int pivot_row(mlMatrix const & a, int k) {
-    int best = k;
-    for (int i = k + 1; i < a.rows(); ++i) {
-        if (std::fabs(a(i, k)) > std::fabs(a(best, k))) best = i;
-    }
-    return best;
-}
-
-// row i -= a(i, k) / a(k, k) * row k, which clears a(i, k), where the multiplier is kept.
-void eliminate_below(mlMatrix & a, int k) {
-    int const cols = a.cols();
-    double const * const pivot_row = a.data() + k * cols;
-    for (int i = k + 1; i < a.rows(); ++i) {
-        double * const row = a.data() + i * cols;
-        double const multiplier = row[k] / pivot_row[k];
-        row[k] = multiplier;
-        for (int j = k + 1; j < cols; ++j)
-            row[j] -= pivot_row[j] * multiplier;
-    }
-}
-
-// U x = c for the right-hand sides c that stand behind the n columns of the factors.
-void substitute_extra_columns(mlMatrix & a) {
-    int const n = a.rows();
-    for (int c = n; c < a.cols(); ++c) {
-        for (int i = n - 1; i >= 0; --i) {
-            double s = a(i, c);
-            for (int j = i + 1; j < n; ++j)
-                s -= a(j, c) * a(i, j);
-            a(i, c) = s / a(i, i);
-        }
-    }
-}
-
-// 1 when all pivots pass, else 0, with `a` as far as the elimination came.
-int ml_lu_decompose(mlMatrix & a, intcoDynArr & permutation, int & swap_count, double pivot_tolerance) {
-    swap_count = 0;
-    for (int i = 0; i < a.rows(); ++i)
-        permutation[i] = i;
-    if (a.rows() > a.cols()) return 0;
-    for (int k = 0; k < a.rows(); ++k) {
-        int const p = pivot_row(a, k);
-        if (p != k) {
-            std::swap(permutation[k], permutation[p]);
-            a.swap_rows(k, p);
-            ++swap_count;
-        }
-        if (pivot_tolerance > std::fabs(a(k, k))) return 0;
-        eliminate_below(a, k);
-    }
-    substitute_extra_columns(a);
-    return 1;
-}
-
-} // namespace
+#include "maths/decompositions/mlLUElimination.h"
 
 mlLUDecomposition::mlLUDecomposition(mlMatrix const & a) : source_(&a), singular_(1), swap_count_(0) {
     lu_.become(utCopy, a);

@@ -1,0 +1,40 @@
+#include <math.h>
+#include <stddef.h>
+#include <string.h>
+
+#include "maths/kernels/mlKernels.h"
+
+// Two doubles at once, sixteen registers: every x86-64, and other machines by the compiler's own means.
+namespace ml_baseline {
+
+namespace {
+
+constexpr int lanes = 2;
+constexpr int tile_rows = 4;
+constexpr int tile_vecs = 2;
+constexpr int row_groups_in_flight = 4;
+
+typedef double Lanes __attribute__((vector_size(16)));
+
+inline Lanes load_partial(double const * p, int) { return Lanes{p[0], 0.0}; }
+inline void store_partial(double * p, Lanes x, int) { p[0] = x[0]; }
+
+inline void transpose(Lanes (&square)[lanes]) {
+    Lanes const first{square[0][0], square[1][0]};
+    square[1] = Lanes{square[0][1], square[1][1]};
+    square[0] = first;
+}
+
+} // namespace
+
+#include "maths/kernels/mlKernelSource.h"
+
+#include "maths/kernels/mlColumnKernel.h"
+#include "maths/kernels/mlMatrixVectorKernel.h"
+#include "maths/kernels/mlProductKernel.h"
+
+extern mlKernels const kernels;
+mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
+                           first_largest, divide,           subtract_columns};
+
+} // namespace ml_baseline

@@ -1,0 +1,112 @@
+#include <bit>
+#include <cstdint>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "maths/core/mlMatrix.h"
+#include "maths/core/mlRandom.h"
+#include "maths/kernels/mlInstructionSet.h"
+#include "maths/kernels/mlKernels.h"
+
+// Whatever the instruction set, every element has the bits that the plain definition gives it.
+
+namespace {
+
+class KernelsOf : public testing::TestWithParam<enum mlInstructionSet> {
+protected:
+    void SetUp() override {
+        if (!ml_use_instruction_set(GetParam())) GTEST_SKIP() << "this machine lacks the set";
+    }
+    void TearDown() override { ml_use_instruction_set(at_start_); }
+
+private:
+    enum mlInstructionSet const at_start_ = ml_instruction_set();
+};
+
+bool same_bits(double x, double y) {
+    return std::bit_cast<std::uint64_t>(x) == std::bit_cast<std::uint64_t>(y) || (x != x && y != y);
+}
+
+/// Numbers in [-1, 1), one in twenty of them a special one.
+void fill(mlMatrix & m, int rows, int cols, mlRandom & random) {
+    static double const specials[] = {0.0,
+                                      -0.0,
+                                      std::numeric_limits<double>::infinity(),
+                                      std::numeric_limits<double>::quiet_NaN(),
+                                      std::numeric_limits<double>::denorm_min(),
+                                      std::numeric_limits<double>::max()};
+    m.become(rows, cols);
+    for (double & x : m)
+        x = random.uniform() < 0.05 ? specials[static_cast<int>(random.uniform() * 6)] : random.uniform(-1.0, 1.0);
+}
+
+mlConstBlock block(mlMatrix const & m) { return {m.data(), m.cols()}; }
+
+/// Both products of a rows x depth and a depth x cols matrix, element by element.
+void expect_plain_products(int rows, int cols, int depth, mlRandom & random) {
+    mlMatrix a, b, product(mlMatrixZero, rows, cols), before, rest;
+    fill(a, rows, depth, random);
+    fill(b, depth, cols, random);
+    fill(before, rows, cols, random);
+    rest.become(utCopy, before);
+    ml_kernels().multiply(rows, cols, depth, block(a), block(b), {product.data(), cols});
+    ml_kernels().subtract_product(rows, cols, depth, block(a), block(b), {rest.data(), cols});
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < cols; ++j) {
+            double sum = 0.0, difference = before(i, j);
+            for (int k = 0; k < depth; ++k) {
+                sum += a(i, k) * b(k, j);
+                difference -= a(i, k) * b(k, j);
+            }
+            ASSERT_TRUE(same_bits(product(i, j), sum) && same_bits(rest(i, j), difference))
+                << rows << " x " << depth << " times " << depth << " x " << cols << ", element " << i << ", " << j
+                << ": " << product(i, j) << " for " << sum << ", " << rest(i, j) << " for " << difference;
+        }
+    }
+}
+
+void expect_plain_vector_products(int rows, int depth, mlRandom & random) {
+    mlMatrix a, x, product(mlMatrixZero, rows, 1), before, rest;
+    fill(a, rows, depth, random);
+    fill(x, depth, 1, random);
+    fill(before, rows, 1, random);
+    rest.become(utCopy, before);
+    ml_kernels().multiply_vector(rows, depth, block(a), x.data(), product.data());
+    ml_kernels().subtract_product_vector(rows, depth, block(a), x.data(), rest.data());
+    for (int i = 0; i < rows; ++i) {
+        double sum = 0.0, difference = before[i];
+        for (int k = 0; k < depth; ++k) {
+            sum += a(i, k) * x[k];
+            difference -= a(i, k) * x[k];
+        }
+        ASSERT_TRUE(same_bits(product[i], sum) && same_bits(rest[i], difference))
+            << rows << " x " << depth << " times a vector, element " << i;
+    }
+}
+
+TEST_P(KernelsOf, MultiplyLikeTheDefinitionAtEverySmallSize) {
+    mlRandom random(1);
+    for (int rows = 0; rows <= 40; ++rows) {
+        for (int cols = 0; cols <= 40; ++cols)
+            ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, cols, (rows * 7 + cols * 3) % 41, random));
+        for (int depth = 0; depth <= 40; ++depth)
+            ASSERT_NO_FATAL_FAILURE(expect_plain_vector_products(rows, depth, random));
+    }
+}
+
+TEST_P(KernelsOf, MultiplyLikeTheDefinitionWherePanelsAreCopied) {
+    mlRandom random(2);
+    for (int const depth : {127, 128, 129, 257}) {
+        for (int const cols : {23, 24, 25, 64, 97}) {
+            for (int const rows : {8, 9, 17})
+                ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, cols, depth, random));
+        }
+        ASSERT_NO_FATAL_FAILURE(expect_plain_vector_products(37, depth, random));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, KernelsOf,
+                         testing::Values(mlInstructionSetBaseline, mlInstructionSetAvx2, mlInstructionSetAvx512));
+
+} // namespace
