@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "maths/decompositions/mlLUElimination.h"
+#include "maths/kernels/mlColumnStrips.h"
 #include "maths/kernels/mlKernels.h"
 
 namespace {
@@ -35,6 +36,37 @@ void solve_upper(mlMatrix const & lu, int n, double * x) {
             s -= x[j] * row[j];
         x[i] = s / row[i];
     }
+}
+
+// The same for the m columns of x, rows [first, end): a block of rows takes all that is above it in one product.
+void solve_unit_lower(mlMatrix const & lu, int first, int end, mlBlock x, int m) {
+    std::ptrdiff_t const cols = lu.cols();
+    auto const subtract_product = [&](int begin, int middle, int last) { // rows [begin, middle) from [middle, last)
+        ml_kernels().subtract_product(last - middle, m, middle - begin, {lu.data() + middle * cols + begin, cols},
+                                      {x.first + begin * x.ld, x.ld}, {x.first + middle * x.ld, x.ld});
+    };
+    if (end - first <= 16) {
+        for (int i = first + 1; i < end; ++i)
+            subtract_product(first, i, i + 1);
+        return;
+    }
+    int const middle = first + (end - first) / 2;
+    solve_unit_lower(lu, first, middle, x, m);
+    subtract_product(first, middle, end);
+    solve_unit_lower(lu, middle, end, x, m);
+}
+
+// The last row by the reciprocal of its pivot, the others by division: results depend on it.
+void solve_upper(mlMatrix const & lu, int n, mlBlock x, int m) {
+    std::ptrdiff_t const cols = lu.cols(), last = n - 1;
+    double const * const last_pivot = lu.data() + last * (cols + 1);
+    double const reciprocal = 1.0 / *last_pivot;
+    for (int j = 0; j < m; ++j)
+        x.first[last * x.ld + j] *= reciprocal;
+    mlTriangle const from_its_end{last_pivot, -cols, -1, last_pivot, -(cols + 1)};
+    ml_in_strips(n, m, x, [&](int width, mlBlock strip) {
+        ml_kernels().solve_latest_first(1, n, width, from_its_end, {strip.first + last * strip.ld, -strip.ld});
+    });
 }
 
 } // namespace
@@ -105,26 +137,8 @@ void mlLUDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
         if (from != i) std::copy_n(b.data() + from * m, m, x.data() + i * m);
     }
 
-    auto const subtract_multiple = [&x, m](int i, int k, double factor) { // row i -= row k * factor
-        double * const row = x.data() + i * m;
-        double const * const other = x.data() + k * m;
-        for (int j = 0; j < m; ++j)
-            row[j] -= other[j] * factor;
-    };
-    for (int k = 0; k < n; ++k) { // L y = P b
-        for (int i = k + 1; i < n; ++i)
-            subtract_multiple(i, k, lu_(i, k));
-    }
-    // U x = y, the last row by the reciprocal of its pivot, the others by division: results depend on it.
-    double const reciprocal = 1.0 / lu_(n - 1, n - 1);
-    for (int j = 0; j < m; ++j)
-        x(n - 1, j) *= reciprocal;
-    for (int i = n - 2; i >= 0; --i) {
-        for (int l = i + 1; l < n; ++l)
-            subtract_multiple(i, l, lu_(i, l));
-        for (int j = 0; j < m; ++j)
-            x(i, j) /= lu_(i, i);
-    }
+    solve_unit_lower(lu_, 0, n, {x.data(), m}, m);
+    solve_upper(lu_, n, {x.data(), m}, m);
 }
 
 void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
