@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "maths/decompositions/mlTriangularSolve.h"
 #include "maths/kernels/mlColumnStrips.h"
 
 namespace {
@@ -106,37 +107,31 @@ int ml_cholesky_decompose(mlMatrix & a, mlVector & diagonal) {
     return n < worth_blocks ? factor_plainly(a, diagonal) : BlockFactorisation(a, diagonal).factor(n);
 }
 
+/// L, and L^T from its end, as triangles for the n rows of a right-hand side.
+mlTriangle lower_triangle(mlMatrix const & a, mlVector const & diagonal) {
+    return {a.data(), a.cols(), 1, diagonal.data(), 1};
+}
+mlTriangle upper_triangle(mlMatrix const & a, mlVector const & diagonal) {
+    std::ptrdiff_t const last = a.rows() - 1, cols = a.cols();
+    return {a.data() + last * (cols + 1), -1, -cols, diagonal.data() + last, -1};
+}
+
 // L L^T x = b in place, both triangles latest row first.
 void solve_one(mlMatrix const & a, mlVector const & diagonal, double * x) {
     int const n = a.rows();
-    int const cols = a.cols();
-    for (int i = 0; i < n; ++i) { // L y = b
-        double const * const row = a.data() + i * cols;
-        double s = x[i];
-        for (int k = i - 1; k >= 0; --k)
-            s -= row[k] * x[k];
-        x[i] = s / diagonal[i];
-    }
-    for (int i = n - 1; i >= 0; --i) { // L^T x = y
-        double const * const column = a.data() + i;
-        double s = x[i];
-        for (int k = i + 1; k < n; ++k)
-            s -= column[k * cols] * x[k];
-        x[i] = s / diagonal[i];
-    }
+    if (n < 1) return;
+    ml_solve_latest_first(n, lower_triangle(a, diagonal), x, 1);
+    ml_solve_latest_first(n, upper_triangle(a, diagonal), x + n - 1, -1);
 }
 
 // The same for the m columns of x.
 void solve_many(mlMatrix const & a, mlVector const & diagonal, double * x, int m) {
     int const n = a.rows();
-    std::ptrdiff_t const cols = a.cols();
     if (n < 1) return;
     ml_in_strips(n, m, {x, m}, [&](int width, mlBlock strip) {
-        mlTriangle const lower{a.data(), cols, 1, diagonal.data(), 1};
-        ml_kernels().solve_latest_first(0, n, width, lower, strip);
-        std::ptrdiff_t const last = n - 1;
-        mlTriangle const upper_from_its_end{a.data() + last * (cols + 1), -1, -cols, diagonal.data() + last, -1};
-        ml_kernels().solve_latest_first(0, n, width, upper_from_its_end, {strip.first + last * strip.ld, -strip.ld});
+        mlBlock const from_its_end{strip.first + (n - 1) * strip.ld, -strip.ld};
+        ml_kernels().solve_latest_first(0, n, width, lower_triangle(a, diagonal), strip);
+        ml_kernels().solve_latest_first(0, n, width, upper_triangle(a, diagonal), from_its_end);
     });
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "maths/decompositions/mlLUElimination.h"
+#include "maths/decompositions/mlTriangularSolve.h"
 #include "maths/kernels/mlColumnStrips.h"
 #include "maths/kernels/mlKernels.h"
 
@@ -27,15 +28,11 @@ void solve_unit_lower(mlMatrix const & lu, int n, double * y) {
     }
 }
 
-// U x = y in place. Every row waits for the one below it at its very first term: nothing can go side by side.
-void solve_upper(mlMatrix const & lu, int n, double * x) {
-    for (int i = n - 1; i >= 0; --i) {
-        double const * const row = lu.data() + i * lu.cols();
-        double s = x[i];
-        for (int j = i + 1; j < n; ++j)
-            s -= x[j] * row[j];
-        x[i] = s / row[i];
-    }
+/// U from its end.
+mlTriangle upper_triangle(mlMatrix const & lu, int n) {
+    std::ptrdiff_t const cols = lu.cols();
+    double const * const last_pivot = lu.data() + (n - 1) * (cols + 1);
+    return {last_pivot, -cols, -1, last_pivot, -(cols + 1)};
 }
 
 // The same for the m columns of x, rows [first, end): a block of rows takes all that is above it in one product.
@@ -56,16 +53,15 @@ void solve_unit_lower(mlMatrix const & lu, int first, int end, mlBlock x, int m)
     solve_unit_lower(lu, middle, end, x, m);
 }
 
-// The last row by the reciprocal of its pivot, the others by division: results depend on it.
+// U X = Y in place, the last row by the reciprocal of its pivot, the others by division: results depend on it.
 void solve_upper(mlMatrix const & lu, int n, mlBlock x, int m) {
-    std::ptrdiff_t const cols = lu.cols(), last = n - 1;
-    double const * const last_pivot = lu.data() + last * (cols + 1);
-    double const reciprocal = 1.0 / *last_pivot;
+    mlTriangle const upper = upper_triangle(lu, n);
+    double const reciprocal = 1.0 / *upper.diagonal;
+    double * const last_row = x.first + (n - 1) * x.ld;
     for (int j = 0; j < m; ++j)
-        x.first[last * x.ld + j] *= reciprocal;
-    mlTriangle const from_its_end{last_pivot, -cols, -1, last_pivot, -(cols + 1)};
+        last_row[j] *= reciprocal;
     ml_in_strips(n, m, x, [&](int width, mlBlock strip) {
-        ml_kernels().solve_latest_first(1, n, width, from_its_end, {strip.first + last * strip.ld, -strip.ld});
+        ml_kernels().solve_latest_first(1, n, width, upper, {strip.first + (n - 1) * strip.ld, -strip.ld});
     });
 }
 
@@ -160,5 +156,5 @@ void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
         if (permutation_[i] != i) v[i] = b[permutation_[i]];
     }
     solve_unit_lower(lu_, n, v);
-    solve_upper(lu_, n, v);
+    ml_solve_latest_first(n, upper_triangle(lu_, n), v + n - 1, -1); // U x = y
 }
