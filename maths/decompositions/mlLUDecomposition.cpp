@@ -3,6 +3,41 @@
 #include <algorithm>
 
 #include "maths/decompositions/mlLUElimination.h"
+#include "maths/kernels/mlKernels.h"
+
+namespace {
+
+// L y = b in place, an element taking its terms in increasing k: those from above its block of rows come from the
+// kernel, which has many rows in flight, the rest from the plain method, where a term waits for the one before.
+void solve_unit_lower(mlMatrix const & lu, int n, double * y) {
+    int const worth_a_kernel = 48; // rows
+    int const step = n < worth_a_kernel ? n : 16;
+    for (int first = 0; first < n; first += step) {
+        int const end = std::min(first + step, n);
+        double const * const rows = lu.data() + first * lu.cols();
+        if (first > 0) ml_kernels().subtract_product_vector(end - first, first, {rows, lu.cols()}, y, y + first);
+        for (int i = first + 1; i < end; ++i) {
+            double const * const row = lu.data() + i * lu.cols();
+            double s = y[i];
+            for (int k = first; k < i; ++k)
+                s -= y[k] * row[k];
+            y[i] = s;
+        }
+    }
+}
+
+// U x = y in place. Every row waits for the one below it at its very first term: nothing can go side by side.
+void solve_upper(mlMatrix const & lu, int n, double * x) {
+    for (int i = n - 1; i >= 0; --i) {
+        double const * const row = lu.data() + i * lu.cols();
+        double s = x[i];
+        for (int j = i + 1; j < n; ++j)
+            s -= x[j] * row[j];
+        x[i] = s / row[i];
+    }
+}
+
+} // namespace
 
 mlLUDecomposition::mlLUDecomposition(mlMatrix const & a) : source_(&a), singular_(1), swap_count_(0) {
     lu_.become(utCopy, a);
@@ -110,18 +145,6 @@ void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
     for (int i = 0; i < n; ++i) {
         if (permutation_[i] != i) v[i] = b[permutation_[i]];
     }
-    for (int i = 1; i < n; ++i) { // L y = P b: an element takes its terms in increasing k
-        double const * const row = lu_.data() + i * lu_.cols();
-        double s = v[i];
-        for (int k = 0; k < i; ++k)
-            s -= v[k] * row[k];
-        v[i] = s;
-    }
-    for (int i = n - 1; i >= 0; --i) { // U x = y
-        double const * const row = lu_.data() + i * lu_.cols();
-        double s = v[i];
-        for (int j = i + 1; j < n; ++j)
-            s -= v[j] * row[j];
-        v[i] = s / row[i];
-    }
+    solve_unit_lower(lu_, n, v);
+    solve_upper(lu_, n, v);
 }
