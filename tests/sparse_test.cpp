@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <tuple>
@@ -40,6 +41,7 @@ Cells random_cells(Choice & choice, int rows, int cols) {
     });
 }
 
+Cell nothing(int, int) { return Cell(); }
 Cell plus(Cell x, Cell y) { return x && y ? Cell(*x + *y) : x ? x : y; }
 Cell times(Cell x, Cell y) { return x && y ? Cell(*x * *y) : Cell(); }
 
@@ -219,7 +221,6 @@ TEST(SparseRow, IteratorsStepAndMeetInCommonColumns) {
     mlSparseRowIT copy(a);
     EXPECT_EQ(copy.next()->index, 4);
     EXPECT_TRUE(copy.next() == nullptr && a.index() == 1);
-
     double result = 1.0;
     EXPECT_EQ(General::row_dot_product(a, b, result), 1);
     EXPECT_EQ(result, 0.7 * 0.2 + 0.9 * 0.3);
@@ -231,16 +232,24 @@ TEST(SparseRow, IteratorsStepAndMeetInCommonColumns) {
 }
 
 // The sanitizers judge what this leaves behind.
-TEST(SparseMatrix, OwnsEachRowOnce) {
+TEST(SparseMatrix, EmptiesItsRowsOwnsEachOnceAndKeepsItsShape) {
     for (int const rows : {0, 2, 5, 9}) {
-        mlSparseMatrix m(mlMatrixIdentity, 5);
+        General m({5, 5, [](int i, int j) { return i == j ? Cell(1.0) : Cell(); }});
+        m.clear(0);
+        expect_holds(m, {5, 5, nothing});
+        EXPECT_EQ(m.row(m, 1).capacity(), 8);
+        m.clear(1);
+        expect_holds(m, {5, 5, nothing});
+        EXPECT_EQ(m.row(m, 1).capacity(), 0);
         m.set_invalid();
         EXPECT_TRUE(m.invalid() == 1 && m.cols() == 0);
         m += mlSparseMatrix();
         m.become(mlMatrixIdentity, 4);
+        m.become(mlMatrixZero, 4, 4);
+        EXPECT_EQ(m.row(m, 1).capacity(), 8); // kept
         m.set_invalid();
         m.become(mlMatrixZero, rows, 3);
-        expect_holds(m, {rows, 3, [](int, int) { return Cell(); }});
+        expect_holds(m, {rows, 3, nothing});
     }
     EXPECT_EQ(mlSparseMatrix(mlMatrixZero, 4, 4).last_in_row(2), -1);
     EXPECT_EQ(mlSparseSymMatrix(mlMatrixZero, 4).last_in_row(2), 1);
