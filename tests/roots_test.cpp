@@ -99,10 +99,12 @@ TEST(ClosedForms, OfHigherDegreeFindSeparateRootsInOrderAndKeepHalfOfTheDigitsOf
     }
 }
 
-/// t - 1, or t^2 - 2, or a parabola that falls from 2 to -2 between 0 and 2; all claim to have the slope.
+/// The function f, which claims to have that slope everywhere.
 TracedFunction claim(double slope, TracedFunction::Formula const & f) {
     return TracedFunction(f, [slope](double) { return slope; });
 }
+
+// Each crosses zero between 0 and 2; the last one falls.
 double line(double t) { return t - 1.0; }
 double rising(double t) { return t * t - 2.0; }
 double falling(double t) { return (t - 2.0) * (t - 2.0) - 2.0; }
