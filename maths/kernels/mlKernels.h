@@ -20,6 +20,16 @@ struct mlConstBlock {
     std::ptrdiff_t ld;
 };
 
+/// A lower triangle whose row t takes the rows before it: its factors are first[t * row_step + s * step], s < t, its
+/// divisor is diagonal[t * diagonal_step]. Steps may be negative, so that an upper triangle is solved from its end.
+struct mlTriangle {
+    double const * first;
+    std::ptrdiff_t row_step;
+    std::ptrdiff_t step;
+    double const * diagonal; ///< null for rows that are not divided
+    std::ptrdiff_t diagonal_step;
+};
+
 struct mlKernels {
     /// c = a b, rows x cols, each element a sum from 0.0 in increasing k < depth.
     void (*multiply)(int rows, int cols, int depth, mlConstBlock a, mlConstBlock b, mlBlock c);
@@ -32,6 +42,10 @@ struct mlKernels {
 
     /// y -= a x: each element has its products subtracted one by one, in increasing k < depth.
     void (*subtract_product_vector)(int rows, int depth, mlConstBlock a, double const * x, double * y);
+
+    /// Rows t of [first, end) of x, whose width is a multiple of 8: x_t -= factor(t, s) x_s for s from t - 1 down to 0,
+    /// then x_t /= divisor(t).
+    void (*solve_latest_first)(int first, int end, int width, mlTriangle l, mlBlock x);
 
     /// Index of the largest magnitude of x[0 .. n - 1], n > 0, the first of equal ones. Nothing exceeds a NaN in front,
     /// and no other NaN exceeds anything.

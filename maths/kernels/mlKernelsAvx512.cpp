@@ -17,6 +17,7 @@ namespace {
 constexpr int lanes = 8;
 constexpr int tile_rows = 8;
 constexpr int tile_vecs = 3;
+constexpr int strip_vecs = 8;
 
 typedef __m512d Lanes;
 
@@ -31,6 +32,7 @@ inline void store_partial(double * p, Lanes x, int width) { _mm512_mask_storeu_p
 
 #include "maths/kernels/mlColumnKernel.h"
 #include "maths/kernels/mlProductKernel.h"
+#include "maths/kernels/mlTriangularKernel.h"
 
 namespace {
 
@@ -46,7 +48,7 @@ void subtract_product_vector(int rows, int depth, mlConstBlock a, double const *
 } // namespace
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
-                           first_largest, divide,           subtract_columns};
+mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
+                           solve_latest_first, first_largest,    divide,          subtract_columns};
 
 } // namespace ml_avx512

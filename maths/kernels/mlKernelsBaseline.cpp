@@ -12,6 +12,7 @@ namespace {
 constexpr int lanes = 2;
 constexpr int tile_rows = 4;
 constexpr int tile_vecs = 2;
+constexpr int strip_vecs = 8;
 constexpr int row_groups_in_flight = 4;
 
 typedef double Lanes __attribute__((vector_size(16)));
@@ -32,9 +33,10 @@ inline void transpose(Lanes (&square)[lanes]) {
 #include "maths/kernels/mlColumnKernel.h"
 #include "maths/kernels/mlMatrixVectorKernel.h"
 #include "maths/kernels/mlProductKernel.h"
+#include "maths/kernels/mlTriangularKernel.h"
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
-                           first_largest, divide,           subtract_columns};
+mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
+                           solve_latest_first, first_largest,    divide,          subtract_columns};
 
 } // namespace ml_baseline
