@@ -1,9 +1,11 @@
-# Runs `program` with the list `arguments` and judges it by `status`, `output` and `error`: see CMakeLists.txt.
+# Runs `program`, which may follow the emulator that it needs, with the list `arguments` and judges it by `status`, `output` and `error`: see CMakeLists.txt.
 if(status STREQUAL "")
     set(status 0)
 endif()
 execute_process(COMMAND ${program} ${arguments}
     RESULT_VARIABLE found_status OUTPUT_VARIABLE found_output ERROR_VARIABLE found_error)
+string(REPLACE "\r\n" "\n" found_output "${found_output}")
+string(REPLACE "\r\n" "\n" found_error "${found_error}")
 
 if(NOT found_status STREQUAL status)
     message(SEND_ERROR "ended with status ${found_status}, not ${status}")

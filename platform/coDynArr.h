@@ -189,5 +189,7 @@ template <class T> void coDynArr<T>::relocate(int capacity) {
 using doublecoDynArr = coDynArr<double>;
 using intcoDynArr = coDynArr<int>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<double>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<int>;
+#endif

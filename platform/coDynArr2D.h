@@ -91,4 +91,6 @@ template <class T> int coDynArr2D<T>::grown(int room, int increment, int index) 
 
 using doublecoDynArr2D = coDynArr2D<double>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr2D<double>;
+#endif

@@ -9,7 +9,9 @@
 /// Table of the pages of any paged array.
 using utAnycoPageArrINTERNALcoDynArr = coDynArr<void *>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<void *>;
+#endif
 
 /// Growable array of T, a trivially copyable type, stored in pages of 2^page_shift elements.
 ///
@@ -123,5 +125,7 @@ private:
 using doublecoPageArr = coPageArr<double>;
 using intcoPageArr = coPageArr<int>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<double>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<int>;
+#endif

@@ -37,3 +37,10 @@ build() {
     step "build/$1/configure.log" "configuring $1" cmake --preset "$1" -DMATHS_WERROR="${MATHS_WERROR:-OFF}"
     step "build/$1/build.log" "building $1" cmake --build --preset "$1"
 }
+
+# run_tests PRESET: runs its tests and prints the last lines, which count them.
+run_tests() {
+    local log=build/$1/test.log
+    step "$log" "testing $1" ctest --preset "$1" --parallel "$(nproc)"
+    sed -n '/ tests passed/,$p' "$log"
+}

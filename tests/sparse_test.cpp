@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <map>
@@ -282,6 +283,18 @@ TEST(SparseRow, IteratorsStepAndMeetInCommonColumns) {
     EXPECT_EQ(Symmetric::row_dot_self(a), 0.1 * 0.1 + 0.2 * 0.2 + 0.3 * 0.3);
     EXPECT_EQ(mlSparseElement().invalid(), 0); // never set is not invalid
     EXPECT_EQ(mlSparseElement(2147483647, 1.0).invalid(), 1);
+}
+
+TEST(SparseMatrix, EmptiesItsRowsAndKeepsItsShape) {
+    General m({2, 3, {{{0, 0}, 1.0}, {{1, 2}, 5.0}}});
+    m.clear(0);
+    expect_holds(m, {2, 3, {}});
+    m.become(mlMatrixZero, 2, 4);
+    EXPECT_EQ(m.row(m, 1).capacity(), 8); // kept by both
+    m.set(1, 3, 6.0);
+    m.clear(1);
+    expect_holds(m, {2, 4, {}});
+    EXPECT_EQ(m.row(m, 1).capacity(), 0);
 }
 
 // The sanitizers judge what this leaves behind.

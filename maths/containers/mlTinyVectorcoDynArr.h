@@ -18,11 +18,13 @@ using mlTinyVector4coDynArrcoIterator = coDynArrcoIterator<mlTinyVector4>;
 using mlTinyVector5coDynArrcoIterator = coDynArrcoIterator<mlTinyVector5>;
 using mlTinyVector6coDynArrcoIterator = coDynArrcoIterator<mlTinyVector6>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlTinyVector2>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlTinyVector3>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlTinyVector4>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlTinyVector5>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlTinyVector6>;
+#endif
 
 /// Prints the array's size and its elements, a line each, in a frame headed "coDynArr {".
 template <int N> utOstream & operator<<(utOstream & stream, coDynArr<mlTinyVector<N>> const & array) {

@@ -18,11 +18,13 @@ using mlTinyVector4coPageArrcoIterator = coPageArrcoIterator<mlTinyVector4>;
 using mlTinyVector5coPageArrcoIterator = coPageArrcoIterator<mlTinyVector5>;
 using mlTinyVector6coPageArrcoIterator = coPageArrcoIterator<mlTinyVector6>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<mlTinyVector2>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<mlTinyVector3>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<mlTinyVector4>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<mlTinyVector5>;
 extern template class MATHS_API_TEMPLATE_DECLARATION coPageArr<mlTinyVector6>;
+#endif
 
 /// Prints the array's size and its elements, a line each, in a frame headed "coPageArr {".
 template <int N> utOstream & operator<<(utOstream & stream, coPageArr<mlTinyVector<N>> const & array) {

@@ -13,7 +13,9 @@
 using mlVectorcoDynArr = coDynArr<mlVector>;
 using mlVectorcoDynArrcoIterator = coDynArrcoIterator<mlVector>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlVector>;
+#endif
 
 /// Prints the array's size and its vectors, each followed by an empty line, in a frame headed "coDynArr {".
 MATHS_API utOstream & operator<<(utOstream & stream, mlVectorcoDynArr const & array);

@@ -165,11 +165,13 @@ using mlTinyVector4 = mlTinyVector<4>;
 using mlTinyVector5 = mlTinyVector<5>;
 using mlTinyVector6 = mlTinyVector<6>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION mlTinyVector<2>;
 extern template class MATHS_API_TEMPLATE_DECLARATION mlTinyVector<3>;
 extern template class MATHS_API_TEMPLATE_DECLARATION mlTinyVector<4>;
 extern template class MATHS_API_TEMPLATE_DECLARATION mlTinyVector<5>;
 extern template class MATHS_API_TEMPLATE_DECLARATION mlTinyVector<6>;
+#endif
 
 /// c . (a x b), the volume of the box that the three span.
 inline double scalar_triple_product(mlTinyVector3 const & a, mlTinyVector3 const & b, mlTinyVector3 const & c) {

@@ -7,9 +7,32 @@
 
 namespace {
 
+using Run = mlStridedRun<double const>;
+
 void copy(mlVector & v, mlSlice const & s, int n) {
     v.expand(n);
     v = s;
+}
+
+// The right-hand sides y become their solutions, the diagonal d its pivots. Side by side, each solution has the bits
+// that it has alone.
+template <int count> void solve_in_place(Run a, double * d, Run c, int n, double * const (&y)[count]) {
+    double pivot = d[0]; // kept, like `before`, out of memory, which a step would wait for
+    double before[count];
+    for (int k = 0; k < count; ++k)
+        before[k] = y[k][0];
+    for (int i = 1; i < n; ++i) { // row i -= m * row i-1, which clears a[i]
+        double const m = a[i] / pivot;
+        pivot = d[i] -= m * c[i - 1];
+        for (int k = 0; k < count; ++k)
+            before[k] = y[k][i] -= m * before[k];
+    }
+    for (int k = 0; k < count; ++k)
+        before[k] = y[k][n - 1] /= pivot;
+    for (int i = n - 2; i >= 0; --i) {
+        for (int k = 0; k < count; ++k)
+            before[k] = y[k][i] = (y[k][i] - c[i] * before[k]) / d[i];
+    }
 }
 
 // Tells, in a checked build, what the others keep to themselves.
@@ -49,54 +72,44 @@ int mlTridiagonal::same_sign_corners() const {
 
 void mlTridiagonal::solve(mlSlice const & r, mlSlice & x) const {
     if (n_ < 1) return;
-    mlVector pivots, right;
-    copy(pivots, diagonal_, n_);
-    copy(right, r, n_);
+    check_lengths(x);
+    mlVector d, y;
+    copy(d, diagonal_, n_);
+    copy(y, r, n_);
+    solve_in_place(ml_run(lower_), d.data(), ml_run(upper_), n_, {y.data()});
+    ml_run_update(ml_run(x), ml_run(y), n_, mlAssign());
+}
+
+// A = A' + u v^T, where A' has no corners: x - f y of the plain solutions A' x = r and A' y = u.
+void mlTridiagonal::solve_periodic(mlSlice const & r, mlSlice & x) const {
+    if (n_ < 1) return;
+    check_lengths(x);
+    int const last = n_ - 1;
+    double const upper_right = lower_[0], lower_left = upper_[last];
+    mlVector d, solution, u(mlVectorZero, n_), v(mlVectorZero, n_);
+    copy(d, diagonal_, n_);
+    copy(solution, r, n_);
+    if (same_sign_corners()) { // one after the other, here and below: of order 1, the ends are the same element
+        u[0] = -1.0;
+        u[last] = 1.0;
+        v[0] = lower_left;
+        v[last] = -upper_right;
+    } else {
+        note_dropped_corners(upper_right, lower_left);
+    }
+    d[0] -= v[0] * u[0];
+    d[last] -= v[last] * u[last];
+
+    solve_in_place(ml_run(lower_), d.data(), ml_run(upper_), n_, {u.data(), solution.data()});
+    mlVector const & y = u;
+    double const f = scalar_product(v, solution) / (1.0 + scalar_product(v, y));
+    auto const result = ml_run(x);
+    for (int i = 0; i < n_; ++i)
+        result[i] = solution[i] - f * y[i];
+}
+
+void mlTridiagonal::check_lengths([[maybe_unused]] mlSlice const & x) const {
     ml_check_length("tridiagonal solve, lower diagonal", n_, lower_.length());
     ml_check_length("tridiagonal solve, upper diagonal", n_, upper_.length());
     ml_check_length("tridiagonal solve, solution", n_, x.length());
-    auto const a = ml_run(lower_), c = ml_run(upper_);
-    auto const result = ml_run(x);
-    double * const d = pivots.data();
-    double * const y = right.data();
-    for (int i = 1; i < n_; ++i) { // row i -= m * row i-1, which clears a[i]
-        double const m = a[i] / d[i - 1];
-        d[i] -= m * c[i - 1];
-        y[i] -= m * y[i - 1];
-    }
-    double next = result[n_ - 1] = y[n_ - 1] / d[n_ - 1];
-    for (int i = n_ - 2; i >= 0; --i)
-        next = result[i] = (y[i] - c[i] * next) / d[i];
-}
-
-// A = A' + u v^T, where A' has no corners and so takes two plain solves.
-void mlTridiagonal::solve_periodic(mlSlice const & r, mlSlice & x) const {
-    if (n_ < 1) return;
-    int const last = n_ - 1;
-    mlVector a, b, c, y;
-    copy(a, lower_, n_);
-    copy(b, diagonal_, n_);
-    copy(c, upper_, n_);
-    y.expand(n_);
-    mlVector u(mlVectorZero, n_), v(mlVectorZero, n_);
-    if (same_sign_corners()) {
-        u[0] = -1.0;
-        u[last] = 1.0;
-        v[0] = c[last];
-        v[last] = -a[0];
-    } else {
-        note_dropped_corners(a[0], c[last]);
-    }
-    b[0] -= v[0] * u[0]; // one after the other: of order 1, the ends are the same element
-    a[0] -= v[last] * u[0];
-    c[last] -= u[last] * v[0];
-    b[last] -= v[last] * u[last];
-
-    mlTridiagonal const reduced(n_, a.slice(), b.slice(), c.slice());
-    mlSlice correction = y.slice();
-    reduced.solve(u.slice(), correction);
-    reduced.solve(r, x);
-    mlSlice const solution(x.data(), x.start(), n_, x.stride());
-    double const f = scalar_product(v.slice(), solution) / (1.0 + scalar_product(v, y));
-    ml_run_update(ml_run(x), ml_run(y), n_, [f](double & xi, double yi) { xi -= f * yi; });
 }

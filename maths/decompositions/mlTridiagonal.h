@@ -34,13 +34,15 @@ public:
     /// Writes the solution into x[0 .. n-1]; the corners are ignored. x may view r's storage, not a diagonal's.
     void solve(mlSlice const & r, mlSlice & x) const;
 
-    /// Writes the solution of the system with its corners into x[0 .. n-1]; x as above.
-    ///
+    /// Writes the solution of the system with its corners into x[0 .. n-1]; x as above. Of order 1, lower[0] is added
+    /// to the diagonal, and upper[0] is left out.
     /// Unless `same_sign_corners`, the corners are dropped without notice, and the solution is that of `solve`; a
     /// checked build says so on standard error.
     void solve_periodic(mlSlice const & r, mlSlice & x) const;
 
 private:
+    void check_lengths(mlSlice const & x) const;
+
     int n_;
     mlSlice lower_, diagonal_, upper_;
 };

@@ -7,8 +7,9 @@
 ///
 /// A window in u and v, at first the function's own domain, bounds the line: beyond it u and v are clamped, each on its
 /// own, so the function is defined for every t. `t_min` and `t_max` are the ends of the interval on which the line is
-/// inside the window; where the window is unbounded, so is the interval. A line that misses the window gets
-/// t_min > t_max. They are computed when first asked for.
+/// inside the window; where the window is unbounded, so is the interval. A variable that the line keeps constant sets
+/// no bound, even outside the window; otherwise a line that misses the window gets t_min > t_max. They are computed
+/// when first asked for.
 /// `highest_derivative_order` is that of the wrapped function.
 /// Lifetime: the wrapped function must outlive the object. Bad input: nothing is checked.
 /// Threads: const operations write the cached interval: one thread at a time.

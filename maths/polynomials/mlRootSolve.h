@@ -21,7 +21,9 @@ enum mlRootType : int {
 /// negligible beside the others lowers the degree: below 1e-11 of the largest in the quadratic, below 1e-10 of the next
 /// in the cubic and the quartic. NaN or infinite coefficients give roots without meaning, but an answer.
 /// Accuracy: roots that lie close together lose up to half of the digits (double) or two thirds (triple), and a root
-/// much smaller than the others in a cubic or quartic loses digits to cancellation.
+/// much smaller than the others in a cubic or quartic loses digits to cancellation. So does the only root of a cubic
+/// near x^3 = c: up to two thirds. A quartic that nearly is a quadratic in (x - shift)^2, but not quite, can get roots
+/// that are wrong altogether (11089 x^4 + 64 x^3 - 20377 does): check them, or polish them by `newton_raphson`.
 ///
 /// The iterative solvers set `converged` to 1, and to 0 when they give up. Their calls of the function, in order and
 /// number, are part of what they promise.

@@ -7,4 +7,6 @@
 using mlSparseElementcoDynArr = coDynArr<mlSparseElement>;
 using mlSparseElementcoDynArrcoIterator = coDynArrcoIterator<mlSparseElement>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlSparseElement>;
+#endif

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include "maths/core/mlMatrix.h"
 #include "maths/sparse/mlSparseRowcoDynArrPrgcoPrgcoDynArr.h"
 
@@ -28,7 +30,7 @@ public:
     /// 1 when the matrix has no rows.
     int invalid() const { return rows() == 0; }
 
-    /// Makes the matrix 0 x 0. Its rows' storage is freed when the matrix gets rows again or is destroyed.
+    /// Makes the matrix 0 x 0. An old row's storage is freed when a new row takes its place, or with the matrix.
     void set_invalid();
 
     void operator*=(double s);
@@ -47,6 +49,10 @@ protected:
     /// rows x cols without elements; the storage of rows that stay is kept.
     mlSparseMatrixBase & become(int rows, int cols);
     mlSparseMatrixBase & become(enum mlMatrixIdentity, int n);
+
+    /// A tag of another class is not a number of rows.
+    template <class Tag>
+    requires std::is_enum_v<Tag> mlSparseMatrixBase & become(Tag, int) = delete;
 
     /// Adds empty rows at the bottom, or drops the last ones.
     void resize_rows(int n);

@@ -9,4 +9,6 @@
 /// in them stay owned until the block is freed or somebody calls `delete_ptr` and overwrites the handle.
 using mlSparseRowcoDynArrPrgcoPrgcoDynArr = coDynArr<mlSparseRowcoDynArrPrgcoPrg>;
 
+#if MATHS_EXTERN_TEMPLATES
 extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<mlSparseRowcoDynArrPrgcoPrg>;
+#endif

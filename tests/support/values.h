@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "maths/core/mlVector.h"
+#include "maths/core/mlMatrix.h"
 
 // Values to put into arrays and the values that are in them, to be compared as a whole.
 
@@ -20,6 +20,11 @@ using Values = std::vector<double>;
 struct Vector : mlVector {
     Vector(std::initializer_list<double> values) { become(utConvert, values.begin(), static_cast<int>(values.size())); }
     using mlVector::operator=;
+};
+
+/// A matrix of given values, row by row.
+struct Matrix : mlMatrix {
+    Matrix(int rows, int cols, std::initializer_list<double> values) { become(utConvert, values.begin(), rows, cols); }
 };
 
 /// The elements of an array, a vector or a matrix's storage.

@@ -1,0 +1,161 @@
+#include <cmath>
+
+#include "bits/digest.h"
+
+namespace {
+
+class Valley : public mlFunctionN1 {
+public:
+    explicit Valley(int n) { dimension = n; }
+    double function(mlSlice const & x) const override {
+        double sum = 0.0;
+        for (int i = 0; i + 1 < dimension; ++i) {
+            double const a = x[i + 1] - x[i] * x[i], b = 1.0 - x[i];
+            sum += 100.0 * a * a + b * b;
+        }
+        return sum;
+    }
+};
+
+class Quartic : public mlFunction {
+public:
+    Quartic(double centre, int orders) : centre_(centre) { highest_derivative_order = orders; }
+    double function(double t) const override {
+        double const d = t - centre_;
+        return d * d * (d * d - 1.0) + 0.1 * d;
+    }
+    double function_derivative(int order, double t) const override {
+        double const d = t - centre_;
+        return order == 1 ? d * (4.0 * d * d - 2.0) + 0.1 : 12.0 * d * d - 2.0;
+    }
+
+private:
+    double centre_;
+};
+
+void digest_line_searches() {
+    ExactDigest digest("minima of functions of one variable");
+    Operands operands(31);
+    for (int i = 0; i < 100; ++i) {
+        double const centre = operands.number();
+        Quartic f(centre, i % 3);
+        double a = centre - 2.0, b = centre - 1.9 + operands.number(), c, fa, fb, fc, x;
+        ml_minimum_bracketing(f, a, b, c, fa, fb, fc);
+        for (double const value : {a, b, c, fa, fb, fc})
+            digest(value);
+        digest(ml_brent_minimum_search(f, a, b, c, 1e-8, 60, &x));
+        digest(x);
+        int found, range_end, not_converged;
+        mlMinimiser minimiser(f, centre + operands.number(), -2.0, 2.0, 1e-5);
+        digest(minimiser.minimise(found, range_end, not_converged));
+        minimiser.change_range(-2.5);
+        digest(minimiser.minimise(found, range_end, not_converged));
+        for (int const flag : {found, range_end, not_converged})
+            digest(flag);
+    }
+}
+
+void digest_searches() {
+    ExactDigest digest("minima of functions of several variables");
+    Operands operands(32);
+    for (int n = 2; n < 6; ++n) {
+        for (int i = 0; i < 5; ++i) {
+            Valley f(n);
+            mlVector start, x(mlVectorZero, n);
+            operands.become(start, n);
+            mlDownHillSimplex simplex(n);
+            digest(simplex.solve(f, start, static_cast<mlDownHillSimplexSpeed>(i)));
+            digest(simplex.number_of_calls());
+            simplex.result(x);
+            digest(x);
+            x = start;
+            mlMatrix directions(mlMatrixIdentity, n);
+            int iterations = 0;
+            digest(ml_powell_minimum_search(x, directions, 1e-12, iterations, f));
+            digest(iterations);
+            digest(x);
+            digest(directions);
+        }
+    }
+}
+
+/// Signed distances of points from a circle with the parameters centre and radius.
+class Circle : public mlDistanceLeastSquares {
+public:
+    Circle(double const * xy, int n) : mlDistanceLeastSquares(3, n), xy_(xy) {}
+    void normalise_parameters(mlVector & p) override { p[2] = std::fabs(p[2]); }
+    void distance_and_gradient(double & d, mlVector & gradient, int point) override {
+        double const x = xy_[2 * point] - parameters[0], y = xy_[2 * point + 1] - parameters[1];
+        double const length = std::sqrt(x * x + y * y);
+        d = length - parameters[2];
+        gradient[0] = -x / length;
+        gradient[1] = -y / length;
+        gradient[2] = -1.0;
+    }
+    void distance(double & d, int point) override {
+        double const x = xy_[2 * point] - parameters[0], y = xy_[2 * point + 1] - parameters[1];
+        d = std::sqrt(x * x + y * y) - parameters[2];
+    }
+
+private:
+    double const * xy_;
+};
+
+void digest_fits() {
+    ExactDigest digest("least-squares fits");
+    Operands operands(33);
+    for (int i = 0; i < 40; ++i) {
+        mlVector points, start, result;
+        operands.become(points, 40);
+        operands.become(start, 3);
+        Circle circle(points.data(), 20);
+        mlLevenbergMarquardt fit(circle);
+        fit.set_strict(i % 2 == 1);
+        fit.set_max_iterations(60);
+        digest(fit.fit(start, result));
+        digest(result);
+        digest(circle.point_distribution_quality(result));
+    }
+}
+
+/// x_i^2 + sum of the others = constants that put a root near (1, ..., 1).
+class System : public mlFunctionN {
+public:
+    explicit System(int n) { input_dimension = output_dimension = n; }
+    void function(mlSlice const & x, mlVector & y) const override {
+        for (int i = 0; i < input_dimension; ++i)
+            y[i] = x[i] * x[i] - x[i] + x.sum() - 1.01 * input_dimension;
+    }
+    void function_gradient(mlSlice const & x, mlMatrix & jacobian) const override {
+        for (int i = 0; i < input_dimension; ++i) {
+            for (int j = 0; j < input_dimension; ++j)
+                jacobian(i, j) = i == j ? 2.0 * x[i] : 1.0;
+        }
+    }
+};
+
+void digest_newton() {
+    ExactDigest digest("systems of equations");
+    Operands operands(34);
+    for (int n = 1; n < 30; ++n) {
+        System const f(n);
+        mlVector x;
+        operands.become(x, n);
+        x += 1.5;
+        int converged;
+        mlNewtonRaphson newton(mlNRDim, n);
+        newton.solve(f, x, 1e-12, converged);
+        digest(converged);
+        digest(newton.status());
+        digest(x);
+    }
+}
+
+} // namespace
+
+void digest_optimisation() {
+    digest_line_searches();
+    digest_searches();
+    digest_fits();
+    digest_newton();
+}

@@ -1,0 +1,78 @@
+# What cmake --install puts where, and the packages that cpack makes of it:
+#   <includedir>/maths-<interface>/{maths,platform}/...     the headers, under an include root of their own
+#   <libdir>                                                the shared library
+#   <libdir>/cmake/maths, <libdir>/pkgconfig                how CMake and pkg-config find them
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(include_root ${CMAKE_INSTALL_INCLUDEDIR}/maths-${maths_interface})
+set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/maths)
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(TARGETS maths EXPORT maths
+    RUNTIME COMPONENT library
+    LIBRARY COMPONENT library NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development
+    INCLUDES DESTINATION ${include_root})
+install(DIRECTORY maths platform DESTINATION ${include_root} COMPONENT development FILES_MATCHING PATTERN "*.h")
+
+install(EXPORT maths FILE mathsTargets.cmake NAMESPACE maths:: DESTINATION ${config_dir} COMPONENT development)
+configure_package_config_file(cmake/mathsConfig.cmake.in mathsConfig.cmake INSTALL_DESTINATION ${config_dir})
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+    set(compatibility SameMinorVersion)
+else()
+    set(compatibility SameMajorVersion)
+endif()
+write_basic_package_version_file(mathsConfigVersion.cmake COMPATIBILITY ${compatibility})
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mathsConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/mathsConfigVersion.cmake
+    DESTINATION ${config_dir} COMPONENT development)
+
+# The prefix is told from where the file lies, so that a tree can be moved and cmake --install can be given another
+# prefix; a library directory outside the prefix leaves only the one that was configured.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+    set(pkgconfig_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+    file(RELATIVE_PATH pkgconfig_prefix /${pkgconfig_dir} /)
+    string(REGEX REPLACE "/$" "" pkgconfig_prefix "\${pcfiledir}/${pkgconfig_prefix}")
+endif()
+set(pkgconfig_libdir "\${prefix}")
+set(pkgconfig_includedir "\${prefix}")
+cmake_path(APPEND pkgconfig_libdir ${CMAKE_INSTALL_LIBDIR}) # which an absolute directory replaces
+cmake_path(APPEND pkgconfig_includedir ${include_root})
+set(pkgconfig_options -ffp-contract=off)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    string(APPEND pkgconfig_options " -fno-tree-slp-vectorize") # the reason stands beside the target
+endif()
+if(MATHS_CHECKED)
+    string(APPEND pkgconfig_options " -DMATHS_CHECKED")
+endif()
+configure_file(cmake/maths.pc.in maths.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/maths.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
+
+set(CPACK_PACKAGE_VENDOR "The maths project")
+set(CPACK_PACKAGE_CONTACT "The maths project")
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_STRIP_FILES ON)
+if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+else()
+    set(CPACK_GENERATOR DEB TGZ)
+endif()
+
+# The archive holds everything, Debian gets a pair of packages.
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libmaths${maths_interface})
+set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "The shared library, for programs that use it.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmaths-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmaths${maths_interface} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
+    "The headers, and what CMake and pkg-config need, for programs to be built.")
+include(CPack)

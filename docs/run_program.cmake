@@ -1,0 +1,15 @@
+# run_program(place program expected_file): runs a program of the documentation, behind the `emulator` if there is one.
+# It must succeed, and print the contents of the file unless that is empty.
+function(run_program place program expected_file)
+    execute_process(COMMAND ${emulator} ${program} RESULT_VARIABLE status OUTPUT_VARIABLE found ERROR_VARIABLE errors)
+    file(READ ${expected_file} expected)
+    foreach(text IN ITEMS found expected)
+        string(REGEX REPLACE "[ \r]*\n" "\n" ${text} "${${text}}")
+        string(REGEX REPLACE "\n+$" "\n" ${text} "${${text}}")
+    endforeach()
+    if(NOT status STREQUAL "0" OR NOT errors STREQUAL "")
+        message(SEND_ERROR "${place}: the program ended with status ${status}\n${found}${errors}")
+    elseif(NOT expected STREQUAL "" AND NOT found STREQUAL expected)
+        message(SEND_ERROR "${place}: the program printed\n${found}and not\n${expected}")
+    endif()
+endfunction()
