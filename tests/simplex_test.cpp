@@ -32,8 +32,7 @@ double bowl(mlSlice const & x) { // 3 at (0.73, 1.73, ...)
     return sum;
 }
 double falling(mlSlice const & x) { return -std::exp(x[0] + x[1]); }
-double infinite(mlSlice const &) { return infinity; }
-double undefined(mlSlice const & x) { return std::sqrt(x[0] - 0.05); }
+double undefined(mlSlice const &) { return nan_value; }
 
 TEST(Simplex, FindsMinimaFromASimplexWhoseLastVertexIsTheStart) {
     for (int n : {1, 2, 3, 5}) {
@@ -77,10 +76,8 @@ TEST(Simplex, EndsAtItsLimitOfCallsWhateverTheValues) {
     int const limits[] = {20000, 100, 600, 2000, 20000, 20000}; // of the speeds -1 to 4
     for (int speed = -1; speed <= 4; ++speed) {
         int const limit = limits[speed + 1];
-        EXPECT_EQ(Search(3, infinite, speed).calls, limit);
         EXPECT_NEAR(Search(2, falling, speed).calls, limit + 1, 1);
-        EXPECT_LT(Search(2, undefined, speed).calls, limit + 4);
-        EXPECT_EQ(Search(2, undefined, speed, -1.0).calls, limit + 3) << "NaN everywhere, steps of 4 calls";
+        EXPECT_EQ(Search(2, undefined, speed, -1.0).calls, limit + 3) << "steps of 4 calls";
     }
     int calls = 0;
     auto const begins_another = [&](mlSlice const &) {
@@ -91,13 +88,13 @@ TEST(Simplex, EndsAtItsLimitOfCallsWhateverTheValues) {
 }
 
 TEST(Simplex, StopsAtOnceWhereNothingCanImprove) {
+    TracedFunctionN1::Formula const rising = [value = 0](mlSlice const &) mutable { return ++value; };
+    EXPECT_EQ(Search(2, [](mlSlice const & x) { return 1e-22 * bowl(x); }).calls, 3) << "highest value below 1e-20";
+    EXPECT_EQ(Search(2, rising, 3, 1e30).calls, 3) << "the vertices coincide";
+    EXPECT_EQ(Search(0, rising).value, 1.0);
     Search const flat(2, [](mlSlice const &) { return 7.0; });
     EXPECT_EQ(flat.calls, 3);
     EXPECT_EQ(flat.x.sum(), 0.0) << "of equal values the last vertex, the start, is the lowest";
-    EXPECT_EQ(Search(2, [](mlSlice const & x) { return 1e-22 * bowl(x); }).calls, 3) << "highest value below 1e-20";
-    TracedFunctionN1::Formula const rising = [value = 0](mlSlice const &) mutable { return ++value; };
-    EXPECT_EQ(Search(2, rising, 3, 1e30).calls, 3) << "the vertices coincide";
-    EXPECT_EQ(Search(0, rising).value, 1.0);
 }
 
 } // namespace
