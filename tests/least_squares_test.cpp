@@ -141,13 +141,11 @@ TEST(LevenbergMarquardt, KeepsParametersInTheirCanonicalForm) {
     EXPECT_DOUBLE_EQ(std::hypot(result[0], result[1]), 1.0);
 }
 
-TEST(LevenbergMarquardt, EndsWithoutPointsAndWithDistancesThatAreNoNumbers) {
-    for (Points const & points : {Points{{1, 2, nan_value}}, Points{{1, 2, infinity}}, Points()}) {
-        LinearModel model(2, points);
-        mlVector result;
-        EXPECT_FALSE(std::isfinite(mlLevenbergMarquardt(model).fit(Vector{0, 4}, result)));
-        EXPECT_EQ(result[1], 4.0);
-    }
+TEST(LevenbergMarquardt, EndsAtTheStartWithoutPoints) {
+    LinearModel model(2, {});
+    mlVector result;
+    EXPECT_FALSE(std::isfinite(mlLevenbergMarquardt(model).fit(Vector{0, 4}, result)));
+    EXPECT_EQ(contents(result), (Values{0, 4}));
 }
 
 TEST(DistanceLeastSquares, RatesHowThePointsDetermineTheParametersOfUnitScale) {
