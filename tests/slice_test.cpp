@@ -47,7 +47,6 @@ TEST(Slice, OfNoStorageMayStartAnywhere) {
     mlMatrix m;
     mlSlice last = m.become(0, 3).col(2);
     last = m.col(1);
-    EXPECT_EQ(last.sum(), 0.0);
     EXPECT_EQ(printed(last), "<>");
 }
 
