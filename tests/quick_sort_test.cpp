@@ -57,6 +57,8 @@ TEST(QuickSort, TakesAboutNLogNComparisonsForEveryInput) {
 TEST(QuickSort, SortsTheFirstObjectsOnlyAndMayExtendTheArray) {
     mlQuickSortDynArrInt const sorter;
     intcoDynArr array{5, 9, -2, 0, 7, 7};
+    sorter.arr_put_copy(&array, 0, &array[1]); // there are no copies
+    sorter.obj_destroy(sorter.obj_create_copy(&array[0]));
     array.shrink(4, 0);
     sorter.sort(&array, 3);
     EXPECT_EQ(contents(array), (Ints{-2, 5, 9, 0}));

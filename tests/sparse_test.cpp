@@ -107,7 +107,7 @@ void change(mlSparseMatrix & m, Cells & cells, Choice & choice) {
     Cells const b = itself ? a : random_cells(choice, a.rows, a.cols);
     mlSparseMatrix const made(utCopy, General(b)), &other = itself ? m : made, turned(mlMatrixTranspose, other);
     int const row = choice(std::max(a.rows - 5, 1)), col = choice(std::max(a.cols - 5, 1));
-    switch (a.rows > 12 || a.cols > 12 ? 0 : choice(10)) {
+    switch (a.rows > 12 || a.cols > 12 ? 0 : choice(11)) {
     case 0:
         cells = Cells(std::min(a.rows, 6), std::min(a.cols, 6), [&](int i, int j) { return b(row + i, col + j); });
         other.extract_sub_matrix(row, col, cells.rows, cells.cols, m);
@@ -120,7 +120,8 @@ void change(mlSparseMatrix & m, Cells & cells, Choice & choice) {
     case 6: m.become(mlMatrixTranspose, other), cells = transpose(b); break;
     case 7: m.become(mlMatrixProduct, m, turned), cells = product(a, transpose(b)); break;
     case 8: m.become(mlMatrixProduct, turned, m), cells = product(transpose(b), a); break;
-    case 9:
+    case 9: m.become(utCopy, other), cells = b; break;
+    case 10:
         m *= 3.0, m /= 7.0;
         cells = Cells(a.rows, a.cols, [&](int i, int j) { return a(i, j) ? Cell(*a(i, j) * 3.0 / 7.0) : Cell(); });
     }
@@ -170,18 +171,20 @@ TEST_P(SparseOfShape, ActsLikeTheDenseMatrixAndSoDoesTheUpperTriangleOfASymmetri
     Cells const a = random_cells(choice, rows, n), added = random_cells(choice, rows, n),
                 border = random_cells(choice, n, rows), full = join(gram(a), transpose(gram(a)), 0, 0);
     expect_acts_like(a, General(a), rows);
-    mlSparseSymMatrix m(mlMatrixPremultiplyTranspose, General(a));
+    mlSparseSymMatrix m(mlMatrixPremultiplyTranspose, General(a)), by_elements(mlMatrixZero, n), doubled;
     expect_holds(m, gram(a));
+    gram(a).each([&](int i, int j, double x) { by_elements.set(i, j, x); });
+    expect_holds(by_elements, gram(a));
     expect_holds(mlSparseMatrix(utCopy, m), full);
     expect_acts_like(full, m, 20); // a longer result keeps its size
 
     m -= mlSparseSymMatrix(mlMatrixPremultiplyTranspose, General(added));
     m.concatenate(General(border));
     m.concatenate_diagonal(m);
-    m += m;
+    doubled.become(utCopy, m) += m;
     Cells const bordered(n + rows, n + rows, join(sum(gram(a), gram(added), -1.0), border, 0, n)),
         twice = join(bordered, bordered, n + rows, n + rows);
-    expect_holds(m, sum(twice, twice, 1.0));
+    expect_holds(doubled, sum(twice, twice, 1.0));
 }
 
 INSTANTIATE_TEST_SUITE_P(, SparseOfShape,

@@ -18,8 +18,11 @@ TEST(Vector, KeepsItsSizeInAssignmentsThatRunInIndexOrder) {
     EXPECT_EQ(contents(v), (Values{5, 4, 3, 4, 5}));
     v += Vector{0, 1, 2, 3, 4, 99};
     v -= Vector{1, 9, 1, 9, 1, 9, 1, 9, 1}.slice(0, 2, 5);
-    EXPECT_EQ(contents(v), (Values{4, 4, 4, 6, 8}));
-    EXPECT_EQ(contents(v.become(utConvert, Values{7, 8}.data(), 2)), (Values{7, 8, 4, 6, 8}));
+    v += v.slice(4, -1, 5);
+    v += 3.0;
+    v -= 5.0;
+    EXPECT_EQ(contents(v), (Values{10, 8, 6, 14, 18}));
+    EXPECT_EQ(contents(v.become(utConvert, Values{7, 8}.data(), 2)), (Values{7, 8, 6, 14, 18}));
     EXPECT_EQ(contents(v.become(mlVectorZero, 2)), Values(5));
     v.fill(49.0);
     v /= 49.0;
