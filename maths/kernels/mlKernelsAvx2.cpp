@@ -1,3 +1,4 @@
+#include <float.h>
 #include <immintrin.h>
 #include <math.h>
 #include <stddef.h>
@@ -42,9 +43,13 @@ inline void transpose(Lanes (&square)[lanes]) {
 #include "maths/kernels/mlColumnKernel.h"
 #include "maths/kernels/mlMatrixVectorKernel.h"
 #include "maths/kernels/mlProductKernel.h"
+#include "maths/kernels/mlReflectionKernel.h"
+#include "maths/kernels/mlRotationKernel.h"
+#include "maths/kernels/mlRowSumKernel.h"
 
 extern mlKernels const kernels;
 mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
-                           first_largest, divide,           subtract_columns};
+                           sum_columns,   sum_rows,         add_rank_one,    rotate,
+                           rotate_strips, first_largest,    divide,          subtract_columns};
 
 } // namespace ml_avx2

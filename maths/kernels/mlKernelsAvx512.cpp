@@ -1,3 +1,4 @@
+#include <float.h>
 #include <immintrin.h>
 #include <math.h>
 #include <stddef.h>
@@ -31,6 +32,8 @@ inline void store_partial(double * p, Lanes x, int width) { _mm512_mask_storeu_p
 
 #include "maths/kernels/mlColumnKernel.h"
 #include "maths/kernels/mlProductKernel.h"
+#include "maths/kernels/mlReflectionKernel.h"
+#include "maths/kernels/mlRotationKernel.h"
 
 namespace {
 
@@ -43,10 +46,15 @@ void subtract_product_vector(int rows, int depth, mlConstBlock a, double const *
     ml_avx2::kernels.subtract_product_vector(rows, depth, a, x, y);
 }
 
+void sum_rows(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums) {
+    ml_avx2::kernels.sum_rows(rows, cols, x, change, weights, sums);
+}
+
 } // namespace
 
 extern mlKernels const kernels;
 mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
-                           first_largest, divide,           subtract_columns};
+                           sum_columns,   sum_rows,         add_rank_one,    rotate,
+                           rotate_strips, first_largest,    divide,          subtract_columns};
 
 } // namespace ml_avx512
