@@ -87,6 +87,41 @@ void expect_plain_vector_products(int rows, int depth, mlRandom & random) {
     }
 }
 
+/// Rows [first, n) of a strip, as a lower triangle and, from its end, as an upper one.
+void expect_plain_solution(int first, int n, int width, bool upper, bool divided, mlRandom & random) {
+    mlMatrix a, x, expected;
+    fill(a, n, n, random);
+    fill(x, n, width, random);
+    expected.become(utCopy, x);
+    auto const place = [&](int t) { return upper ? n - 1 - t : t; };
+    for (int t = first; t < n; ++t) {
+        for (int j = 0; j < width; ++j) {
+            double & rest = expected(place(t), j);
+            for (int s = t - 1; s >= 0; --s)
+                rest -= a(place(t), place(s)) * expected(place(s), j);
+            if (divided) rest /= a(place(t), place(t));
+        }
+    }
+    std::ptrdiff_t const sign = upper ? -1 : 1, begin = place(0);
+    double const * const corner = a.data() + begin * (n + 1);
+    ml_kernels().solve_latest_first(first, n, width,
+                                    {corner, sign * n, sign, divided ? corner : nullptr, sign * (n + 1)},
+                                    {x.data() + begin * width, sign * width});
+    for (int i = 0; i < x.size(); ++i)
+        ASSERT_TRUE(same_bits(x[i], expected[i])) << "order " << n << " from " << first << ", element " << i;
+}
+
+TEST_P(KernelsOf, SolveTrianglesLikeTheDefinition) {
+    mlRandom random(3);
+    for (int const n : {1, 2, 7, 40, 270}) {
+        for (int width = 8; width <= 40; width += 8) {
+            for (int form = 0; form < 4; ++form)
+                ASSERT_NO_FATAL_FAILURE(
+                    expect_plain_solution(form == 3 ? n - 1 : 0, n, width, form & 1, form & 2, random));
+        }
+    }
+}
+
 bool counts(double x) { return std::fabs(x) >= std::numeric_limits<double>::min(); }
 
 /// A rows x cols matrix before and after a change of rank one, if `changed`, and its weighted sums both ways.

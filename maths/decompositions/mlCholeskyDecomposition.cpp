@@ -3,66 +3,136 @@
 #include <algorithm>
 #include <cmath>
 
-#include "maths/core/mlRun.h"
+#include "maths/decompositions/mlTriangularSolve.h"
+#include "maths/kernels/mlColumnStrips.h"
 
 namespace {
 
-using Run = mlStridedRun<double const>;
+/// Below this order the plain method is the faster one.
+int const worth_blocks = 16;
 
-// y[j] -= coefficients[t] * (&rows[t])[j] for t = 0 .. count - 1, in this order, which the last bits depend on: what
-// goes side by side is elements. Four terms a pass spare three loads and stores of y, which no row overlaps.
-void subtract_rows(double * __restrict y, int length, Run coefficients, Run rows, int count) {
-    int t = 0;
-    for (; t + 4 <= count; t += 4) {
-        double const c0 = coefficients[t], c1 = coefficients[t + 1];
-        double const c2 = coefficients[t + 2], c3 = coefficients[t + 3];
-        double const *const r0 = &rows[t], *const r1 = &rows[t + 1];
-        double const *const r2 = &rows[t + 2], *const r3 = &rows[t + 3];
-        for (int j = 0; j < length; ++j)
-            y[j] = y[j] - c0 * r0[j] - c1 * r1[j] - c2 * r2[j] - c3 * r3[j];
+// Element (j, i) of L takes its terms latest first, k = i - 1 down to 0: that is the order of every sum here.
+bool factor_plainly(mlMatrix & a, mlVector & diagonal) {
+    int const n = a.rows(), cols = a.cols();
+    for (int i = 0; i < n; ++i) {
+        double const * const row = a.data() + i * cols;
+        for (int j = i; j < n; ++j) {
+            double * const other = a.data() + j * cols;
+            double s = row[j];
+            for (int k = i - 1; k >= 0; --k)
+                s -= row[k] * other[k];
+            if (j > i) {
+                other[i] = s / diagonal[i];
+            } else {
+                if (s <= 0.0) return false;
+                diagonal[i] = std::sqrt(s);
+            }
+        }
     }
-    for (; t < count; ++t) {
-        double const c = coefficients[t];
-        double const * const r = &rows[t];
-        for (int j = 0; j < length; ++j)
-            y[j] -= c * r[j];
+    return true;
+}
+
+/// The factorisation in blocks of rows of L. A block is kept transposed, so that a row of the copy is a column of L and
+/// its elements go side by side, while the columns that it reads again and again stay in the nearest cache.
+class BlockFactorisation {
+public:
+    BlockFactorisation(mlMatrix & a, mlVector & diagonal)
+        : a_(a.data()), cols_(a.cols()), diagonal_(diagonal.data()), end_(a.rows()), step_(ml_strip_cols(a.rows())),
+          columns_(static_cast<std::size_t>(a.rows()) * step_) {}
+
+    bool factor(int n) {
+        for (int first = 0; first < n; first += step_) {
+            int const rows = std::min(n - first, step_);
+            take_known_columns(first, rows);
+            if (first < end_) factor_own_columns(first, rows);
+        }
+        return end_ == n;
+    }
+
+private:
+    double * column(int t) { return columns_.data() + t * step_; }
+    mlTriangle triangle(double const * diagonal) const { return {a_, cols_, 1, diagonal, 1}; }
+    void copy_columns(int begin, int end, int first, int rows);
+    void take_known_columns(int first, int rows);
+    void factor_own_columns(int first, int rows);
+
+    double * a_;
+    std::ptrdiff_t cols_;
+    double * diagonal_;
+    int end_;        // the columns of L before this one exist: all, until a pivot fails; rows behind it still get these
+    int const step_; // rows of a block
+    mlScratch<8192> columns_;
+};
+
+void BlockFactorisation::copy_columns(int begin, int end, int first, int rows) {
+    for (int t = begin; t < end; ++t) {
+        std::copy_n(a_ + t * cols_ + first, rows, column(t));
+        std::fill_n(column(t) + rows, ml_padded_cols(rows) - rows, 0.0);
     }
 }
 
-// 1 when A is positive definite, else 0, with the columns of L as far as the factorisation came.
+/// The elements of rows [first, first + rows) in the columns before `first`, whose own rows are known.
+void BlockFactorisation::take_known_columns(int first, int rows) {
+    int const known = std::min(first, end_);
+    copy_columns(0, known, first, rows);
+    ml_kernels().solve_latest_first(0, known, ml_padded_cols(rows), triangle(diagonal_), {column(0), step_});
+    for (int j = 0; j < rows; ++j) {
+        for (int t = 0; t < known; ++t)
+            a_[(first + j) * cols_ + t] = column(t)[j];
+    }
+}
+
+/// And those in the columns of these rows themselves, whose pivots come up one by one.
+void BlockFactorisation::factor_own_columns(int first, int rows) {
+    mlKernels const & kernels = ml_kernels();
+    copy_columns(first, first + rows, first, rows);
+    for (int i = 0; i < rows; ++i) {
+        int const t = first + i, done = i / 8 * 8;
+        kernels.solve_latest_first(t, t + 1, ml_padded_cols(rows) - done, triangle(nullptr), {column(0) + done, step_});
+        double const pivot = column(t)[i];
+        if (pivot <= 0.0) {
+            end_ = t;
+            return;
+        }
+        diagonal_[t] = std::sqrt(pivot);
+        kernels.divide(rows - i - 1, column(t) + i + 1, diagonal_[t]);
+        for (int j = i + 1; j < rows; ++j)
+            a_[(first + j) * cols_ + t] = column(t)[j];
+    }
+}
+
+/// 1 when A is positive definite, else 0, with the columns of L as far as the factorisation came.
 int ml_cholesky_decompose(mlMatrix & a, mlVector & diagonal) {
     int const n = a.rows();
-    int const cols = a.cols();
-    mlMatrix l_transposed; // its rows are contiguous, where the columns of L are not
-    l_transposed.become(n, n);
-    for (int i = 0; i < n; ++i) {
-        double * const row = l_transposed.data() + i * n + i;
-        std::copy_n(a.data() + i * cols + i, n - i, row);
-        if (i > 0) subtract_rows(row, n - i, {a.data() + i * cols + i - 1, 0, -1}, {row - n, 0, -n}, i); // k falling
-        if (row[0] <= 0.0) return 0;
-        double const p = diagonal[i] = std::sqrt(row[0]);
-        for (int j = 1; j < n - i; ++j)
-            a.data()[(i + j) * cols + i] = row[j] /= p;
-    }
-    return 1;
+    return n < worth_blocks ? factor_plainly(a, diagonal) : BlockFactorisation(a, diagonal).factor(n);
 }
 
-// L L^T x = b, where the n rows of x, of m elements, hold b at first.
-void ml_cholesky_solve(mlMatrix const & a, mlVector const & diagonal, double * x, int m) {
+/// L, and L^T from its end, as triangles for the n rows of a right-hand side.
+mlTriangle lower_triangle(mlMatrix const & a, mlVector const & diagonal) {
+    return {a.data(), a.cols(), 1, diagonal.data(), 1};
+}
+mlTriangle upper_triangle(mlMatrix const & a, mlVector const & diagonal) {
+    std::ptrdiff_t const last = a.rows() - 1, cols = a.cols();
+    return {a.data() + last * (cols + 1), -1, -cols, diagonal.data() + last, -1};
+}
+
+// L L^T x = b in place, both triangles latest row first.
+void solve_one(mlMatrix const & a, mlVector const & diagonal, double * x) {
     int const n = a.rows();
-    int const cols = a.cols();
-    for (int i = 0; i < n; ++i) { // L y = b, k falling
-        double * const row = x + i * m;
-        if (i > 0) subtract_rows(row, m, {a.data() + i * cols + i - 1, 0, -1}, {row - m, 0, -m}, i);
-        for (int j = 0; j < m; ++j)
-            row[j] /= diagonal[i];
-    }
-    for (int i = n - 1; i >= 0; --i) { // L^T x = y, k rising
-        double * const row = x + i * m;
-        if (i < n - 1) subtract_rows(row, m, {a.data() + (i + 1) * cols + i, 0, cols}, {row + m, 0, m}, n - 1 - i);
-        for (int j = 0; j < m; ++j)
-            row[j] /= diagonal[i];
-    }
+    if (n < 1) return;
+    ml_solve_latest_first(n, lower_triangle(a, diagonal), x, 1);
+    ml_solve_latest_first(n, upper_triangle(a, diagonal), x + n - 1, -1);
+}
+
+// The same for the m columns of x.
+void solve_many(mlMatrix const & a, mlVector const & diagonal, double * x, int m) {
+    int const n = a.rows();
+    if (n < 1) return;
+    ml_in_strips(n, m, {x, m}, [&](int width, mlBlock strip) {
+        mlBlock const from_its_end{strip.first + (n - 1) * strip.ld, -strip.ld};
+        ml_kernels().solve_latest_first(0, n, width, lower_triangle(a, diagonal), strip);
+        ml_kernels().solve_latest_first(0, n, width, upper_triangle(a, diagonal), from_its_end);
+    });
 }
 
 } // namespace
@@ -127,7 +197,7 @@ void mlCholeskyDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
     MATHS_CHECK(b.rows() >= n, "Cholesky solve: order %d, %d x %d right-hand sides", n, b.rows(), m);
     if (x.rows() != n || x.cols() != m) x.become(n, m);
     if (&x != &b) std::copy_n(b.data(), n * m, x.data());
-    ml_cholesky_solve(matrix_, diagonal_, x.data(), m);
+    solve_many(matrix_, diagonal_, x.data(), m);
 }
 
 void mlCholeskyDecomposition::solve(mlVector const & b, mlVector & x) const {
@@ -136,5 +206,5 @@ void mlCholeskyDecomposition::solve(mlVector const & b, mlVector & x) const {
     x.clear(0); // keeps the elements of an x that is b
     x.expand(n);
     if (&x != &b) std::copy_n(b.data(), n, x.data());
-    ml_cholesky_solve(matrix_, diagonal_, x.data(), 1);
+    solve_one(matrix_, diagonal_, x.data());
 }

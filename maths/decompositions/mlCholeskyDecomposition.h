@@ -11,7 +11,7 @@
 /// is not singular and has determinant 1.
 /// Outputs are sized by the operations. Bad input: A must be square; shapes are not checked.
 /// Failure: std::bad_alloc. Threads: const queries may run in parallel.
-/// Cost: the factor 1/3 n^3 operations and, while it is made, another n^2 doubles; a right-hand side 2 n^2 operations,
+/// Cost: the factor 1/3 n^3 operations and, while it is made, up to 32 n doubles; a right-hand side 2 n^2 operations,
 /// each of which waits for the one before. Several right-hand sides go side by side: solve for them at once.
 /// Source: Golub & Van Loan, Matrix Computations.
 class MATHS_API mlCholeskyDecomposition {

@@ -3,6 +3,69 @@
 #include <algorithm>
 
 #include "maths/decompositions/mlLUElimination.h"
+#include "maths/decompositions/mlTriangularSolve.h"
+#include "maths/kernels/mlColumnStrips.h"
+#include "maths/kernels/mlKernels.h"
+
+namespace {
+
+// L y = b in place, an element taking its terms in increasing k: those from above its block of rows come from the
+// kernel, which has many rows in flight, the rest from the plain method, where a term waits for the one before.
+void solve_unit_lower(mlMatrix const & lu, int n, double * y) {
+    int const worth_a_kernel = 48; // rows
+    int const step = n < worth_a_kernel ? n : 16;
+    for (int first = 0; first < n; first += step) {
+        int const end = std::min(first + step, n);
+        double const * const rows = lu.data() + first * lu.cols();
+        if (first > 0) ml_kernels().subtract_product_vector(end - first, first, {rows, lu.cols()}, y, y + first);
+        for (int i = first + 1; i < end; ++i) {
+            double const * const row = lu.data() + i * lu.cols();
+            double s = y[i];
+            for (int k = first; k < i; ++k)
+                s -= y[k] * row[k];
+            y[i] = s;
+        }
+    }
+}
+
+/// U from its end.
+mlTriangle upper_triangle(mlMatrix const & lu, int n) {
+    std::ptrdiff_t const cols = lu.cols();
+    double const * const last_pivot = lu.data() + (n - 1) * (cols + 1);
+    return {last_pivot, -cols, -1, last_pivot, -(cols + 1)};
+}
+
+// The same for the m columns of x, rows [first, end): a block of rows takes all that is above it in one product.
+void solve_unit_lower(mlMatrix const & lu, int first, int end, mlBlock x, int m) {
+    std::ptrdiff_t const cols = lu.cols();
+    auto const subtract_product = [&](int begin, int middle, int last) { // rows [begin, middle) from [middle, last)
+        ml_kernels().subtract_product(last - middle, m, middle - begin, {lu.data() + middle * cols + begin, cols},
+                                      {x.first + begin * x.ld, x.ld}, {x.first + middle * x.ld, x.ld});
+    };
+    if (end - first <= 16) {
+        for (int i = first + 1; i < end; ++i)
+            subtract_product(first, i, i + 1);
+        return;
+    }
+    int const middle = first + (end - first) / 2;
+    solve_unit_lower(lu, first, middle, x, m);
+    subtract_product(first, middle, end);
+    solve_unit_lower(lu, middle, end, x, m);
+}
+
+// U X = Y in place, the last row by the reciprocal of its pivot, the others by division: results depend on it.
+void solve_upper(mlMatrix const & lu, int n, mlBlock x, int m) {
+    mlTriangle const upper = upper_triangle(lu, n);
+    double const reciprocal = 1.0 / *upper.diagonal;
+    double * const last_row = x.first + (n - 1) * x.ld;
+    for (int j = 0; j < m; ++j)
+        last_row[j] *= reciprocal;
+    ml_in_strips(n, m, x, [&](int width, mlBlock strip) {
+        ml_kernels().solve_latest_first(1, n, width, upper, {strip.first + (n - 1) * strip.ld, -strip.ld});
+    });
+}
+
+} // namespace
 
 mlLUDecomposition::mlLUDecomposition(mlMatrix const & a) : source_(&a), singular_(1), swap_count_(0) {
     lu_.become(utCopy, a);
@@ -70,26 +133,8 @@ void mlLUDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
         if (from != i) std::copy_n(b.data() + from * m, m, x.data() + i * m);
     }
 
-    auto const subtract_multiple = [&x, m](int i, int k, double factor) { // row i -= row k * factor
-        double * const row = x.data() + i * m;
-        double const * const other = x.data() + k * m;
-        for (int j = 0; j < m; ++j)
-            row[j] -= other[j] * factor;
-    };
-    for (int k = 0; k < n; ++k) { // L y = P b
-        for (int i = k + 1; i < n; ++i)
-            subtract_multiple(i, k, lu_(i, k));
-    }
-    // U x = y, the last row by the reciprocal of its pivot, the others by division: results depend on it.
-    double const reciprocal = 1.0 / lu_(n - 1, n - 1);
-    for (int j = 0; j < m; ++j)
-        x(n - 1, j) *= reciprocal;
-    for (int i = n - 2; i >= 0; --i) {
-        for (int l = i + 1; l < n; ++l)
-            subtract_multiple(i, l, lu_(i, l));
-        for (int j = 0; j < m; ++j)
-            x(i, j) /= lu_(i, i);
-    }
+    solve_unit_lower(lu_, 0, n, {x.data(), m}, m);
+    solve_upper(lu_, n, {x.data(), m}, m);
 }
 
 void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
@@ -110,18 +155,6 @@ void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
     for (int i = 0; i < n; ++i) {
         if (permutation_[i] != i) v[i] = b[permutation_[i]];
     }
-    for (int i = 1; i < n; ++i) { // L y = P b: an element takes its terms in increasing k
-        double const * const row = lu_.data() + i * lu_.cols();
-        double s = v[i];
-        for (int k = 0; k < i; ++k)
-            s -= v[k] * row[k];
-        v[i] = s;
-    }
-    for (int i = n - 1; i >= 0; --i) { // U x = y
-        double const * const row = lu_.data() + i * lu_.cols();
-        double s = v[i];
-        for (int j = i + 1; j < n; ++j)
-            s -= v[j] * row[j];
-        v[i] = s / row[i];
-    }
+    solve_unit_lower(lu_, n, v);
+    ml_solve_latest_first(n, upper_triangle(lu_, n), v + n - 1, -1); // U x = y
 }

@@ -20,6 +20,16 @@ struct mlConstBlock {
     std::ptrdiff_t ld;
 };
 
+/// A lower triangle whose row t takes the rows before it: its factors are first[t * row_step + s * step], s < t, its
+/// divisor is diagonal[t * diagonal_step]. Steps may be negative, so that an upper triangle is solved from its end.
+struct mlTriangle {
+    double const * first;
+    std::ptrdiff_t row_step;
+    std::ptrdiff_t step;
+    double const * diagonal; ///< null for rows that are not divided
+    std::ptrdiff_t diagonal_step;
+};
+
 /// The change of a matrix by the product of a column and a row. Elements of the row that don't count as non-zero, being
 /// below the smallest normalised number in magnitude or NaN, leave their columns alone. None when `column` is null.
 struct mlRankOne {
@@ -64,6 +74,20 @@ struct mlKernels {
     /// y -= a x: each element has its products subtracted one by one, in increasing k < depth.
     void (*subtract_product_vector)(int rows, int depth, mlConstBlock a, double const * x, double * y);
 
+    /// Rows t of [first, end) of x, whose width is a multiple of 8: x_t -= factor(t, s) x_s for s from t - 1 down to 0,
+    /// then x_t /= divisor(t).
+    void (*solve_latest_first)(int first, int end, int width, mlTriangle l, mlBlock x);
+
+    /// Index of the largest magnitude of x[0 .. n - 1], n > 0, the first of equal ones. Nothing exceeds a NaN in front,
+    /// and no other NaN exceeds anything.
+    int (*first_largest)(int n, double const * x);
+
+    /// x /= divisor.
+    void (*divide)(int n, double * x, double divisor);
+
+    /// y -= x f for each of `count` columns x, `ld` apart, and their factors f, one after the other.
+    void (*subtract_columns)(int n, int count, double * y, double const * x, std::ptrdiff_t ld, double const * f);
+
     /// Makes the change, then sums[j] = sum of weights[i] x(i, j) from 0.0 in increasing i, for `cols` columns. Behind
     /// the last column, x, the change's row and the sums have room for another padding_cols that are read and written.
     void (*sum_columns)(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums);
@@ -81,16 +105,6 @@ struct mlKernels {
     /// Rotates the columns of x, which has `cols` of them in strips, run by run; the rotations are those of all runs.
     void (*rotate_strips)(int strips, int cols, double * x, int run_count, mlRotationRun const * runs,
                           mlRotation const * rotations);
-
-    /// Index of the largest magnitude of x[0 .. n - 1], n > 0, the first of equal ones. Nothing exceeds a NaN in front,
-    /// and no other NaN exceeds anything.
-    int (*first_largest)(int n, double const * x);
-
-    /// x /= divisor.
-    void (*divide)(int n, double * x, double divisor);
-
-    /// y -= x f for each of `count` columns x, `ld` apart, and their factors f, one after the other.
-    void (*subtract_columns)(int n, int count, double * y, double const * x, std::ptrdiff_t ld, double const * f);
 };
 
 /// The loops for the instruction set in use. Exported for the tests.

@@ -14,6 +14,7 @@ namespace {
 constexpr int lanes = 4;
 constexpr int tile_rows = 4;
 constexpr int tile_vecs = 2;
+constexpr int strip_vecs = 8;
 constexpr int row_groups_in_flight = 2;
 
 typedef __m256d Lanes;
@@ -46,10 +47,12 @@ inline void transpose(Lanes (&square)[lanes]) {
 #include "maths/kernels/mlReflectionKernel.h"
 #include "maths/kernels/mlRotationKernel.h"
 #include "maths/kernels/mlRowSumKernel.h"
+#include "maths/kernels/mlTriangularKernel.h"
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
-                           sum_columns,   sum_rows,         add_rank_one,    rotate,
-                           rotate_strips, first_largest,    divide,          subtract_columns};
+mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
+                           solve_latest_first, first_largest,    divide,          subtract_columns,
+                           sum_columns,        sum_rows,         add_rank_one,    rotate,
+                           rotate_strips};
 
 } // namespace ml_avx2

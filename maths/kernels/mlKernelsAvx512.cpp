@@ -18,6 +18,7 @@ namespace {
 constexpr int lanes = 8;
 constexpr int tile_rows = 8;
 constexpr int tile_vecs = 3;
+constexpr int strip_vecs = 8;
 
 typedef __m512d Lanes;
 
@@ -34,6 +35,7 @@ inline void store_partial(double * p, Lanes x, int width) { _mm512_mask_storeu_p
 #include "maths/kernels/mlProductKernel.h"
 #include "maths/kernels/mlReflectionKernel.h"
 #include "maths/kernels/mlRotationKernel.h"
+#include "maths/kernels/mlTriangularKernel.h"
 
 namespace {
 
@@ -53,8 +55,9 @@ void sum_rows(int rows, int cols, mlBlock x, mlRankOne change, double const * we
 } // namespace
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
-                           sum_columns,   sum_rows,         add_rank_one,    rotate,
-                           rotate_strips, first_largest,    divide,          subtract_columns};
+mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
+                           solve_latest_first, first_largest,    divide,          subtract_columns,
+                           sum_columns,        sum_rows,         add_rank_one,    rotate,
+                           rotate_strips};
 
 } // namespace ml_avx512

@@ -13,6 +13,7 @@ namespace {
 constexpr int lanes = 2;
 constexpr int tile_rows = 4;
 constexpr int tile_vecs = 2;
+constexpr int strip_vecs = 8;
 constexpr int row_groups_in_flight = 4;
 
 typedef double Lanes __attribute__((vector_size(16)));
@@ -36,10 +37,12 @@ inline void transpose(Lanes (&square)[lanes]) {
 #include "maths/kernels/mlReflectionKernel.h"
 #include "maths/kernels/mlRotationKernel.h"
 #include "maths/kernels/mlRowSumKernel.h"
+#include "maths/kernels/mlTriangularKernel.h"
 
 extern mlKernels const kernels;
-mlKernels const kernels = {multiply,      subtract_product, multiply_vector, subtract_product_vector,
-                           sum_columns,   sum_rows,         add_rank_one,    rotate,
-                           rotate_strips, first_largest,    divide,          subtract_columns};
+mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
+                           solve_latest_first, first_largest,    divide,          subtract_columns,
+                           sum_columns,        sum_rows,         add_rank_one,    rotate,
+                           rotate_strips};
 
 } // namespace ml_baseline
