@@ -5,7 +5,11 @@
 #include <cstdio>
 #include <ctime>
 
+#include <benchmark/benchmark.h>
+
 namespace {
+
+std::vector<Result> results_so_far;
 
 double const shortest_batch = 0.5e-3; // seconds: thousands of ticks of the clock
 double const time_for_a_race = 0.6;   // seconds, as far as it takes no fewer than the fewest rounds
@@ -31,15 +35,31 @@ double median(Values values) {
 
 } // namespace
 
-std::vector<Event> & events() {
-    static std::vector<Event> all;
-    return all;
-}
-
-bool enter(char const * operation, std::vector<int> sizes, Event::Function function) {
-    events().push_back({operation, std::move(sizes), std::move(function)});
+// One iteration is a whole race, which has rounds of its own: the framework repeats one function, but the contestants
+// have to take turns.
+bool enter(char const * operation, std::vector<int> const & sizes, std::function<bool(Race &)> event) {
+    auto * const benchmark =
+        benchmark::RegisterBenchmark(operation, [operation = std::string(operation), event](benchmark::State & state) {
+            for (auto _ : state) {
+                Race race(operation, static_cast<int>(state.range(0)));
+                if (!event(race)) {
+                    state.SkipWithError("the libraries disagree");
+                    break;
+                }
+                for (Result const & result : race.results()) {
+                    if (result.set == ml_instruction_set()) state.counters["to_" + result.peer] = result.ratio;
+                    results_so_far.push_back(result);
+                }
+                state.SetIterationTime(1e-9 * race.results().front().own_nanoseconds);
+            }
+        });
+    for (int const size : sizes)
+        benchmark->Arg(size);
+    benchmark->Iterations(1)->UseManualTime();
     return true;
 }
+
+std::vector<Result> const & all_results() { return results_so_far; }
 
 /// Does every operation once and compares the results.
 bool Race::agree() {
@@ -80,7 +100,7 @@ double Race::calibrate() {
     return round;
 }
 
-std::optional<std::vector<Result>> Race::run() {
+bool Race::run() {
     mlInstructionSet const widest = ml_instruction_set();
     bool const good = agree();
     if (good) {
@@ -93,17 +113,16 @@ std::optional<std::vector<Result>> Race::run() {
             }
     }
     ml_use_instruction_set(widest);
-    if (!good) return std::nullopt;
+    if (!good) return false;
 
-    std::vector<Result> results;
     for (Contestant const & own : contestants_)
         for (Contestant const & peer : contestants_) {
             if (own.library != "maths" || peer.library == "maths") continue;
             Values ratios;
             for (std::size_t round = 0; round < own.times.size(); ++round)
                 ratios.push_back(own.times[round] / peer.times[round]);
-            results.push_back({operation_, size_, peer.library, own.set, 1e9 * median(own.times),
-                               1e9 * median(peer.times), median(ratios)});
+            results_.push_back({operation_, size_, peer.library, own.set, 1e9 * median(own.times),
+                                1e9 * median(peer.times), median(ratios)});
         }
-    return results;
+    return true;
 }

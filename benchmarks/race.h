@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -46,9 +45,11 @@ public:
 
     void set_tolerance(double tolerance) { tolerance_ = tolerance; }
 
-    /// Runs the race and answers a result for each of the library's entries and peers; nothing, and why not on
-    /// stderr, when they disagree.
-    std::optional<std::vector<Result>> run();
+    /// Runs the race; false, and why on stderr, when the contestants disagree.
+    bool run();
+
+    /// After a run: one for each of the library's entries and peers.
+    std::vector<Result> const & results() const { return results_; }
 
 private:
     struct Contestant {
@@ -80,19 +81,12 @@ private:
     int size_;
     double tolerance_ = 1e-9;
     std::vector<Contestant> contestants_;
+    std::vector<Result> results_;
 };
 
-/// An operation of the program: for each size its function adds the contestants to a race and runs it.
-struct Event {
-    using Function = std::function<std::optional<std::vector<Result>>(Race &)>;
+/// Makes an operation a benchmark of the program; answers true. For each size `event` adds the contestants to a race,
+/// runs it and answers whether they agreed.
+bool enter(char const * operation, std::vector<int> const & sizes, std::function<bool(Race &)> event);
 
-    std::string operation;
-    std::vector<int> sizes;
-    Function function;
-};
-
-/// All events, in the order of the table.
-std::vector<Event> & events();
-
-/// Enters an event; answers true.
-bool enter(char const * operation, std::vector<int> sizes, Event::Function function);
+/// The results of all races run so far, in the order of the table.
+std::vector<Result> const & all_results();

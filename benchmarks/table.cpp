@@ -60,13 +60,6 @@ char const compiler[] = "Clang " __clang_version__;
 char const compiler[] = "GCC " __VERSION__;
 #endif
 
-} // namespace
-
-void print_heading() {
-    std::printf("%-21s %7s  %-9s %-7s %12s %12s %7s %6s  %s\n", "operation", "size", "peer", "set", "maths [ns]",
-                "peer [ns]", "ratio", "goal", "met");
-}
-
 void print(Result const & result) {
     if (!wanted(result)) return;
     double const goal = goal_of(result);
@@ -78,13 +71,28 @@ void print(Result const & result) {
     std::fflush(stdout);
 }
 
-void print_summary(std::vector<Result> const & results) {
+} // namespace
+
+bool TableReporter::ReportContext(Context const &) {
+    std::printf("%-21s %7s  %-9s %-7s %12s %12s %7s %6s  %s\n", "operation", "size", "peer", "set", "maths [ns]",
+                "peer [ns]", "ratio", "goal", "met");
+    return true;
+}
+
+void TableReporter::ReportRuns(std::vector<Run> const & runs) {
+    for (Run const & run : runs)
+        failed_ = failed_ || run.error_occurred;
+    for (; printed_ < all_results().size(); ++printed_)
+        print(all_results()[printed_]);
+}
+
+void TableReporter::Finalize() {
     int with_goal = 0, good = 0;
-    for (Result const & result : results)
-        if (goal_of(result) > 0.0) {
-            ++with_goal;
-            good += met(result);
-        }
+    for (Result const & result : all_results()) {
+        if (goal_of(result) == 0.0) continue;
+        ++with_goal;
+        good += met(result);
+    }
     std::printf("%d of %d goals met\n", good, with_goal);
 }
 

@@ -2,16 +2,25 @@
 
 #include <cstdio>
 
+#include <benchmark/benchmark.h>
+
 #include "benchmarks/race.h"
 
-/// Prints the heading of the table.
-void print_heading();
+/// Prints each race's results with their goals as a table, and at the end how many goals were met. Results with a set
+/// narrower than the widest are left out unless it has a goal.
+class TableReporter : public benchmark::BenchmarkReporter {
+public:
+    bool ReportContext(Context const &) override;
+    void ReportRuns(std::vector<Run> const & runs) override;
+    void Finalize() override;
 
-/// Prints a result's line with its goal. Results with a set narrower than the widest are left out unless it has one.
-void print(Result const & result);
+    /// Some race could not be run.
+    bool failed() const { return failed_; }
 
-/// Prints how many goals were met.
-void print_summary(std::vector<Result> const & results);
+private:
+    std::size_t printed_ = 0; // of all results
+    bool failed_ = false;
+};
 
 /// Writes the machine's and the peers' description as lines that begin with '#', then a line a result, comma-separated.
 void write(std::FILE * file, std::vector<Result> const & results);

@@ -16,15 +16,16 @@ double const never = -1.0; // a tolerance
 
 template <class Rule> class Integrator : public testing::Test {
 public:
-    /// The estimate after that many halvings.
-    static double after(int halvings, mlFunction const & f, double a, double b, double tolerance = never) {
-        bool const counts_first = std::is_same_v<Rule, mlIntegrateTrapezoid>;
-        Rule const rule(tolerance, halvings + counts_first);
+    static inline bool const is_trapezoid = std::is_same_v<Rule, mlIntegrateTrapezoid>;
+
+    /// The estimate after that many halvings; the trapezoid rule's first level needs none.
+    double after(int halvings, mlFunction const & f, double a, double b, double tolerance = never) {
+        Rule const rule(tolerance, halvings + is_trapezoid);
         double const estimate = rule.integrate(f, a, b);
         converged = rule.converged;
         return estimate;
     }
-    static inline int converged;
+    int converged = 9;
 };
 using Rules = testing::Types<mlIntegrateTrapezoid, mlIntegrateSimpson, mlIntegrateRomberg>;
 TYPED_TEST_SUITE(Integrator, Rules);
@@ -32,10 +33,8 @@ TYPED_TEST_SUITE(Integrator, Rules);
 TYPED_TEST(Integrator, AsksTheUpperEndFirstAndThenOnlyMidpoints) {
     TracedFunction const f([](double t) { return t * t * t * t; });
     this->after(3, f, -1.0, 3.0);
-    std::vector<Call> expected;
-    for (double const t : {3.0, -1.0, 1.0, 0.0, 2.0, -0.5, 0.5, 1.5, 2.5})
-        expected.push_back({0, t});
-    EXPECT_EQ(f.calls, expected);
+    EXPECT_EQ(f.calls,
+              (std::vector<Call>{{0, 3}, {0, -1}, {0, 1}, {0, 0}, {0, 2}, {0, -0.5}, {0, 0.5}, {0, 1.5}, {0, 2.5}}));
     EXPECT_EQ(this->converged, 0);
 }
 
@@ -43,7 +42,7 @@ TYPED_TEST(Integrator, GivesALinearFunctionExactlyAndStopsAtTheFirstTest) {
     TracedFunction const f([](double t) { return 3.0 * t; });
     EXPECT_EQ(this->after(10, f, -2.0, 2.0, 1e-300), 0.0); // also what the first estimate might be compared with
     EXPECT_EQ(this->converged, 1);
-    EXPECT_EQ(f.calls.size(), (std::is_same_v<TypeParam, mlIntegrateTrapezoid> ? 3u : 5u));
+    EXPECT_EQ(f.calls.size(), (this->is_trapezoid ? 3u : 5u));
     EXPECT_EQ(this->after(5, f, 2.0, 0.0, 0.0), -6.0); // no change at all is not below 0
     EXPECT_EQ(this->converged, 0);
     EXPECT_EQ(this->after(4, f, 0.7, 0.7), 0.0);
@@ -58,22 +57,16 @@ TYPED_TEST(Integrator, StopsWhereTheChangeIsBelowTheTolerance) {
     EXPECT_EQ(this->after(7, f, 0.0, 1.0, std::nextafter(change, 1.0)), estimates[3]);
     EXPECT_EQ(this->converged, 1);
     EXPECT_EQ(this->after(7, f, 0.0, 1.0, change), estimates[4]);
-    EXPECT_EQ(this->after(3, f, 0.0, 1.0, change), estimates[3]);
-    EXPECT_EQ(this->converged, 0);
-}
-
-TYPED_TEST(Integrator, NeverConvergesOnNaN) {
-    TracedFunction const f([](double t) { return t == 0.5 ? std::nan("") : t; });
-    EXPECT_TRUE(std::isnan(this->after(6, f, 0.0, 1.0, 1e300)));
+    TracedFunction const broken([](double t) { return t == 0.5 ? NAN : t; });
+    EXPECT_TRUE(std::isnan(this->after(6, broken, 0.0, 1.0, 1e300)));
     EXPECT_EQ(this->converged, 0);
 }
 
 TYPED_TEST(Integrator, WithoutLevelsAsksTheEndsAlone) {
-    bool const trapezoid = std::is_same_v<TypeParam, mlIntegrateTrapezoid>;
     for (int const levels : {0, -7, std::numeric_limits<int>::min()}) {
         TracedFunction const f([](double t) { return t; });
         TypeParam const rule(1e300, levels);
-        EXPECT_EQ(rule.integrate(f, 1.0, 3.0), trapezoid ? 4.0 : 0.0);
+        EXPECT_EQ(rule.integrate(f, 1.0, 3.0), this->is_trapezoid ? 4.0 : 0.0);
         EXPECT_EQ(rule.converged, 0);
         EXPECT_EQ(f.calls.size(), 2u);
     }

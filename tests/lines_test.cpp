@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/traces.h"
+#include "tests/support/values.h"
 
 namespace {
 
@@ -51,92 +52,63 @@ TEST(LineOnFunction2, StaysInsideTheWindowBetweenItsEnds) {
         mlLineOnFunction2 line(c.du, c.dv, 1.0, 1.0, &f);
         line.t_max(); // the window that follows must undo what this has computed
         line.set_window(c.window[0], c.window[1], c.window[2], c.window[3]);
-        EXPECT_EQ(line.t_min(), c.t_min) << c.du << ", " << c.dv;
-        EXPECT_EQ(line.t_max(), c.t_max) << c.du << ", " << c.dv;
+        EXPECT_TRUE(line.t_min() == c.t_min && line.t_max() == c.t_max) << c.du << ", " << c.dv;
     }
 }
 
-TEST(LineOnFunction2, AsksForTheDomainOnceAndTakesTheOrderOfDerivatives) {
+TEST(LineOnFunction2, AsksForTheDomainOnceAndIsClampedVariableByVariable) {
     Monomial f;
     f.highest_derivative_order = 1;
-    mlLineOnFunction2 const line(1.0, 1.0, 0.0, 0.0, &f);
-    EXPECT_EQ(line.t_min(), -1.0);
-    EXPECT_EQ(line.t_max(), 3.0);
+    mlLineOnFunction2 const line(1.0, 2.0, 1.0, -0.5, &f);
+    EXPECT_TRUE(line.t_min() == -0.25 && line.t_max() == 1.75);
     EXPECT_EQ(f.trace, "u_min u_max v_min v_max ");
     EXPECT_EQ(line.highest_derivative_order, 1);
-}
-
-TEST(LineOnFunction2, IsClampedVariableByVariableBeyondTheWindow) {
-    Monomial const f;
-    mlLineOnFunction2 const line(1.0, 2.0, 1.0, -0.5, &f);
     EXPECT_EQ(line.function(1.0), f.function(2.0, 1.5));
     EXPECT_EQ(line.function(2.5), f.function(3.5, 3.0));
     EXPECT_EQ(line.function(-100.0), f.function(-2.0, -1.0));
-    EXPECT_EQ(line.function_derivative(1, 2.5),
-              1.0 * f.uv_function_derivative(1, 0, 3.5, 3.0) + 2.0 * f.uv_function_derivative(0, 1, 3.5, 3.0));
+    EXPECT_EQ(line.function_derivative(1, 2.5), 2 * 3.5 * 27 + 2.0 * 3.5 * 3.5 * 27);
 }
 
-TEST(LineOnFunction2, HasTheDerivativesOfThePolynomialInT) {
+TEST(LineOnFunction2, HasTheDerivativesOfThePolynomialInTFromThoseThatHaveAWeight) {
     Monomial const f;
-    mlLineOnFunction2 const line(2.0, -1.0, 0.0, 0.0, &f); // f = 4 t^2 (-t^3) = -4 t^5
-    EXPECT_EQ(line.function_derivative(0, 0.5), -4 / 32.0);
-    EXPECT_EQ(line.function_derivative(1, 0.5), -20 / 16.0);
-    EXPECT_EQ(line.function_derivative(2, 0.5), -80 / 8.0);
-    EXPECT_EQ(line.function_derivative(3, 0.5), -240 / 4.0);
+    mlLineOnFunction2 const line(2.0, -1.0, 0.0, 0.0, &f), vertical(0.0, 1.0, 0.0, 0.0, &f),
+        horizontal(1.0, 0.0, 0.0, 0.0, &f);
+    double const derivatives[] = {-4 / 32.0, -20 / 16.0, -80 / 8.0, -240 / 4.0}; // of 4 t^2 (-t^3) at 0.5
+    for (int order = 0; order < 4; ++order)
+        EXPECT_EQ(line.function_derivative(order, 0.5), derivatives[order]);
     EXPECT_EQ(line.function_derivative(-1, 0.5), 0.0);
-}
-
-TEST(LineOnFunction2, AsksOnlyForDerivativesWithAWeight) {
-    Monomial const f;
-    mlLineOnFunction2 const vertical(0.0, 1.0, 0.0, 0.0, &f), horizontal(1.0, 0.0, 0.0, 0.0, &f),
-        oblique(1.0, 1.0, 0.0, 0.0, &f);
     f.trace.clear();
     vertical.function_derivative(1, 0.5);
     horizontal.function_derivative(2, 0.5);
-    oblique.function_derivative(2, 0.5);
+    line.function_derivative(2, 0.5);
     EXPECT_EQ(f.trace, "01 20 02 11 20 ");
 }
 
 TEST(LineOnFunctionN1, ReadsPointAndDirectionAfreshAndStillHasNoDerivatives) {
     TracedFunctionN1 f(2, [](mlSlice const & x) { return x[0] - x[1]; });
-    mlVector point(mlVectorZero, 2), direction(mlVectorZero, 2);
+    Vector point{0.0, 0.0}, direction{0.7, 2.0};
     mlLineOnFunctionN1 const line(point, direction, &f);
-    point[0] = 0.1, point[1] = 3.0;
-    direction[0] = 0.7, direction[1] = -1.0;
-    EXPECT_EQ(line.function(0.3), (0.7 * 0.3 + 0.1) - (-1.0 * 0.3 + 3.0));
-    direction[1] = 2.0;
-    line.function(2.0);
-    EXPECT_EQ(f.points.back(), (std::vector<double>{0.7 * 2.0 + 0.1, 7.0}));
-    EXPECT_EQ(line.function_derivative(1, 0.0), mlNoDerivative);
-    EXPECT_EQ(line.t_min(), -largest);
+    point = Vector{0.1, 3.0};
+    EXPECT_EQ(line.function(0.3), (0.7 * 0.3 + 0.1) - (2.0 * 0.3 + 3.0));
+    EXPECT_EQ(f.points, (std::vector<Values>{{0.7 * 0.3 + 0.1, 2.0 * 0.3 + 3.0}}));
+    EXPECT_TRUE(line.function_derivative(1, 0.0) == mlNoDerivative && line.t_min() == -largest);
 }
 
 /// (u^2 v, u + v^2), writing down which derivatives it is asked for.
-class Pair : public mlFunctionN {
-public:
+struct Pair : mlFunctionN {
     Pair() { input_dimension = output_dimension = 2; }
     void function(mlSlice const & x, mlVector & y) const override {
         trace += "F ";
-        set(y, x[0] * x[0] * x[1], x[0] + x[1] * x[1]);
+        y = Vector{x[0] * x[0] * x[1], x[0] + x[1] * x[1]};
     }
     void function_gradient(mlSlice const &, mlMatrix &) const override { trace += "gradient "; }
     void function_derivative(mlSlice const & x, int * const orders, mlVector & y) const override {
-        trace += std::to_string(orders[0]) + std::to_string(orders[1]) + " ";
-        switch (10 * orders[0] + orders[1]) {
-        case 10: set(y, 2 * x[0] * x[1], 1.0); break;
-        case 1: set(y, x[0] * x[0], 2 * x[1]); break;
-        case 20: set(y, 2 * x[1], 0.0); break;
-        case 2: set(y, 0.0, 2.0); break;
-        case 11: set(y, 2 * x[0], 0.0); break;
-        }
+        int const i = orders[0], j = orders[1];
+        trace += std::to_string(i) + std::to_string(j) + " ";
+        double const in_u[] = {x[0] * x[0], 2 * x[0], 2.0}, in_v[] = {x[1], 1.0, 0.0}, alone_v[] = {1.0, 2 * x[1], 2.0};
+        y = Vector{in_u[i] * in_v[j], i == 0 ? alone_v[j] : i + j == 1};
     }
     mutable std::string trace;
-
-private:
-    static void set(mlVector & y, double first, double second) {
-        y[0] = first;
-        y[1] = second;
-    }
 };
 
 TEST(SquaredLength, HasExactDerivativesFromFixedCalls) {
@@ -153,9 +125,6 @@ TEST(SquaredLength, HasExactDerivativesFromFixedCalls) {
         {0, 2, 2 * 16 + 4 * 2 + 12 * 9, "02 F 01 "},
         {1, 1, 8 * 8 * 3 + 4 * 3, "11 F 10 01 "},
         {1, 2, 0, ""},
-        {2, 1, 0, ""},
-        {2, 2, 0, ""},
-        {3, 0, 0, ""},
         {-1, 0, 0, ""},
     };
     Pair const f;
@@ -165,7 +134,6 @@ TEST(SquaredLength, HasExactDerivativesFromFixedCalls) {
         EXPECT_EQ(g.uv_function_derivative(c.i, c.j, 2.0, 3.0), c.value) << c.i << ", " << c.j;
         EXPECT_EQ(f.trace, c.trace);
     }
-    EXPECT_EQ(g.v_function_derivative(2, 2.0, 3.0), 148.0);
 }
 
 } // namespace
