@@ -186,7 +186,7 @@ TEST(Tridiagonal, AnswersForItsEndRowsAndCornersLiterally) {
         int dominant, non_zero;
     } const cases[] = {
         {{9, 1, 1}, {1, 2, 1}, {1, 1, 9}, 1, 1},
-        {{9, 1, 1}, {0.9, 2, 1}, {1, 1, 9}, 0, 1},
+        {{9, 1, 1}, {0, 2, 1}, {1, 1, 9}, 0, 0},
         {{9, 1, 1}, {1, 1.9, 1}, {1, 1, 9}, 0, 1},
         {{9, 1, 1}, {1, 2, -0.0}, {1, 1, 9}, 0, 0},
         {{0}, {-3}, {4}, 0, 1}, // of order 1, the corners are asked about

@@ -16,6 +16,7 @@ static_assert(sizeof(mlMatrix) == sizeof(doublecoDynArr) + 2 * sizeof(int) && !s
 
 void expect_table(mlMatrix const & m, std::vector<Values> const & table) {
     ASSERT_EQ(m.rows(), static_cast<int>(table.size()));
+    ASSERT_GE(m.size(), m.rows() * m.cols());
     for (int r = 0; r < m.rows(); ++r)
         EXPECT_EQ(contents(m.row(r)), table[r]) << "row " << r;
 }
@@ -48,21 +49,24 @@ TEST(Matrix, BecomesWhatItsTagsSay) {
 }
 
 TEST(Matrix, IsEditedByRowsColumnsAndSlices) {
-    mlMatrix m(mlMatrixZero, 0, 0), column; // the one with a spare element in its storage
+    mlMatrix m(mlMatrixZero, 0, 0), column; // m has a spare element in its storage
     m.append_row(Vector{1, 2});
     m.append_row(Vector{3, 4});
     m.append_col(Vector{5, 6});
-    m.swap_cols(0, 2);
+    m.swap_cols(1, 2);
     m.swap_rows(1, 0);
     m.col(1)[0] = m.diagonal()[1] = 7.0;
-    expect_table(m, {{6, 7, 3}, {5, 7, 1}});
+    expect_table(m, {{3, 7, 4}, {1, 7, 2}});
     m.delete_col(1);
+    expect_table(m, {{3, 4}, {1, 2}});
     m.expand(3, 1, 8.0);
+    expect_table(m, {{3}, {1}, {8}});
     m.expand(2, 3, 9.0);
-    expect_table(m, {{6, 9, 9}, {5, 9, 9}});
+    expect_table(m, {{3, 9, 9}, {1, 9, 9}});
+    EXPECT_EQ(contents(m.diagonal()), (Values{3, 9}));
     m.expand(2, 1, 0.0); // the storage stays
     m.delete_row(0);     // the whole of it moves up
-    EXPECT_EQ(contents(m), (Values{5, 9, 5, 9, 9}));
+    EXPECT_EQ(contents(m), (Values{1, 9, 1, 9, 9}));
     m(2, 3) = 4.0; // extends the storage, not the shape
     EXPECT_EQ(m.size(), 6);
     column.append_col(Vector{1, 2});
@@ -75,8 +79,8 @@ TEST(Matrix, ProductsAccumulateEachElementInIncreasingOrder) {
         mlMatrix a, b, c;
         make_matrix(a, Kind::graded_cols, rows, inner, rows);
         fill_random(b, inner, rows, inner);
-        a(rows - 1, inner / 2) = infinity; // meets a zero, and no term is skipped
-        b(inner / 2, 0) = 0.0;
+        a(0, 0) = b(inner / 2, 0) = 0.0;
+        a(rows - 1, inner / 2) = b(0, rows - 1) = infinity; // meet the zeros: no term is skipped
         multiply(a, b, c);
         mlVector x(mlVectorZero, inner), y(mlVectorZero, 2 * rows), z;
         for (int j = 0; j < rows; ++j) {

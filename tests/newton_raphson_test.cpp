@@ -56,6 +56,7 @@ TEST(NewtonRaphson, StopsByItsRulesAtTheBestPoint) {
         {{1, 0.5, 0.25, 1e-14}, one, 0.0, mlNRConverged, 1, steps(3)},
         // at a singular Jacobian
         {halving, {0}, 1e-3, mlNRSingularJacobian, 0, "vj"},
+        {{1, 2}, {1, 0}, 0.1, mlNRSingularJacobian, 0, "vjvj"},
         {halving, later, 1e-7, mlNRSingularJacobian, 0, steps(19) + "j"},
         {halving, late, 1e-3, mlNRConverged, 1, steps(12) + "j"},
         // after five steps in a row that gain less than a thousandth of the value reached

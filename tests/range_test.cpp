@@ -26,7 +26,7 @@ TEST(Range, GrowsByMergingAndShrinksByIntersection) {
     EXPECT_EQ(ends(intersect(r, mlRange(2, 4))), (Values{2, 3}));
     EXPECT_EQ(ends(intersect(r, mlRange(3, 4))), (Values{3, 3}));
     EXPECT_EQ(intersect(r, mlRange(4, 5)).empty() + intersect(mlRange(), r).empty(), 2);
-    for (double at : {-1.0, 0.0, 1.5, 2.5, 3.0, 3.5}) {
+    for (double at : {-1.0, 0.0, 1.0, 1.5, 2.5, 3.0, 3.5}) {
         EXPECT_EQ(r.crosses(mlRange(at, at + 1)), at >= 0 && at <= 3) << at;
         EXPECT_EQ(mlRange(at, at).crosses(r), at >= 1 && at <= 3) << at;
     }
