@@ -88,8 +88,8 @@ struct mlKernels {
     /// y -= x f for each of `count` columns x, `ld` apart, and their factors f, one after the other.
     void (*subtract_columns)(int n, int count, double * y, double const * x, std::ptrdiff_t ld, double const * f);
 
-    /// Makes the change, then sums[j] = sum of weights[i] x(i, j) from 0.0 in increasing i, for `cols` columns. Behind
-    /// the last column, x, the change's row and the sums have room for another padding_cols that are read and written.
+    /// Makes the change, then sums[j] += weights[i] x(i, j) in increasing i, for `cols` columns. Behind the last
+    /// column, x, the change's row and the sums have room for another padding_cols that are read and written.
     void (*sum_columns)(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums);
 
     /// Makes the change, then sums[i] = sum of x(i, j) weights[j] from 0.0 in increasing j, without those j whose
