@@ -1,6 +1,6 @@
 #include "maths/decompositions/mlRotatedBasis.h"
 
-#include <cstdlib>
+#include <cstddef>
 #include <utility>
 
 namespace {
