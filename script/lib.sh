@@ -47,5 +47,5 @@ run_tests() {
 
 # public_headers: all but those for inside use, which say so in these words.
 public_headers() {
-    grep -rLiE 'for use inside|^// .*\bincluded (by|after) ' --include='*.h' platform maths | LC_ALL=C sort
+    grep -rLiE 'for use inside|^// .*\bincluded (by|after)( |$)' --include='*.h' platform maths | LC_ALL=C sort
 }

@@ -122,6 +122,54 @@ TEST_P(KernelsOf, SolveTrianglesLikeTheDefinition) {
     }
 }
 
+/// Random columns before `singular_from`, zeros behind, or special numbers anywhere.
+void expect_plain_panel(int rows, int width, int singular_from, bool specials, mlRandom & random) {
+    mlMatrix a, panel(mlMatrixZero, width, (rows + 7) / 8 * 8);
+    if (specials)
+        fill(a, rows, width, random);
+    else
+        a.become(mlMatrixZero, rows, width);
+    for (int i = 0; i < rows && !specials; ++i) {
+        for (int j = 0; j < width; ++j)
+            a(i, j) = j < singular_from ? random.uniform(-1.0, 1.0) : 0.0;
+    }
+    ml_kernels().copy_transposed(rows, width, block(a), {panel.data(), panel.cols()});
+    intcoDynArr pivot_rows;
+    pivot_rows.expand(width);
+    int const done = ml_kernels().factor_panel(rows, width, panel.data(), panel.cols(), 1e-20, pivot_rows.data());
+    int k = 0;
+    for (; k < width; ++k) {
+        int p = k;
+        for (int i = k + 1; i < rows; ++i) {
+            if (std::fabs(a(i, k)) > std::fabs(a(p, k))) p = i;
+        }
+        ASSERT_EQ(pivot_rows[k], p) << rows << " x " << width << ", column " << k;
+        a.swap_rows(k, p);
+        if (1e-20 > std::fabs(a(k, k))) break;
+        for (int i = k + 1; i < rows; ++i) {
+            a(i, k) /= a(k, k);
+            for (int j = k + 1; j < width; ++j)
+                a(i, j) -= a(k, j) * a(i, k);
+        }
+    }
+    ASSERT_EQ(done, k) << rows << " x " << width;
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < width; ++j)
+            ASSERT_TRUE(same_bits(panel(j, i), a(i, j))) << rows << " x " << width << ", element " << i << ", " << j;
+    }
+}
+
+TEST_P(KernelsOf, FactorPanelsLikeTheDefinition) {
+    mlRandom random(4);
+    for (int rows = 1; rows <= 40; ++rows) {
+        for (int width = 1; width <= rows && width <= 21; width += 1 + width / 6) {
+            ASSERT_NO_FATAL_FAILURE(expect_plain_panel(rows, width, width, false, random));
+            ASSERT_NO_FATAL_FAILURE(expect_plain_panel(rows, width, width / 2, false, random));
+            ASSERT_NO_FATAL_FAILURE(expect_plain_panel(rows, width, width, true, random));
+        }
+    }
+}
+
 bool counts(double x) { return std::fabs(x) >= std::numeric_limits<double>::min(); }
 
 /// A rows x cols matrix before and after a change of rank one, if `changed`, and its weighted sums both ways.

@@ -76,26 +76,24 @@ void BlockFactorisation::take_known_columns(int first, int rows) {
     int const known = std::min(first, end_);
     copy_columns(0, known, first, rows);
     ml_kernels().solve_latest_first(0, known, ml_padded_cols(rows), triangle(diagonal_), {column(0), step_});
-    for (int j = 0; j < rows; ++j) {
-        for (int t = 0; t < known; ++t)
-            a_[(first + j) * cols_ + t] = column(t)[j];
-    }
+    ml_kernels().copy_transposed(known, rows, {column(0), step_}, {a_ + first * cols_, cols_});
 }
 
 /// And those in the columns of these rows themselves, whose pivots come up one by one.
 void BlockFactorisation::factor_own_columns(int first, int rows) {
     mlKernels const & kernels = ml_kernels();
+    int const width = ml_padded_cols(rows);
     copy_columns(first, first + rows, first, rows);
     for (int i = 0; i < rows; ++i) {
-        int const t = first + i, done = i / 8 * 8;
-        kernels.solve_latest_first(t, t + 1, ml_padded_cols(rows) - done, triangle(nullptr), {column(0) + done, step_});
+        int const t = first + i, done = i / 8 * 8; // whole vectors of rows that are above the diagonal
+        kernels.solve_latest_first(t, t + 1, width - done, triangle(nullptr), {column(0) + done, step_});
         double const pivot = column(t)[i];
         if (pivot <= 0.0) {
             end_ = t;
             return;
         }
         diagonal_[t] = std::sqrt(pivot);
-        kernels.divide(rows - i - 1, column(t) + i + 1, diagonal_[t]);
+        kernels.divide(width - done, column(t) + done, diagonal_[t]);
         for (int j = i + 1; j < rows; ++j)
             a_[(first + j) * cols_ + t] = column(t)[j];
     }

@@ -10,10 +10,13 @@
 namespace {
 
 /// Up to this many rows the plain method is the faster one.
-int const few_rows = 24;
+int const few_rows = 20;
 
 /// A panel's columns are copied together, one after the other: pivots are then sought along contiguous memory.
 int const panel_cols = 16;
+
+/// Up to this many rows the whole matrix is one panel.
+int const one_panel = 32;
 
 /// The elimination of a matrix of n rows and at least n columns, by a recursive split of its columns.
 class Elimination {
@@ -56,26 +59,28 @@ private:
 };
 
 void Elimination::note_exchange(int k, int p) {
-    pivot_rows_[k] = p;
     if (p == k) return;
     std::swap(permutation_[k], permutation_[p]);
     ++swap_count_;
 }
 
 int Elimination::plain_pivot_row(int k) const {
-    int best = k;
     double const * const column = a_.data() + k;
-    for (int i = k + 1; i < n_; ++i) {
-        if (std::fabs(column[i * cols_]) > std::fabs(column[best * cols_])) best = i;
+    int best = k;
+    double largest = std::fabs(column[k * cols_]);
+    for (int i = k + 1; i < n_; ++i) { // without a branch, which nobody could foretell
+        double const magnitude = std::fabs(column[i * cols_]);
+        best = magnitude > largest ? i : best;
+        largest = magnitude > largest ? magnitude : largest;
     }
     return best;
 }
 
 // row i -= a(i, k) / a(k, k) * row k, which clears a(i, k), where the multiplier is kept.
 void Elimination::eliminate_below(int k) {
-    double const * const pivot_row = a_.data() + k * cols_;
+    double const * __restrict const pivot_row = a_.data() + k * cols_;
     for (int i = k + 1; i < n_; ++i) {
-        double * const row = a_.data() + i * cols_;
+        double * __restrict const row = a_.data() + i * cols_;
         double const multiplier = row[k] / pivot_row[k];
         row[k] = multiplier;
         for (int j = k + 1; j < cols_; ++j)
@@ -86,8 +91,13 @@ void Elimination::eliminate_below(int k) {
 bool Elimination::eliminate_plainly() {
     for (int k = 0; k < n_; ++k) {
         int const p = plain_pivot_row(k);
-        if (p != k) a_.swap_rows(k, p);
-        note_exchange(k, p);
+        if (p != k) {
+            note_exchange(k, p);
+            double * __restrict const row = a_.data() + k * cols_;
+            double * __restrict const other = a_.data() + p * cols_;
+            for (int j = 0; j < cols_; ++j)
+                std::swap(row[j], other[j]);
+        }
         if (tolerance_ > std::fabs(a_.data()[k * cols_ + k])) return false;
         eliminate_below(k);
     }
@@ -95,6 +105,7 @@ bool Elimination::eliminate_plainly() {
 }
 
 bool Elimination::eliminate_in_blocks() {
+    pivot_rows_.expand(n_);
     Progress const progress = eliminate_columns(0, n_);
     int const exchanged = progress.end + progress.failed;
     exchange_rows(0, exchanged, n_, cols_);
@@ -105,7 +116,7 @@ bool Elimination::eliminate_in_blocks() {
 // The left half, its effect on the right one, the right half. A pivot that fails on the left still lets the right half
 // take the updates of the columns before it.
 Elimination::Progress Elimination::eliminate_columns(int first, int end) {
-    if (end - first <= panel_cols) return eliminate_panel(first, end);
+    if (end - first <= panel_cols || n_ <= one_panel) return eliminate_panel(first, end);
     int const middle = first + (end - first) / 2 / panel_cols * panel_cols;
     int const split = middle > first ? middle : first + panel_cols;
     Progress const left = eliminate_columns(first, split);
@@ -118,37 +129,23 @@ Elimination::Progress Elimination::eliminate_columns(int first, int end) {
 }
 
 Elimination::Progress Elimination::eliminate_panel(int first, int end) {
-    int const rows = n_ - first, width = end - first;
-    mlScratch<> panel(static_cast<std::size_t>(rows) * width); // column j of the panel at j * rows
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < width; ++j)
-            panel.data()[static_cast<std::ptrdiff_t>(j) * rows + i] = a_.data()[(first + i) * cols_ + first + j];
-    }
     mlKernels const & kernels = ml_kernels();
-    Progress progress{end, false};
-    for (int k = 0; k < width; ++k) {
-        double * const column = panel.data() + static_cast<std::ptrdiff_t>(k) * rows;
-        int const p = k + kernels.first_largest(rows - k, column + k);
-        note_exchange(first + k, first + p);
-        if (p != k) {
-            for (int j = 0; j < width; ++j)
-                std::swap(panel.data()[static_cast<std::ptrdiff_t>(j) * rows + k],
-                          panel.data()[static_cast<std::ptrdiff_t>(j) * rows + p]);
-        }
-        if (tolerance_ > std::fabs(column[k])) {
-            progress = {first + k, true};
-            break;
-        }
-        kernels.divide(rows - k - 1, column + k + 1, column[k]);
-        for (int j = k + 1; j < width; ++j) {
-            double * const other = panel.data() + static_cast<std::ptrdiff_t>(j) * rows;
-            kernels.subtract_columns(rows - k - 1, 1, other + k + 1, column + k + 1, rows, other + k);
-        }
+    int const rows = n_ - first, width = end - first;
+    std::ptrdiff_t const ld = (rows + 7) / 8 * 8 | 8; // whole vectors, and columns apart in the sets of the cache
+    mlScratch<4096> columns(ld * width);
+    mlBlock const panel{columns.data(), ld}, rows_of_a = block(first, first);
+    kernels.copy_transposed(rows, width, {rows_of_a.first, cols_}, panel);
+    for (int j = 0; j < width; ++j)
+        std::fill(panel.first + j * ld + rows, panel.first + (j + 1) * ld, 0.0);
+
+    int * const pivot_rows = pivot_rows_.data() + first;
+    int const done = kernels.factor_panel(rows, width, panel.first, ld, tolerance_, pivot_rows);
+    Progress const progress{first + done, done < width};
+    for (int k = 0; k < done + progress.failed; ++k) {
+        pivot_rows[k] += first;
+        note_exchange(first + k, pivot_rows[k]);
     }
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < width; ++j)
-            a_.data()[(first + i) * cols_ + first + j] = panel.data()[static_cast<std::ptrdiff_t>(j) * rows + i];
-    }
+    kernels.copy_transposed(width, rows, {panel.first, ld}, rows_of_a);
     return progress;
 }
 

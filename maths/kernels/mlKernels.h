@@ -78,15 +78,18 @@ struct mlKernels {
     /// then x_t /= divisor(t).
     void (*solve_latest_first)(int first, int end, int width, mlTriangle l, mlBlock x);
 
-    /// Index of the largest magnitude of x[0 .. n - 1], n > 0, the first of equal ones. Nothing exceeds a NaN in front,
-    /// and no other NaN exceeds anything.
-    int (*first_largest)(int n, double const * x);
+    /// Eliminates the columns of a panel, `width` <= `rows`, with exchanges of rows within it. Column j is at
+    /// panel + j * ld and goes on with zeros to a multiple of 8 rows. Row pivot_rows[k] became row k: of those from k
+    /// on, the first with the largest magnitude in column k, where nothing exceeds a NaN in row k and no other NaN
+    /// exceeds anything. Answers how many columns were eliminated: all, or those before the first whose pivot is below
+    /// the tolerance, whose updates all columns have taken.
+    int (*factor_panel)(int rows, int width, double * panel, std::ptrdiff_t ld, double tolerance, int * pivot_rows);
 
-    /// x /= divisor.
+    /// x /= divisor, for n elements, a multiple of 8.
     void (*divide)(int n, double * x, double divisor);
 
-    /// y -= x f for each of `count` columns x, `ld` apart, and their factors f, one after the other.
-    void (*subtract_columns)(int n, int count, double * y, double const * x, std::ptrdiff_t ld, double const * f);
+    /// b(c, r) = a(r, c). They are apart.
+    void (*copy_transposed)(int rows, int cols, mlConstBlock a, mlBlock b);
 
     /// Makes the change, then sums[j] += weights[i] x(i, j) in increasing i, for `cols` columns. Behind the last
     /// column, x, the change's row and the sums have room for another padding_cols that are read and written.

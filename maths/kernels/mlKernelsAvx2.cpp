@@ -19,6 +19,8 @@ constexpr int row_groups_in_flight = 2;
 
 typedef __m256d Lanes;
 
+Lanes const lane_numbers = {0.0, 1.0, 2.0, 3.0};
+
 inline __m256i first_lanes(int width) {
     return _mm256_cmpgt_epi64(_mm256_set1_epi64x(width), _mm256_setr_epi64x(0, 1, 2, 3));
 }
@@ -37,21 +39,32 @@ inline void transpose(Lanes (&square)[lanes]) {
     square[3] = _mm256_permute2f128_pd(high01, high23, 0x31);
 }
 
+inline double largest_lane(Lanes x) {
+    __m128d const halves = _mm_max_pd(_mm256_castpd256_pd128(x), _mm256_extractf128_pd(x, 1));
+    return _mm_cvtsd_f64(_mm_max_sd(halves, _mm_unpackhi_pd(halves, halves)));
+}
+
+inline int first_equal_lane(Lanes x, Lanes y) {
+    int const equal = _mm256_movemask_pd(_mm256_cmp_pd(x, y, _CMP_EQ_OQ));
+    return equal == 0 ? lanes : __builtin_ctz(equal);
+}
+
 } // namespace
 
 #include "maths/kernels/mlKernelSource.h"
 
-#include "maths/kernels/mlColumnKernel.h"
 #include "maths/kernels/mlMatrixVectorKernel.h"
+#include "maths/kernels/mlPanelKernel.h"
 #include "maths/kernels/mlProductKernel.h"
 #include "maths/kernels/mlReflectionKernel.h"
 #include "maths/kernels/mlRotationKernel.h"
 #include "maths/kernels/mlRowSumKernel.h"
+#include "maths/kernels/mlTransposeKernel.h"
 #include "maths/kernels/mlTriangularKernel.h"
 
 extern mlKernels const kernels;
 mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
-                           solve_latest_first, first_largest,    divide,          subtract_columns,
+                           solve_latest_first, factor_panel,     divide,          copy_transposed,
                            sum_columns,        sum_rows,         add_rank_one,    rotate,
                            rotate_strips};
 

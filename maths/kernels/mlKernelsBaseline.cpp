@@ -18,6 +18,8 @@ constexpr int row_groups_in_flight = 4;
 
 typedef double Lanes __attribute__((vector_size(16)));
 
+Lanes const lane_numbers = {0.0, 1.0};
+
 inline Lanes load_partial(double const * p, int) { return Lanes{p[0], 0.0}; }
 inline void store_partial(double * p, Lanes x, int) { p[0] = x[0]; }
 
@@ -27,21 +29,25 @@ inline void transpose(Lanes (&square)[lanes]) {
     square[0] = first;
 }
 
+inline double largest_lane(Lanes x) { return x[1] > x[0] ? x[1] : x[0]; }
+inline int first_equal_lane(Lanes x, Lanes y) { return x[0] == y[0] ? 0 : x[1] == y[1] ? 1 : lanes; }
+
 } // namespace
 
 #include "maths/kernels/mlKernelSource.h"
 
-#include "maths/kernels/mlColumnKernel.h"
 #include "maths/kernels/mlMatrixVectorKernel.h"
+#include "maths/kernels/mlPanelKernel.h"
 #include "maths/kernels/mlProductKernel.h"
 #include "maths/kernels/mlReflectionKernel.h"
 #include "maths/kernels/mlRotationKernel.h"
 #include "maths/kernels/mlRowSumKernel.h"
+#include "maths/kernels/mlTransposeKernel.h"
 #include "maths/kernels/mlTriangularKernel.h"
 
 extern mlKernels const kernels;
 mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
-                           solve_latest_first, first_largest,    divide,          subtract_columns,
+                           solve_latest_first, factor_panel,     divide,          copy_transposed,
                            sum_columns,        sum_rows,         add_rank_one,    rotate,
                            rotate_strips};
 

@@ -1,5 +1,5 @@
 // Sums down the columns of a matrix, and the change of rank one that is still owed to it, in one sweep of memory.
-// Included after mlKernelSource.h and mlColumnKernel.h, with `tile_rows`.
+// Included after mlKernelSource.h, with `tile_rows`.
 //
 // A lane is a column. A row's last vector may hold columns that don't exist: they are read and written with the others,
 // and nothing comes of them.
