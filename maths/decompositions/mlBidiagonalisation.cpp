@@ -38,21 +38,32 @@ public:
     /// The change that is due to the columns from `col` on, in the rows from `row` down.
     mlRankOne change(int row, int col) const { return {h_.from(row), factors_.from(col)}; }
 
-    /// Finds the factors of the columns from `col` on, for the h that begins in row `row`, once the matrix has what
-    /// it is owed.
-    void find_factors(mlFortranMatrix const & x, int row, int col, mlRankOne owed) const;
+    /// Finds the factors of the columns of x from `col` on, for the h that begins in row `row`, once x has what it is
+    /// owed.
+    void find_factors(mlFortranMatrix const & x, int row, int col, mlRankOne owed) const {
+        clear_products(col);
+        add_products(x, row, x.rows(), col, owed);
+        make_factors(row, col);
+    }
+
+    /// The same in steps: the products of h and the columns stand in for the factors at first.
+    void clear_products(int col) const {
+        std::fill_n(factors_.from(col), factors_.size() - col + 1 + mlKernels::padding_cols, 0.0);
+    }
+    void add_products(mlFortranMatrix const & x, int row, int last_row, int col, mlRankOne owed) const {
+        ml_kernels().sum_columns(last_row - row + 1, x.cols() - col + 1, x.block(row, col), owed, h_.from(row),
+                                 factors_.from(col));
+    }
+    double & product(int col) const { return factors_(col); }
+    void make_factors(int row, int col) const {
+        ml_kernels().divide(factors_.size() - col + 1, factors_.from(col), -h_(row));
+    }
 
 private:
     mlScratch<> scratch_;
     mlFortranVector const h_;
     mlFortranVector const factors_;
 };
-
-void ColumnReflection::find_factors(mlFortranMatrix const & x, int row, int col, mlRankOne owed) const {
-    ml_kernels().sum_columns(x.rows() - row + 1, x.cols() - col + 1, x.block(row, col), owed, h_.from(row),
-                             factors_.from(col));
-    ml_kernels().divide(x.cols() - col + 1, factors_.from(col), -h_(row));
-}
 
 /// The change alone, of everything from (row, col) on.
 void make_change(mlFortranMatrix const & x, int row, int col, mlRankOne change) {
@@ -146,39 +157,82 @@ void make_unit_column(mlFortranMatrix const & m, int j) {
     m(j, j) = 1.0;
 }
 
-/// The reflector in column l of a basis, from row `row` down, reflects the columns behind it.
-void reflect_behind(mlFortranMatrix const & basis, int l, int row, ColumnReflection const & reflection) {
-    for (int i = row; i <= basis.rows(); ++i)
-        reflection.h()(i) = basis(i, l);
-    reflection.find_factors(basis, row, l + 1, no_change);
-    make_change(basis, row, l + 1, reflection.change(row, l + 1));
+/// Multiplies the reflections out that stand in the columns of a basis, from the last one back. Again a reflection's
+/// change is left owing and made in the sweep of the next one's sums.
+class Generation {
+public:
+    explicit Generation(mlFortranMatrix const & basis)
+        : basis_(basis), reflections_{ColumnReflection(basis), ColumnReflection(basis)} {}
+
+    /// The reflector in column l, from row `row` down, reflects the columns behind it. In these, row `row` is zero.
+    void reflect_behind(int l, int row);
+
+    /// Makes the change that is owed. To be called before a column is left out, and at the end.
+    void settle();
+
+private:
+    mlFortranMatrix const & basis_;
+    ColumnReflection const reflections_[2];
+    ColumnReflection const * owes_ = nullptr;
+    int owed_row_ = 0; // from here on, and in the columns
+    int owed_col_ = 0; // from here on
+};
+
+void Generation::reflect_behind(int l, int row) {
+    ColumnReflection const & reflection = reflections_[l % 2];
+    for (int i = row; i <= basis_.rows(); ++i)
+        reflection.h()(i) = basis_(i, l);
+    if (owes_ == nullptr) {
+        reflection.find_factors(basis_, row, l + 1, no_change);
+    } else { // to the columns behind l + 1, in the rows below `row`
+        reflection.clear_products(l + 1);
+        reflection.add_products(basis_, row, row, l + 1, no_change);
+        for (int i = row + 1; i <= basis_.rows(); ++i)
+            reflection.product(l + 1) += reflection.h()(i) * basis_(i, l + 1);
+        reflection.add_products(basis_, row + 1, basis_.rows(), l + 2, owes_->change(row + 1, l + 2));
+        reflection.make_factors(row, l + 1);
+    }
+    owes_ = &reflection;
+    owed_row_ = row;
+    owed_col_ = l + 1;
+}
+
+void Generation::settle() {
+    if (owes_ != nullptr) make_change(basis_, owed_row_, owed_col_, owes_->change(owed_row_, owed_col_));
+    owes_ = nullptr;
 }
 
 void generate_u(mlSVDWork const & w) {
     int const steps = column_steps(w);
-    ColumnReflection const reflection(w.u);
+    Generation generation(w.u);
     for (int j = steps + 1; j <= w.u_cols; ++j)
         make_unit_column(w.u, j);
     for (int l = steps; l >= 1; --l) {
         if (!ml_counts(w.s(l))) {
+            generation.settle();
             make_unit_column(w.u, l);
             continue;
         }
-        reflect_behind(w.u, l, l, reflection);
+        generation.reflect_behind(l, l);
         for (int i = 1; i < l; ++i)
             w.u(i, l) = 0.0;
         for (int i = l; i <= w.n(); ++i)
             w.u(i, l) *= -1.0;
         w.u(l, l) = 1.0 + w.u(l, l);
     }
+    generation.settle();
 }
 
 void generate_v(mlSVDWork const & w) {
-    ColumnReflection const reflection(w.v);
+    Generation generation(w.v);
     for (int l = w.p(); l >= 1; --l) {
-        if (l <= row_steps(w) && ml_counts(w.e(l))) reflect_behind(w.v, l, l + 1, reflection);
+        if (l <= row_steps(w) && ml_counts(w.e(l)))
+            generation.reflect_behind(l, l + 1);
+        else
+            generation.settle();
         make_unit_column(w.v, l);
     }
+    generation.settle();
 }
 
 } // namespace

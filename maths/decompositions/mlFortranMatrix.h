@@ -18,7 +18,8 @@ class mlFortranMatrix {
 public:
     /// rows x cols elements, not initialised.
     mlFortranMatrix(int rows, int cols)
-        : rows_(rows), cols_(cols), stride_(mlKernels::padded(cols + mlKernels::padding_cols)),
+        : rows_(rows), cols_(cols),
+          stride_(mlKernels::padded(cols + mlKernels::padding_cols) | (mlKernels::padding_cols + 1)),
           elements_(coTableSize(rows, stride_)) {
         for (int i = 1; i <= rows_; ++i) // the kernels would be slow with denormals there
             std::fill(row(i) + cols_, row(i) + stride_, 0.0);
@@ -49,6 +50,6 @@ public:
 private:
     int rows_;
     int cols_;
-    int stride_; // from one row to the next
+    int stride_; // from one row to the next: an odd number of cache lines, which lets them share the cache evenly
     coBlock<double> elements_;
 };

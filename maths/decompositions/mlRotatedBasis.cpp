@@ -1,13 +1,13 @@
 #include "maths/decompositions/mlRotatedBasis.h"
 
-#include <cstdlib>
+#include <cstddef>
 #include <utility>
 
 namespace {
 
-/// So few short columns are rotated at once, while the processor waits for the square roots and divisions of the next
+/// Columns of so few rows are rotated at once, while the processor waits for the square roots and divisions of the next
 /// rotation. They make one strip.
-int const few_cols = 80;
+int const few_rows = 200;
 
 /// Enough that fetching a strip is little beside rotating it, while the notes still fit the cache beside it.
 int const many_notes = 2000;
@@ -16,8 +16,8 @@ int const many_notes = 2000;
 
 mlRotatedBasis::mlRotatedBasis(mlFortranMatrix const & basis)
     : kernels_(ml_kernels()), rows_(basis.rows()), cols_(basis.cols()),
-      strip_rows_(cols_ > few_cols ? mlRotationRun::strip_rows : mlKernels::padded(rows_)),
-      strips_(strip_rows_ > 0 ? (rows_ + strip_rows_ - 1) / strip_rows_ : 0), notes_(cols_ > few_cols ? many_notes : 0),
+      strip_rows_(rows_ > few_rows ? mlRotationRun::strip_rows : mlKernels::padded(rows_)),
+      strips_(strip_rows_ > 0 ? (rows_ + strip_rows_ - 1) / strip_rows_ : 0), notes_(rows_ > few_rows ? many_notes : 0),
       elements_(coTableSize(strips_ * strip_rows_, cols_)), runs_(notes_), rotations_(notes_), sources_(cols_) {
     for (int i = 1; i <= strips_ * strip_rows_; ++i) {
         for (int j = 1; j <= cols_; ++j)

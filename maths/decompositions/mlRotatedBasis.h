@@ -6,7 +6,7 @@
 /// A basis whose columns are rotated in pairs and, when they are done with, exchanged and negated. For use inside the
 /// library.
 ///
-/// Rotations of many columns are noted and carried out together: a strip of rows, which has its columns side by side,
+/// Rotations of long columns are noted and carried out together: a strip of rows, which has its columns side by side,
 /// then stays in the cache for all of them. Columns are counted from 1.
 /// Failure: std::bad_alloc, by the constructor.
 class mlRotatedBasis {

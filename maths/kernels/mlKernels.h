@@ -91,8 +91,8 @@ struct mlKernels {
     /// b(c, r) = a(r, c). They are apart.
     void (*copy_transposed)(int rows, int cols, mlConstBlock a, mlBlock b);
 
-    /// Makes the change, then sums[j] = sum of weights[i] x(i, j) from 0.0 in increasing i, for `cols` columns. Behind
-    /// the last column, x, the change's row and the sums have room for another padding_cols that are read and written.
+    /// Makes the change, then sums[j] += weights[i] x(i, j) in increasing i, for `cols` columns. Behind the last
+    /// column, x, the change's row and the sums have room for another padding_cols that are read and written.
     void (*sum_columns)(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums);
 
     /// Makes the change, then sums[i] = sum of x(i, j) weights[j] from 0.0 in increasing j, without those j whose

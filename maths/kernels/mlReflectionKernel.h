@@ -69,8 +69,6 @@ void add_rank_one(int rows, int cols, mlBlock x, mlRankOne change) {
 }
 
 void sum_columns(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums) {
-    for (int j = 0; j < cols; j += lanes)
-        store(sums + j, Lanes{});
     if (change.column == nullptr)
         column_sums<false, true>(rows, cols, x, change, weights, sums);
     else
