@@ -119,7 +119,8 @@ void vectors_and_matrices(Objects & o) {
     multiply(o.n, o.v.become(mlVectorZero, 5), v);
     mlMatrix const turned(mlMatrixTranspose, o.n), product(mlMatrixProduct, o.n, turned);
     o.n.become(mlMatrixProduct, product, o.n).become(mlMatrixTranspose, o.n).become(utConvert, o.m.data(), 2, 8);
-    std::ostringstream() << o.m << v;
+    o.m.become(9, 9);
+    std::ostringstream() << o.n << v;
 }
 
 /// (x + y, x y), with derivatives.
