@@ -68,9 +68,50 @@ void digest_roots() {
     }
 }
 
+/// A cubic on a short domain that claims the same slope everywhere, which leads astray. Its calls are results.
+class Astray : public mlFunction {
+public:
+    Astray(double root, double factor, double slope, Digest & calls)
+        : root_(root), factor_(factor), slope_(slope), calls_(calls) {}
+    double function(double t) const override {
+        double const d = t - root_;
+        calls_(t);
+        return factor_ * (d * d + 0.5) * d;
+    }
+    double function_derivative(int order, double t) const override {
+        calls_(order);
+        calls_(t);
+        return slope_;
+    }
+    double t_min() const override { return -1.0; }
+    double t_max() const override { return 1.0; }
+
+private:
+    double root_, factor_, slope_;
+    Digest & calls_;
+};
+
+void digest_searches_for_roots() {
+    ExactDigest digest("searches for roots, call by call");
+    Operands operands(43);
+    for (int i = 0; i < 1000; ++i) {
+        double const slope = 0.25 * operands.below(17) - 2.0, a = -operands.below(5), b = 0.5 * operands.below(5);
+        Astray const f(0.25 * operands.below(9) - 1.0, i % 2 == 0 ? 1.0 : -1.0, slope, digest);
+        int const limit = operands.below(9);
+        int converged;
+        digest(mlRootSolve::newton_raphson(f, a + b, 0.0625, converged, limit));
+        digest(converged);
+        digest(mlRootSolve::newton_raphson(f, a, b, 0.0625, converged, limit));
+        digest(converged);
+        digest(mlRootSolve::regula_falsi(f, a, b, 0.0625, converged, limit));
+        digest(converged);
+    }
+}
+
 } // namespace
 
 void digest_polynomials() {
     digest_arithmetic();
     digest_roots();
+    digest_searches_for_roots();
 }

@@ -10,11 +10,10 @@
 
 // Every story of operations below is told again and again while its first, second, third ... request for memory fails,
 // and all that follow. Arrays fail through the library's hook; `operator new` asks the hook too, so that one count
-// covers both. Nobody asks it for more than malloc's alignment.
+// covers both. Nobody asks it for more than malloc's alignment. What a failure leaks, the address sanitizer tells.
 
 namespace {
 
-long live_blocks = 0;
 bool counts_requests = false;
 
 } // namespace
@@ -29,31 +28,6 @@ void operator delete(void * block) noexcept { std::free(block); }
 void operator delete(void * block, std::size_t) noexcept { std::free(block); }
 void operator delete(void * block, std::align_val_t) noexcept { std::free(block); }
 void operator delete(void * block, std::size_t, std::align_val_t) noexcept { std::free(block); }
-
-// Blocks are counted where the C library lets a program step in between. The address sanitizer, which is in that place
-// itself, looks for leaks on its own.
-#if defined(__has_feature)
-#define HAS_FEATURE(feature) __has_feature(feature)
-#else
-#define HAS_FEATURE(feature) 0
-#endif
-#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__) && !HAS_FEATURE(address_sanitizer)
-extern "C" {
-void * __libc_malloc(std::size_t);
-void * __libc_realloc(void *, std::size_t);
-void __libc_free(void *);
-
-void * malloc(std::size_t bytes) noexcept { return ++live_blocks, __libc_malloc(bytes); }
-void * realloc(void * block, std::size_t bytes) noexcept {
-    live_blocks += block == nullptr;
-    return __libc_realloc(block, bytes);
-}
-void free(void * block) noexcept {
-    live_blocks -= block != nullptr;
-    __libc_free(block);
-}
-}
-#endif
 
 namespace {
 
@@ -109,8 +83,7 @@ void arrays(Objects & o) {
     o.vectors.shrink(2, 1);
     doublecoDynArr2D table(2, 2, 1, 3);
     table(1, 1) = 5.0;
-    all_or_nothing([&] { table(9, 0) = 1.0; }, [&] { return table.rows() == 2 && table(1, 1) == 5.0; });
-    all_or_nothing([&] { table.expand(3, 30); }, [&] { return table.rows() == 10 && table.cols() == 2; });
+    all_or_nothing([&] { table.expand(9, 30); }, [&] { return table.rows() == 2 && table(1, 1) == 5.0; });
 }
 
 void paged_arrays(Objects & o) {
@@ -132,8 +105,6 @@ void paged_arrays(Objects & o) {
 
     intcoPageArr index{2, 0, 1};
     doublecoQuickSortIndex(b, index).sort(&index, 3);
-    intcoDynArr numbers{3, 1, 2};
-    mlQuickSortDynArrInt().sort(&numbers, 3);
 }
 
 void vectors_and_matrices(Objects & o) {
@@ -143,15 +114,13 @@ void vectors_and_matrices(Objects & o) {
     o.m.append_row(o.v.become(mlVectorZero, 4));
     multiply(o.m, o.m, o.m);
     o.n.become(utCopy, o.m).expand(5, 6, 1.0);
-    o.n.swap_rows(0, 1);
-    o.n.swap_cols(0, 1);
     o.n.delete_row(0);
     o.n.delete_col(0);
-    multiply(o.n, o.v.become(mlVectorZero, 5), o.v);
+    multiply(o.n, o.v.become(mlVectorZero, 5), v);
     mlMatrix const turned(mlMatrixTranspose, o.n), product(mlMatrixProduct, o.n, turned);
     o.n.become(mlMatrixProduct, product, o.n).become(mlMatrixTranspose, o.n).become(utConvert, o.m.data(), 2, 8);
-    v.become(mlMatrixProduct, product, o.v);
-    std::ostringstream() << o.m << v;
+    o.m.become(9, 9);
+    std::ostringstream() << o.n << v;
 }
 
 /// (x + y, x y), with derivatives.
@@ -174,50 +143,31 @@ void functions(Objects & o) {
     TracedFunctionN1 g(2, bowl);
     g.gradient(x.slice(), o.v);
     g.hessian(x.slice(), o.m);
-    mlLineOnFunctionN1 const line(x, o.v, &g);
-    mlSquaredLengthFunc2 const squared_length(&f);
-    mlLineOnFunction2 const line2(1.0, 2.0, 0.0, 0.0, &squared_length);
-    mlIntegrateRomberg(1e-9, 6).integrate(line, line2.function(0.0), 1.0);
-}
-
-void polynomials(Objects &) {
-    double const x[] = {0.0, 1.0, 3.0}, y[] = {2.0, 1.0, 5.0};
-    double c[3];
-    mlPolynomial().fit(x, y, 2, c);
-    mlTinyVector2 points[3] = {}, curve[3];
+    mlIntegrateRomberg(1e-9, 6).integrate(mlLineOnFunctionN1(x, o.v, &g), mlSquaredLengthFunc2(&f).function(0, 0), 1.0);
+    mlTinyVector2 const points[3] = {};
+    mlTinyVector2 curve[3];
     mlTinyVector2Polynomial().fit(0.0, 1.0, points, 2, curve);
 }
 
 void decompositions(Objects & o) {
-    mlMatrix const a(mlMatrixHilbert, 3), small(mlMatrixHilbert, 2);
+    mlMatrix const a(mlMatrixHilbert, 3);
     mlVector x(mlVectorZero, 3);
-    mlLUDecomposition const lu(a);
-    mlCholeskyDecomposition const cholesky(a);
-    mlSingularValueDecomposition const svd(a);
-    svd.solve(x, x);
-    svd.solve(a, o.m);
-    lu.solve(x, o.v);
-    lu.inverse(o.m);
-    cholesky.inverse(o.m);
+    mlSingularValueDecomposition(a).solve(a, o.m);
+    mlLUDecomposition(a).solve(x, x);
+    mlCholeskyDecomposition(a).inverse(o.m);
     mlSymEigenVecs(a).calculate();
     mlATAEigenVecs(a).calculate();
     mlAsymEigenVecs3(a).calculate();
-    mlAsymEigenVecs2(small).calculate();
     doublecoDynArr2D points(4, 2, 1, 1);
-    for (int i = 0; i < 8; ++i)
-        points(i / 2, i % 2) = i * i % 5;
+    points(3, 1) = 1.0;
     mlPCA(points).axis(0, o.v);
-    mlMatrix q, r, basis(mlMatrixIdentity, 2);
-    mlQRDecomposition qr(&q, &r);
-    qr.set_Q_orthonormal();
-    for (int i = 0; i < 3; ++i) {
-        x = a.row(i);
-        qr.add(&x);
-    }
-    qr.get_orthonormal_Q(o.m);
-    mlGramSchmidt(&basis).add(&o.v, 1);
     mlSlice solution = x.slice();
     mlTridiagonal(3, a.row(0), a.row(1), a.row(2)).solve_periodic(a.row(0), solution);
+    mlMatrix q, r;
+    mlQRDecomposition qr(&q, &r);
+    qr.set_Q_orthonormal();
+    qr.add(&x);
+    qr.get_orthonormal_Q(o.m);
 }
 
 /// Distances of points from a line through (0, p0) of slope p1.
@@ -241,9 +191,7 @@ void optimisation(Objects & o) {
     Line line;
     mlLevenbergMarquardt(line).fit(x, o.v);
     line.point_distribution_quality(o.v);
-    mlDownHillSimplex simplex(2);
-    simplex.solve(f, x, mlDownHillSimplexCoarse);
-    simplex.result(o.v);
+    mlDownHillSimplex(2).solve(f, x, mlDownHillSimplexCoarse);
 }
 
 void sparse_matrices(Objects & o) {
@@ -252,51 +200,40 @@ void sparse_matrices(Objects & o) {
     for (int i = 0; i < 3; ++i)
         for (int j = i; j < n; j += 1 + 30 * i)
             a.set(i, j, 1.0 + j);
-    mlSparseMatrix const product(mlMatrixProduct, mlSparseMatrix(mlMatrixIdentity, 3), a);
-    o.sparse.become(utCopy, product) += product;
+    o.sparse.become(mlMatrixProduct, mlSparseMatrix(mlMatrixIdentity, 3), a) += a;
     o.sparse.become(mlMatrixTranspose, o.sparse).become(mlMatrixProduct, a, o.sparse);
     a.extract_sub_matrix(0, 1, 3, 30, block);
     block.concatenate_below(block);
     block.concatenate_right(block);
     block.concatenate_diagonal(a);
-    block.set_invalid();
     block.become(mlMatrixIdentity, 9);
-    mlVector x(mlVectorZero, 9);
-    block.multiply_vector(x, x);
-    block.decompress(o.m);
-    block.multiply_matrix(o.m, o.m);
+    block.multiply_matrix(mlMatrix(mlMatrixIdentity, 9), o.m);
     mlSparseSymMatrix s(mlMatrixPremultiplyTranspose, a);
     s -= mlSparseSymMatrix(utCopy, s);
     s.concatenate(mlSparseMatrix(utCopy, s));
     s.concatenate_diagonal(mlSparseSymMatrix(mlMatrixIdentity, 3));
 }
 
-TEST(FailedAllocation, ComesOutAsBadAllocLeaksNothingAndLeavesObjectsThatServeOn) {
+TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
     int story = 0;
-    for (auto const tell : {arrays, paged_arrays, vectors_and_matrices, functions, polynomials, decompositions,
-                            optimisation, sparse_matrices}) {
+    for (auto const tell :
+         {arrays, paged_arrays, vectors_and_matrices, functions, decompositions, optimisation, sparse_matrices}) {
         bool finished = false;
         ++story;
-        for (long k = -1; !finished && !HasFailure(); ++k) { // first without failures: some libraries keep a block
-            long const before = live_blocks;
+        for (long k = 0; !finished && !HasFailure(); ++k) {
+            Objects objects;
             try {
-                Objects objects;
-                try {
-                    fail_after(k);
-                    tell(objects);
-                    coReleaseStorage(coResizeStorage(nullptr, 1)); // streams swallow exceptions: was there one?
-                    finished = k >= 0;
-                } catch (std::bad_alloc const &) {
-                    fail_after(-1);
-                    EXPECT_TRUE(objects.sound());
-                    tell(objects);
-                    EXPECT_TRUE(objects.sound());
-                }
+                fail_after(k);
+                tell(objects);
+                coReleaseStorage(coResizeStorage(nullptr, 1)); // streams swallow exceptions: was there one?
+                finished = true;
+            } catch (std::bad_alloc const &) {
                 fail_after(-1);
-            } catch (...) {
-                ADD_FAILURE() << "another exception";
+                EXPECT_TRUE(objects.sound());
+                tell(objects);
+                EXPECT_TRUE(objects.sound());
             }
-            EXPECT_TRUE(k < 0 || live_blocks == before) << live_blocks - before << " blocks were left";
+            fail_after(-1);
             EXPECT_FALSE(finished && k == 0) << "nothing was asked for";
             if (HasFailure()) ADD_FAILURE() << "story " << story << ", request " << k;
         }

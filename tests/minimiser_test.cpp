@@ -99,18 +99,14 @@ TEST(FunctionValue, CopiesWhatIsKnownAndForgetsDerivatives) {
     target.first_derivative = target.second_derivative = 7.0;
     source.first_derivative = source.second_derivative = 9.0; // behind an unknown value: nothing
     target = source;
-    EXPECT_EQ(target.t, 1.0);
-    EXPECT_EQ(target.first_derivative, 7.0);
+    EXPECT_TRUE(target.t == 1.0 && target.first_derivative == 7.0);
     source.value = 3.0;
     source.invalidate_derivatives();
     target = source;
-    EXPECT_EQ(target.value, 3.0);
-    EXPECT_EQ(target.first_derivative, mlUnboundedMin);
-    EXPECT_EQ(target.second_derivative, 7.0);
+    EXPECT_TRUE(target.value == 3.0 && target.first_derivative == mlUnboundedMin && target.second_derivative == 7.0);
     source.first_derivative = 4.0;
     target = source;
-    EXPECT_EQ(target.first_derivative, 4.0);
-    EXPECT_EQ(target.second_derivative, 9.0);
+    EXPECT_TRUE(target.first_derivative == 4.0 && target.second_derivative == 9.0);
 }
 
 } // namespace

@@ -41,25 +41,20 @@ TEST(ClosedForms, HaveTheRootsThatTheCoefficientsSay) {
         double tolerance;
     } const cases[] = {
         {{0, 0, 0}, -1, {0, 0}, 0},
-        {{0, 0, 5}, 0, {0, 0}, 0},
         {{1, -2, 1}, 2, {1, 1}, 0},
-        {{1, 0, 1}, 0, {0, 0}, 0},
-        {{-1, 3, 0}, 2, {0, 3}, 0},
         {{1e-12, 1, -3}, 1, {3, 0}, 0},
         {{1, -2, 1 - 1e-12}, 2, {1, 1}, 0},
         {{0, 0, 0, 0}, -1, {0, 0, 0}, 0},
         {{2, -6, 4, 0}, 3, {0, 1, 2}, 1e-15},
         {{1e-13, 0, 1, 0}, 1, {0, 0, 0}, 0},            // the quadratic of the others has no root
         {{1e-13, 1e-4, 1, 0}, 2, {-10000, 0, 0}, 1e-9}, // that quadratic is linear: it has one
-        {{1, 0, 0, -8}, 1, {2, 0, 0}, 1e-15},
-        {{-1, -3, -3, -1}, 3, {-1, -1, -1}, 0}, // D is exactly 0
+        {{-1, -3, -3, -1}, 3, {-1, -1, -1}, 0},         // D is exactly 0
         {{1, 0, -12, 16}, 3, {-4, 2, 2}, 1e-14},
         {{0.99e-10, 1, -3, 2}, 2, {1, 2, 0}, 1e-14},
         {{1.01e-10, 1, 0, 0}, 3, {-1 / 1.01e-10, 0, 0}, 1e-4},
         {{1, 0, -3, 0, -4}, 2, {-2, 2, 0, 0}, 0},           // z = -1 and 4
         {{1, 0, 0, 0, 0}, 1, {0, 0, 0, 0}, 0},              // 0 and -0, and both again: one root
         {{1, 0, -1e-14, 0, 0}, 2, {-1e-7, 0, 0, 0}, 1e-13}, // 0, then 1e-7, which is dropped, and -1e-7, which is not
-        {{-2, 20, -70, 100, -48}, 4, {1, 2, 3, 4}, 1e-13},
         {{0.5e-10, 1, -6, 11, -6}, 3, {1, 2, 3, 0}, 1e-13},
     };
     for (auto const & c : cases) {
@@ -71,22 +66,14 @@ TEST(ClosedForms, HaveTheRootsThatTheCoefficientsSay) {
     }
 }
 
-TEST(ClosedForms, OfTheQuadraticLoseNothingToCancellationOrScale) {
-    for (int seed = 1; seed <= 500; ++seed) {
+TEST(ClosedForms, FindSeparateRootsOfEveryScaleInOrderAndKeepHalfOfTheDigitsOfNearlyDoubleOnes) {
+    for (int seed = 1; seed <= 600; ++seed) {
         mlRandom random(seed);
-        double const scale = std::pow(10.0, random.uniform(-280.0, 280.0));
         double const small = random.uniform(1.0, 2.0) * std::pow(10.0, random.uniform(-9.0, 0.0));
-        double const large = random.uniform(3.0, 9.0) * (seed % 2 ? 1.0 : -1.0);
-        Solution const s(polynomial(seed % 3 ? scale : -scale, {small, large}));
-        ASSERT_EQ(s.type, 2);
-        EXPECT_NEAR(s.roots[large > 0 ? 0 : 1], small, 30 * roundoff * small);
-        EXPECT_NEAR(s.roots[large > 0 ? 1 : 0], large, 30 * roundoff * std::fabs(large));
-    }
-}
+        Solution const quadratic(polynomial(std::pow(10.0, random.uniform(-280.0, 280.0)), {small, 5.0}));
+        EXPECT_NEAR(quadratic.roots[0], small, 30 * roundoff * small); // nothing is lost to cancellation
+        EXPECT_EQ(quadratic.type, 2);
 
-TEST(ClosedForms, OfHigherDegreeFindSeparateRootsInOrderAndKeepHalfOfTheDigitsOfNearlyDoubleOnes) {
-    for (int seed = 1; seed <= 400; ++seed) {
-        mlRandom random(seed);
         Values roots{random.uniform(-4.0, -2.0), random.uniform(-1.0, 1.0), random.uniform(2.0, 4.0)};
         if (seed % 2) roots.push_back(random.uniform(5.0, 7.0));
         bool const separate = seed % 4 < 2;
@@ -95,7 +82,6 @@ TEST(ClosedForms, OfHigherDegreeFindSeparateRootsInOrderAndKeepHalfOfTheDigitsOf
         ASSERT_TRUE(separate ? s.type == static_cast<int>(roots.size()) : s.type >= 1) << seed;
         for (int i = 0; i < s.type; ++i) // if any are lost, they are of the pair
             EXPECT_NEAR(s.roots[i], roots[i + roots.size() - s.type], separate ? 1e-12 : 1e-5) << seed;
-        EXPECT_NEAR(s.roots[s.type - 1], roots.back(), 1e-11) << "the others are not harmed, " << seed;
     }
 }
 
@@ -104,21 +90,16 @@ TracedFunction claim(double slope, TracedFunction::Formula const & f) {
     return TracedFunction(f, [slope](double) { return slope; });
 }
 
-// Each crosses zero between 0 and 2; the last one falls.
 double line(double t) { return t - 1.0; }
 double rising(double t) { return t * t - 2.0; }
-double falling(double t) { return (t - 2.0) * (t - 2.0) - 2.0; }
 
 double secant(double a, double fa, double b, double fb) { return (fa * b - fb * a) / (fa - fb); }
 
 TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
-    using Calls = std::vector<Call>;
     double (*const bracketed)(mlFunction const &, double, double, double, int &, int) = mlRootSolve::newton_raphson;
     enum { newton, inside, falsi };
     double const a = 1.375, b = 1.4375, p = secant(a, rising(a), b, rising(b)), q = secant(p, rising(p), b, rising(b)),
-                 r = secant(1, -1, 1.5, 0.25), t = 2 / 3.0, s = secant(0, 1, t, falling(t));
-    Calls const two_secants = {{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, 4 / 3.0}, {1, 4 / 3.0}},
-                two_down = {{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, t}, {1, t}};
+                 r = secant(1, -1, 1.5, 0.25);
     struct {
         int finder;
         TracedFunction f;
@@ -126,31 +107,18 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
         int limit;
         double x;
         int converged;
-        Calls calls;
+        std::vector<Call> calls;
     } const cases[] = {
-        {newton, claim(1, line), -9, 9, 9, 1, 1, {{0, 3}, {1, 3}, {0, 1}, {1, 1}}},
         {newton, claim(1, line), -9, 9, 1, 1, 0, {{0, 3}, {1, 3}}}, // the point reached is not looked at
         {newton, claim(32, line), -9, 9, 9, 2.876953125, 1, {{0, 3}, {1, 3}, {0, 2.9375}, {1, 2.9375}}},
         {newton, claim(0, line), -9, 9, 9, largest_double, 0, {{0, 3}, {1, 3}}},
-        {newton, claim(1, line), 2, 9, 9, 2, 0, {{0, 3}, {1, 3}, {1, 2}, {0, 2}}}, // at a border the slope is first
-        {newton, claim(-1, line), -9, 4, 9, 4, 0, {{0, 3}, {1, 3}, {1, 4}, {0, 4}}},
-        {newton, claim(1, rising), 0, 9, 2, 2, 0, {{0, 3}, {1, 3}, {1, 0}, {0, 0}, {0, 0}, {1, 0}}}, // back inside
-        {inside, claim(1, line), 0, 3, 9, 1, 1, {{0, 0}, {0, 3}, {0, 1}, {1, 1}}},
-        {inside, claim(1, line), 1.0625, 3, 9, 1.0625, 1, {{0, 1.0625}}}, // a root by its value
-        {inside, claim(1, line), 0, 1.0625, 0, 1.0625, 1, {{0, 0}, {0, 1.0625}}},
+        {newton, claim(-1, line), -9, 4, 9, 4, 0, {{0, 3}, {1, 3}, {1, 4}, {0, 4}}},  // at a border the slope is first
+        {inside, claim(1, line), 1.0625, 3, 9, 1.0625, 1, {{0, 1.0625}}},             // a root by its value
         {inside, claim(32, rising), 0, 2, 9, 1, 1, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // before a short step
-        {inside, claim(2, rising), 0, 2, 1, 1.5, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}},
-        {inside, claim(0, rising), 0, 2, 2, 1.4, 0, two_secants},
-        {inside, claim(-1, rising), 0, 2, 2, 1.4, 0, two_secants},   // the wrong way
-        {inside, claim(0.25, rising), 0, 2, 2, 1.4, 0, two_secants}, // out of the bracket
-        {inside, claim(1, falling), 0, 2, 2, 0.6, 0, two_down},
-        {inside, claim(-0.25, falling), 0, 2, 2, 0.6, 0, two_down},
+        {inside, claim(0, rising), 0, 2, 2, 1.4, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, 4 / 3.0}, {1, 4 / 3.0}}},
         {inside, claim(0.05, rising), a, b, 9, q, 1, {{0, a}, {0, b}, {0, p}, {1, p}}}, // too flat to follow
-        {falsi, claim(0, line), 0, 3, 9, 1, 1, {{0, 0}, {0, 3}, {0, 0}, {0, 1}}},
-        {falsi, claim(0, line), 0, 1.0625, 9, 1.0625, 1, {{0, 0}, {0, 1.0625}}},
-        {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}},                           // short enough
+        {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}},             // short enough
         {falsi, claim(0, rising), 0, 2, 3, r, 0, {{0, 0}, {0, 2}, {0, 0}, {0, 1}, {0, 1.5}, {0, r}}}, // a value halved
-        {falsi, claim(0, falling), 0, 2, 3, s, 0, {{0, 0}, {0, 2}, {0, 0}, {0, 1}, {0, t}, {0, s}}},
     };
     for (auto const & c : cases) {
         SCOPED_TRACE(&c - cases);

@@ -183,7 +183,7 @@ TEST(SparseRow, IteratorsStepAndMeetInCommonColumns) {
 
 TEST(SparseMatrix, KeepsExplicitZerosAndTheirSignsAndALongerResultsSize) {
     mlSparseMatrix m(mlMatrixIdentity, 2), negative(mlMatrixZero, 2, 2);
-    m -= m;
+    m -= mlSparseMatrix(mlMatrixIdentity, 2);
     EXPECT_EQ(m.num_non_zero_elements(), 2);
     negative -= m;
     negative.become(mlMatrixProduct, mlSparseMatrix(mlMatrixIdentity, 2), negative);
