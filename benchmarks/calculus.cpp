@@ -1,36 +1,37 @@
-// Romberg's integration and the minimisers beside GSL's and Boost.Math's, in calls of the function and in time. Each
-// contestant's answer is checked before it is timed. Neither peer has Powell's method: GSL's simplex stands beside it.
+// Romberg's integration and the minimisers beside GSL's and Boost.Math's: the time for each call of the user's
+// function, which the methods need in different numbers. Neither peer has Powell's method: GSL's simplex stands beside
+// it, there in time for a whole search.
 
 #include <cmath>
-#include <functional>
 #include <memory>
 
-#include <benchmark/benchmark.h>
 #include <boost/math/tools/minima.hpp>
 #include <gsl/gsl_integration.h>
 #include <gsl/gsl_min.h>
 #include <gsl/gsl_multimin.h>
 
+#include "benchmarks/peers.h"
+#include "benchmarks/race.h"
 #include "maths/maths.h"
 
 namespace {
 
 int calls; // of the function under test
 
-/// Times the operation once its answer is the one expected; reports its calls.
-template <class Operation> void race(benchmark::State & state, double expected, double tolerance, Operation operation) {
+/// How many calls an operation makes.
+template <class Operation> double calls_of(Operation operation) {
     calls = 0;
-    double const answer = operation();
-    state.counters["calls"] = calls;
-    if (!(std::fabs(answer - expected) <= tolerance)) {
-        state.SkipWithError("a wrong answer");
-        return;
-    }
-    for (auto _ : state)
-        benchmark::DoNotOptimize(operation());
+    operation();
+    return calls;
 }
 
-// --- Integration of exp over [0, 1]: the argument is the number of decimals of the tolerance
+/// Adds a contestant that answers one number, timed by the call. The number is added to 1: minima may be zero.
+template <class Operation> void add(Race & race, char const * library, Values & found, Operation operation) {
+    race.add(
+        library, found, [&found, operation] { found[0] = 1.0 + operation(); }, calls_of(operation));
+}
+
+// --- Integration of exp over [0, 1]: the size is the number of decimals of the tolerance
 
 class Exponential : public mlFunction {
 public:
@@ -45,20 +46,23 @@ double gsl_exponential(double t, void *) {
     return std::exp(t);
 }
 
-void romberg(benchmark::State & state, bool own) {
-    double const tolerance = std::pow(10.0, -static_cast<double>(state.range(0)));
+auto romberg(Race & race) {
+    double const tolerance = std::pow(10.0, -race.size());
     Exponential const f;
     mlIntegrateRomberg const rule(tolerance, 20);
     gsl_function peer_f{gsl_exponential, nullptr};
     std::unique_ptr<gsl_integration_romberg_workspace, decltype(&gsl_integration_romberg_free)> const work(
         gsl_integration_romberg_alloc(20), gsl_integration_romberg_free);
-    race(state, std::exp(1.0) - 1.0, tolerance, [&] {
-        if (own) return rule.integrate(f, 0.0, 1.0);
+    Values own(1), gsl(1);
+    race.set_tolerance(tolerance);
+    add(race, "maths", own, [&] { return rule.integrate(f, 0.0, 1.0); });
+    add(race, "gsl", gsl, [&, tolerance] {
         double integral = 0.0;
         std::size_t evaluations = 0;
         gsl_integration_romberg(&peer_f, 0.0, 1.0, tolerance, 0.0, &integral, &evaluations, work.get());
         return integral;
     });
+    return race.run();
 }
 
 // --- Brent's search from a bracket, to 6 digits
@@ -67,7 +71,6 @@ double curve(double t) {
     ++calls;
     return std::cosh(t - 2.0) + 0.1 * t;
 }
-double const curve_minimum = 2.0 - std::asinh(0.1);
 double const bracket[] = {-4.0, 3.0, 7.0};
 double const line_tolerance = 1e-6; // GSL waits for both ends of the bracket, in vain at half the digits
 
@@ -99,9 +102,7 @@ double gsl_brent() {
 
 double boost_brent() { return boost::math::tools::brent_find_minima(curve, bracket[0], bracket[2], 20).first; }
 
-void brent(benchmark::State & state, double (*contestant)()) { race(state, curve_minimum, 1e-5, contestant); }
-
-// --- Rosenbrock's function of n variables, pair by pair: the argument is n
+// --- Rosenbrock's function of n variables, pair by pair: the size is n
 
 class Rosenbrock : public mlFunctionN1 {
 public:
@@ -146,10 +147,8 @@ double own_powell(int n) {
     return ml_powell_minimum_search(x, axes, 1e-10, iterations, f);
 }
 
-using Vector = std::unique_ptr<gsl_vector, decltype(&gsl_vector_free)>;
-
 double gsl_simplex(int n) {
-    Vector const x(gsl_vector_alloc(n), gsl_vector_free), steps(gsl_vector_alloc(n), gsl_vector_free);
+    GslVector const x(gsl_vector_alloc(n), gsl_vector_free), steps(gsl_vector_alloc(n), gsl_vector_free);
     for (int i = 0; i < n; ++i)
         gsl_vector_set(x.get(), i, start(i));
     gsl_vector_set_all(steps.get(), 0.1);
@@ -164,21 +163,32 @@ double gsl_simplex(int n) {
     return gsl_multimin_fminimizer_minimum(search.get());
 }
 
-void rosenbrock(benchmark::State & state, double (*contestant)(int)) {
-    int const n = static_cast<int>(state.range(0));
-    race(state, 0.0, 1e-12, [&] { return contestant(n); });
+auto brent(Race & race) {
+    Values own(1), gsl(1), boost(1);
+    race.set_tolerance(1e-5);
+    add(race, "maths", own, own_brent);
+    add(race, "gsl", gsl, gsl_brent);
+    add(race, "boost", boost, boost_brent);
+    return race.run();
 }
-void simplex(benchmark::State & state, double (*contestant)(int)) { rosenbrock(state, contestant); }
-void powell(benchmark::State & state, double (*contestant)(int)) { rosenbrock(state, contestant); }
 
-BENCHMARK_CAPTURE(romberg, maths, true)->Arg(6)->Arg(10)->Arg(14);
-BENCHMARK_CAPTURE(romberg, gsl, false)->Arg(6)->Arg(10)->Arg(14);
-BENCHMARK_CAPTURE(brent, maths, own_brent);
-BENCHMARK_CAPTURE(brent, gsl, gsl_brent);
-BENCHMARK_CAPTURE(brent, boost, boost_brent);
-BENCHMARK_CAPTURE(simplex, maths, own_simplex)->Arg(2)->Arg(4);
-BENCHMARK_CAPTURE(simplex, gsl, gsl_simplex)->Arg(2)->Arg(4);
-BENCHMARK_CAPTURE(powell, maths, own_powell)->Arg(2);
-BENCHMARK_CAPTURE(powell, gsl_simplex, gsl_simplex)->Arg(2);
+auto simplex(Race & race) {
+    int const n = race.size();
+    Values own(1), gsl(1);
+    add(race, "maths", own, [n] { return own_simplex(n); });
+    add(race, "gsl", gsl, [n] { return gsl_simplex(n); });
+    return race.run();
+}
+
+auto powell(Race & race) {
+    int const n = race.size();
+    Values own(1), gsl(1);
+    race.add("maths", own, [&, n] { own[0] = 1.0 + own_powell(n); });
+    race.add("gsl_simplex", gsl, [&, n] { gsl[0] = 1.0 + gsl_simplex(n); });
+    return race.run();
+}
+
+bool const entered = enter("romberg", {6, 10, 14}, romberg) && enter("brent", {6}, brent) &&
+                     enter("simplex", {2, 4}, simplex) && enter("powell", {2}, powell);
 
 } // namespace

@@ -3,12 +3,14 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 
 #include "maths/maths.h"
 
+/// Prints or compares a digest of `count` results, as the program was called.
+void report_digest(char const * list, char const * name, int count, unsigned long long digest);
+
 /// Condenses results to 64 bits, every bit of theirs included but the sign and payload of a NaN, which are the
-/// compiler's. Prints "<list> <name> <count> <digest>" when it goes.
+/// compiler's. Reports when it goes.
 ///
 /// Source: Fowler, Noll & Vo's hash, FNV-1a.
 class Digest {
@@ -16,7 +18,7 @@ public:
     Digest(char const * list, char const * name) : list_(list), name_(name) {}
     Digest(Digest const &) = delete;
     Digest & operator=(Digest const &) = delete;
-    ~Digest() { std::printf("%s %s %d %016llx\n", list_, name_, count_, state_); }
+    ~Digest() { report_digest(list_, name_, count_, state_); }
 
     void operator()(double x) { mix(x != x ? 0x7ff8000000000000u : std::bit_cast<std::uint64_t>(x)); }
     void operator()(int n) { mix(static_cast<std::uint64_t>(n)); }

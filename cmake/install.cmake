@@ -1,6 +1,7 @@
 # What cmake --install puts where, and the packages that cpack makes of it:
 #   <includedir>/maths-<interface>/{maths,platform}/...     the headers, under an include root of their own
 #   <libdir>                                                the shared library
+#   <datadir>/maths                                         how debuggers show the library's objects
 #   <libdir>/cmake/maths, <libdir>/pkgconfig                how CMake and pkg-config find them
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -15,6 +16,7 @@ install(TARGETS maths EXPORT maths
     ARCHIVE COMPONENT development
     INCLUDES DESTINATION ${include_root})
 install(DIRECTORY maths platform DESTINATION ${include_root} COMPONENT development FILES_MATCHING PATTERN "*.h")
+install(FILES debug/maths_gdb.py debug/maths.natvis DESTINATION ${CMAKE_INSTALL_DATADIR}/maths COMPONENT development)
 
 install(EXPORT maths FILE mathsTargets.cmake NAMESPACE maths:: DESTINATION ${config_dir} COMPONENT development)
 configure_package_config_file(cmake/mathsConfig.cmake.in mathsConfig.cmake INSTALL_DESTINATION ${config_dir})

@@ -1,4 +1,5 @@
-# Runs `program`, which may follow the emulator that it needs, with the list `arguments` and judges it by `status`, `output` and `error`: see CMakeLists.txt.
+# Runs `program`, which may follow the emulator that it needs, with the list `arguments` and judges it by `status`,
+# `output` and `error`: see CMakeLists.txt.
 if(status STREQUAL "")
     set(status 0)
 endif()

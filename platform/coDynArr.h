@@ -31,10 +31,12 @@ public:
     /// Empty, with room for `capacity` elements.
     coDynArr(int capacity, int increment);
 
+    // clang-format off
     /// A tag of another class is not a capacity.
     template <class Tag>
-        requires std::is_enum_v<Tag> coDynArr(Tag, int)
-    = delete;
+        requires std::is_enum_v<Tag>
+    coDynArr(Tag, int) = delete;
+    // clang-format on
 
     /// The elements of the list, in a block of just their number, increment 1.
     coDynArr(std::initializer_list<T> elements);

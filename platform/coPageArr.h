@@ -33,10 +33,12 @@ public:
     coPageArr(int page_shift, int table_capacity, int table_increment)
         : page_size_(1 << page_shift), page_shift_(page_shift), pages_(table_capacity, table_increment) {}
 
+    // clang-format off
     /// A tag of another class is not a page size.
     template <class Tag>
-        requires std::is_enum_v<Tag> coPageArr(Tag, int, int)
-    = delete;
+        requires std::is_enum_v<Tag>
+    coPageArr(Tag, int, int) = delete;
+    // clang-format on
 
     /// The elements of the list, otherwise like the default.
     coPageArr(std::initializer_list<T> elements) : coPageArr() {

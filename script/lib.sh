@@ -44,3 +44,8 @@ run_tests() {
     step "$log" "testing $1" ctest --preset "$1" --parallel "$(nproc)"
     sed -n '/ tests passed/,$p' "$log"
 }
+
+# public_headers: all but those for inside use, which say so in these words.
+public_headers() {
+    grep -rLiE 'for use inside|^// .*\bincluded (by|after)( |$)' --include='*.h' platform maths | LC_ALL=C sort
+}

@@ -1,87 +1,76 @@
 #include "platform/coDynArr.h"
 
 #include <climits>
+#include <numeric>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
 
-#include "maths/core/mlRandom.h"
+#include "tests/support/traces.h"
 #include "tests/support/values.h"
 
 namespace {
 
 static_assert(!std::is_constructible_v<intcoDynArr, enum utConvert, int> && !std::is_copy_constructible_v<intcoDynArr>);
 
-/// The growth step that an array is made with.
-class GrowingArray : public testing::TestWithParam<int> {};
-
-TEST_P(GrowingArray, FollowsAModelThatCounts) {
-    intcoDynArr array(5, GetParam());
-    int capacity = 5, increment = GetParam();
-    std::vector<int> elements;
-    auto const reach = [&](int slots) {
-        while (capacity < slots)
-            capacity += std::max(increment, 1);
-    };
-    mlRandom random(1);
-    for (int step = 0; step < 2000; ++step) {
-        int const n = static_cast<int>(random.uniform(0.0, 40.0)), size = array.size();
-        int const action = static_cast<int>(random.uniform(0.0, 14.0));
-        if (action == 0) {
-            array.expand(n);
-            reach(n);
-            for (int i = size; i < n; ++i)
-                elements.push_back(array[i] = i);
-        } else if (action == 1) {
-            array.reserve(n);
-            reach(n);
-        } else if (action < 4) {
-            int const cut = n < 9 ? 0 : n - 10; // a negative one does nothing
-            array.shrink(cut, step % 2);
-            if (cut >= 0 && step % 2 == 1) capacity = std::min(capacity, cut);
-            if (cut >= 0 && cut < size) elements.resize(cut);
-        } else if (action == 4) {
-            intcoDynArr other(n + 3, 1 + n % 5);
-            for (int i = 0; i < n; ++i)
-                other[i] = -i;
-            array.become(utCopy, intcoDynArr(utCopy, other));
-            reach(n); // still by the old increment
-            increment = 1 + n % 5;
-            elements = contents(other);
-        } else {
-            array[size] = step;
-            reach(size + 1);
-            elements.push_back(step);
+TEST(DynArr, FollowsAModelThatCounts) {
+    Choice choose(1);
+    for (int increment : {1, 4, 10, 0, -2}) {
+        intcoDynArr array(5, increment);
+        int capacity = 5, size = 0;
+        auto const reach = [&](int slots) {
+            while (capacity < slots)
+                capacity += std::max(increment, 1);
+        };
+        for (int step = 0; step < 2000; ++step) {
+            int const n = choose(40), old_size = size, cut = n < 9 ? 0 : n - 10, release = choose(2);
+            switch (choose(13)) {
+            case 0: array.expand(n), reach(n), size = std::max(size, n); break;
+            case 1: array.reserve(n), reach(n); break;
+            case 2:
+                array.shrink(cut, release);
+                if (cut < 0) break; // which does nothing
+                size = std::min(size, cut);
+                if (release) capacity = std::min(capacity, cut);
+                break;
+            case 3: {
+                intcoDynArr other(n + 3, 1 + n % 5);
+                other.expand(n);
+                std::iota(other.begin(), other.end(), 0);
+                array.become(utCopy, intcoDynArr(utCopy, other)), size = n;
+                reach(n); // still by the old increment
+                increment = 1 + n % 5;
+            } break;
+            default: array[size], reach(++size);
+            }
+            for (int i = old_size; i < array.size(); ++i)
+                array[i] = i;
+            array.become(utCopy, array);
+            std::vector<int> model(size); // element i is i
+            std::iota(model.begin(), model.end(), 0);
+            ASSERT_EQ(contents(array), model) << "step " << step;
+            ASSERT_TRUE(array.capacity() == capacity && array.increment() == increment) << "step " << step;
+            ASSERT_EQ(array.data() == nullptr, capacity == 0);
         }
-        array.become(utCopy, array);
-        ASSERT_EQ(array.capacity(), capacity) << "step " << step;
-        ASSERT_EQ(array.increment(), increment);
-        ASSERT_EQ(contents(array), elements);
-        ASSERT_EQ(array.data() == nullptr, capacity == 0);
     }
 }
-INSTANTIATE_TEST_SUITE_P(, GrowingArray, testing::Values(1, 4, 10, 0, -2));
 
-TEST(DynArr, ResizeFollowsItsFormulaBelowTheCapacityToo) {
+TEST(DynArr, FollowsItsFormulaBelowTheCapacityAndHoldsNothingWhileThatIsNegative) {
     struct Array : intcoDynArr {
         using intcoDynArr::intcoDynArr;
         using intcoDynArr::resize;
     } array(10, 4);
-    for (int i = 0; i < 10; ++i)
-        array[i] = i;
+    array.expand(10);
     array.resize(3); // 10 + (-7 - -3) + 4
     EXPECT_EQ(array.capacity(), 10);
     array.resize(1); // 10 + (-9 - -1) + 4
-    EXPECT_EQ(contents(array), (std::vector{0, 1, 2, 3, 4, 5}));
-}
-
-TEST(DynArr, HoldsNothingWhileItsCapacityIsNegative) {
-    intcoDynArr array(utCopy, intcoDynArr(-5, 1));
-    array.expand(-3);
-    EXPECT_EQ(array.size(), 0);
-    array[0] = 7;
-    EXPECT_THROW(array[INT_MAX], std::bad_alloc);
-    EXPECT_EQ(contents(array), std::vector{7});
+    EXPECT_EQ(array.size(), 6);
+    intcoDynArr negative(utCopy, intcoDynArr(-5, 1));
+    negative.expand(-3);
+    EXPECT_EQ(negative.size(), 0);
+    negative[0] = 7;
+    EXPECT_THROW(negative[INT_MAX], std::bad_alloc);
+    EXPECT_EQ(contents(negative), std::vector{7});
 }
 
 /// Counts its living objects, of which there can be 12. Can only be moved.
@@ -91,10 +80,7 @@ struct Counted {
         ++living;
     }
     ~Counted() { --living; }
-    Counted & operator=(Counted && other) {
-        value = std::exchange(other.value, -1);
-        return *this;
-    }
+    Counted & operator=(Counted && other) { return value = std::exchange(other.value, -1), *this; }
     int value = 0;
     inline static int living = 0;
 };

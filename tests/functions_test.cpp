@@ -4,10 +4,11 @@
 #include "maths/functions/mlFunction2ApproxVDeriv.h"
 #include "maths/functions/mlFunctionApproxDeriv.h"
 #include "tests/support/traces.h"
+#include "tests/support/values.h"
 
 namespace {
 
-using Points = std::vector<std::vector<double>>;
+using Points = std::vector<Values>;
 
 /// u + 10 v on [0, 1] x [2, 4].
 struct Plane : mlFunction2 {
@@ -25,79 +26,61 @@ struct Plane : mlFunction2 {
     mutable Points points;
 };
 
-TEST(Function, HasDefaultsForAllButItsValue) {
-    struct : mlFunction {
-        double function(double t) const override { return t; }
-    } const f;
-    EXPECT_EQ(f.highest_derivative_order, 2);
-    EXPECT_EQ(f.function_derivative(1, 0.5), -666.0);
-    EXPECT_EQ(f.t_min(), -f.t_max());
-    EXPECT_EQ(Plane().u_function_derivative(2, 3, 4), 2034.0);
-    EXPECT_EQ(Plane().v_function_derivative(1, 3, 4), 134.0);
-}
-
 TEST(ApproxDeriv, TakesTheUpperPointFirstAndDividesByTheStepEvenWhereTheDomainCutsIt) {
     TracedFunction f([](double t) { return t * t; });
     f.low = 0.75;
     f.high = 1.25;
     mlFunctionApproxDeriv const derivative(f, 0.25);
-    struct {
-        double t, upper, lower;
-    } const cases[] = {{0.875, 1.125, 0.875}, // inside
-                       {1.0, 1.25, 1.0},      // up to the end
-                       {1.125, 1.125, 0.875}, // backward
-                       {0.25, 0.5, 0.75},     // below: the upper point is not clamped there
-                       {2.0, 1.25, 1.75}};    // above: nor is the lower one
-    for (auto const & c : cases) {
+    double const cases[][3] = {{0.875, 1.125, 0.875}, // inside
+                               {1.0, 1.25, 1.0},      // up to the end
+                               {1.125, 1.125, 0.875}, // backward
+                               {0.25, 0.5, 0.75},     // below: the upper point is not clamped there
+                               {2.0, 1.25, 1.75}};    // above: nor is the lower one
+    for (auto const & [t, upper, lower] : cases) {
         f.calls.clear();
-        EXPECT_EQ(derivative.function(c.t), (c.upper * c.upper - c.lower * c.lower) / 0.25);
-        EXPECT_EQ(f.calls, (std::vector<Call>{{0, c.upper}, {0, c.lower}}));
+        EXPECT_EQ(derivative.function(t), (upper * upper - lower * lower) / 0.25);
+        EXPECT_EQ(f.calls, (std::vector<Call>{{0, upper}, {0, lower}}));
     }
     EXPECT_EQ(derivative.t_min() + derivative.t_max(), 2.0);
-    EXPECT_EQ(derivative.function_derivative(1, 1.0), -666.0);
+    EXPECT_EQ(derivative.highest_derivative_order, 2);
+    EXPECT_EQ(derivative.function_derivative(1, 1.0), -666.0); // a function's default
 }
 
 TEST(ApproxDeriv, OfTwoVariablesHoldsTheOtherOneFixed) {
     Plane const f;
+    EXPECT_EQ(f.u_function_derivative(2, 3, 4), 2034.0);
+    EXPECT_EQ(f.v_function_derivative(1, 3, 4), 134.0);
     mlFunction2ApproxUDeriv const by_u(f, 0.5);
     mlFunction2ApproxVDeriv const by_v(f, 0.5);
     EXPECT_EQ(by_u.function(0.75, 3.0), 1.0);
     EXPECT_EQ(by_v.function(9.0, 3.75), 10.0);
     EXPECT_EQ(f.points, (Points{{0.75, 3}, {0.25, 3}, {9.0, 3.75}, {9.0, 3.25}}));
-    EXPECT_EQ((Points{{by_u.u_min(), by_u.u_max(), by_u.v_min(), by_u.v_max()}}), (Points{{0, 1, 2, 4}}));
-    EXPECT_EQ((Points{{by_v.u_min(), by_v.u_max(), by_v.v_min(), by_v.v_max()}}), (Points{{2, 4, 2, 4}}))
+    EXPECT_EQ((Values{by_u.u_min(), by_u.u_max(), by_u.v_min(), by_u.v_max()}), (Values{0, 1, 2, 4}));
+    EXPECT_EQ((Values{by_v.u_min(), by_v.u_max(), by_v.v_min(), by_v.v_max()}), (Values{2, 4, 2, 4}))
         << "the range of v stands for that of u";
     EXPECT_EQ(by_v.uv_function_derivative(1, 1, 0.5, 3.0), -666.0);
 }
 
-/// The k-th call answers 1 / (64 + k): which value enters where shows in the differences, to the last bit.
-struct FunctionN1 : testing::Test, TracedFunctionN1 {
-    FunctionN1() : TracedFunctionN1(2, [k = 64](mlSlice const &) mutable { return 1.0 / k++; }) {
-        x.become(utConvert, std::initializer_list<double>{0.5, 3, 0.5, -1}.begin(), 4);
-    }
-    mlVector x;
-};
+TEST(FunctionN1, TakesDifferencesInAToldOrderOfCallsAndOperations) {
+    Vector const storage{0.5, 3, 0.5, -1};
+    mlSlice const x = storage.slice(1, 2, 2);
+    // The k-th call answers 1 / (64 + k): which value enters where shows in the differences, to the last bit.
+    TracedFunctionN1 const f(2, [k = 64](mlSlice const &) mutable { return 1.0 / k++; }), g = f;
+    mlVector gradient(mlVectorZero, 5);
+    f.gradient(x, gradient);
+    double const h = 1.19e-7, first[] = {3, 3 - 1e-7, 3 + 1e-7}, second[] = {-1, -1 - 1e-7, -1 + 1e-7};
+    EXPECT_EQ(f.points, (Points{{3 - h, -1}, {3 + h, -1}, {3, -1 - h}, {3, -1 + h}}));
+    // by the rounded reciprocal of the double step
+    EXPECT_EQ(contents(gradient), (Values{-1010.01939237233, -950.1765428016555}));
 
-TEST_F(FunctionN1, TakesCentralDifferencesLowerPointFirstForTheGradient) {
-    mlVector g(mlVectorZero, 5);
-    gradient(x.slice(1, 2, 2), g);
-    double const h = 1.19e-7;
-    EXPECT_EQ(points, (Points{{3 - h, -1}, {3 + h, -1}, {3, -1 - h}, {3, -1 + h}}));
-    EXPECT_EQ(g.size(), 2);
-    EXPECT_EQ(g[0], -1010.01939237233);
-    EXPECT_EQ(g[1], -950.1765428016555) << "by the rounded reciprocal of the double step";
-}
-
-TEST_F(FunctionN1, TakesSecondDifferencesOfASmallStepForTheHessian) {
-    mlMatrix h(mlMatrixZero, 3, 2);
-    hessian(x.slice(1, 2, 2), h);
-    double const low = 3 - 1e-7, high = 3 + 1e-7, below = -1 - 1e-7, above = -1 + 1e-7;
-    Points const triangle_then_diagonal{{low, below}, {high, below}, {low, above}, {high, above}, {3, -1},
-                                        {low, -1},    {high, -1},    {3, -1},      {3, below},    {3, above}};
-    EXPECT_EQ(points, triangle_then_diagonal);
-    double const expected[] = {-63329679697.96613, 356064954.94551265, 356064954.94551265, -58149505863.185425};
-    EXPECT_EQ(h.rows(), 2);
-    EXPECT_EQ(h, mlMatrix(utConvert, expected, 2, 2));
+    mlMatrix hessian(mlMatrixZero, 3, 2);
+    g.hessian(x, hessian);
+    Points calls;
+    for (int const k : {11, 21, 12, 22, 0, 10, 20, 0, 1, 2}) // the triangle first, then the diagonal
+        calls.push_back({first[k / 10], second[k % 10]});
+    EXPECT_EQ(g.points, calls);
+    double const mixed = 356064954.94551265;
+    EXPECT_EQ(contents(hessian), (Values{-63329679697.96613, mixed, mixed, -58149505863.185425}));
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -18,6 +19,7 @@ class KernelsOf : public testing::TestWithParam<enum mlInstructionSet> {
 protected:
     void SetUp() override {
         if (!ml_use_instruction_set(GetParam())) GTEST_SKIP() << "this machine lacks the set";
+        ASSERT_EQ(ml_instruction_set(), GetParam());
     }
     void TearDown() override { ml_use_instruction_set(at_start_); }
 
@@ -167,6 +169,83 @@ TEST_P(KernelsOf, FactorPanelsLikeTheDefinition) {
             ASSERT_NO_FATAL_FAILURE(expect_plain_panel(rows, width, width, true, random));
         }
     }
+}
+
+bool counts(double x) { return std::fabs(x) >= std::numeric_limits<double>::min(); }
+
+/// A rows x cols matrix before and after a change of rank one, if `changed`, and its weighted sums both ways.
+void expect_plain_reflection(int rows, int cols, bool changed, mlRandom & random) {
+    int const ld = mlKernels::padded(cols + mlKernels::padding_cols);
+    mlMatrix x, column, row, row_weights, column_weights, changed_x;
+    for (auto [of, length] : {std::pair(&column, rows), {&row, ld}, {&row_weights, rows}, {&column_weights, cols}})
+        fill(*of, length, 1, random);
+    fill(x, rows, ld, random);
+    mlRankOne const change{changed ? column.data() : nullptr, row.data()};
+    mlVector down(mlVectorZero, ld), along(mlVectorZero, rows);
+    mlMatrix summed_down, summed_along;
+    for (mlMatrix * const copy : {&changed_x, &summed_down, &summed_along})
+        copy->become(utCopy, x);
+    ml_kernels().add_rank_one(rows, cols, {changed_x.data(), ld}, change);
+    ml_kernels().sum_columns(rows, cols, {summed_down.data(), ld}, change, row_weights.data(), down.data());
+    ml_kernels().sum_rows(rows, cols, {summed_along.data(), ld}, change, column_weights.data(), along.data());
+
+    mlVector plain_down(mlVectorZero, cols), plain_along(mlVectorZero, rows);
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < cols; ++j) {
+            double element = x(i, j);
+            if (changed && counts(row[j])) element += column[i] * row[j];
+            plain_down[j] += row_weights[i] * element;
+            if (counts(column_weights[j])) plain_along[i] += element * column_weights[j];
+            for (mlMatrix const * const found : {&changed_x, &summed_down, &summed_along})
+                ASSERT_TRUE(same_bits((*found)(i, j), element)) << rows << " x " << cols << ": " << i << ", " << j;
+        }
+        ASSERT_TRUE(same_bits(along[i], plain_along[i])) << rows << " x " << cols << ", row " << i;
+    }
+    for (int j = 0; j < cols; ++j)
+        ASSERT_TRUE(same_bits(down[j], plain_down[j])) << rows << " x " << cols << ", column " << j;
+}
+
+TEST_P(KernelsOf, ReflectLikeTheDefinition) {
+    mlRandom random(3);
+    for (int rows = 0; rows <= 40; ++rows) {
+        for (int cols = 1; cols <= 40; ++cols)
+            ASSERT_NO_FATAL_FAILURE(expect_plain_reflection(rows, cols, (rows + cols) % 3 != 0, random));
+    }
+}
+
+TEST_P(KernelsOf, RotateLikeTheDefinition) {
+    int const strips = 3, cols = 12, strip_rows = mlRotationRun::strip_rows, rows = strips * strip_rows;
+    mlRotationRun const runs[] = {{0, 1, 11}, {7, 2, 1}, {3, 4, 2}, {11, 0, 4}};
+    mlRandom random(4);
+    mlMatrix x, one_by_one, plain;
+    fill(x, rows, cols, random); // element (i, j) in strip i / strip_rows, at j * strip_rows + i % strip_rows
+    one_by_one.become(utCopy, x);
+    plain.become(utCopy, x);
+    mlRotation rotations[18];
+    for (mlRotation & rotation : rotations)
+        rotation = {random.uniform(-1.0, 1.0), random.uniform(-1.0, 1.0)};
+    ml_kernels().rotate_strips(strips, cols, x.data(), 4, runs, rotations);
+
+    mlRotation const * rotation = rotations;
+    for (mlRotationRun const & run : runs) {
+        for (int k = 0; k < run.count; ++k, ++rotation) {
+            int const first = k == 0 ? run.first : run.second + k - 1, second = run.second + k;
+            for (int strip = 0; strip < strips; ++strip) {
+                int const at = strip * cols * strip_rows;
+                ml_kernels().rotate(strip_rows, one_by_one.data() + at + first * strip_rows,
+                                    one_by_one.data() + at + second * strip_rows, *rotation);
+                for (int r = 0; r < strip_rows; ++r) {
+                    double & a = plain[at + first * strip_rows + r];
+                    double & b = plain[at + second * strip_rows + r];
+                    double const before = a;
+                    a = rotation->c * before + rotation->s * b;
+                    b = rotation->c * b - rotation->s * before;
+                }
+            }
+        }
+    }
+    for (int i = 0; i < rows * cols; ++i)
+        ASSERT_TRUE(same_bits(x[i], plain[i]) && same_bits(one_by_one[i], plain[i])) << i;
 }
 
 TEST_P(KernelsOf, MultiplyLikeTheDefinitionAtEverySmallSize) {

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include "maths/decompositions/mlCholeskyDecomposition.h"
@@ -9,56 +11,42 @@
 
 namespace {
 
-/// G G^T of a G of the given kind, lifted by a few roundoffs so that it is safely positive definite. Below the diagonal
-/// stand values that nobody should read.
-void make_upper_triangle(mlMatrix & a, Kind kind, int n) {
-    mlMatrix g;
-    make_matrix(g, kind, n, n, n);
-    multiply(g, mlMatrix(mlMatrixTranspose, g), a);
-    for (int i = 0; i < n; ++i) {
-        a(i, i) += 100 * n * roundoff * norm_1(a);
-        for (int j = 0; j < i; ++j)
-            a(i, j) = nan_value;
-    }
-}
+mlMatrix transposed(mlMatrix const & m) { return mlMatrix(mlMatrixTranspose, m); }
 
-class CholeskyOfOrder : public testing::TestWithParam<int> {};
-
-TEST_P(CholeskyOfOrder, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
-    int const n = GetParam();
+TEST(Cholesky, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
     for (Kind const kind : all_kinds) {
-        SCOPED_TRACE(name_of(kind));
-        if (kind == Kind::zero_row && n == 1) continue; // the only one that no lift makes definite
-        mlMatrix upper, a, l, l_inverted, inverse, b, x;
-        make_upper_triangle(upper, kind, n);
-        mlCholeskyDecomposition const cholesky(upper);
-        ASSERT_EQ(cholesky.is_singular(), 0);
-        mlMatrix const identity(mlMatrixIdentity, n);
-        cholesky.matrix_original(a);
-        cholesky.matrix_l(l);
-        EXPECT_LT(factor_ratio(l, mlMatrix(mlMatrixTranspose, l), a), 30);
-        cholesky.matrix_l_inverted(l_inverted);
-        EXPECT_LT(solve_ratio(l, l_inverted, identity), 30);
-        cholesky.inverse(inverse);
-        EXPECT_LT(solve_ratio(a, inverse, identity), 30);
-
-        fill_random(b, n, 11, 3);
-        cholesky.solve(b, x);
-        EXPECT_LT(solve_ratio(a, x, b), 30);
-        mlVector column;
-        for (int c = 0; c < b.cols(); ++c) { // the vector form, in place
-            column.expand(n);
-            column = b.col(c);
-            cholesky.solve(column, column);
-            for (int i = 0; i < n; ++i)
-                EXPECT_EQ(column[i], x(i, c));
+        for (int const n : {1, 2, 3, 5, 10, 50}) {
+            if (kind == Kind::zero_row && n == 1) continue; // the only one that no lift makes definite
+            SCOPED_TRACE(name_of(kind) + std::to_string(n));
+            mlMatrix g, upper, a, l, l_inverted, inverse, b, x;
+            make_matrix(g, kind, n, n, n);
+            multiply(g, transposed(g), upper);
+            double const lift = 100 * n * roundoff * norm_1(upper); // by a few roundoffs: safely definite
+            for (int i = 0; i < n; ++i) {
+                upper(i, i) += lift;
+                for (int j = 0; j < i; ++j)
+                    upper(i, j) = nan_value; // which nobody should read
+            }
+            mlCholeskyDecomposition const cholesky(upper);
+            ASSERT_EQ(cholesky.is_singular(), 0);
+            cholesky.matrix_original(a);
+            cholesky.matrix_l(l);
+            cholesky.matrix_l_inverted(l_inverted);
+            cholesky.inverse(inverse);
+            EXPECT_LT(factor_ratio(l, transposed(l), a), 30);
+            EXPECT_LT(solve_ratio(l, l_inverted, mlMatrix(mlMatrixIdentity, n)), 30);
+            EXPECT_LT(solve_ratio(a, inverse, mlMatrix(mlMatrixIdentity, n)), 30);
+            fill_random(b, n, 11, 3);
+            cholesky.solve(b, x);
+            EXPECT_LT(solve_ratio(a, x, b), 30);
+            mlVector v(mlVectorZero, n);
+            v = b.col(10);
+            cholesky.solve(b, b);
+            cholesky.solve(v, v); // to the bits of a column
+            EXPECT_TRUE(b == x && contents(v) == contents(x.col(10)));
         }
-        cholesky.solve(b, b);
-        EXPECT_TRUE(b == x);
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(, CholeskyOfOrder, testing::Values(1, 2, 3, 5, 10, 50));
 
 TEST(Cholesky, StopsAtTheFirstSquareThatIsNotPositive) {
     mlMatrix l;
@@ -67,9 +55,21 @@ TEST(Cholesky, StopsAtTheFirstSquareThatIsNotPositive) {
     semidefinite.matrix_l(l);
     EXPECT_EQ(contents(l), (Values{2, 0, 0, 1, 0, 0, 3, 0, 0}));
     EXPECT_EQ(semidefinite.determinant(), 0.0);
-    EXPECT_EQ(mlCholeskyDecomposition(Matrix(2, 2, {1, 2, 2, 1})).is_singular(), 1);
-    EXPECT_EQ(mlCholeskyDecomposition(Matrix(2, 2, {nan_value, 2, 2, 1})).is_singular(), 0);
-    EXPECT_EQ(mlCholeskyDecomposition(mlMatrix()).is_singular(), 0);
+    EXPECT_EQ(mlCholeskyDecomposition(Matrix(1, 1, {nan_value})).is_singular(), 0);
+
+    mlMatrix g, a, whole; // of large ones too: the columns before it are in L, the others as they were given
+    fill_random(g, 200, 200, 1);
+    multiply(g, transposed(g), a);
+    mlCholeskyDecomposition(a).matrix_l(whole);
+    for (int const first : {3, 100, 199}) {
+        double const square = std::exchange(a(first, first), -1.0);
+        mlCholeskyDecomposition const indefinite(a);
+        EXPECT_EQ(indefinite.is_singular(), 1);
+        indefinite.matrix_l(l);
+        for (int k = 0; k < 200 * 200; ++k)
+            ASSERT_EQ(l[k], k % 200 < first ? whole[k] : k / 200 > k % 200 ? a[k] : 0.0) << first << ", " << k;
+        a(first, first) = square;
+    }
     EXPECT_EQ(mlCholeskyDecomposition(mlMatrix()).determinant(), 1.0);
 }
 
@@ -77,22 +77,15 @@ TEST(Cholesky, SubtractsTheNearestTermFirstOnTheWayDownAndUp) { // the farthest 
     double const p27 = 134217728.0, p54 = p27 * p27;            // doubles above 2^54 are 4 apart
     mlCholeskyDecomposition const down(Matrix(3, 3, {1, 0, 1, 0, 1, p27, 1, p27, p54 + 4}));
     EXPECT_NEAR(down.determinant(), 3.0, 1e-12);
-
-    mlCholeskyDecomposition const up(Matrix(3, 3, {1, p27, 0.25, 0, p54 + 4, p27 / 4, 0, 0, 1.0625}));
     Vector x{p54 + 4, p27 * (p54 + 8), p54 / 4 + 2};
-    up.solve(x, x);
+    mlCholeskyDecomposition(Matrix(3, 3, {1, p27, 0.25, 0, p54 + 4, p27 / 4, 0, 0, 1.0625})).solve(x, x);
     EXPECT_EQ(contents(x), (Values{3.75, p27, 1}));
 }
 
-TEST(GramSchmidt, RemovesTheFirstDependentRowAndAllBehindIt) {
-    Matrix dependent(5, 3, {1, 0, 0, 1, 1, 0, 3, 2, 0, 0, 0, 1, 5, 5, 5}), zero_first(2, 2, {0, 0, 1, 2});
-    EXPECT_EQ(mlGramSchmidt(&dependent).status(), mlGSRowRemoved);
-    EXPECT_EQ(contents(dependent), (Values{1, 0, 0, 0, 1, 0}));
-    EXPECT_EQ(mlGramSchmidt(&zero_first).status(), mlGSRowRemoved);
-    EXPECT_EQ(zero_first.rows(), 0);
-}
-
 TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
+    Matrix dependent(5, 3, {1, 0, 0, 1, 1, 0, 3, 2, 0, 0, 0, 1, 5, 5, 5});
+    EXPECT_EQ(mlGramSchmidt(&dependent).status(), mlGSRowRemoved);
+    EXPECT_EQ(contents(dependent), (Values{1, 0, 0, 0, 1, 0})); // the first such row goes, and all behind it
     mlMatrix m;
     mlGramSchmidt basis(&m);
     EXPECT_EQ(basis.status(), mlGSNothingDone);
@@ -114,6 +107,7 @@ TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
 TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {
     for (Kind const kind : {Kind::identity, Kind::random, Kind::huge}) {
         for (int const n : {1, 2, 3, 5, 10, 50}) {
+            SCOPED_TRACE(name_of(kind) + std::to_string(n));
             mlMatrix a, q, r, orthogonal, coefficients, orthonormal;
             make_matrix(a, kind, n, n + 2, n);
             mlQRDecomposition plain(&q, &r), unit(&orthogonal, &coefficients);
@@ -124,115 +118,88 @@ TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {
                 plain.add(&v);
                 unit.add(&v);
             }
-            ASSERT_EQ(q.rows(), n);
-            EXPECT_TRUE(q == orthogonal);
+            EXPECT_TRUE(q.rows() == n && q == orthogonal);
             unit.get_orthonormal_Q(orthonormal);
-            EXPECT_LT(orthonormality_ratio(orthonormal), 30) << name_of(kind) << n;
-            EXPECT_LT(factor_ratio(r, q, a), 30) << name_of(kind) << n;
-            EXPECT_LT(factor_ratio(coefficients, mlMatrix(mlMatrixTranspose, orthonormal), a), 30)
-                << name_of(kind) << n;
+            EXPECT_LT(orthonormality_ratio(orthonormal), 30);
+            EXPECT_LT(factor_ratio(r, q, a), 30);
+            EXPECT_LT(factor_ratio(coefficients, transposed(orthonormal), a), 30);
         }
     }
 }
 
 TEST(QR, TellsByItsStatusWhatBecameOfAVector) {
-    mlMatrix q, r, orthonormal;
-    mlQRDecomposition plain(&q, &r);
+    mlMatrix q, r, unit_q, unit_r, orthonormal;
+    mlQRDecomposition plain(&q, &r), unit(&unit_q, &unit_r);
     EXPECT_EQ(plain.status(), mlQRNothingDone);
-    auto const status_after = [](mlQRDecomposition & qr, Vector v) {
-        qr.add(&v);
-        return qr.status();
-    };
-    EXPECT_EQ(status_after(plain, {1, 0}), mlQRAdded);
-    EXPECT_EQ(status_after(plain, {1, 1}), mlQRAdded);
-    EXPECT_EQ(contents(r), (Values{1, 0, 1, 1}));
-    EXPECT_EQ(status_after(plain, {9e-6}), mlQRNegligible); // the length is looked at first
-    EXPECT_EQ(status_after(plain, {1, 2, 3}), mlQRWrongSize);
-    EXPECT_EQ(status_after(plain, {5, 7}), mlQRAdded); // dependent, and yet: its coefficients replace the last row
-    EXPECT_EQ(contents(q), (Values{1, 0, 0, 1}));
-    EXPECT_EQ(contents(r), (Values{1, 0, 5, 7}));
-
-    mlMatrix unit_q, unit_r;
-    mlQRDecomposition unit(&unit_q, &unit_r);
     unit.set_Q_orthonormal();
-    EXPECT_EQ(status_after(unit, {3, 4}), mlQRAdded);
-    EXPECT_EQ(contents(unit_r), (Values{5}));
-    EXPECT_EQ(status_after(unit, {6, 8}), mlQRAdded);
-    EXPECT_EQ(contents(unit_r), (Values{10}));
+    auto const add = [&](mlQRDecomposition & qr, Vector v, mlQRStatus status, Values const & coefficients) {
+        qr.add(&v);
+        EXPECT_EQ(qr.status(), status);
+        EXPECT_EQ(contents(&qr == &plain ? r : unit_r), coefficients);
+    };
+    add(plain, {1, 0}, mlQRAdded, {1});
+    add(plain, {1, 1}, mlQRAdded, {1, 0, 1, 1});
+    add(plain, {9e-6}, mlQRNegligible, {1, 0, 1, 1}); // the length is looked at first
+    add(plain, {1, 2, 3}, mlQRWrongSize, {1, 0, 1, 1});
+    add(plain, {5, 7}, mlQRAdded, {1, 0, 5, 7}); // dependent, and yet: its coefficients replace the last row
+    EXPECT_EQ(contents(q), (Values{1, 0, 0, 1}));
+    add(unit, {3, 4}, mlQRAdded, {5});
+    add(unit, {6, 8}, mlQRAdded, {10});
     unit.get_orthonormal_Q(orthonormal);
     EXPECT_EQ(contents(orthonormal), (Values{0.6, 0.6, 0.8, 0.8}));
 }
 
-/// A diagonally dominant system of order n, its diagonal and corners of the given sign, and its matrix in full, with or
-/// without the corners.
-struct TridiagonalProblem {
-    TridiagonalProblem(int n, double sign, bool corners) : dense(mlMatrixZero, n, n), x(mlMatrixZero, n, 1) {
-        mlRandom random(n);
-        for (int i = 0; i < n; ++i) {
-            lower[n - 1 - i] = random.uniform(i > 0 ? -1.0 : 0.0, 1.0) * sign; // stored backwards
-            upper[i] = random.uniform(i < n - 1 ? -1.0 : 0.0, 1.0) * sign;
-            diagonal[i] = random.uniform(2.0, 3.0) * sign;
-            r[2 * i] = r[2 * i + 1] = random.uniform(-1.0, 1.0);
-            dense(i, i) += diagonal[i];
-            if (i > 0 || corners) dense(i, (i + n - 1) % n) += lower[n - 1 - i];
-            if (i < n - 1 || corners) dense(i, (i + 1) % n) += upper[i];
-        }
-    }
-
-    mlTridiagonal system() const {
-        int const n = dense.rows();
-        return mlTridiagonal(n, lower.slice(n - 1, -1, n), diagonal.slice(), upper.slice());
-    }
-
-    /// How many roundoffs explain the residual of x, solved in place.
-    double ratio(void (mlTridiagonal::*solve)(mlSlice const &, mlSlice &) const) {
-        mlMatrix b(mlMatrixZero, x.rows(), 1);
-        mlSlice right_side = r.slice(0, 2, x.rows()), solution = x.col(0);
-        b.col(0) = right_side;
-        (system().*solve)(right_side, right_side);
-        solution = right_side;
-        return solve_ratio(dense, x, b);
-    }
-
-    mlVector lower, diagonal, upper, r;
-    mlMatrix dense, x;
-};
-
 TEST(Tridiagonal, LeavesAResidualOfAFewRoundoffsWithAndWithoutCorners) {
-    for (int const n : {1, 2, 3, 5, 10, 50, 400}) {
-        EXPECT_LT(TridiagonalProblem(n, 1.0, false).ratio(&mlTridiagonal::solve), 4) << n;
-        if (n == 1) continue;
-        EXPECT_LT(TridiagonalProblem(n, 1.0, true).ratio(&mlTridiagonal::solve_periodic), 10) << n;
-        EXPECT_LT(TridiagonalProblem(n, -1.0, true).ratio(&mlTridiagonal::solve_periodic), 10) << n;
-
-        TridiagonalProblem disagreeing(n, 1.0, false);
-        EXPECT_EQ(disagreeing.system().same_sign_corners(), 1);
-        disagreeing.lower[n - 1] = -0.5; // the corner of row 0: both are dropped
-        EXPECT_EQ(disagreeing.system().same_sign_corners(), 0);
-        EXPECT_LT(disagreeing.ratio(&mlTridiagonal::solve_periodic), 4) << n;
+    struct {
+        void (mlTridiagonal::*solve)(mlSlice const &, mlSlice &) const;
+        double sign, corner; // sign of the system, and one of its corners
+        bool counted;        // the corners, as part of the matrix
+    } const cases[] = {{&mlTridiagonal::solve, 1, 0.5, false},
+                       {&mlTridiagonal::solve_periodic, 1, 0.5, true},
+                       {&mlTridiagonal::solve_periodic, -1, 0.5, true},
+                       {&mlTridiagonal::solve_periodic, 1, -0.5, false}}; // of other signs: both are dropped
+    for (int const n : {2, 3, 5, 10, 50, 400}) {
+        for (auto const & [solve, sign, corner, counted] : cases) {
+            mlMatrix band, a(mlMatrixZero, n, n), b(mlMatrixZero, n, 1), x(mlMatrixZero, n, 1);
+            fill_random(band, n, 4, n); // the diagonals and the right-hand side
+            mlSlice lower = band.col(0), diagonal = band.col(1), upper = band.col(2), r = band.col(3);
+            lower[0] = corner * sign;
+            upper[n - 1] = 0.9 * sign;
+            for (int i = 0; i < n; ++i) {
+                a(i, i) += diagonal[i] += 3.0 * sign;
+                if (i > 0 || counted) a(i, (i + n - 1) % n) += lower[i];
+                if (i < n - 1 || counted) a(i, (i + 1) % n) += upper[i];
+            }
+            mlTridiagonal const system(n, lower, diagonal, upper);
+            EXPECT_EQ(system.same_sign_corners(), corner > 0.0);
+            b.col(0) = r;
+            (system.*solve)(r, r);
+            x.col(0) = r;
+            EXPECT_LT(solve_ratio(a, x, b), 10) << n;
+        }
     }
 }
 
 TEST(Tridiagonal, AnswersForItsEndRowsAndCornersLiterally) {
-    auto const system = [](double * a, double * b, double * c, int n) {
-        return mlTridiagonal(n, mlSlice(a, 0, n, 1), mlSlice(b, 0, n, 1), mlSlice(c, 0, n, 1));
+    struct {
+        Vector lower, diagonal, upper;
+        int dominant, non_zero;
+    } const cases[] = {
+        {{9, 1, 1}, {1, 2, 1}, {1, 1, 9}, 1, 1},
+        {{9, 1, 1}, {0, 2, 1}, {1, 1, 9}, 0, 0},
+        {{9, 1, 1}, {1, 1.9, 1}, {1, 1, 9}, 0, 1},
+        {{9, 1, 1}, {1, 2, -0.0}, {1, 1, 9}, 0, 0},
+        {{0}, {-3}, {4}, 0, 1}, // of order 1, the corners are asked about
     };
-    double corner[] = {9, 1, 1}, ones[] = {1, 1, 1}, twos[] = {2, 2, 2}, zero[] = {-0.0};
-    EXPECT_EQ(system(corner, twos, ones, 3).diagonally_dominant(), 1);
-    EXPECT_EQ(system(corner, twos, ones, 3).non_zero_diagonal(), 1);
-    for (int const row : {0, 1, 2}) {
-        double diagonal[] = {1, 2, 1};
-        EXPECT_EQ(system(ones, diagonal, ones, 3).diagonally_dominant(), 1) << row;
-        diagonal[row] -= 0.1;
-        EXPECT_EQ(system(ones, diagonal, ones, 3).diagonally_dominant(), 0) << row;
+    for (auto const & c : cases) {
+        mlTridiagonal const system(c.diagonal.size(), c.lower.slice(), c.diagonal.slice(), c.upper.slice());
+        EXPECT_EQ(system.diagonally_dominant(), c.dominant) << &c - cases;
+        EXPECT_EQ(system.non_zero_diagonal(), c.non_zero) << &c - cases;
     }
-    EXPECT_EQ(system(ones, zero, ones, 1).diagonally_dominant(), 0);
-    EXPECT_EQ(system(ones, zero, ones, 1).non_zero_diagonal(), 0);
-
-    double r[] = {12};
-    mlSlice x(r, 0, 1, 1);
-    system(twos, twos, corner, 1).solve_periodic(x, x); // of order 1, only lower[0] joins the diagonal
-    EXPECT_DOUBLE_EQ(r[0], 3.0);
+    Vector two{2}, nine{9}, x{12};
+    mlSlice solution = x.slice();
+    mlTridiagonal(1, two.slice(), two.slice(), nine.slice()).solve_periodic(solution, solution);
+    EXPECT_DOUBLE_EQ(x[0], 3.0); // and only lower[0] joins the diagonal
 }
 
 } // namespace

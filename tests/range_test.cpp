@@ -7,6 +7,7 @@
 #include "maths/core/mlRange.h"
 #include "maths/core/mlStats.h"
 #include "maths/core/sum.h"
+#include "platform/utMath.h"
 #include "tests/support/values.h"
 
 namespace {
@@ -15,45 +16,56 @@ Values ends(mlRange const & r) { return {r.low, r.high}; }
 
 TEST(Range, GrowsByMergingAndShrinksByIntersection) {
     mlRange r;
-    r.merge(largest_double);
+    r.merge(largest_double); // reserved, as an end of a range too
     r.merge(mlRange());
-    EXPECT_EQ(ends(r), (Values{largest_double, -largest_double}));
+    EXPECT_TRUE(r.empty());
     r.merge(3.0);
-    r.merge(mlRange(1, largest_double)); // an end that is the largest double is skipped
+    r.merge(mlRange(1, largest_double));
     r.merge(nan_value);
     EXPECT_EQ(ends(r), (Values{1, 3}));
     EXPECT_EQ(ends(intersect(r, mlRange(2, 4))), (Values{2, 3}));
     EXPECT_EQ(ends(intersect(r, mlRange(3, 4))), (Values{3, 3}));
     EXPECT_EQ(intersect(r, mlRange(4, 5)).empty() + intersect(mlRange(), r).empty(), 2);
-    for (double at : {-1.0, 0.0, 1.5, 2.5, 3.0, 3.5}) {
+    for (double at : {-1.0, 0.0, 1.0, 1.5, 2.5, 3.0, 3.5}) {
         EXPECT_EQ(r.crosses(mlRange(at, at + 1)), at >= 0 && at <= 3) << at;
         EXPECT_EQ(mlRange(at, at).crosses(r), at >= 1 && at <= 3) << at;
     }
-}
-
-TEST(Range, PlacesPoints) {
-    mlRange const r(0, 4);
-    EXPECT_EQ((Values{r.clip(-1), r.clip(9), r.clip(3), mlRange(5, 1).clip(3)}), (Values{0, 4, 3, 5}));
-    EXPECT_EQ((Values{r.position_in_range(1), mlRange(2, 2).position_in_range(5),
+    mlRange const four(0, 4);
+    EXPECT_EQ((Values{four.clip(-1), four.clip(9), four.clip(3), mlRange(5, 1).clip(3)}), (Values{0, 4, 3, 5}));
+    EXPECT_TRUE(four.coincident(mlRange(0.5, 3.5), 0.5) && four.coincident(mlRange(nan_value, 4), 0.5));
+    EXPECT_FALSE(four.coincident(mlRange(0.5, 3), 0.5) || four.coincident(mlRange(1, 4), 0.5));
+    EXPECT_EQ((Values{four.position_in_range(1), mlRange(2, 2).position_in_range(5),
                       mlRange(0, 0.5e-10).position_in_range(0.4e-10)}),
               (Values{0.25, 1, 0}));
-    EXPECT_EQ(r.coincident(mlRange(0.5, 3.5), 0.5) + r.coincident(mlRange(nan_value, 4), 0.5), 2);
-    EXPECT_EQ(r.coincident(mlRange(0.5, 3), 0.5), 0);
-    EXPECT_EQ((Values{mlMath::interpolate(0.5, 4, 2), mlMath::interpolate(-1, 4, 2), r.interpolate(2)}),
+}
+
+TEST(Math, InterpolatesDerivesAndSums) {
+    EXPECT_EQ((Values{mlMath::interpolate(0.5, 4, 2), mlMath::interpolate(-1, 4, 2), mlRange(0, 4).interpolate(2)}),
               (Values{3, 4, 4}));
     EXPECT_EQ(mlMath::interpolate(0.5, -largest_double, largest_double), largest_double); // b - a overflows
     EXPECT_EQ(mlMath::rescale(2.5, 2, 4, 10, 20), 12.5);
-}
-
-TEST(Math, DerivativesFollowTheRemainderOfTheOrder) {
     double const volatile x = 0.7; // or the compiler folds the calls, to other last bits
     double const sines[] = {std::sin(x), std::cos(x), -std::sin(x), -std::cos(x), std::sin(x)};
-    for (int r = 0; r < 4; ++r) {
+    for (int r = 0; r < 4; ++r) { // by the remainder of the order
         EXPECT_EQ(mlMath::sin_derivative(8 + r, x), sines[r]);
         EXPECT_EQ(mlMath::cos_derivative(8 + r, x), sines[r + 1]);
         EXPECT_EQ(mlMath::sin_derivative(-8 - r, x), r == 0 ? sines[0] : -666.6);
+        EXPECT_EQ(mlMath::cos_derivative(-8 - r, x), r == 0 ? sines[1] : -666.6);
         EXPECT_EQ(mlMath::sinh_derivative(1 - r, x), r % 2 == 0 ? std::cosh(x) : std::sinh(x));
         EXPECT_EQ(mlMath::cosh_derivative(1 - r, x), r % 2 == 0 ? std::sinh(x) : std::cosh(x));
+    }
+    int values[] = {INT_MAX, 1, 5};
+    EXPECT_EQ(sum(values, 3), INT_MIN + 5);
+}
+
+TEST(Math, PowersMultiplyFromOneAndBinomialCoefficientsObeyPascalsRuleAsFarAsTheyFit) {
+    double power = 1.0;
+    EXPECT_EQ(utMath::pow(1.1, -3), power);
+    for (int n = 1; n <= 66; ++n) {
+        EXPECT_EQ(utMath::pow(1.1, n), power *= 1.1);
+        EXPECT_EQ(utMath::n_choose_i(n, 0) + utMath::n_choose_i(n, n + 1), 1);
+        for (int i = 1; i <= n; ++i)
+            EXPECT_EQ(utMath::n_choose_i(n, i), utMath::n_choose_i(n - 1, i - 1) + utMath::n_choose_i(n - 1, i));
     }
 }
 
@@ -70,11 +82,6 @@ TEST(Random, NumbersHaveTheirDistributionsAndDependOnTheSeedAlone) {
     EXPECT_NEAR(uniform.variance(), 1 / 12.0, 0.002);
     EXPECT_NEAR(normal.mean(), 0.0, 0.02);
     EXPECT_NEAR(normal.variance(), 1.0, 0.03);
-}
-
-TEST(Sum, Wraps) {
-    int values[] = {INT_MAX, 1, 5};
-    EXPECT_EQ(sum(values, 3), INT_MIN + 5);
 }
 
 } // namespace

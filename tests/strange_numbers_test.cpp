@@ -1,4 +1,4 @@
-#include <limits>
+#include <algorithm>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -26,16 +26,10 @@ public:
         return choice < constants ? strange[static_cast<int>(choice)] : random_.uniform(-2.0, 2.0);
     }
 
-    void fill(mlVector & v, int n) const {
-        v.become(mlVectorZero, n);
-        for (double & x : v)
+    template <class Array> Array & fill(Array & array) const {
+        for (double & x : array)
             x = next();
-    }
-
-    void fill(mlMatrix & m, int rows, int cols) const {
-        m.become(rows, cols);
-        for (double & x : m)
-            x = next();
+        return array;
     }
 
 private:
@@ -57,8 +51,8 @@ struct FunctionN1 : Source, mlFunctionN1 {
 
 struct FunctionN : Source, mlFunctionN {
     explicit FunctionN(int seed) : Source(seed) { input_dimension = output_dimension = 3; }
-    void function(mlSlice const &, mlVector & y) const override { fill(y, 3); }
-    void function_gradient(mlSlice const &, mlMatrix & jacobian) const override { fill(jacobian, 3, 3); }
+    void function(mlSlice const &, mlVector & y) const override { fill(y.become(mlVectorZero, 3)); }
+    void function_gradient(mlSlice const &, mlMatrix & jacobian) const override { fill(jacobian.become(3, 3)); }
 };
 
 struct Model : Source, mlDistanceLeastSquares {
@@ -67,7 +61,7 @@ struct Model : Source, mlDistanceLeastSquares {
     void distance(double & d, int) override { d = next(); }
     void distance_and_gradient(double & d, mlVector & gradient, int) override {
         d = next();
-        fill(gradient, 2);
+        fill(gradient.become(mlVectorZero, 2));
     }
 };
 
@@ -96,52 +90,51 @@ TEST_P(StrangeNumbers, EndInFunctionsOfOneVariable) {
     minimiser.minimise(found, range_end, not_converged);
     minimiser.change_range(argument(2.0));
     minimiser.minimise(found, range_end, not_converged);
-    double from = a, to = b, c, fa, fb, fc, least;
+    double from = a, to = b, c, fa, fb, fc, least, p[5], r[4];
     Function walked = f(), searched = f();
     ml_minimum_bracketing(walked, from, to, c, fa, fb, fc);
     ml_brent_minimum_search(searched, from, to, c, tolerance, 100, &least);
+    for (int i = 0; i < 50; ++i) {
+        source.fill(p);
+        int const roots = mlRootSolve::quartic_solve(p[0], p[1], p[2], p[3], p[4], r[0], r[1], r[2], r[3]);
+        EXPECT_TRUE(-1 <= roots && roots <= 4);
+    }
 }
 
 TEST_P(StrangeNumbers, EndInFunctionsOfManyVariables) {
     mlVector x, result;
     mlMatrix directions;
-    source.fill(x, 3);
+    source.fill(x.become(mlVectorZero, 3));
     FunctionN1 f(seed);
     mlDownHillSimplex(3).solve(f, x, mlDownHillSimplexNormal);
-    source.fill(directions, 3, 3);
+    source.fill(directions.become(3, 3));
     FunctionN1 g(seed);
     ml_powell_minimum_search(x, directions, argument(1e-9), flag, g);
-    source.fill(x, 3);
+    source.fill(x.become(mlVectorZero, 3));
     mlNewtonRaphson(mlNRDim, 3).solve(FunctionN(seed), x, argument(1e-9), flag);
     for (bool const strict : {false, true}) {
         Model model(seed);
         mlLevenbergMarquardt fit(model);
         fit.set_strict(strict);
-        x.clear(0);
-        source.fill(x, 2);
-        fit.fit(x, result);
+        fit.fit(source.fill(x.become(mlVectorZero, 2)), result);
     }
 }
 
 TEST_P(StrangeNumbers, EndInMatrices) {
-    mlMatrix m;
-    source.fill(m, 3, 3);
-    for (int i = 1; i < 3; ++i) {
-        for (int j = 0; j < i; ++j)
-            m(i, j) = m(j, i);
-    }
-    mlSymEigenVecs symmetric(m);
-    symmetric.calculate();
-    source.fill(m, 3, 3);
-    mlAsymEigenVecs3 general(m);
-    general.calculate();
-    source.fill(m, 5, 3);
-    mlSingularValueDecomposition const svd(m);
-    mlATAEigenVecs normal(m);
-    normal.calculate();
+    mlMatrix a, b, c, d;
+    source.fill(a.become(3, 3));
+    source.fill(b.become(2, 2));
+    source.fill(c.become(5, 3));
+    source.fill(d.become(8, 3));
+    mlAsymEigenVecs3(a).calculate();
+    mlAsymEigenVecs2(b).calculate();
+    mlATAEigenVecs(c).calculate();
+    mlSingularValueDecomposition const svd(c);
+    for (int i = 0; i < 9; ++i)
+        a[i] = a(std::min(i / 3, i % 3), std::max(i / 3, i % 3));
+    mlSymEigenVecs(a).calculate();
     mlVector squares(mlVectorZero, 3);
-    source.fill(m, 8, 3);
-    ml_svd(m.data(), squares.data(), 5, 3);
+    ml_svd(d.data(), squares.data(), 5, 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(, StrangeNumbers, testing::Range(0, 100));

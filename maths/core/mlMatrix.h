@@ -54,9 +54,12 @@ public:
     /// rows x cols, with whatever values the storage holds.
     mlMatrix & become(int rows, int cols);
 
+    // clang-format off
     /// A tag of another class is not a number of rows.
     template <class Tag>
-    requires std::is_enum_v<Tag> mlMatrix & become(Tag, int) = delete;
+        requires std::is_enum_v<Tag>
+    mlMatrix & become(Tag, int) = delete;
+    // clang-format on
 
     int rows() const { return rows_; }
     int cols() const { return cols_; }

@@ -9,7 +9,6 @@ struct mlSVDWork {
     mlFortranVector const & e; // the super-diagonal
     mlFortranMatrix const & u;
     mlFortranMatrix const & v;
-    mlFortranVector const & work;
     bool want_u;
     bool want_v;
     int u_cols;

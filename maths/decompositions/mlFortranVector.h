@@ -33,6 +33,12 @@ public:
         return data_[i - 1];
     }
 
+    /// The address of element `first`, for loops that may be empty.
+    double * from(int first) const {
+        MATHS_CHECK(first >= 1 && first <= size_ + 1, "work vector: from element %d of 1 to %d", first, size_);
+        return data_ + first - 1;
+    }
+
     /// View of elements first .. last, which become 1 and on.
     mlFortranVector view(int first, int last) const {
         MATHS_CHECK(first >= 1 && last <= size_, "work vector: elements %d to %d of 1 to %d", first, last, size_);

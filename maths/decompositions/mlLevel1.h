@@ -2,9 +2,9 @@
 
 #include <cmath>
 #include <limits>
-#include <utility>
 
 #include "maths/decompositions/mlFortranVector.h"
+#include "maths/kernels/mlKernels.h"
 
 // The level-1 operations on vectors that the singular value decomposition is built from, under their published names.
 // For use inside the library. Every sum goes in index order: results are fixed to the last bit. Of two vectors, the
@@ -13,13 +13,6 @@
 
 /// Whether x counts as non-zero: it is a normalised number. A NaN counts as zero, or an iteration could go on for ever.
 inline bool ml_counts(double x) { return std::fabs(x) >= std::numeric_limits<double>::min(); }
-
-/// y += a x.
-inline void ml_daxpy(double a, mlFortranVector const & x, mlFortranVector const & y) {
-    if (!ml_counts(a)) return;
-    for (int i = 1; i <= x.size(); ++i)
-        y(i) += a * x(i);
-}
 
 /// The scalar product.
 inline double ml_ddot(mlFortranVector const & x, mlFortranVector const & y) {
@@ -50,18 +43,6 @@ inline void ml_dscal(double a, mlFortranVector const & x) {
         x(i) *= a;
 }
 
-/// Exchanges x and y.
-inline void ml_dswap(mlFortranVector const & x, mlFortranVector const & y) {
-    for (int i = 1; i <= x.size(); ++i)
-        std::swap(x(i), y(i));
-}
-
-/// A rotation by the angle whose cosine and sine these are.
-struct mlRotation {
-    double c;
-    double s;
-};
-
 /// The rotation that takes (a, b) to (r, 0). a becomes r, which has the sign of the larger of both.
 inline mlRotation ml_drotg(double & a, double b) {
     double const scale = std::fabs(a) + std::fabs(b);
@@ -75,13 +56,4 @@ inline mlRotation ml_drotg(double & a, double b) {
     mlRotation const rotation{a / r, b / r};
     a = r;
     return rotation;
-}
-
-/// (x, y) becomes (c x + s y, c y - s x).
-inline void ml_drot(mlFortranVector const & x, mlFortranVector const & y, mlRotation const & rotation) {
-    for (int i = 1; i <= x.size(); ++i) {
-        double const xi = x(i), yi = y(i);
-        x(i) = rotation.c * xi + rotation.s * yi;
-        y(i) = rotation.c * yi - rotation.s * xi;
-    }
 }

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "maths/decompositions/mlATAEigenVecs.h"
+#include "maths/decompositions/mlTransposedSVD.h"
 
 namespace {
 
@@ -26,31 +26,26 @@ mlPCA::~mlPCA() = default;
 
 void mlPCA::do_pca(doublecoDynArr2D const & points) {
     int const count = points.rows(), dimension = points.cols();
-    if (count < 2 || dimension == 0) {
-        status_ = mlPCANotEnoughData;
-        return;
-    }
     mlVector mean(mlVectorZero, dimension);
-    mlMatrix x;
-    x.become(count, dimension);
+    double * const sums = mean.data();
     for (int i = 0; i < count; ++i) {
-        for (int j = 0; j < dimension; ++j) {
-            x(i, j) = points(i, j);
-            mean[j] += points(i, j);
-        }
+        for (int j = 0; j < dimension; ++j)
+            sums[j] += points(i, j);
     }
     mean /= count;
     mass_centre_.become(utCopy, mean);
 
-    double const scale = std::sqrt(count - 1.0); // so that x^T x is the covariance matrix
-    for (int i = 0; i < count; ++i) {
-        for (int j = 0; j < dimension; ++j)
-            x(i, j) = (x(i, j) - mean[j]) / scale;
+    double const scale = std::sqrt(count - 1.0); // so that x x^T is the covariance matrix
+    mlFortranMatrix const x(dimension, count);
+    for (int j = 0; j < dimension; ++j) {
+        double * const row = x.row(j + 1);
+        for (int i = 0; i < count; ++i)
+            row[i] = points(i, j) - sums[j];
+        ml_kernels().divide(count, row, scale);
     }
-    mlATAEigenVecs eigen(x);
-    eigen.calculate();
-    axes_.become(utCopy, eigen.eigen_vectors());
-    eigen.eigen_values(eigenvalues_);
+    doublecoDynArr variances;
+    ml_transposed_ata_eigen(x, variances, axes_);
+    eigenvalues_.become(utConvert, variances.data(), dimension);
     status_ = mlPCAComputed;
 }
 

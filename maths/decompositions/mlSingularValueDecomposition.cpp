@@ -2,17 +2,9 @@
 
 #include <algorithm>
 
-#include "maths/decompositions/ml_svd_linpack.h"
+#include "maths/decompositions/mlTransposedSVD.h"
 
 namespace {
-
-void copy_to(mlMatrix & to, mlFortranMatrix const & from) {
-    to.become(from.rows(), from.cols());
-    for (int r = 0; r < from.rows(); ++r) {
-        for (int c = 0; c < from.cols(); ++c)
-            to(r, c) = from(r + 1, c + 1);
-    }
-}
 
 /// The first index from 1 on whose value is below tolerance * values[0], or the number of values.
 int first_negligible(mlVector const & values, double tolerance) {
@@ -31,30 +23,10 @@ mlSingularValueDecomposition::mlSingularValueDecomposition(mlMatrix const & a)
 mlSingularValueDecomposition::mlSingularValueDecomposition(mlMatrix const & a, mlJOB_U job_u, mlJOB_V job_v)
     : source_(&a), invalid_flag_(!SVD(a, diagonal_, u_, v_, job_u + 10 * job_v)) {}
 
-// The rows of a, one after the other, are the columns of its transpose, which is what is decomposed: its left vectors
-// are the right ones of a.
 int mlSingularValueDecomposition::SVD(mlMatrix const & a, mlVector & s, mlMatrix & u, mlMatrix & v, int job) {
-    int const m = a.rows(), n = a.cols(), smaller = std::min(m, n);
-    int const left_job = job % 100 / 10;
-    bool const want_right = job % 10 != 0;
-    mlFortranMatrix const x(n, m);
-    for (int j = 1; j <= m; ++j) {
-        for (int i = 1; i <= n; ++i)
-            x(i, j) = a(j - 1, i - 1);
-    }
-    mlFortranVector const values(std::min(n + 1, m)), e(m), work(n);
-    mlFortranMatrix const left(left_job == 0 ? 1 : n, left_job == 0 ? 1 : left_job == 1 ? n : smaller);
-    mlFortranMatrix const right(want_right ? m : 1, want_right ? m : 1);
-    int info = 0;
-    ml_svd_linpack(x, values, e, left, right, work, job, info);
-
-    s.clear(0);
-    s.expand(smaller);
-    for (int i = 0; i < smaller; ++i)
-        s[i] = values(i + 1);
-    copy_to(v, left);
-    copy_to(u, right);
-    return info == 0;
+    mlFortranMatrix const x(a.cols(), a.rows());
+    ml_copy_transpose(a, x);
+    return ml_transposed_svd(x, s, u, v, job);
 }
 
 mlMatrix const & mlSingularValueDecomposition::inverse(double tolerance) const {

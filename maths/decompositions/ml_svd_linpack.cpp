@@ -6,6 +6,7 @@
 
 #include "maths/decompositions/mlBidiagonalisation.h"
 #include "maths/decompositions/mlLevel1.h"
+#include "maths/decompositions/mlRotatedBasis.h"
 
 namespace {
 
@@ -25,10 +26,12 @@ double shift(double sm1, double em1, double sm) {
 /// are taken one by one.
 class QRIteration {
 public:
-    QRIteration(mlSVDWork const & w, int order) : w_(w), order_(order), m_(order) {}
+    QRIteration(mlSVDWork const & w, int order) : w_(w), u_(w.u), v_(w.v), order_(order), m_(order) {}
 
     /// Answers the number of values not found.
     int run();
+
+    void finish_bases();
 
 private:
     enum class Case { zero_last_value, zero_value, step, found };
@@ -41,6 +44,8 @@ private:
     void sink();
 
     mlSVDWork const & w_;
+    mlRotatedBasis u_;
+    mlRotatedBasis v_;
     int const order_; // of the whole matrix
     int m_;           // the block at work is rows l to m
     int l_ = 0;
@@ -65,6 +70,11 @@ int QRIteration::run() {
         }
     }
     return m_;
+}
+
+void QRIteration::finish_bases() {
+    u_.finish(w_.u);
+    v_.finish(w_.v);
 }
 
 /// Sets what is negligible to zero, finds the block at work and says what it needs.
@@ -106,7 +116,7 @@ void QRIteration::chase_from_last_value() {
             f = -rotation.s * e(k - 1);
             e(k - 1) = rotation.c * e(k - 1);
         }
-        if (w_.want_v) ml_drot(w_.v.column(k), w_.v.column(m_), rotation);
+        if (w_.want_v) v_.rotate(k, m_, rotation);
     }
 }
 
@@ -120,7 +130,7 @@ void QRIteration::chase_from_value() {
         f = -rotation.s * e(k);
         e(k) = rotation.c * e(k);
         // A NaN can bring a bidiagonal matrix here with one column more than u has.
-        if (w_.want_u && k <= w_.u_cols) ml_drot(w_.u.column(k), w_.u.column(l_ - 1), rotation);
+        if (w_.want_u && k <= w_.u_cols) u_.rotate(k, l_ - 1, rotation);
     }
 }
 
@@ -140,7 +150,7 @@ void QRIteration::step() {
         e(k) = right.c * e(k) - right.s * s(k);
         g = right.s * s(k + 1);
         s(k + 1) = right.c * s(k + 1);
-        if (w_.want_v) ml_drot(w_.v.column(k), w_.v.column(k + 1), right);
+        if (w_.want_v) v_.rotate(k, k + 1, right);
 
         mlRotation const left = ml_drotg(f, g);
         s(k) = f;
@@ -148,7 +158,8 @@ void QRIteration::step() {
         s(k + 1) = -left.s * e(k) + left.c * s(k + 1);
         g = left.s * e(k + 1);
         e(k + 1) = left.c * e(k + 1);
-        if (w_.want_u && k < w_.n()) ml_drot(w_.u.column(k), w_.u.column(k + 1), left);
+
+        if (w_.want_u && k < w_.n()) u_.rotate(k, k + 1, left);
     }
     e(m_ - 1) = f;
 }
@@ -156,27 +167,28 @@ void QRIteration::step() {
 void QRIteration::make_positive() {
     if (!(w_.s(l_) < 0.0)) return;
     w_.s(l_) = -w_.s(l_);
-    if (w_.want_v) ml_dscal(-1.0, w_.v.column(l_));
+    if (w_.want_v) v_.negate(l_);
 }
 
 /// Lets the value found sink to its place among those found before.
 void QRIteration::sink() {
     for (int l = l_; l != order_ && !(w_.s(l) >= w_.s(l + 1)); ++l) {
         std::swap(w_.s(l), w_.s(l + 1));
-        if (w_.want_v && l < w_.p()) ml_dswap(w_.v.column(l), w_.v.column(l + 1));
-        if (w_.want_u && l < w_.n()) ml_dswap(w_.u.column(l), w_.u.column(l + 1));
+        if (w_.want_v && l < w_.p()) v_.exchange(l, l + 1);
+        if (w_.want_u && l < w_.n()) u_.exchange(l, l + 1);
     }
 }
 
 } // namespace
 
 void ml_svd_linpack(mlFortranMatrix const & x, mlFortranVector const & s, mlFortranVector const & e,
-                    mlFortranMatrix const & u, mlFortranMatrix const & v, mlFortranVector const & work, int job,
-                    int & info) {
+                    mlFortranMatrix const & u, mlFortranMatrix const & v, int job, int & info) {
     int const u_job = job % 100 / 10;
     int const n = x.rows(), p = x.cols();
-    mlSVDWork const w{x, s, e, u, v, work, u_job != 0, job % 10 != 0, u_job > 1 ? std::min(n, p) : n};
+    mlSVDWork const w{x, s, e, u, v, u_job != 0, job % 10 != 0, u_job > 1 ? std::min(n, p) : n};
     int const order = ml_bidiagonalise(w);
     ml_generate_bases(w);
-    info = QRIteration(w, order).run();
+    QRIteration iteration(w, order);
+    info = iteration.run();
+    iteration.finish_bases();
 }

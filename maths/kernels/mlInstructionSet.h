@@ -2,7 +2,7 @@
 
 #include "maths/maths_api.h"
 
-/// The instruction sets for which the library carries its inner loops.
+/// The instruction sets for which the library carries its inner loops. For use inside the library and its tests.
 enum mlInstructionSet : int {
     mlInstructionSetBaseline = 0, ///< what every machine of the kind has: two doubles at once
     mlInstructionSetAvx2 = 1,     ///< four

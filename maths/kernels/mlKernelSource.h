@@ -13,3 +13,7 @@ typedef double LanesInMemory __attribute__((vector_size(8 * lanes), aligned(8), 
 inline Lanes load(double const * p) { return *reinterpret_cast<LanesInMemory const *>(p); }
 inline void store(double * p, Lanes x) { *reinterpret_cast<LanesInMemory *>(p) = x; }
 inline Lanes broadcast(double x) { return x - Lanes{}; } // 0.0 + x would lose the sign of -0.0
+inline Lanes magnitude(Lanes x) {
+    typedef long long Bits __attribute__((vector_size(8 * lanes)));
+    return reinterpret_cast<Lanes>(reinterpret_cast<Bits>(x) & 0x7fffffffffffffff);
+}

@@ -30,7 +30,38 @@ struct mlTriangle {
     std::ptrdiff_t diagonal_step;
 };
 
+/// The change of a matrix by the product of a column and a row. Elements of the row that don't count as non-zero, being
+/// below the smallest normalised number in magnitude or NaN, leave their columns alone. None when `column` is null.
+struct mlRankOne {
+    double const * column;
+    double const * row;
+};
+
+/// A rotation by the angle whose cosine and sine these are: (x, y) becomes (c x + s y, c y - s x).
+struct mlRotation {
+    double c;
+    double s;
+};
+
+/// `count` rotations of columns: of columns first and second, then of second and its neighbour, of that and its own,
+/// and so on.
+struct mlRotationRun {
+    /// The rows of the matrix come in strips of so many: a strip holds its elements of the first column, then those of
+    /// the second and so on.
+    static constexpr int strip_rows = 16;
+
+    int first;
+    int second;
+    int count;
+};
+
 struct mlKernels {
+    /// The widest vector register holds one element more.
+    static constexpr int padding_cols = 7;
+
+    /// n, made a multiple of what the widest vector register holds.
+    static constexpr int padded(int n) { return (n + padding_cols) / (padding_cols + 1) * (padding_cols + 1); }
+
     /// c = a b, rows x cols, each element a sum from 0.0 in increasing k < depth.
     void (*multiply)(int rows, int cols, int depth, mlConstBlock a, mlConstBlock b, mlBlock c);
 
@@ -59,6 +90,24 @@ struct mlKernels {
 
     /// b(c, r) = a(r, c). They are apart.
     void (*copy_transposed)(int rows, int cols, mlConstBlock a, mlBlock b);
+
+    /// Makes the change, then sums[j] += weights[i] x(i, j) in increasing i, for `cols` columns. Behind the last
+    /// column, x, the change's row and the sums have room for another padding_cols that are read and written.
+    void (*sum_columns)(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums);
+
+    /// Makes the change, then sums[i] = sum of x(i, j) weights[j] from 0.0 in increasing j, without those j whose
+    /// weight doesn't count. Padding as above.
+    void (*sum_rows)(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums);
+
+    /// The change alone. Padding as above.
+    void (*add_rank_one)(int rows, int cols, mlBlock x, mlRankOne change);
+
+    /// Rotates each pair of elements of x and y. n is a multiple of the widest vector register's number of elements.
+    void (*rotate)(int n, double * x, double * y, mlRotation const & rotation);
+
+    /// Rotates the columns of x, which has `cols` of them in strips, run by run; the rotations are those of all runs.
+    void (*rotate_strips)(int strips, int cols, double * x, int run_count, mlRotationRun const * runs,
+                          mlRotation const * rotations);
 };
 
 /// The loops for the instruction set in use. Exported for the tests.

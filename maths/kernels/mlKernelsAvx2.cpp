@@ -1,3 +1,4 @@
+#include <float.h>
 #include <immintrin.h>
 #include <math.h>
 #include <stddef.h>
@@ -66,11 +67,16 @@ inline int first_equal_lane(Lanes x, Lanes y) {
 #include "maths/kernels/mlMatrixVectorKernel.h"
 #include "maths/kernels/mlPanelKernel.h"
 #include "maths/kernels/mlProductKernel.h"
+#include "maths/kernels/mlReflectionKernel.h"
+#include "maths/kernels/mlRotationKernel.h"
+#include "maths/kernels/mlRowSumKernel.h"
 #include "maths/kernels/mlTransposeKernel.h"
 #include "maths/kernels/mlTriangularKernel.h"
 
 extern mlKernels const kernels;
 mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
-                           solve_latest_first, factor_panel,     divide,          copy_transposed};
+                           solve_latest_first, factor_panel,     divide,          copy_transposed,
+                           sum_columns,        sum_rows,         add_rank_one,    rotate,
+                           rotate_strips};
 
 } // namespace ml_avx2

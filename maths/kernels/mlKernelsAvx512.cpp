@@ -1,3 +1,4 @@
+#include <float.h>
 #include <immintrin.h>
 #include <math.h>
 #include <stddef.h>
@@ -56,6 +57,8 @@ inline void transpose(Lanes (&square)[lanes]) {
 #include "maths/kernels/mlKernelSource.h"
 
 #include "maths/kernels/mlProductKernel.h"
+#include "maths/kernels/mlReflectionKernel.h"
+#include "maths/kernels/mlRotationKernel.h"
 #include "maths/kernels/mlTransposeKernel.h"
 #include "maths/kernels/mlTriangularKernel.h"
 
@@ -77,10 +80,16 @@ int factor_panel(int rows, int width, double * panel, ptrdiff_t ld, double toler
 
 void divide(int n, double * x, double divisor) { ml_avx2::kernels.divide(n, x, divisor); }
 
+void sum_rows(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums) {
+    ml_avx2::kernels.sum_rows(rows, cols, x, change, weights, sums);
+}
+
 } // namespace
 
 extern mlKernels const kernels;
 mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
-                           solve_latest_first, factor_panel,     divide,          copy_transposed};
+                           solve_latest_first, factor_panel,     divide,          copy_transposed,
+                           sum_columns,        sum_rows,         add_rank_one,    rotate,
+                           rotate_strips};
 
 } // namespace ml_avx512

@@ -1,3 +1,4 @@
+#include <float.h>
 #include <math.h>
 #include <stddef.h>
 #include <string.h>
@@ -40,10 +41,15 @@ inline int first_equal_lane(Lanes x, Lanes y) { return x[0] == y[0] ? 0 : x[1] =
 #include "maths/kernels/mlMatrixVectorKernel.h"
 #include "maths/kernels/mlPanelKernel.h"
 #include "maths/kernels/mlProductKernel.h"
+#include "maths/kernels/mlReflectionKernel.h"
+#include "maths/kernels/mlRotationKernel.h"
+#include "maths/kernels/mlRowSumKernel.h"
 #include "maths/kernels/mlTransposeKernel.h"
 #include "maths/kernels/mlTriangularKernel.h"
 
 mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
-                           solve_latest_first, factor_panel,     divide,          copy_transposed};
+                           solve_latest_first, factor_panel,     divide,          copy_transposed,
+                           sum_columns,        sum_rows,         add_rank_one,    rotate,
+                           rotate_strips};
 
 } // namespace ml_baseline

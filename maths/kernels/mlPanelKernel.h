@@ -8,11 +8,6 @@
 /// Columns whose updates reach the columns behind them together.
 constexpr int group_cols = 4;
 
-inline Lanes magnitude(Lanes x) {
-    typedef long long Bits __attribute__((vector_size(8 * lanes)));
-    return reinterpret_cast<Lanes>(reinterpret_cast<Bits>(x) & 0x7fffffffffffffff);
-}
-
 /// Where the vector that holds row i begins.
 inline int vector_of(int i) { return i / lanes * lanes; }
 

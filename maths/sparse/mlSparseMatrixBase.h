@@ -50,9 +50,12 @@ protected:
     mlSparseMatrixBase & become(int rows, int cols);
     mlSparseMatrixBase & become(enum mlMatrixIdentity, int n);
 
+    // clang-format off
     /// A tag of another class is not a number of rows.
     template <class Tag>
-    requires std::is_enum_v<Tag> mlSparseMatrixBase & become(Tag, int) = delete;
+        requires std::is_enum_v<Tag>
+    mlSparseMatrixBase & become(Tag, int) = delete;
+    // clang-format on
 
     /// Adds empty rows at the bottom, or drops the last ones.
     void resize_rows(int n);

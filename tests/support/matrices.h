@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <string>
 
 #include "maths/core/mlMatrix.h"
@@ -46,16 +45,16 @@ inline std::string name_of(Kind kind) {
 inline void fill_random(mlMatrix & m, int rows, int cols, long seed) {
     mlRandom random(seed);
     m.become(rows, cols);
-    for (int i = 0; i < rows * cols; ++i)
-        m[i] = random.uniform(-1.0, 1.0);
+    for (double & x : m)
+        x = random.uniform(-1.0, 1.0);
 }
 
 inline void fill_random(mlVector & v, int n, long seed) {
     mlRandom random(seed);
     v.clear(0);
     v.expand(n);
-    for (int i = 0; i < n; ++i)
-        v[i] = random.uniform(-1.0, 1.0);
+    for (double & x : v)
+        x = random.uniform(-1.0, 1.0);
 }
 
 /// m becomes a rows x cols matrix of the given kind.
@@ -75,15 +74,11 @@ inline void make_matrix(mlMatrix & m, Kind kind, int rows, int cols, long seed =
     case Kind::graded_rows: each([&](int r, int c) { return m(r, c) * std::pow(10.0, -8 * r / row_steps); }); break;
     case Kind::graded_cols: each([&](int r, int c) { return m(r, c) * std::pow(10.0, -8 * c / col_steps); }); break;
     case Kind::nearly_singular: // the last row is the first one but for a speck
-        for (int c = 0; c < cols && rows > 1; ++c)
-            m(rows - 1, c) = m(0, c) + 1e-10 * m(rows - 1, c);
+        each([&](int r, int c) { return r > 0 && r == rows - 1 ? m(0, c) + 1e-10 * m(r, c) : m(r, c); });
         break;
     case Kind::huge: each([&](int r, int c) { return m(r, c) * 1e150; }); break;
     case Kind::tiny: each([&](int r, int c) { return m(r, c) * 1e-16; }); break;
-    case Kind::zero_row:
-        for (int c = 0; c < cols; ++c)
-            m(rows / 2, c) = 0.0;
-        break;
+    case Kind::zero_row: each([&](int r, int c) { return r == rows / 2 ? 0.0 : m(r, c); }); break;
     case Kind::zero_col: each([&](int r, int c) { return c == cols / 2 ? 0.0 : m(r, c); }); break;
     case Kind::graded_300_decades:
         each([&](int r, int c) { return m(r, c) * std::pow(10.0, -150 * (r / row_steps + c / col_steps)); });

@@ -11,32 +11,30 @@
 
 inline constexpr double roundoff = std::numeric_limits<double>::epsilon();
 
-/// Largest column sum of magnitudes.
-inline double norm_1(mlMatrix const & m) {
+/// Largest sum of element(r, c) over a column of a matrix of m's shape; NaN when there is one anywhere.
+template <class Element> double largest_column_sum(mlMatrix const & m, Element element) {
     double norm = 0.0;
     for (int c = 0; c < m.cols(); ++c) {
         double sum = 0.0;
         for (int r = 0; r < m.rows(); ++r)
-            sum += std::fabs(m(r, c));
-        if (!(sum <= norm)) norm = sum; // a NaN stays visible
+            sum += element(r, c);
+        if (!(sum <= norm) && norm == norm) norm = sum;
     }
     return norm;
 }
 
+inline double norm_1(mlMatrix const & m) {
+    return largest_column_sum(m, [&](int r, int c) { return std::fabs(m(r, c)); });
+}
+
 /// Largest column sum of |a b - c|.
 inline double product_error(mlMatrix const & a, mlMatrix const & b, mlMatrix const & c) {
-    double norm = 0.0;
-    for (int j = 0; j < c.cols(); ++j) {
-        double column = 0.0;
-        for (int i = 0; i < c.rows(); ++i) {
-            long double sum = -static_cast<long double>(c(i, j));
-            for (int k = 0; k < a.cols(); ++k)
-                sum += static_cast<long double>(a(i, k)) * b(k, j);
-            column += static_cast<double>(std::fabs(sum));
-        }
-        if (!(column <= norm)) norm = column;
-    }
-    return norm;
+    return largest_column_sum(c, [&](int i, int j) {
+        long double sum = -static_cast<long double>(c(i, j));
+        for (int k = 0; k < a.cols(); ++k)
+            sum += static_cast<long double>(a(i, k)) * b(k, j);
+        return static_cast<double>(std::fabs(sum));
+    });
 }
 
 /// |a b - c| / (n |c| eps): how well the factors a and b reproduce c.

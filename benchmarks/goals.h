@@ -1,0 +1,55 @@
+#pragma once
+
+#include <climits>
+
+/// What the library's time is to be at most, as a multiple of a peer's, for a range of sizes.
+struct Goal {
+    char const * operation;
+    int least, largest; ///< sizes
+    char const * peer;
+    double widest, avx2, baseline; ///< by the instruction set used; 0 where no goal is set for the set
+};
+
+inline constexpr Goal goals[] = {
+    // operation, sizes, peer, at most: with the widest set, with AVX2, with SSE2
+    {"product", 3, 8, "eigen", 0.9, 0, 0},
+    {"product", 16, 512, "eigen", 0.45, 0.7, 1.05},
+    {"product", 513, 1024, "eigen", 0.45, 0.7, 1.35},
+    {"product", 16, 512, "openblas", 2.1, 0, 0},
+    {"matrix_vector", 0, 10, "eigen", 0.8, 0, 0},
+    {"matrix_vector", 30, 500, "eigen", 1.4, 0, 0},
+    {"matrix_vector", 1000, INT_MAX, "eigen", 1.1, 0, 0},
+    {"scalar_product", 0, INT_MAX, "gsl", 1.0, 0, 0},
+    {"lu_factor", 10, 50, "eigen", 0.8, 0, 0},
+    {"lu_factor", 100, INT_MAX, "eigen", 0.5, 0.6, 1.05},
+    {"lu_factor", 10, INT_MAX, "openblas", 1.1, 0, 0},
+    {"lu_solve", 100, INT_MAX, "gsl", 0.8, 0, 0},
+    {"lu_inverse", 50, INT_MAX, "eigen", 0.6, 0.65, 1.0},
+    {"lu_solve_many", 50, INT_MAX, "eigen", 0.6, 0.65, 1.0},
+    {"cholesky_factor", 50, INT_MAX, "eigen", 0.65, 0.7, 0.95},
+    {"cholesky_solve", 0, INT_MAX, "gsl", 1.15, 0, 0},
+    {"svd", 20, INT_MAX, "openblas", 0.75, 0, 0},
+    {"svd", 0, 300, "eigen", 1.1, 0, 0},
+    {"svd", 100, INT_MAX, "gsl", 0.6, 0, 0},
+    {"pca_3", 1000, 100000, "gsl", 1.0, 0, 0},
+    {"pca_8", 1000, 100000, "gsl", 1.0, 0, 0},
+    {"tridiagonal", 100, INT_MAX, "gsl", 1.1, 0, 0},
+    {"periodic_tridiagonal", 100, INT_MAX, "gsl", 1.3, 0, 0},
+    {"polynomial", 0, INT_MAX, "gsl", 1.0, 0, 0},
+    {"quadratics", 0, INT_MAX, "gsl", 3, 0, 0},
+    {"cubics", 0, INT_MAX, "gsl", 1.5, 0, 0},
+    {"quartics", 0, INT_MAX, "gsl", 0.3, 0, 0},
+    {"romberg", 0, INT_MAX, "gsl", 1.1, 0, 0},
+    {"brent", 0, INT_MAX, "gsl", 1.1, 0, 0},
+    {"simplex", 0, INT_MAX, "gsl", 1.1, 0, 0},
+    {"circle_fit", 100, INT_MAX, "gsl", 1.0, 0, 0},
+    {"newton", 2, 50, "gsl", 1.0, 0, 0},
+    {"sparse_product_5", 1000, 100000, "eigen", 1.0, 0, 0},
+    {"sparse_product_30", 1000, 100000, "eigen", 1.7, 0, 0},
+    {"sparse_vector_5", 0, INT_MAX, "eigen", 1.5, 0, 0},
+    {"sparse_vector_30", 0, INT_MAX, "eigen", 1.5, 0, 0},
+    {"append_double", 0, 100000, "vector", 1.2, 0, 0},
+    {"append_point", 0, 100000, "vector", 1.2, 0, 0},
+    {"print_vector", 0, INT_MAX, "ostream", 1.2, 0, 0},
+    {"print_matrix", 0, INT_MAX, "ostream", 1.2, 0, 0},
+};

@@ -1,0 +1,116 @@
+#include "benchmarks/table.h"
+
+#include <ctime>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include <Eigen/Core>
+#include <boost/version.hpp>
+#include <ceres/version.h>
+#include <gsl/gsl_version.h>
+
+#include "benchmarks/goals.h"
+#include "maths/version.h"
+
+extern "C" char * openblas_get_config();
+
+namespace {
+
+char const * name_of(mlInstructionSet set) {
+    char const * const names[] = {"sse2", "avx2", "avx512"};
+    return names[set];
+}
+
+/// 0 when there is none.
+double goal_of(Result const & result) {
+    for (Goal const & goal : goals) {
+        if (result.operation != goal.operation || result.peer != goal.peer) continue;
+        if (result.size < goal.least || result.size > goal.largest) continue;
+        double const by_set[] = {goal.baseline, goal.avx2, goal.widest};
+        return by_set[result.set] > 0.0 || result.set < ml_instruction_set() ? by_set[result.set] : goal.widest;
+    }
+    return 0.0;
+}
+
+bool wanted(Result const & result) { return result.set == ml_instruction_set() || goal_of(result) > 0.0; }
+
+/// A ratio counts to the two decimals that are printed.
+bool met(Result const & result) { return result.ratio < goal_of(result) + 0.005; }
+
+char const * verdict(Result const & result) { return goal_of(result) == 0.0 ? "" : met(result) ? "yes" : "NO"; }
+
+std::string processor() {
+    std::ifstream info("/proc/cpuinfo");
+    for (std::string line; std::getline(info, line);)
+        if (line.starts_with("model name")) return line.substr(line.find(':') + 2);
+    return "unknown";
+}
+
+std::string date() {
+    std::time_t const now = std::time(nullptr);
+    char text[16];
+    std::strftime(text, sizeof text, "%Y-%m-%d", std::gmtime(&now));
+    return text;
+}
+
+#ifdef __clang__
+char const compiler[] = "Clang " __clang_version__;
+#else
+char const compiler[] = "GCC " __VERSION__;
+#endif
+
+void print(Result const & result) {
+    if (!wanted(result)) return;
+    double const goal = goal_of(result);
+    char text[16] = "";
+    if (goal > 0.0) std::snprintf(text, sizeof text, "%.2f", goal);
+    std::printf("%-21s %7d  %-9s %-7s %12.1f %12.1f %7.2f %6s  %s\n", result.operation.c_str(), result.size,
+                result.peer.c_str(), name_of(result.set), result.own_nanoseconds, result.peer_nanoseconds, result.ratio,
+                text, verdict(result));
+    std::fflush(stdout);
+}
+
+} // namespace
+
+bool TableReporter::ReportContext(Context const &) {
+    std::printf("%-21s %7s  %-9s %-7s %12s %12s %7s %6s  %s\n", "operation", "size", "peer", "set", "maths [ns]",
+                "peer [ns]", "ratio", "goal", "met");
+    return true;
+}
+
+void TableReporter::ReportRuns(std::vector<Run> const & runs) {
+    for (Run const & run : runs)
+        failed_ = failed_ || run.error_occurred;
+    for (; printed_ < all_results().size(); ++printed_)
+        print(all_results()[printed_]);
+}
+
+void TableReporter::Finalize() {
+    int with_goal = 0, good = 0;
+    for (Result const & result : all_results()) {
+        if (goal_of(result) == 0.0) continue;
+        ++with_goal;
+        good += met(result);
+    }
+    std::printf("%d of %d goals met\n", good, with_goal);
+}
+
+void write(std::FILE * file, std::vector<Result> const & results) {
+    std::fprintf(file, "# %s, %s, %u cores, widest set %s\n", date().c_str(), processor().c_str(),
+                 std::thread::hardware_concurrency(), name_of(ml_instruction_set()));
+    std::fprintf(file, "# maths %d.%d.%d by %s\n", MATHS_VERSION_MAJOR, MATHS_VERSION_MINOR, MATHS_VERSION_PATCH,
+                 compiler);
+    std::fprintf(file, "# Eigen %d.%d.%d, GSL %s, %s, Boost %d.%d, Ceres %s\n", EIGEN_WORLD_VERSION,
+                 EIGEN_MAJOR_VERSION, EIGEN_MINOR_VERSION, GSL_VERSION, openblas_get_config(), BOOST_VERSION / 100000,
+                 BOOST_VERSION / 100 % 1000, CERES_VERSION_STRING);
+    std::fprintf(file, "operation,size,peer,set,maths_ns,peer_ns,ratio,goal,met\n");
+    for (Result const & result : results) {
+        if (!wanted(result)) continue;
+        char text[16] = "";
+        if (goal_of(result) > 0.0) std::snprintf(text, sizeof text, "%.2f", goal_of(result));
+        std::fprintf(file, "%s,%d,%s,%s,%.4g,%.4g,%.3f,%s,%s\n", result.operation.c_str(), result.size,
+                     result.peer.c_str(), name_of(result.set), result.own_nanoseconds, result.peer_nanoseconds,
+                     result.ratio, text, verdict(result));
+    }
+}
