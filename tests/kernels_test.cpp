@@ -261,12 +261,13 @@ TEST_P(KernelsOf, MultiplyLikeTheDefinitionAtEverySmallSize) {
 TEST_P(KernelsOf, MultiplyLikeTheDefinitionWherePanelsAreCopied) {
     mlRandom random(2);
     for (int const depth : {127, 128, 129, 257}) {
-        for (int const cols : {23, 24, 25, 64, 97}) {
+        for (int const cols : {47, 48, 49, 64, 97}) {
             for (int const rows : {8, 9, 17})
                 ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, cols, depth, random));
         }
         ASSERT_NO_FATAL_FAILURE(expect_plain_vector_products(37, depth, random));
     }
+    ASSERT_NO_FATAL_FAILURE(expect_plain_products(259, 97, 130, random));
 }
 
 INSTANTIATE_TEST_SUITE_P(, KernelsOf,

@@ -19,8 +19,8 @@ namespace ml_avx512 {
 namespace {
 
 constexpr int lanes = 8;
-constexpr int tile_rows = 8;
-constexpr int tile_vecs = 3;
+constexpr int tile_rows = 4; // a row costs a broadcast, which is dear where a register is filled by halves
+constexpr int tile_vecs = 6;
 constexpr int strip_vecs = 8;
 
 typedef __m512d Lanes;

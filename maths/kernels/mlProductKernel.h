@@ -2,18 +2,21 @@
 // hold.
 //
 // A tile of c stays in registers while k runs over the depth: each of its elements is one lane of one register, so it
-// takes its terms in increasing k whatever the tile. Where b does not stay in the first-level cache, the depth is cut
-// into blocks and a panel of b, as wide as a tile, is copied together for each; between blocks the tile rests in c.
+// takes its terms in increasing k whatever the tile. Where b does not stay in the nearest cache, the depth is cut into
+// blocks and a panel of b is copied together for each; between blocks the tile rests in c.
 
 constexpr int packed_depth = 128;
 
 enum class Sum { fresh, continued, reduced }; // from 0.0; from c; from c, subtracting
 
-/// `rows` x `vecs` vectors of c, of whose last vector only `width` lanes exist when the tile is `partial`.
+/// `rows` x `vecs` vectors of c, of whose last vector only `width` lanes exist when the tile is `partial`. Its loops
+/// are unrolled by order: left to later passes, the compiler keeps the tile in memory too.
 template <int rows, int vecs, bool partial, Sum sum>
 inline void product_tile(int depth, mlConstBlock a, mlConstBlock b, mlBlock c, int width) {
     Lanes tile[rows][vecs];
+#pragma GCC unroll 16
     for (int r = 0; r < rows; ++r) {
+#pragma GCC unroll 8
         for (int v = 0; v < vecs; ++v) {
             if (sum == Sum::fresh)
                 tile[r][v] = Lanes{};
@@ -26,10 +29,13 @@ inline void product_tile(int depth, mlConstBlock a, mlConstBlock b, mlBlock c, i
     for (int k = 0; k < depth; ++k) {
         double const * const b_row = b.first + k * b.ld;
         Lanes b_lanes[vecs];
+#pragma GCC unroll 8
         for (int v = 0; v < vecs; ++v)
             b_lanes[v] = partial && v == vecs - 1 ? load_partial(b_row + v * lanes, width) : load(b_row + v * lanes);
+#pragma GCC unroll 16
         for (int r = 0; r < rows; ++r) {
             Lanes const factor = broadcast(a.first[r * a.ld + k]);
+#pragma GCC unroll 8
             for (int v = 0; v < vecs; ++v) {
                 if (sum == Sum::reduced)
                     tile[r][v] -= factor * b_lanes[v];
@@ -38,7 +44,9 @@ inline void product_tile(int depth, mlConstBlock a, mlConstBlock b, mlBlock c, i
             }
         }
     }
+#pragma GCC unroll 16
     for (int r = 0; r < rows; ++r) {
+#pragma GCC unroll 8
         for (int v = 0; v < vecs; ++v) {
             double * const to = c.first + r * c.ld + v * lanes;
             if (partial && v == vecs - 1)
@@ -83,14 +91,40 @@ template <Sum sum> void product_unpacked(int rows, int cols, int depth, mlConstB
                                          {c.first + j, c.ld});
 }
 
+/// Columns of a panel of b: some strips, so that a tile's rows of a are read from afar once a panel.
+constexpr int panel_cols = 48; // 48 KiB at the packed depth
+static_assert(panel_cols % (tile_vecs * lanes) == 0);
+
+/// Rows of a that stay in the second-level cache, packed_depth of their elements, while all panels pass.
+constexpr int packed_rows = 256;
+
+/// Asks for rows [first, end) of a panel's columns, for reading.
+inline void prefetch_rows(int first, int end, mlConstBlock columns) {
+    for (int r = first; r < end; ++r) {
+        for (int j = 0; j < panel_cols; j += 8)
+            __builtin_prefetch(columns.first + r * columns.ld + j);
+    }
+}
+
+/// Tiles row by row, over all strips of a panel. What comes next is asked for meanwhile: the tiles of c below, and bit
+/// by bit the panel of b on the right.
 template <Sum sum> void product_packed(int rows, int cols, int depth, mlConstBlock a, mlConstBlock b, mlBlock c) {
-    constexpr int step = tile_vecs * lanes;
-    alignas(64) double panel[packed_depth * step]; // 24 KiB at the widest
-    for (int j = 0; j < cols; j += step) {
-        int const width = cols - j < step ? cols - j : step;
-        for (int k = 0; k < packed_depth && k < depth; ++k)
-            memcpy(panel + k * step, b.first + k * b.ld + j, width * sizeof(double));
-        product_strip_of<tile_vecs, sum>(width, rows, depth, a, {panel, step}, {c.first + j, c.ld});
+    alignas(64) double panel[packed_depth * panel_cols];
+    for (int j = 0; j < cols; j += panel_cols) {
+        int const width = cols - j < panel_cols ? cols - j : panel_cols;
+        for (int k = 0; k < depth; ++k)
+            memcpy(panel + k * panel_cols, b.first + k * b.ld + j, width * sizeof(double));
+        int next_row = 0; // of b
+        for (int i = 0; i < rows; i += tile_rows) {
+            int const height = rows - i < tile_rows ? rows - i : tile_rows;
+            mlBlock const tiles{c.first + i * c.ld + j, c.ld};
+            if (i + 2 * tile_rows <= rows) prefetch_rows(tile_rows, 2 * tile_rows, {tiles.first, tiles.ld});
+            if (j + panel_cols < cols && next_row + 2 * tile_rows <= depth) {
+                prefetch_rows(next_row, next_row + 2 * tile_rows, {b.first + j + panel_cols, b.ld});
+                next_row += 2 * tile_rows;
+            }
+            product_unpacked<sum>(height, width, depth, {a.first + i * a.ld, a.ld}, {panel, panel_cols}, tiles);
+        }
     }
 }
 
@@ -100,13 +134,17 @@ void product(int rows, int cols, int depth, mlConstBlock a, mlConstBlock b, mlBl
     if (static_cast<ptrdiff_t>(depth) * cols <= unpacked_elements || rows <= tile_rows)
         return product_unpacked<first_sum>(rows, cols, depth, a, b, c);
     for (int k = 0; k < depth; k += packed_depth) {
-        int const block = depth - k < packed_depth ? depth - k : packed_depth;
-        mlConstBlock const a_block{a.first + k, a.ld};
+        int const block_depth = depth - k < packed_depth ? depth - k : packed_depth;
         mlConstBlock const b_block{b.first + k * b.ld, b.ld};
-        if (k == 0)
-            product_packed<first_sum>(rows, cols, block, a_block, b_block, c);
-        else
-            product_packed<later_sum>(rows, cols, block, a_block, b_block, c);
+        for (int i = 0; i < rows; i += packed_rows) {
+            int const block_rows = rows - i < packed_rows ? rows - i : packed_rows;
+            mlConstBlock const a_block{a.first + i * a.ld + k, a.ld};
+            mlBlock const c_block{c.first + i * c.ld, c.ld};
+            if (k == 0)
+                product_packed<first_sum>(block_rows, cols, block_depth, a_block, b_block, c_block);
+            else
+                product_packed<later_sum>(block_rows, cols, block_depth, a_block, b_block, c_block);
+        }
     }
 }
 
