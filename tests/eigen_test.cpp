@@ -15,6 +15,7 @@ namespace {
 
 template <class Eigen> struct Solved : Eigen {
     explicit Solved(mlMatrix const & a) : Eigen(a) { this->calculate(); }
+    using Eigen::equals;
 };
 
 void make_symmetric(mlMatrix & m) {
@@ -64,6 +65,14 @@ TEST(SymmetricEigen, HasOrthonormalVectorsAndValuesOfDecreasingMagnitude) {
     }
 }
 
+TEST(SymmetricEigen, VectorsAreEqualUpToTheirSign) {
+    Matrix const unit(2, 2, {0.6, 0.8, -0.6, -0.8}), others(2, 2, {0.8, 0.6, 1.2, 1.6});
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(Solved<mlSymEigenVecs>::equals(unit.row(0), unit.row(i), 1e-9), 1);
+        EXPECT_EQ(Solved<mlSymEigenVecs>::equals(unit.row(0), others.row(i), 1e-9), 0);
+    }
+}
+
 TEST(SymmetricEigen, LeavesAloneWhatIsBelowAHundredthOfItsTolerance) {
     Matrix const a(2, 2, {1, 0.9e-8, 0.9e-8, -2}), b(2, 2, {1, 1.1e-8, 1.1e-8, -2});
     Solved<mlSymEigenVecs> const eigen(a), rotated(b);
@@ -73,6 +82,15 @@ TEST(SymmetricEigen, LeavesAloneWhatIsBelowAHundredthOfItsTolerance) {
     mlVector copy;
     eigen.eigen_values(copy);
     EXPECT_EQ(contents(copy), contents(eigen.eigen_values()));
+}
+
+TEST(SymmetricEigen, GivesUpEmptyHandedWhenItMayTolerateNothing) {
+    Matrix const a(2, 2, {1, 0.5, 0.5, -2});
+    mlSymEigenVecs eigen(a);
+    eigen.set_tolerance(0.0);
+    eigen.calculate(); // ten million rotations
+    EXPECT_EQ(eigen.status(), mlEigenVecsIterationLimit);
+    EXPECT_EQ(eigen.num_real_eigen_values() + eigen.eigen_vectors().cols(), 0);
 }
 
 TEST(ATAEigen, DecomposesTheProductOfTheTransposeAndTheMatrix) {

@@ -31,61 +31,35 @@ using Rules = testing::Types<mlIntegrateTrapezoid, mlIntegrateSimpson, mlIntegra
 TYPED_TEST_SUITE(Integrator, Rules);
 
 TYPED_TEST(Integrator, AsksTheUpperEndFirstAndThenOnlyMidpoints) {
-    TracedFunction const f([](double t) { return t * t * t * t; });
-    this->after(3, f, -1.0, 3.0);
-    EXPECT_EQ(f.calls,
-              (std::vector<Call>{{0, 3}, {0, -1}, {0, 1}, {0, 0}, {0, 2}, {0, -0.5}, {0, 0.5}, {0, 1.5}, {0, 2.5}}));
+    TracedFunction const f([](double t) { return t; });
+    EXPECT_EQ(this->after(2, f, -1.0, 3.0), 4.0);
+    EXPECT_EQ(f.calls, (std::vector<Call>{{0, 3}, {0, -1}, {0, 1}, {0, 0}, {0, 2}}));
+    EXPECT_EQ(this->converged, 0);
+    f.calls.clear();
+    this->after(std::numeric_limits<int>::min(), f, 1.0, 3.0, 1e300); // without levels
+    EXPECT_EQ(f.calls, (std::vector<Call>{{0, 3}, {0, 1}}));
     EXPECT_EQ(this->converged, 0);
 }
 
-TYPED_TEST(Integrator, GivesALinearFunctionExactlyAndStopsAtTheFirstTest) {
-    TracedFunction const f([](double t) { return 3.0 * t; });
-    EXPECT_EQ(this->after(10, f, -2.0, 2.0, 1e-300), 0.0); // also what the first estimate might be compared with
+TYPED_TEST(Integrator, StopsAtTheFirstTestAtWhichTheChangeIsBelowTheTolerance) {
+    TracedFunction const f([](double t) { return std::exp(t); }), odd([](double t) { return 3.0 * t; });
+    EXPECT_EQ(this->after(10, odd, -2.0, 2.0, 1e-300), 0.0); // also what the first estimate might be compared with
     EXPECT_EQ(this->converged, 1);
-    EXPECT_EQ(f.calls.size(), (this->is_trapezoid ? 3u : 5u));
-    EXPECT_EQ(this->after(5, f, 2.0, 0.0, 0.0), -6.0); // no change at all is not below 0
-    EXPECT_EQ(this->converged, 0);
-    EXPECT_EQ(this->after(4, f, 0.7, 0.7), 0.0);
-}
-
-TYPED_TEST(Integrator, StopsWhereTheChangeIsBelowTheTolerance) {
-    TracedFunction const f([](double t) { return std::exp(t); });
-    double estimates[8];
-    for (int k = 1; k < 8; ++k)
-        estimates[k] = this->after(k, f, 0.0, 1.0);
-    double const change = std::fabs(estimates[3] - estimates[2]);
-    EXPECT_EQ(this->after(7, f, 0.0, 1.0, std::nextafter(change, 1.0)), estimates[3]);
-    EXPECT_EQ(this->converged, 1);
-    EXPECT_EQ(this->after(7, f, 0.0, 1.0, change), estimates[4]);
-    TracedFunction const broken([](double t) { return t == 0.5 ? NAN : t; });
-    EXPECT_TRUE(std::isnan(this->after(6, broken, 0.0, 1.0, 1e300)));
-    EXPECT_EQ(this->converged, 0);
-}
-
-TYPED_TEST(Integrator, WithoutLevelsAsksTheEndsAlone) {
-    for (int const levels : {0, -7, std::numeric_limits<int>::min()}) {
-        TracedFunction const f([](double t) { return t; });
-        TypeParam const rule(1e300, levels);
-        EXPECT_EQ(rule.integrate(f, 1.0, 3.0), this->is_trapezoid ? 4.0 : 0.0);
-        EXPECT_EQ(rule.converged, 0);
-        EXPECT_EQ(f.calls.size(), 2u);
-    }
+    EXPECT_EQ(odd.calls.size(), (this->is_trapezoid ? 3u : 5u));
+    double const third = this->after(3, f, 0.0, 1.0), change = std::fabs(third - this->after(2, f, 0.0, 1.0));
+    EXPECT_EQ(this->after(7, f, 0.0, 1.0, std::nextafter(change, 1.0)), third);
+    EXPECT_EQ(this->after(7, f, 0.0, 1.0, change), this->after(4, f, 0.0, 1.0));
 }
 
 TEST(Integrators, LoseTheirErrorAtTheirOrders) {
-    TracedFunction const f([](double t) { return std::exp(t); });
-    double const exact = std::exp(1.0) - 1.0;
-    auto const error = [&](auto const & rule) { return std::fabs(rule.integrate(f, 0.0, 1.0) - exact); };
+    TracedFunction const f([](double t) { return std::exp(t); }), one([](double) { return 1.0; });
+    auto const error = [&](auto const & rule) { return std::fabs(rule.integrate(f, 0.0, 1.0) - (std::exp(1.0) - 1)); };
     for (int k = 3; k < 6; ++k) {
         EXPECT_NEAR(error(mlIntegrateTrapezoid(never, k)) / error(mlIntegrateTrapezoid(never, k + 1)), 4, 0.1);
         EXPECT_NEAR(error(mlIntegrateSimpson(never, k)) / error(mlIntegrateSimpson(never, k + 1)), 16, 0.1);
     }
     EXPECT_LT(error(mlIntegrateRomberg(never, 5)), 1e-15);
-}
-
-TEST(Integrators, RombergsDivisorsOutgrow32Bits) {
-    TracedFunction const f([](double) { return 1.0; });
-    EXPECT_EQ(mlIntegrateRomberg(never, 18).integrate(f, 0.0, 1.0), 1.0); // a divisor of 0 would make this NaN
+    EXPECT_EQ(mlIntegrateRomberg(never, 18).integrate(one, 0.0, 1.0), 1.0); // its divisors outgrow 32 bits
 }
 
 } // namespace

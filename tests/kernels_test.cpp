@@ -19,6 +19,7 @@ class KernelsOf : public testing::TestWithParam<enum mlInstructionSet> {
 protected:
     void SetUp() override {
         if (!ml_use_instruction_set(GetParam())) GTEST_SKIP() << "this machine lacks the set";
+        ASSERT_EQ(ml_instruction_set(), GetParam());
     }
     void TearDown() override { ml_use_instruction_set(at_start_); }
 

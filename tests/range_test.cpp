@@ -50,6 +50,7 @@ TEST(Math, InterpolatesDerivesAndSums) {
         EXPECT_EQ(mlMath::sin_derivative(8 + r, x), sines[r]);
         EXPECT_EQ(mlMath::cos_derivative(8 + r, x), sines[r + 1]);
         EXPECT_EQ(mlMath::sin_derivative(-8 - r, x), r == 0 ? sines[0] : -666.6);
+        EXPECT_EQ(mlMath::cos_derivative(-8 - r, x), r == 0 ? sines[1] : -666.6);
         EXPECT_EQ(mlMath::sinh_derivative(1 - r, x), r % 2 == 0 ? std::cosh(x) : std::sinh(x));
         EXPECT_EQ(mlMath::cosh_derivative(1 - r, x), r % 2 == 0 ? std::sinh(x) : std::cosh(x));
     }

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include "maths/core/mlTinyVector.h"
@@ -41,6 +43,13 @@ TYPED_TEST(TinyVector, GivesTheResultsOfItsSliceButRoundsAndMultipliesInItsOwnWa
     c.become(mlVectorAdd, a, b) -= a;
     c.become(mlVectorSubtract, a, c) += b.slice();
     EXPECT_LT(norm_diff(a, c), 2e-15);
+    b.become(mlVectorZero) = std::as_const(a).slice(0, 1, this->size);
+    c.become(mlMatrixProduct, mlMatrix(mlMatrixIdentity, this->size), b);
+    EXPECT_EQ(c.become(utConvert, &c[0]) == a, 1);
+    b += 4.0;
+    c.become(utCopy, b) -= 4.0;
+    c -= std::as_const(a).slice();
+    EXPECT_LT(c.max_absolute_value(), 1e-15);
     a.slice(1, -1, 2)[0] = nan_value;
     EXPECT_EQ(a == a, 0);
 

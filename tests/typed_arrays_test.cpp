@@ -20,9 +20,9 @@ TEST(TypedArrays, PrintAnIndentedFrame) {
     utOstream indenting(stream, 1, 3);
     mlTinyVector2 const v(mlVectorZero);
     stream << mlTinyVector2coDynArr{v, v};
-    EXPECT_EQ(&(indenting << mlTinyVector2coPageArr{v}), &indenting);
+    EXPECT_EQ(&(indenting << mlTinyVector2coPageArr{v} << mlVectorcoDynArr()), &indenting);
     EXPECT_EQ(stream.str(), "coDynArr {\n  size 2\n  <0,0>\n  <0,0>\n}\n"
-                            "   coPageArr {\n      size 1\n      <0,0>\n   }\n");
+                            "   coPageArr {\n      size 1\n      <0,0>\n   }\n   coDynArr {\n      size 0\n   }\n");
 }
 
 TEST(TypedArrays, VectorsThatLandInFreshSlotsComeOutEmpty) {

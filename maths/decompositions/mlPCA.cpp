@@ -26,10 +26,6 @@ mlPCA::~mlPCA() = default;
 
 void mlPCA::do_pca(doublecoDynArr2D const & points) {
     int const count = points.rows(), dimension = points.cols();
-    if (count < 2 || dimension == 0) {
-        status_ = mlPCANotEnoughData;
-        return;
-    }
     mlVector mean(mlVectorZero, dimension);
     double * const sums = mean.data();
     for (int i = 0; i < count; ++i) {

@@ -6,6 +6,10 @@
 
 #include "maths/kernels/mlKernels.h"
 
+namespace ml_baseline {
+extern mlKernels const kernels;
+}
+
 // Four doubles at once, sixteen registers.
 namespace ml_avx2 {
 
@@ -26,7 +30,14 @@ inline __m256i first_lanes(int width) {
 }
 
 inline Lanes load_partial(double const * p, int width) { return _mm256_maskload_pd(p, first_lanes(width)); }
-inline void store_partial(double * p, Lanes x, int width) { _mm256_maskstore_pd(p, first_lanes(width), x); }
+inline void store_partial(double * p, Lanes x, int width) { // stores under a mask are slow on some machines
+    __m128d half = _mm256_castpd256_pd128(x);
+    if (width >= 2) {
+        _mm_storeu_pd(p, half);
+        half = _mm256_extractf128_pd(x, 1);
+    }
+    if (width & 1) _mm_store_sd(p + (width & 2), half);
+}
 
 inline void transpose(Lanes (&square)[lanes]) {
     Lanes const low01 = _mm256_unpacklo_pd(square[0], square[1]);

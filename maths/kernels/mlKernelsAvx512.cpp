@@ -6,6 +6,9 @@
 
 #include "maths/kernels/mlKernels.h"
 
+namespace ml_baseline {
+extern mlKernels const kernels;
+}
 namespace ml_avx2 {
 extern mlKernels const kernels;
 }

@@ -8,6 +8,8 @@
 // Two doubles at once, sixteen registers: every x86-64, and other machines by the compiler's own means.
 namespace ml_baseline {
 
+extern mlKernels const kernels;
+
 namespace {
 
 constexpr int lanes = 2;
@@ -45,7 +47,6 @@ inline int first_equal_lane(Lanes x, Lanes y) { return x[0] == y[0] ? 0 : x[1] =
 #include "maths/kernels/mlTransposeKernel.h"
 #include "maths/kernels/mlTriangularKernel.h"
 
-extern mlKernels const kernels;
 mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
                            solve_latest_first, factor_panel,     divide,          copy_transposed,
                            sum_columns,        sum_rows,         add_rank_one,    rotate,

@@ -111,6 +111,8 @@ void product(int rows, int cols, int depth, mlConstBlock a, mlConstBlock b, mlBl
 }
 
 void multiply(int rows, int cols, int depth, mlConstBlock a, mlConstBlock b, mlBlock c) {
+    // The least matrices fill the narrowest vectors best.
+    if (lanes > 2 && rows <= 4 && cols <= 4) return ml_baseline::kernels.multiply(rows, cols, depth, a, b, c);
     product<Sum::fresh, Sum::continued>(rows, cols, depth, a, b, c);
 }
 

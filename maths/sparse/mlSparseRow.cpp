@@ -21,7 +21,7 @@ double mlSparseRow::element(int index) const {
     int lo = 0, hi = size() - 1;
     if (index < elements[lo].index || index > elements[hi].index) return 0.0;
     if (index == elements[hi].index) return elements[hi].value;
-    while (lo < hi) { // the wanted element is not at hi
+    for (;;) { // the wanted element is not before lo, and before hi
         int const mid = (lo + hi) / 2;
         if (index < elements[mid].index)
             hi = mid;
@@ -32,7 +32,6 @@ double mlSparseRow::element(int index) const {
         else
             lo = mid;
     }
-    return 0.0;
 }
 
 void mlSparseRow::multiply_all_elements(double s) {
