@@ -56,7 +56,8 @@ public:
     }
     double & product(int col) const { return factors_(col); }
     void make_factors(int row, int col) const {
-        ml_kernels().divide(factors_.size() - col + 1, factors_.from(col), -h_(row));
+        int const cols = factors_.size() - col + 1;
+        if (cols > 0) ml_kernels().divide(mlKernels::padded(cols), factors_.from(col), -h_(row));
     }
 
 private:
@@ -147,7 +148,7 @@ void Reduction::transform_row(int l) {
 
     ml_kernels().sum_rows(n - l, p - l, w_.x.block(l + 1, l + 1), owed_by_column(l + 1), h.from(1),
                           products_.from(l + 1));
-    ml_kernels().divide(p - l, h.from(1), -h(1));
+    ml_kernels().divide(mlKernels::padded(p - l), h.from(1), -h(1));
     row_factors_ = w_.x.row(l);
 }
 

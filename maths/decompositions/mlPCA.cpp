@@ -41,7 +41,7 @@ void mlPCA::do_pca(doublecoDynArr2D const & points) {
         double * const row = x.row(j + 1);
         for (int i = 0; i < count; ++i)
             row[i] = points(i, j) - sums[j];
-        ml_kernels().divide(count, row, scale);
+        ml_kernels().divide(mlKernels::padded(count), row, scale);
     }
     doublecoDynArr variances;
     ml_transposed_ata_eigen(x, variances, axes_);

@@ -1,5 +1,6 @@
 #include "maths/decompositions/mlRotatedBasis.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -19,9 +20,12 @@ mlRotatedBasis::mlRotatedBasis(mlFortranMatrix const & basis)
       strip_rows_(rows_ > few_rows ? mlRotationRun::strip_rows : mlKernels::padded(rows_)),
       strips_(strip_rows_ > 0 ? (rows_ + strip_rows_ - 1) / strip_rows_ : 0), notes_(rows_ > few_rows ? many_notes : 0),
       elements_(coTableSize(strips_ * strip_rows_, cols_)), runs_(notes_), rotations_(notes_), sources_(cols_) {
-    for (int i = 1; i <= strips_ * strip_rows_; ++i) {
+    for (int first = 1; first <= rows_; first += strip_rows_) {
+        int const count = std::min(strip_rows_, rows_ - first + 1);
+        mlBlock const rows = basis.block(first, 1);
+        kernels_.copy_transposed(count, cols_, {rows.first, rows.ld}, {&element(first, 1), strip_rows_});
         for (int j = 1; j <= cols_; ++j)
-            element(i, j) = i <= rows_ ? basis(i, j) : 0.0;
+            std::fill_n(&element(first, j) + count, strip_rows_ - count, 0.0);
     }
     for (int j = 1; j <= cols_; ++j)
         sources_.get()[j - 1] = j;

@@ -14,14 +14,7 @@ void copy_to(mlMatrix & to, mlFortranMatrix const & from) {
 } // namespace
 
 void ml_copy_transpose(mlMatrix const & a, mlFortranMatrix const & x) {
-    int const cache_line = 8; // of a row of a, for as many rows of x
-    for (int first = 0; first < a.cols(); first += cache_line) {
-        int const end = std::min(first + cache_line, a.cols());
-        for (int j = 0; j < a.rows(); ++j) {
-            for (int i = first; i < end; ++i)
-                x.row(i + 1)[j] = a(j, i);
-        }
-    }
+    ml_kernels().copy_transposed(a.rows(), a.cols(), {a.data(), a.cols()}, x.block(1, 1));
 }
 
 // The left vectors of x are the right ones of its transpose.
