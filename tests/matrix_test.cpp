@@ -74,27 +74,21 @@ TEST(Matrix, IsEditedByRowsColumnsAndSlices) {
 }
 
 TEST(Matrix, ProductsAccumulateEachElementInIncreasingOrder) {
-    for (int rows : {1, 2, 3, 5, 10, 50}) {
-        int const inner = 51 - rows;
+    for (int rows : {3, 50}) {
         mlMatrix a, b, c;
-        make_matrix(a, Kind::graded_cols, rows, inner, rows);
-        fill_random(b, inner, rows, inner);
-        a(0, 0) = b(inner / 2, 0) = 0.0;
-        a(rows - 1, inner / 2) = b(0, rows - 1) = infinity; // meet the zeros: no term is skipped
+        mlVector y(mlVectorZero, 2 * rows);
+        make_matrix(a, Kind::graded_cols, rows, 9, rows);
+        fill_random(b, 9, rows, 1);
+        a(0, 0) = b(4, 0) = 0.0;
+        a(rows - 1, 4) = b(0, rows - 1) = infinity; // meet the zeros: no term is skipped
         multiply(a, b, c);
-        mlVector x(mlVectorZero, inner), y(mlVectorZero, 2 * rows), z;
         for (int j = 0; j < rows; ++j) {
-            x = b.col(j);
-            multiply(a, x, y);
-            z.become(mlMatrixProduct, a, b.col(j));
-            ASSERT_EQ(y.size(), rows);
-            for (int i = 0; i < rows; ++i) {
-                double const sum = scalar_product(a.row(i), b.col(j));
-                EXPECT_TRUE(same(c(i, j), sum) && same(y[i], sum) && same(z[i], sum)) << i << ", " << j;
-            }
+            multiply(a, b.col(j), y);
+            for (int i = 0; i < rows; ++i)
+                EXPECT_TRUE(same(c(i, j), scalar_product(a.row(i), b.col(j))) && same(c(i, j), y[i])) << i << ' ' << j;
         }
         multiply(a, b, b); // in place
-        EXPECT_TRUE(b.rows() == rows && b.cols() == rows && equal(c, b, 0.0));
+        EXPECT_TRUE(y.size() == rows && b.rows() == rows && b.cols() == rows && equal(c, b, 0.0));
     }
 }
 
