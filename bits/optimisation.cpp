@@ -1,3 +1,4 @@
+#include <array>
 #include <cmath>
 
 #include "bits/digest.h"
@@ -52,6 +53,54 @@ void digest_line_searches() {
         digest(minimiser.minimise(found, range_end, not_converged));
         for (int const flag : {found, range_end, not_converged})
             digest(flag);
+    }
+}
+
+/// Stairs on both sides of a centre, on which ties abound, with a curvature that need not be true. Its calls are
+/// results.
+class Stairs : public mlFunction {
+public:
+    Stairs(double centre, double curvature, int orders, Digest & calls)
+        : centre_(centre), curvature_(curvature), calls_(calls) {
+        highest_derivative_order = orders;
+    }
+    double function(double t) const override { return std::fabs(step(0, t)); }
+    double function_derivative(int order, double t) const override {
+        double const s = step(order, t);
+        return order == 2 ? curvature_ : s > 0.0 ? 0.5 : s < 0.0 ? -0.5 : 0.0;
+    }
+    double t_min() const override { return -8.0; }
+    double t_max() const override { return 8.0; }
+
+private:
+    double step(int order, double t) const {
+        calls_(order);
+        calls_(t);
+        return std::floor((t - centre_) * 4.0);
+    }
+
+    double centre_, curvature_;
+    Digest & calls_;
+};
+
+void digest_stairs() {
+    ExactDigest digest("searches down stairs, call by call");
+    Operands operands(35);
+    for (int i = 0; i < 2000; ++i) {
+        double const centre = 0.5 * operands.below(17) - 4.0;
+        double const curvature = std::array{0.25, 1.0, 16.0, -1.0, 1e-17, 1e20}[operands.below(6)];
+        Stairs const f(centre, curvature, i % 3, digest);
+        double const lo = std::array{mlUnboundedMin, -8.0, -1.0}[operands.below(3)];
+        double const hi = std::array{mlUnboundedMax, 8.0, 1.0}[operands.below(3)];
+        double const start = 0.5 * operands.below(41) - 10.0;
+        mlMinimiser minimiser(f, start, lo, hi, std::array{1.0, 0.25, 0.0009765625}[operands.below(3)]);
+        for (int again = 0; again < 2; ++again) {
+            int flags[3];
+            digest(minimiser.minimise(flags[0], flags[1], flags[2]));
+            for (int const flag : flags)
+                digest(flag);
+            minimiser.change_range(operands.below(31) - 15.0);
+        }
     }
 }
 
@@ -155,6 +204,7 @@ void digest_newton() {
 
 void digest_optimisation() {
     digest_line_searches();
+    digest_stairs();
     digest_searches();
     digest_fits();
     digest_newton();
