@@ -47,7 +47,6 @@ private:
     Points points_;
 };
 
-/// With its protected operations made public.
 struct Fitter : mlLevenbergMarquardt {
     using mlLevenbergMarquardt::calc_matrices;
     using mlLevenbergMarquardt::fit;
@@ -60,14 +59,14 @@ TEST(LevenbergMarquardt, ReachesTheCertifiedValuesOfReferenceFits) {
         ColumnTable const table(std::string(MATHS_EXAMPLE_DATA) + problem.data, 2);
         NistFit model(problem, table.column(0), table.column(1));
         mlLevenbergMarquardt fitter(model); // reused: a fit owes nothing to the one before
-        mlVector start, result;
         for (int fit = 0; fit < 4; ++fit) {
-            bool const strict = fit % 2 == 1;
+            int const strict = fit % 2, n = model.n_parameters();
             fitter.set_strict(strict);
-            start.become(utConvert, problem.starts[fit / 2].data(), model.n_parameters());
+            mlVector start, result;
+            start.become(utConvert, problem.starts[fit / 2].data(), n);
             double const sum = fitter.fit(start, result) * model.n_points();
             EXPECT_GE(agreeing_digits(sum, problem.residual_sum), strict ? 10.0 : 4.0) << problem.name << ", " << fit;
-            for (int j = 0; j < model.n_parameters(); ++j)
+            for (int j = 0; j < n; ++j)
                 EXPECT_GE(agreeing_digits(result[j], problem.certified[j]), strict ? 6.0 : 3.5) << problem.name;
         }
     }
@@ -128,7 +127,7 @@ TEST(LevenbergMarquardt, SolvesTheStepByCholeskyThenByLUOrNotAtAll) {
 
 TEST(LevenbergMarquardt, KeepsParametersInTheirCanonicalForm) {
     // Points on the line 0.6 x + 0.8 y = 2: distance n . point - offset, n a direction.
-    LinearModel model(3, {{2, 1, -1, 0}, {-2, 4, -1, 0}, {6, -2, -1, 0}});
+    LinearModel model(3, {{2, 1, -1, 0}, {-2, 4, -1, 0}, {6, -2, -1, 0}}), pointless(2, {});
     Vector const start{3, 0, 0};
     Vector result{9, 9, 9, 9};
     mlLevenbergMarquardt fitter(model);
@@ -138,20 +137,16 @@ TEST(LevenbergMarquardt, KeepsParametersInTheirCanonicalForm) {
     EXPECT_EQ(contents(result), (Values{1, 0, 0}));
     EXPECT_LT(mlLevenbergMarquardt(model).fit(start, result), 1e-15);
     EXPECT_LT(norm_diff(result, Vector{0.6, 0.8, 2}), 1e-8);
-    EXPECT_DOUBLE_EQ(std::hypot(result[0], result[1]), 1.0);
-}
-
-TEST(LevenbergMarquardt, EndsAtTheStartWithoutPoints) {
-    LinearModel model(2, {});
-    mlVector result;
-    EXPECT_FALSE(std::isfinite(mlLevenbergMarquardt(model).fit(Vector{0, 4}, result)));
+    EXPECT_FALSE(std::isfinite(mlLevenbergMarquardt(pointless).fit(Vector{0, 4}, result)));
     EXPECT_EQ(contents(result), (Values{0, 4}));
 }
 
 TEST(DistanceLeastSquares, RatesHowThePointsDetermineTheParametersOfUnitScale) {
     std::pair<Points, double> const cases[] = {
         {{{3, 4, 0}, {-0.4, 0.3, 0}}, 0.1}, // rows at right angles: their lengths
-        {{{1, 1, 0}, {2, 2, 0}, {3, 3, 0}}, 0.0}, {{{0, 0, 0}, {0, 0, 0}}, 0.0}, {{{1, 0, 0}}, 0.0}, {{{-2, 0}}, 1.0},
+        {{{1, 1, 0}, {2, 2, 0}, {3, 3, 0}}, 0.0},
+        {{{1, 0, 0}}, 0.0},
+        {{{-2, 0}}, 1.0},
     };
     for (auto const & [points, quality] : cases) {
         LinearModel model(static_cast<int>(points[0].size()) - 1, points);
