@@ -19,37 +19,26 @@ double walk_with(TracedFunction & f) {
 }
 
 TEST(MinimumBracketing, WalksByGoldenStridesAndParabolasUpToALimit) {
-    double const gold = 1.618034, c = 1.0 + gold * (1.0 - 0.0), d = c + gold * (c - 1.0),
-                 limit = 1.0 + 100.0 * (c - 1.0);
-    auto const parabola = [c](double m, Values const & rest) {
-        Values values = {m * m, (1 - m) * (1 - m), (c - m) * (c - m)};
-        values.insert(values.end(), rest.begin(), rest.end());
-        return values;
-    };
-    struct {
-        Values answers, asked;
-    } const walks[] = {
-        {{2, 1, 1}, {0, 1, c}},                   // a tie ends the walk ...
-        {{1, 1, 2}, {0, 1, c}},                   // ... and does not turn it round
-        {parabola(2, {0.5, 9}), {0, 1, c, 2, d}}, // between, and neither end of a bracket
-        {parabola(40, {0, 9}), {0, 1, c, 40, d}}, // the next stride is one from the old points
-        {parabola(1e4, {1e9}), {0, 1, c, limit}}, // too far
-        {{0, -1, -c, 9}, {0, 1, c, limit}},       // a straight line: its minimum is far ahead
-        {{0, -1, -c * c, 9}, {0, 1, c, d}},       // upside down
-    };
-    for (auto const & walk : walks) {
-        SCOPED_TRACE(&walk - walks);
-        TracedFunction f([&walk, k = 0](double) mutable { return walk.answers.at(k++); });
+    double const gold = 1.618034, c = 1.0 + gold, d = c + gold * (c - 1.0), limit = 1.0 + 100.0 * (c - 1.0);
+    auto const expect = [](Values const & answers, Values const & asked) {
+        TracedFunction f([&, k = 0](double) mutable { return answers.at(k++); });
         walk_with(f);
-        ASSERT_EQ(f.calls.size(), walk.asked.size());
-        for (std::size_t k = 0; k < walk.asked.size(); ++k)
-            EXPECT_NEAR(f.calls[k].t, walk.asked[k], 1e-12 * walk.asked[k]) << k;
-    }
-}
-
-TEST(MinimumBracketing, EndsWhereTheArithmeticOverflows) {
+        ASSERT_EQ(f.calls.size(), asked.size());
+        for (std::size_t k = 0; k < asked.size(); ++k)
+            EXPECT_NEAR(f.calls[k].t, asked[k], 1e-12 * asked[k]) << testing::PrintToString(answers);
+    };
+    auto const parabola = [c](double m, double next, double after) {
+        return Values{m * m, (1 - m) * (1 - m), (c - m) * (c - m), next, after};
+    };
+    expect({2, 1, 1}, {0, 1, c});                    // a tie ends the walk ...
+    expect({1, 1, 2}, {0, 1, c});                    // ... and does not turn it round
+    expect(parabola(2, 0.5, 9), {0, 1, c, 2, d});    // between, and neither end of a bracket
+    expect(parabola(40, 0, 9), {0, 1, c, 40, d});    // the next stride is one from the old points
+    expect(parabola(1e4, 1e9, 0), {0, 1, c, limit}); // too far
+    expect({0, -1, -c, 9}, {0, 1, c, limit});        // a straight line: its minimum is far ahead
+    expect({0, -1, -c * c, 9}, {0, 1, c, d});        // upside down
     TracedFunction falling([](double t) { return -t; });
-    EXPECT_EQ(walk_with(falling), INFINITY);
+    EXPECT_EQ(walk_with(falling), INFINITY) << "ends where the arithmetic overflows";
 }
 
 TEST(BrentSearch, CutsGoldenSectionsUntilAParabolaFits) {

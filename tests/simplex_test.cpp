@@ -48,28 +48,24 @@ TEST(Simplex, FindsMinimaFromASimplexWhoseLastVertexIsTheStart) {
 }
 
 TEST(Simplex, ExpandsContractsAndShrinksByTheReflectedValue) {
-    // The vertices (0.1, 0), (0, 0.1), (0, 0) have the values 3, 2, 1, and the first is reflected to (-0.1, 0.1).
-    struct {
-        Values values; // there, and at the points asked for after it
-        double x, y;   // the point asked for next
-    } const steps[] = {
-        {{1.5}, -0.1, 0},                   // better than the second highest: that one is reflected next
-        {{1.0}, -0.2, 0.15},                // as good as the best: expand
-        {{0.5, 0.7, 0.6, 0.55}, -0.2, 0.2}, // a failed expansion leaves the reflected vertex
-        {{2.0}, -0.05, 0.075},              // as bad as the second highest, yet kept: contract from there
-        {{5.0}, 0.05, 0.025},               // no better than before: contract inside
-        {{2.5, 2.6}, -0.05, 0.05},          // the contraction must beat the reflected value: shrink towards the lowest
-        {{2.5, 2.6, 9, 8}, 0.05, 0},        // every vertex but the lowest, and go on from there
-        {{5.0, nan_value}, 0.05, 0},        // from where the highest was, when nothing replaced it
+    // The vertices (0.1, 0), (0, 0.1), (0, 0) have the values 3, 2, 1, and the first is reflected to (-0.1, 0.1), which
+    // has the first of the values given. The others are those at the points asked for after it; (x, y) comes next.
+    auto const expect = [](Values values, double x, double y) {
+        values.insert(values.begin(), {3, 2, 1});
+        auto const answer = [&, k = 0u](mlSlice const &) mutable {
+            return k < values.size() ? values[k++] : nan_value;
+        };
+        Values const next = Search(2, answer).f.points[values.size()];
+        EXPECT_LT(std::hypot(next[0] - x, next[1] - y), 1e-15) << testing::PrintToString(values);
     };
-    for (auto const & step : steps) {
-        Values values{3, 2, 1};
-        values.insert(values.end(), step.values.begin(), step.values.end());
-        std::size_t k = 0;
-        Search const search(2, [&](mlSlice const &) { return k < values.size() ? values[k++] : nan_value; });
-        Values const & next = search.f.points[values.size()];
-        EXPECT_LT(std::hypot(next[0] - step.x, next[1] - step.y), 1e-15) << testing::PrintToString(step.values);
-    }
+    expect({1.5}, -0.1, 0);                   // better than the second highest: that one is reflected next
+    expect({1.0}, -0.2, 0.15);                // as good as the best: expand
+    expect({0.5, 0.7, 0.6, 0.55}, -0.2, 0.2); // a failed expansion leaves the reflected vertex
+    expect({2.0}, -0.05, 0.075);              // as bad as the second highest, yet kept: contract from there
+    expect({5.0}, 0.05, 0.025);               // no better than before: contract inside
+    expect({2.5, 2.6}, -0.05, 0.05);   // the contraction must beat the reflected value: shrink towards the lowest
+    expect({2.5, 2.6, 9, 8}, 0.05, 0); // every vertex but the lowest, and go on from there
+    expect({5.0, nan_value}, 0.05, 0); // from where the highest was, when nothing replaced it
 }
 
 TEST(Simplex, EndsAtItsLimitOfCallsWhateverTheValues) {
