@@ -43,32 +43,23 @@ TEST(LU, FactorsSolvesAndInvertsWithinAFewRoundoffs) {
 }
 
 TEST(LU, PrefersTheUpperOfEqualPivotsAndKeepsWhatTheColumnsBeforeASmallOneMade) {
-    struct {
-        double a[9], packed[9]; // packed: U, with the multipliers of L below its diagonal
-        int row[3], singular;
-        double determinant;
-    } const cases[] = {
-        {{1, 2, 0, -1, 3, 0, 0, 0, 1}, {1, 2, 0, -1, 5, 0, 0, 0, 1}, {0, 1, 2}, 0, 5},
-        {{0, 1, 0, 0, 0, 1, 2, 0, 0}, {2, 0, 0, 0, 1, 0, 0, 0, 1}, {2, 0, 1}, 0, 2},
-        {{2, 1, 4, 4, 2, 6, 1, 0.5, 7}, {4, 2, 6, 0.5, 0, 1, 0.25, 0, 5.5}, {1, 0, 2}, 1, 0},
-        {{1, 0, 0, 0, 0, 3, 0, 1e-21, 5}, {1, 0, 0, 0, 1e-21, 5, 0, 0, 3}, {0, 2, 1}, 1, -1e-21 * 3}, // exchanged first
-    };
-    for (auto const & e : cases) {
-        mlMatrix const a(utConvert, e.a, 3, 3);
-        mlLUDecomposition const lu(a);
+    // packed: U, with the multipliers of L below its diagonal
+    auto const expect = [](Values const & a, Values const & packed, Values const & rows, int singular, double det) {
+        mlLUDecomposition const lu(mlMatrix(utConvert, a.data(), 3, 3));
         Factors const f(lu);
         for (int k = 0; k < 9; ++k) {
-            EXPECT_EQ((k % 3 < k / 3 ? f.lower : f.upper).data()[k], e.packed[k]) << "element " << k;
-            EXPECT_EQ(f.permutation.data()[k], k % 3 == e.row[k / 3]) << "element " << k;
+            EXPECT_EQ((k % 3 < k / 3 ? f.lower : f.upper).data()[k], packed[k]) << "element " << k;
+            EXPECT_EQ(f.permutation.data()[k], k % 3 == rows[k / 3]) << "element " << k;
         }
-        EXPECT_EQ(lu.is_singular(), e.singular);
-        EXPECT_EQ(lu.determinant(), e.determinant);
-    }
+        EXPECT_TRUE(lu.is_singular() == singular && lu.determinant() == det) << lu.determinant();
+    };
+    expect({1, 2, 0, -1, 3, 0, 0, 0, 1}, {1, 2, 0, -1, 5, 0, 0, 0, 1}, {0, 1, 2}, 0, 5);
+    expect({2, 1, 4, 4, 2, 6, 1, 0.5, 7}, {4, 2, 6, 0.5, 0, 1, 0.25, 0, 5.5}, {1, 0, 2}, 1, 0);
+    expect({1, 0, 0, 0, 0, 3, 0, 1e-21, 5}, {1, 0, 0, 0, 1e-21, 5, 0, 0, 3}, {0, 2, 1}, 1,
+           -1e-21 * 3); // exchanged first
     EXPECT_EQ(mlLUDecomposition(mlMatrix()).determinant(), 1.0);
-}
 
-TEST(LU, PassesPivotsOfTheAbsoluteThresholdAndNaNsAndSkipsNoZeroMultiplier) {
-    Matrix a(2, 2, {1, 0, 0, -1e-20});
+    Matrix a(2, 2, {1, 0, 0, -1e-20}); // the threshold is absolute
     EXPECT_EQ(mlLUDecomposition(a).is_singular(), 0);
     a(1, 1) = std::nextafter(1e-20, 0.0);
     EXPECT_EQ(mlLUDecomposition(a).is_singular(), 1);
