@@ -104,6 +104,21 @@ void digest_stairs() {
     }
 }
 
+void digest_brackets() {
+    ExactDigest digest("brackets down stairs, call by call");
+    Operands operands(36);
+    for (int i = 0; i < 2000; ++i) {
+        Stairs f(0.5 * operands.below(401) - 100.0, 0.0, 0, digest);
+        double a = operands.below(21) - 10.0, b = a + 0.75 * operands.below(4) - 1.25, c, fa, fb, fc, x;
+        ml_minimum_bracketing(f, a, b, c, fa, fb, fc);
+        for (double const value : {a, b, c, fa, fb, fc})
+            digest(value);
+        double const tolerance = std::array{0.2, 1e-3, 1e-8}[operands.below(3)];
+        digest(ml_brent_minimum_search(f, a, b, c, tolerance, i % 2 == 0 ? 3 : 100, &x));
+        digest(x);
+    }
+}
+
 void digest_searches() {
     ExactDigest digest("minima of functions of several variables");
     Operands operands(32);
@@ -205,6 +220,7 @@ void digest_newton() {
 void digest_optimisation() {
     digest_line_searches();
     digest_stairs();
+    digest_brackets();
     digest_searches();
     digest_fits();
     digest_newton();

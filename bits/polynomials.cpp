@@ -35,7 +35,10 @@ void digest_arithmetic() {
             points[i][1] = y[i];
         }
         curve.fit(0.0, 1.0, points.data(), n, coefficients.data());
-        for (int i = 0; i <= n; ++i)
+        coefficients.expand(n + 2);
+        degree = n;
+        mlTinyVector2Polynomial::integral(degree, coefficients.data());
+        for (int i = 0; i <= degree; ++i)
             digest(coefficients[i].slice());
     }
 }

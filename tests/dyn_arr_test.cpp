@@ -1,13 +1,11 @@
 #include "platform/coDynArr.h"
 
 #include <climits>
-#include <numeric>
-#include <stdexcept>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "tests/support/traces.h"
-#include "tests/support/values.h"
 
 namespace {
 
@@ -35,8 +33,8 @@ TEST(DynArr, FollowsAModelThatCounts) {
                 break;
             case 3: {
                 intcoDynArr other(n + 3, 1 + n % 5);
-                other.expand(n);
-                std::iota(other.begin(), other.end(), 0);
+                for (int i = 0; i < n; ++i)
+                    other[i] = i;
                 array.become(utCopy, intcoDynArr(utCopy, other)), size = n;
                 reach(n); // still by the old increment
                 increment = 1 + n % 5;
@@ -46,9 +44,9 @@ TEST(DynArr, FollowsAModelThatCounts) {
             for (int i = old_size; i < array.size(); ++i)
                 array[i] = i;
             array.become(utCopy, array);
-            std::vector<int> model(size); // element i is i
-            std::iota(model.begin(), model.end(), 0);
-            ASSERT_EQ(contents(array), model) << "step " << step;
+            ASSERT_EQ(array.size(), size) << "step " << step;
+            for (int i = 0; i < size; ++i)
+                ASSERT_EQ(array[i], i) << "step " << step;
             ASSERT_TRUE(array.capacity() == capacity && array.increment() == increment) << "step " << step;
             ASSERT_EQ(array.data() == nullptr, capacity == 0);
         }
@@ -70,14 +68,13 @@ TEST(DynArr, FollowsItsFormulaBelowTheCapacityAndHoldsNothingWhileThatIsNegative
     EXPECT_EQ(negative.size(), 0);
     negative[0] = 7;
     EXPECT_THROW(negative[INT_MAX], std::bad_alloc);
-    EXPECT_EQ(contents(negative), std::vector{7});
+    EXPECT_TRUE(negative.size() == 1 && negative[0] == 7);
 }
 
 /// Counts its living objects, of which there can be 12. Can only be moved.
 struct Counted {
     Counted() {
-        if (living == 12) throw std::runtime_error("no more");
-        ++living;
+        if (++living > 12) throw --living;
     }
     ~Counted() { --living; }
     Counted & operator=(Counted && other) { return value = std::exchange(other.value, -1), *this; }
@@ -91,7 +88,7 @@ TEST(DynArr, ConstructsEachSlotMovesWhatCannotBeCopiedAndSurvivesAThrowingElemen
         for (int i = 0; i < 5; ++i)
             array[i].value = i;
         EXPECT_EQ(Counted::living, 6);
-        EXPECT_THROW(array.reserve(9), std::runtime_error);
+        EXPECT_THROW(array.reserve(9), int);
         array.shrink(5, 1);
         EXPECT_EQ(Counted::living, 5);
         for (int i = 0; i < 5; ++i)

@@ -19,7 +19,7 @@ struct Factors {
 
 TEST(LU, FactorsSolvesAndInvertsWithinAFewRoundoffs) {
     for (Kind const kind : all_kinds) {
-        for (int const n : {0, 1, 2, 3, 5, 10, 50}) {
+        for (int const n : {0, 1, 2, 5, 50}) {
             SCOPED_TRACE(name_of(kind) + std::to_string(n));
             mlMatrix a, wide, b, x, inverse;
             make_matrix(a, kind, n, n, 100 + n);
@@ -36,49 +36,35 @@ TEST(LU, FactorsSolvesAndInvertsWithinAFewRoundoffs) {
             EXPECT_LT(solve_ratio(a, inverse, mlMatrix(mlMatrixIdentity, n)), 30.0);
             lu.solve(b, x);
             EXPECT_LT(solve_ratio(a, x, b), 30.0);
-            mlVector v(mlVectorZero, n);
-            v = b.col(0);
-            lu.solve(v, v);
-            EXPECT_LT(solve_ratio(a, mlMatrix(utConvert, v.data(), n, 1), b), 30.0);
-            lu.solve(b, b);
-            EXPECT_EQ(b, x) << "solving in place";
+            lu.solve(b, b); // in place
+            EXPECT_EQ(b, x);
         }
     }
 }
 
 TEST(LU, PrefersTheUpperOfEqualPivotsAndKeepsWhatTheColumnsBeforeASmallOneMade) {
-    struct {
-        double a[9], packed[9]; // packed: U, with the multipliers of L below its diagonal
-        int row[3], singular;
-        double determinant;
-    } const cases[] = {
-        {{1, 2, 0, -1, 3, 0, 0, 0, 1}, {1, 2, 0, -1, 5, 0, 0, 0, 1}, {0, 1, 2}, 0, 5},
-        {{0, 1, 0, 0, 0, 1, 2, 0, 0}, {2, 0, 0, 0, 1, 0, 0, 0, 1}, {2, 0, 1}, 0, 2},
-        {{2, 1, 4, 4, 2, 6, 1, 0.5, 7}, {4, 2, 6, 0.5, 0, 1, 0.25, 0, 5.5}, {1, 0, 2}, 1, 0},
-        {{1, 0, 0, 0, 0, 3, 0, 1e-21, 5}, {1, 0, 0, 0, 1e-21, 5, 0, 0, 3}, {0, 2, 1}, 1, -1e-21 * 3}, // exchanged first
-    };
-    for (auto const & e : cases) {
-        mlMatrix const a(utConvert, e.a, 3, 3);
-        mlLUDecomposition const lu(a);
+    // packed: U, with the multipliers of L below its diagonal
+    auto const expect = [](Values const & a, Values const & packed, Values const & rows, int singular, double det) {
+        mlLUDecomposition const lu(mlMatrix(utConvert, a.data(), 3, 3));
         Factors const f(lu);
         for (int k = 0; k < 9; ++k) {
-            EXPECT_EQ((k % 3 < k / 3 ? f.lower : f.upper).data()[k], e.packed[k]) << "element " << k;
-            EXPECT_EQ(f.permutation.data()[k], k % 3 == e.row[k / 3]) << "element " << k;
+            EXPECT_EQ((k % 3 < k / 3 ? f.lower : f.upper).data()[k], packed[k]) << "element " << k;
+            EXPECT_EQ(f.permutation.data()[k], k % 3 == rows[k / 3]) << "element " << k;
         }
-        EXPECT_EQ(lu.is_singular(), e.singular);
-        EXPECT_EQ(lu.determinant(), e.determinant);
-    }
+        EXPECT_TRUE(lu.is_singular() == singular && lu.determinant() == det) << lu.determinant();
+    };
+    expect({1, 2, 0, -1, 3, 0, 0, 0, 1}, {1, 2, 0, -1, 5, 0, 0, 0, 1}, {0, 1, 2}, 0, 5);
+    expect({2, 1, 4, 4, 2, 6, 1, 0.5, 7}, {4, 2, 6, 0.5, 0, 1, 0.25, 0, 5.5}, {1, 0, 2}, 1, 0);
+    expect({1, 0, 0, 0, 0, 3, 0, 1e-21, 5}, {1, 0, 0, 0, 1e-21, 5, 0, 0, 3}, {0, 2, 1}, 1,
+           -1e-21 * 3); // exchanged first
     EXPECT_EQ(mlLUDecomposition(mlMatrix()).determinant(), 1.0);
-}
 
-TEST(LU, PassesPivotsOfTheAbsoluteThresholdAndNaNsAndSkipsNoZeroMultiplier) {
-    Matrix a(2, 2, {1, 0, 0, -1e-20});
+    Matrix a(2, 2, {1, 0, 0, -1e-20}); // the threshold is absolute
     EXPECT_EQ(mlLUDecomposition(a).is_singular(), 0);
     a(1, 1) = std::nextafter(1e-20, 0.0);
     EXPECT_EQ(mlLUDecomposition(a).is_singular(), 1);
     a(0, 1) = infinity; // a(1, 1) - 0 * infinity
-    EXPECT_EQ(mlLUDecomposition(a).is_singular(), 0);
-    EXPECT_TRUE(std::isnan(Factors(mlLUDecomposition(a)).upper(1, 1)));
+    EXPECT_TRUE(std::isnan(Factors(mlLUDecomposition(a)).upper(1, 1)) && mlLUDecomposition(a).is_singular() == 0);
 }
 
 TEST(LU, MultipliesTheLastOfTheCallersRowsByAReciprocalInTheMatrixFormAlone) {

@@ -7,12 +7,8 @@
 
 namespace {
 
-template <class Tag, class... Sizes>
-concept IsATag = requires(mlMatrix m, Tag tag, Sizes... sizes) {
-    m.become(tag, sizes...);
-};
-static_assert(IsATag<int, int> && !IsATag<enum mlMatrixZero, int> && !IsATag<enum mlVectorZero, int>);
-static_assert(sizeof(mlMatrix) == sizeof(doublecoDynArr) + 2 * sizeof(int) && !std::is_copy_constructible_v<mlMatrix>);
+static_assert(sizeof(mlMatrix) == sizeof(doublecoDynArr) + 2 * sizeof(int) && !std::is_copy_constructible_v<mlMatrix> &&
+              !std::is_constructible_v<mlMatrix, enum mlVectorZero, int, int>);
 
 void expect_table(mlMatrix const & m, std::vector<Values> const & table) {
     ASSERT_EQ(m.rows(), static_cast<int>(table.size()));
@@ -74,31 +70,25 @@ TEST(Matrix, IsEditedByRowsColumnsAndSlices) {
 }
 
 TEST(Matrix, ProductsAccumulateEachElementInIncreasingOrder) {
-    for (int rows : {1, 2, 3, 5, 10, 50}) {
-        int const inner = 51 - rows;
+    for (int rows : {3, 50}) {
         mlMatrix a, b, c;
-        make_matrix(a, Kind::graded_cols, rows, inner, rows);
-        fill_random(b, inner, rows, inner);
-        a(0, 0) = b(inner / 2, 0) = 0.0;
-        a(rows - 1, inner / 2) = b(0, rows - 1) = infinity; // meet the zeros: no term is skipped
+        mlVector y(mlVectorZero, 2 * rows);
+        make_matrix(a, Kind::graded_cols, rows, 9, rows);
+        fill_random(b, 9, rows, 1);
+        a(0, 0) = b(4, 0) = 0.0;
+        a(rows - 1, 4) = b(0, rows - 1) = infinity; // meet the zeros: no term is skipped
         multiply(a, b, c);
-        mlVector x(mlVectorZero, inner), y(mlVectorZero, 2 * rows), z;
         for (int j = 0; j < rows; ++j) {
-            x = b.col(j);
-            multiply(a, x, y);
-            z.become(mlMatrixProduct, a, b.col(j));
-            ASSERT_EQ(y.size(), rows);
-            for (int i = 0; i < rows; ++i) {
-                double const sum = scalar_product(a.row(i), b.col(j));
-                EXPECT_TRUE(same(c(i, j), sum) && same(y[i], sum) && same(z[i], sum)) << i << ", " << j;
-            }
+            multiply(a, b.col(j), y);
+            for (int i = 0; i < rows; ++i)
+                EXPECT_TRUE(same(c(i, j), scalar_product(a.row(i), b.col(j))) && same(c(i, j), y[i])) << i << ' ' << j;
         }
         multiply(a, b, b); // in place
-        EXPECT_TRUE(b.rows() == rows && b.cols() == rows && equal(c, b, 0.0));
+        EXPECT_TRUE(y.size() == rows && b.rows() == rows && b.cols() == rows && equal(c, b, 0.0));
     }
 }
 
-TEST(Matrix, ComparesStoredValuesWhateverTheShape) {
+TEST(Matrix, ComparesStoredValuesWhateverTheShapeAndPrintsARowPerLine) {
     Values const values = {1, -5, 3, 4, nan_value, 6};
     mlMatrix const a(utConvert, values.data(), 2, 2), b(utConvert, values.data(), 2, 3);
     mlMatrix c(utConvert, values.data(), 4, 1);
@@ -107,12 +97,8 @@ TEST(Matrix, ComparesStoredValuesWhateverTheShape) {
     c[3] += 0.5;
     EXPECT_TRUE(equal(a, c, 0.5) && !equal(a, c, 0.49));
     EXPECT_EQ(mlMatrix(utConvert, values.data(), 1, 2).max_absolute_value(), 1.0); // 1 and -5, with its sign
-    EXPECT_EQ(mlMatrix(utConvert, values.data() + 1, 1, 2).max_absolute_value(), 5.0);
-}
-
-TEST(Matrix, PrintsARowPerLineAndLeavesAPrecisionOfSix) {
     std::ostringstream stream;
-    stream << std::setprecision(2) << mlMatrix(mlMatrixIdentity, 2) << 0.1234567;
+    stream << std::setprecision(2) << mlMatrix(mlMatrixIdentity, 2) << 0.1234567; // leaves a precision of six
     EXPECT_EQ(stream.str(), "| 1.000000 0.000000 | \n| 0.000000 1.000000 | \n0.123457");
 }
 

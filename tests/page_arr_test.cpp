@@ -39,7 +39,6 @@ TEST(PageArr, TransfersRunsAcrossPagesAndOverThemselves) {
         int const n = 1 + below(40), first = below(n), count = 1 + below(n - first), target = below(n + 1);
         intcoPageArr array(below(4), 0, 1), source{7, 8, 9};
         std::vector<int> model = counting(n), run(count + 3);
-        array.copyin(model.data(), first, 0, 0);
         array.copyin(model.data(), n - first, first, first);
         array.copyin(model.data(), first, 0, 0);
         array.copyout(run.data(), count, first, 3);
@@ -58,7 +57,7 @@ TEST(PageArr, TransfersRunsAcrossPagesAndOverThemselves) {
 
 TEST(PageArr, RepaginatesAShortArrayIntoTheSmallestPage) {
     int const cases[][5] = {// size, pages, then slots saved, the size of a page and the pages left
-                            {3, 1, 252, 4, 1},     {4, 3, 764, 4, 1},   {5, 1, 248, 8, 1},  {1, 1, 255, 1, 1},
+                            {3, 1, 252, 4, 1},     {4, 3, 764, 4, 1},   {5, 1, 248, 8, 1},
                             {200, 2, 256, 256, 1}, {256, 2, 0, 256, 2}, {0, 2, 512, 256, 0}};
     for (auto const & [size, blocks, saved, page_size, blocks_left] : cases) {
         intcoPageArr array;
@@ -66,8 +65,7 @@ TEST(PageArr, RepaginatesAShortArrayIntoTheSmallestPage) {
         array.shrink(size, 0);
         EXPECT_EQ(array.repaginate(), saved) << size << " in " << blocks << " pages";
         EXPECT_TRUE(array.page_size() == page_size && 1 << array.page_shift() == page_size);
-        EXPECT_EQ(array.blocks(), blocks_left);
-        EXPECT_EQ(contents(array), counting(size));
+        EXPECT_TRUE(array.blocks() == blocks_left && contents(array) == counting(size));
     }
 }
 

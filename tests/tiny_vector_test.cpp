@@ -36,8 +36,6 @@ TYPED_TEST(TinyVector, GivesTheResultsOfItsSliceButRoundsAndMultipliesInItsOwnWa
                       distance_squared(a, b), norm_diff(a, b)}),
               (Values{s.sum(), s.modulus_squared(), t.max_absolute_value(), scalar_product(s, t),
                       distance_squared(s, t), norm_diff(s, t)}));
-    c.interpolate(c, b, 0.0);
-    EXPECT_EQ(c == a, 1);
     c.interpolate(c, b, 1.0);
     EXPECT_EQ(c != b, 0);
     c.become(mlVectorAdd, a, b) -= a;
@@ -56,21 +54,20 @@ TYPED_TEST(TinyVector, GivesTheResultsOfItsSliceButRoundsAndMultipliesInItsOwnWa
     auto const negative_zeros = this->counting(-0.0, -0.0), ones = this->counting(1.0, 0.0);
     EXPECT_FALSE(std::signbit(negative_zeros.sum()));                // from 0.0
     EXPECT_TRUE(std::signbit(scalar_product(negative_zeros, ones))); // from the first product
-    auto v = this->counting(49.0, 1.0), w = v;
-    v /= 49.0;
-    EXPECT_LT(v[0], 1.0); // by the reciprocal
-    multiply(mlMatrix(utConvert, Values{1, 2}.data(), 1, 2), ones, w);
-    EXPECT_EQ(Values(&w[0], &w[0] + 2), (Values{3, 50})); // one row writes one component
+    a = this->counting(49.0, 1.0);
+    a /= 49.0;
+    EXPECT_LT(a[0], 1.0); // by the reciprocal
+    multiply(mlMatrix(utConvert, Values{1, 2}.data(), 1, 2), ones, b);
+    EXPECT_TRUE(b[0] == 3.0 && b[1] == 3.3 - 1.1) << "one row writes one component";
 }
 
 TEST(TinyVector3, ProductsAreRightHandedAndMayReplaceAnOperand) {
-    mlTinyVector3 x(mlVectorZero), y = x, z;
+    mlTinyVector3 x(mlVectorZero), y = x;
     x[0] = y[1] = 1.0;
-    z.vector_product(x, y);
-    EXPECT_EQ(printed(z), "<0,0,1>");
-    EXPECT_EQ(scalar_triple_product(x, y, z), 1.0);
-    x.vector_product(x, z);
-    EXPECT_EQ(contents(x.slice()), (Values{0, -1, 0}));
+    y.vector_product(x, y);
+    EXPECT_EQ(printed(y), "<0,0,1>");
+    x.vector_product(x, y);
+    EXPECT_EQ(printed(x), "<0,-1,0>");
 }
 
 } // namespace

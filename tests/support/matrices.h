@@ -16,9 +16,7 @@ enum class Kind {
     graded_cols,
     nearly_singular,
     huge,
-    tiny,
     zero_row,
-    zero_col,
     graded_300_decades,
     rank_two,
     repeated_values,
@@ -26,18 +24,14 @@ enum class Kind {
     near_underflow
 };
 
+/// Without the last five, which only decompositions that rank and range leave unharmed can bear.
 inline constexpr Kind all_kinds[] = {Kind::identity,        Kind::random, Kind::graded_rows, Kind::graded_cols,
-                                     Kind::nearly_singular, Kind::huge,   Kind::tiny,        Kind::zero_row};
-
-/// Further kinds, for decompositions that rank and range leave unharmed.
-inline constexpr Kind harder_kinds[] = {Kind::zero_col,        Kind::graded_300_decades, Kind::rank_two,
-                                        Kind::repeated_values, Kind::near_overflow,      Kind::near_underflow};
+                                     Kind::nearly_singular, Kind::huge,   Kind::zero_row};
 
 inline std::string name_of(Kind kind) {
     static char const * const names[] = {
-        "identity",      "random",        "graded_rows", "graded_cols",        "nearly_singular", "huge",
-        "tiny",          "zero_row",      "zero_col",    "graded_300_decades", "rank_two",        "repeated_values",
-        "near_overflow", "near_underflow"};
+        "identity",           "random",   "graded_rows",     "graded_cols",   "nearly_singular", "huge", "zero_row",
+        "graded_300_decades", "rank_two", "repeated_values", "near_overflow", "near_underflow"};
     return names[static_cast<int>(kind)];
 }
 
@@ -77,13 +71,11 @@ inline void make_matrix(mlMatrix & m, Kind kind, int rows, int cols, long seed =
         each([&](int r, int c) { return r > 0 && r == rows - 1 ? m(0, c) + 1e-10 * m(r, c) : m(r, c); });
         break;
     case Kind::huge: each([&](int r, int c) { return m(r, c) * 1e150; }); break;
-    case Kind::tiny: each([&](int r, int c) { return m(r, c) * 1e-16; }); break;
     case Kind::zero_row: each([&](int r, int c) { return r == rows / 2 ? 0.0 : m(r, c); }); break;
-    case Kind::zero_col: each([&](int r, int c) { return c == cols / 2 ? 0.0 : m(r, c); }); break;
     case Kind::graded_300_decades:
         each([&](int r, int c) { return m(r, c) * std::pow(10.0, -150 * (r / row_steps + c / col_steps)); });
         break;
-    case Kind::rank_two: // small integers, so that the rank is exact
+    case Kind::rank_two: // small integers, so that the rank is exact; column 2 is zero
         each([](int r, int c) { return (r % 3 - 1.0) * (c % 5 - 2.0) + (r % 7 - 3.0) * (c % 2); });
         break;
     case Kind::repeated_values: // a reflection 1 - 2 h h^T / h^T h: every singular value is 1, but for a border

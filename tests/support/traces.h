@@ -1,7 +1,5 @@
 #pragma once
 
-#include <bit>
-#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <ostream>
@@ -62,22 +60,6 @@ public:
 
 private:
     std::uint64_t state_;
-};
-
-/// Condenses results and calls to 64 bits (FNV-1a, a double at a time; every NaN counts as the same).
-class Digest {
-public:
-    void add(double x) { bits_ = (bits_ ^ std::bit_cast<std::uint64_t>(x != x ? NAN : x)) * 0x100000001b3; }
-    void add(std::vector<Call> const & calls) {
-        for (Call const & call : calls) {
-            add(call.order);
-            add(call.t);
-        }
-    }
-    std::uint64_t bits() const { return bits_; }
-
-private:
-    std::uint64_t bits_ = 0xcbf29ce484222325;
 };
 
 /// A function of n variables that records the points at which its value is asked for.
