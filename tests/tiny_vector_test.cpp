@@ -57,8 +57,9 @@ TYPED_TEST(TinyVector, GivesTheResultsOfItsSliceButRoundsAndMultipliesInItsOwnWa
     a = this->counting(49.0, 1.0);
     a /= 49.0;
     EXPECT_LT(a[0], 1.0); // by the reciprocal
+    auto const before = b;
     multiply(mlMatrix(utConvert, Values{1, 2}.data(), 1, 2), ones, b);
-    EXPECT_TRUE(b[0] == 3.0 && b[1] == 3.3 - 1.1) << "one row writes one component";
+    EXPECT_TRUE(b[0] == 3.0 && b[1] == before[1]) << "one row writes one component";
 }
 
 TEST(TinyVector3, ProductsAreRightHandedAndMayReplaceAnOperand) {
