@@ -63,7 +63,10 @@ public:
     /// Element i; an i at or past the end extends the array to i + 1 elements.
     T & operator[](int i) {
         MATHS_CHECK(i >= 0, "array element: index %d is negative", i);
-        if (i >= size_) extend(i);
+        if (i >= size_) {
+            if (i >= capacity_) resize(i);
+            size_ = i + 1;
+        }
         return data_[i];
     }
     T const & operator[](int i) const {
@@ -105,10 +108,9 @@ public:
 protected:
     /// Makes `index` a valid slot by the growth rule, which holds literally: an index below the capacity shrinks the
     /// block. Answers 1.
-    int resize(int index);
+    [[gnu::cold]] int resize(int index);
 
 private:
-    void extend(int index);
     void relocate(int capacity);
 
     T * data_ = nullptr;
@@ -175,11 +177,6 @@ template <class T> int coDynArr<T>::resize(int index) {
     if (capacity > std::numeric_limits<int>::max()) throw std::bad_alloc();
     relocate(static_cast<int>(capacity));
     return 1;
-}
-
-template <class T> void coDynArr<T>::extend(int index) {
-    if (index >= capacity_) resize(index);
-    size_ = index + 1;
 }
 
 template <class T> void coDynArr<T>::relocate(int capacity) {

@@ -1,6 +1,8 @@
 #include "platform/coStorage.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
@@ -15,6 +17,22 @@ bool must_fail() {
     return left == 0;
 }
 
+// Stands before every block, which so keeps malloc's alignment.
+struct alignas(std::max_align_t) Header {
+    std::size_t room; // bytes behind it
+};
+
+// A block that grows gets as much room again, so that growth by small steps copies each element only once or twice. No
+// more than this, though: the C runtime moves large blocks by their pages.
+std::size_t const most_in_reserve = 16 * 1024 * 1024;
+
+Header * header_of(void * block) { return block == nullptr ? nullptr : static_cast<Header *>(block) - 1; }
+
+Header * reallocate(Header * old, std::size_t room) {
+    void * const block = must_fail() ? nullptr : std::realloc(old, sizeof(Header) + room);
+    return block == nullptr ? nullptr : new (block) Header{room};
+}
+
 } // namespace
 
 void * coResizeStorage(void * block, std::size_t bytes) {
@@ -22,12 +40,18 @@ void * coResizeStorage(void * block, std::size_t bytes) {
         coReleaseStorage(block);
         return nullptr;
     }
-    void * const resized = must_fail() ? nullptr : std::realloc(block, bytes);
-    if (resized == nullptr) throw std::bad_alloc();
-    return resized;
+    Header * const old = header_of(block);
+    std::size_t const room = old == nullptr ? 0 : old->room;
+    if (bytes <= room && room - bytes <= std::min(bytes, most_in_reserve)) return block;
+
+    std::size_t const generous = room + std::min(room, most_in_reserve);
+    Header * header = bytes > room && bytes < generous ? reallocate(old, generous) : nullptr;
+    if (header == nullptr) header = reallocate(old, bytes);
+    if (header == nullptr) throw std::bad_alloc();
+    return header + 1;
 }
 
-void coReleaseStorage(void * block) noexcept { std::free(block); }
+void coReleaseStorage(void * block) noexcept { std::free(header_of(block)); }
 
 int coTableSize(int rows, int cols) {
     long long const size = static_cast<long long>(rows) * cols;

@@ -71,6 +71,22 @@ TEST(DynArr, FollowsItsFormulaBelowTheCapacityAndHoldsNothingWhileThatIsNegative
     EXPECT_TRUE(negative.size() == 1 && negative[0] == 7);
 }
 
+TEST(DynArr, AsksForStorageSeldomWhenItGrowsByOneAndGivesItBack) {
+    doublecoDynArr array(0, 1);
+    coFailStorageAfter(20);
+    EXPECT_NO_THROW({
+        for (int i = 0; i < 100000; ++i)
+            array[i] = i;
+        array.shrink(1000, 1);
+    });
+    coFailStorageAfter(0);
+    EXPECT_THROW(array.reserve(3000), std::bad_alloc);
+    coFailStorageAfter(-1);
+    EXPECT_EQ(array.capacity(), 1000);
+    for (int i = 0; i < array.size(); ++i)
+        ASSERT_EQ(array[i], i);
+}
+
 /// Counts its living objects, of which there can be 12. Can only be moved.
 struct Counted {
     Counted() {

@@ -195,6 +195,13 @@ TEST(SparseMatrix, KeepsExplicitZerosAndTheirSignsAndALongerResultsSize) {
 }
 
 // The sanitizers judge what this leaves behind.
+TEST(SparseMatrix, MultipliesRowsOfMoreTermsThanItKeepsAtOnce) {
+    mlMatrix a, b;
+    fill_random(a, 3, 90, 1);
+    fill_random(b, 90, 500, 2);
+    expect_acts_like(mlMatrix(mlMatrixProduct, a, b), mlSparseMatrix(mlMatrixProduct, General(a), General(b)));
+}
+
 TEST(SparseMatrix, EmptiesItsRowsOwnsEachOnceAndKeepsItsShape) {
     for (int const rows : {0, 2, 9}) {
         General m(mlMatrix(mlMatrixIdentity, 5));

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "maths/functions/mlStepHalving.h"
-#include "platform/coDynArr.h"
+#include "maths/kernels/mlScratch.h"
 
 namespace {
 
@@ -26,14 +26,15 @@ double mlIntegrateRomberg::integrate(mlFunction const & f, double a, double b) c
     converged = 1;
     mlStepHalving steps(f, a, b);
     double trapezoid = steps.mean_of_ends() * steps.step();
-    doublecoDynArr r(std::max(max_levels_, 0), 1);
+    mlScratch<32> work(std::max(max_levels_, 0) + std::size_t{1});
+    double * const r = work.data();
     r[0] = trapezoid;
     double estimate = 0.0;
     for (int k = 1; k <= max_levels_; ++k) {
         double const midpoints = steps.halve();
         trapezoid = midpoints * steps.step() + trapezoid * 0.5;
         r[k] = trapezoid;
-        extrapolate(r.data(), k);
+        extrapolate(r, k);
         if (k > 1 && std::fabs(r[0] - estimate) < tolerance_) return r[0];
         estimate = r[0];
     }

@@ -45,10 +45,11 @@ public:
     /// v = a(t), by Horner's rule; n is at least 0.
     static void evaluate(int n, Coefficient const * a, double t, Coefficient & v) {
         MATHS_CHECK(n >= 0, "polynomial value: degree %d", n);
-        Coefficient value = a[n];
-        for (int i = n - 1; i >= 0; --i) {
+        Coefficient const * next = a + n;
+        Coefficient value = *next;
+        while (next != a) { // the shortest of loops: the processor then overlaps more evaluations, each a chain of waits
             value *= t;
-            value += a[i];
+            value += *--next;
         }
         v = value;
     }

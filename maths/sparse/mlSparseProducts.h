@@ -1,35 +1,9 @@
 #pragma once
 
-#include <cstddef>
-#include <map>
-#include <memory_resource>
-
 #include "maths/core/mlMatrix.h"
-#include "maths/sparse/mlSparseRow.h"
+#include "maths/sparse/mlSparseRowSum.h"
 
 // What the products of sparse matrices share. For use inside the library.
-
-/// A row of a product while its terms come in, in any order of columns.
-///
-/// Each column's terms are added in the order in which they come, the sum starting from the first term itself.
-class mlSparseRowSum {
-public:
-    void add(int column, double term) {
-        auto const [entry, fresh] = sums_.try_emplace(column, term);
-        if (!fresh) entry->second += term;
-    }
-
-    /// Appends the sums in increasing column order, those that are zero included.
-    void append_to(mlSparseRow & row) const {
-        for (auto const & [column, sum] : sums_)
-            row.append_element(column, sum);
-    }
-
-private:
-    std::byte first_nodes_[4096]; // most rows need no allocation
-    std::pmr::monotonic_buffer_resource storage_{first_nodes_, sizeof(first_nodes_)};
-    std::pmr::map<int, double> sums_{&storage_};
-};
 
 /// A factor as it was before the product overwrites `destination`: the factor itself, or a copy when they are one.
 template <class T> class mlSparseFactor {

@@ -1,5 +1,6 @@
 #include "maths/sparse/mlSparseRow.h"
 
+#include <algorithm>
 #include <type_traits>
 
 template class MATHS_API_TEMPLATE_DEFINITION coDynArr<mlSparseElement>;
@@ -13,6 +14,13 @@ mlSparseRow & mlSparseRow::become(enum utCopy, mlSparseRow const & other) {
     reserved_ = other.reserved_;
     mlSparseElementcoDynArr::become(utCopy, other);
     return *this;
+}
+
+void mlSparseRow::append_elements(mlSparseElement const * elements, int n) {
+    int const count = size();
+    if (count <= reserved_) reserve_for(count + n); // a row that grew as an array no longer doubles
+    expand(count + n);
+    std::copy_n(elements, n, data() + count);
 }
 
 double mlSparseRow::element(int index) const {
@@ -49,8 +57,11 @@ void mlSparseRow::clear(int release) {
     if (release != 0) reserved_ = 0;
 }
 
-void mlSparseRow::reserve_twice_as_many() {
-    int const wanted = reserved_ == 0 ? 8 : 2 * reserved_;
+// Doubles the room asked for until n elements have it.
+void mlSparseRow::reserve_for(int n) {
+    int wanted = reserved_;
+    while (wanted < n)
+        wanted = wanted == 0 ? 8 : 2 * wanted;
     reserve(wanted);
     reserved_ = wanted;
 }

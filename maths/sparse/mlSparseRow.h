@@ -21,9 +21,12 @@ public:
 
     /// Adds an element behind the others, whatever its column and value.
     void append_element(int index, double value) {
-        if (size() == reserved_) reserve_twice_as_many();
+        if (size() == reserved_) reserve_for(reserved_ + 1);
         (*this)[size()] = mlSparseElement(index, value);
     }
+
+    /// The same for each of n elements in turn, which are not the row's own.
+    void append_elements(mlSparseElement const * elements, int n);
 
     /// The value in column `index`, 0.0 where no element is stored. O(log n).
     double element(int index) const;
@@ -45,7 +48,7 @@ public:
     void clear(int release);
 
 private:
-    void reserve_twice_as_many();
+    void reserve_for(int n);
 
     int reserved_ = 0; // the room asked for so far
 };

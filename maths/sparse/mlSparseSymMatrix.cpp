@@ -27,14 +27,16 @@ mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixIdentity, int n) {
 mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a) {
     mlSparseMatrix const transposed(mlMatrixTranspose, a);
     mlSparseMatrixBase::become(a.cols(), a.cols());
+    mlSparseRowSum sum;
     for (int i = 0; i < rows(); ++i) {
-        mlSparseRowSum sum;
         for (mlSparseElement const & x : row(transposed, i)) {
             mlSparseRow const & terms = row(a, x.index);
-            for (int k = terms.size() - 1; k >= 0 && terms[k].index >= i; --k)
-                sum.add(terms[k].index, x.value * terms[k].value);
+            mlSparseElement const * first = terms.end();
+            while (first != terms.begin() && first[-1].index >= i)
+                --first;
+            sum.add_multiple(x.value, first, terms.end());
         }
-        sum.append_to(row(i));
+        sum.move_to(row(i));
     }
     return *this;
 }
