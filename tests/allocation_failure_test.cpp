@@ -18,17 +18,17 @@ bool counts_requests = false;
 
 } // namespace
 
-void * operator new(std::size_t bytes) {
+// Not inlined: to GCC, one of a pair that is would look like the wrong partner of the other.
+[[gnu::noinline]] void * operator new(std::size_t bytes) {
     if (counts_requests) coReleaseStorage(coResizeStorage(nullptr, 1)); // throws when it is this request's turn
     if (void * const block = std::malloc(bytes)) return block;
     throw std::bad_alloc();
 }
-void * operator new(std::size_t bytes, std::align_val_t) { return operator new(bytes); }
-// Inlined, this would look to GCC like the wrong partner of `operator new`.
+[[gnu::noinline]] void * operator new(std::size_t bytes, std::align_val_t) { return operator new(bytes); }
 [[gnu::noinline]] void operator delete(void * block) noexcept { std::free(block); }
-void operator delete(void * block, std::size_t) noexcept { operator delete(block); }
-void operator delete(void * block, std::align_val_t) noexcept { operator delete(block); }
-void operator delete(void * block, std::size_t, std::align_val_t) noexcept { operator delete(block); }
+[[gnu::noinline]] void operator delete(void * block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void * block, std::align_val_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void * block, std::size_t, std::align_val_t) noexcept { std::free(block); }
 
 namespace {
 
