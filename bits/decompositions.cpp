@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "bits/digest.h"
 
@@ -124,6 +125,20 @@ void digest_svd() {
     }
 }
 
+void digest_large_svd() { // of so many rows that rotations are carried out in strips
+    ExactDigest digest("singular values of tall and wide matrices");
+    Operands operands(40);
+    for (auto const & [rows, cols] : {std::pair(201, 12), std::pair(300, 80), std::pair(20, 260)}) {
+        mlMatrix a;
+        operands.become(a, rows, cols);
+        mlSingularValueDecomposition const svd(a);
+        digest(svd.invalid());
+        digest(svd.diagonal());
+        digest(svd.U());
+        digest(svd.V());
+    }
+}
+
 void digest_eigen() {
     ExactDigest digest("symmetric eigenvalues and principal components");
     Operands operands(16);
@@ -179,6 +194,7 @@ void digest_decompositions() {
     digest_qr();
     digest_tridiagonal();
     digest_svd();
+    digest_large_svd();
     digest_eigen();
     digest_small_eigen();
 }

@@ -24,10 +24,11 @@ void * operator new(std::size_t bytes) {
     throw std::bad_alloc();
 }
 void * operator new(std::size_t bytes, std::align_val_t) { return operator new(bytes); }
-void operator delete(void * block) noexcept { std::free(block); }
-void operator delete(void * block, std::size_t) noexcept { std::free(block); }
-void operator delete(void * block, std::align_val_t) noexcept { std::free(block); }
-void operator delete(void * block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+// Inlined, this would look to GCC like the wrong partner of `operator new`.
+[[gnu::noinline]] void operator delete(void * block) noexcept { std::free(block); }
+void operator delete(void * block, std::size_t) noexcept { operator delete(block); }
+void operator delete(void * block, std::align_val_t) noexcept { operator delete(block); }
+void operator delete(void * block, std::size_t, std::align_val_t) noexcept { operator delete(block); }
 
 namespace {
 

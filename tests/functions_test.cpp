@@ -45,6 +45,14 @@ TEST(ApproxDeriv, TakesTheUpperPointFirstAndDividesByTheStepEvenWhereTheDomainCu
     EXPECT_EQ(derivative.function_derivative(1, 1.0), -666.0); // a function's default
 }
 
+TEST(Function2, IsDefinedEverywhereUnlessItSaysOtherwise) {
+    struct : mlFunction2 {
+        double function(double, double) const override { return 0.0; }
+    } const f;
+    EXPECT_EQ((Values{f.u_min(), f.u_max(), f.v_min(), f.v_max()}),
+              (Values{-largest_double, largest_double, -largest_double, largest_double}));
+}
+
 TEST(ApproxDeriv, OfTwoVariablesHoldsTheOtherOneFixed) {
     Plane const f;
     EXPECT_EQ(f.u_function_derivative(2, 3, 4) + f.v_function_derivative(1, 3, 4), 2034.0 + 134.0);
