@@ -4,8 +4,8 @@
 
 #include "maths/sparse/mlSparseRow.h"
 
-/// A row of a product while its terms come in, in any order of columns: an ordered map from column to sum. For use
-/// inside the library.
+/// A row of a product while its terms come in, in any order of columns: an ordered map from column to sum.
+/// For use inside the library.
 ///
 /// Each column's terms are added in the order in which they come, the sum starting from the first term itself.
 /// Terms are kept as they come and put in order by merging when the row is complete. They come in runs of ascending
