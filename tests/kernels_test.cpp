@@ -46,46 +46,34 @@ void fill(mlMatrix & m, int rows, int cols, mlRandom & random) {
 
 mlConstBlock block(mlMatrix const & m) { return {m.data(), m.cols()}; }
 
-/// Both products of a rows x depth and a depth x cols matrix, element by element.
+/// Both products of a rows x depth and a depth x cols matrix, element by element; those of a column as a vector too.
 void expect_plain_products(int rows, int cols, int depth, mlRandom & random) {
     mlMatrix a, b, product(mlMatrixZero, rows, cols), before, rest;
     fill(a, rows, depth, random);
     fill(b, depth, cols, random);
     fill(before, rows, cols, random);
     rest.become(utCopy, before);
+    auto const expect_plain = [&] {
+        for (int i = 0; i < rows * cols; ++i) {
+            double sum = 0.0, difference = before[i];
+            for (int k = 0; k < depth; ++k) {
+                sum += a(i / cols, k) * b(k, i % cols);
+                difference -= a(i / cols, k) * b(k, i % cols);
+            }
+            ASSERT_TRUE(same_bits(product[i], sum) && same_bits(rest[i], difference))
+                << rows << " x " << depth << " times " << depth << " x " << cols << ", element " << i << ": "
+                << product[i] << " for " << sum << ", " << rest[i] << " for " << difference;
+        }
+    };
     ml_kernels().multiply(rows, cols, depth, block(a), block(b), {product.data(), cols});
     ml_kernels().subtract_product(rows, cols, depth, block(a), block(b), {rest.data(), cols});
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < cols; ++j) {
-            double sum = 0.0, difference = before(i, j);
-            for (int k = 0; k < depth; ++k) {
-                sum += a(i, k) * b(k, j);
-                difference -= a(i, k) * b(k, j);
-            }
-            ASSERT_TRUE(same_bits(product(i, j), sum) && same_bits(rest(i, j), difference))
-                << rows << " x " << depth << " times " << depth << " x " << cols << ", element " << i << ", " << j
-                << ": " << product(i, j) << " for " << sum << ", " << rest(i, j) << " for " << difference;
-        }
-    }
-}
-
-void expect_plain_vector_products(int rows, int depth, mlRandom & random) {
-    mlMatrix a, x, product(mlMatrixZero, rows, 1), before, rest;
-    fill(a, rows, depth, random);
-    fill(x, depth, 1, random);
-    fill(before, rows, 1, random);
+    ASSERT_NO_FATAL_FAILURE(expect_plain());
+    if (cols != 1) return;
+    product.become(mlMatrixZero, rows, cols);
     rest.become(utCopy, before);
-    ml_kernels().multiply_vector(rows, depth, block(a), x.data(), product.data());
-    ml_kernels().subtract_product_vector(rows, depth, block(a), x.data(), rest.data());
-    for (int i = 0; i < rows; ++i) {
-        double sum = 0.0, difference = before[i];
-        for (int k = 0; k < depth; ++k) {
-            sum += a(i, k) * x[k];
-            difference -= a(i, k) * x[k];
-        }
-        ASSERT_TRUE(same_bits(product[i], sum) && same_bits(rest[i], difference))
-            << rows << " x " << depth << " times a vector, element " << i;
-    }
+    ml_kernels().multiply_vector(rows, depth, block(a), b.data(), product.data());
+    ml_kernels().subtract_product_vector(rows, depth, block(a), b.data(), rest.data());
+    expect_plain();
 }
 
 /// Rows [first, n) of a strip, as a lower triangle and, from its end, as an upper one.
@@ -126,14 +114,9 @@ TEST_P(KernelsOf, SolveTrianglesLikeTheDefinition) {
 /// Random columns before `singular_from`, zeros behind, or special numbers anywhere.
 void expect_plain_panel(int rows, int width, int singular_from, bool specials, mlRandom & random) {
     mlMatrix a, panel(mlMatrixZero, width, (rows + 7) / 8 * 8);
-    if (specials)
-        fill(a, rows, width, random);
-    else
-        a.become(mlMatrixZero, rows, width);
-    for (int i = 0; i < rows && !specials; ++i) {
-        for (int j = 0; j < width; ++j)
-            a(i, j) = j < singular_from ? random.uniform(-1.0, 1.0) : 0.0;
-    }
+    fill(a, rows, width, random);
+    for (int k = 0; k < rows * width && !specials; ++k)
+        a[k] = k % width < singular_from ? random.uniform(-1.0, 1.0) : 0.0;
     ml_kernels().copy_transposed(rows, width, block(a), {panel.data(), panel.cols()});
     intcoDynArr pivot_rows;
     pivot_rows.expand(width);
@@ -254,7 +237,7 @@ TEST_P(KernelsOf, MultiplyLikeTheDefinitionAtEverySmallSize) {
         for (int cols = 0; cols <= 40; ++cols)
             ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, cols, (rows * 7 + cols * 3) % 41, random));
         for (int depth = 0; depth <= 40; ++depth)
-            ASSERT_NO_FATAL_FAILURE(expect_plain_vector_products(rows, depth, random));
+            ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, 1, depth, random));
     }
 }
 
@@ -265,7 +248,7 @@ TEST_P(KernelsOf, MultiplyLikeTheDefinitionWherePanelsAreCopied) {
             for (int const rows : {8, 9, 17})
                 ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, cols, depth, random));
         }
-        ASSERT_NO_FATAL_FAILURE(expect_plain_vector_products(37, depth, random));
+        ASSERT_NO_FATAL_FAILURE(expect_plain_products(37, 1, depth, random));
     }
     ASSERT_NO_FATAL_FAILURE(expect_plain_products(259, 97, 130, random));
 }
