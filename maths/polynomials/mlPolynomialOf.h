@@ -47,7 +47,7 @@ public:
         MATHS_CHECK(n >= 0, "polynomial value: degree %d", n);
         Coefficient const * next = a + n;
         Coefficient value = *next;
-        while (next != a) { // the shortest of loops: the processor then overlaps more evaluations, each a chain of waits
+        while (next != a) { // the shortest of loops: more evaluations overlap, each of them a chain of waits
             value *= t;
             value += *--next;
         }
