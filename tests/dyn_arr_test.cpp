@@ -1,10 +1,13 @@
-#include "platform/coDynArr.h"
-
 #include <climits>
+#include <cstddef>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "platform/coBufferGuard.h"
+#include "platform/coDynArr.h"
+#include "platform/coDynArr2D.h"
 #include "tests/support/traces.h"
 
 namespace {
@@ -111,6 +114,36 @@ TEST(DynArr, ConstructsEachSlotMovesWhatCannotBeCopiedAndSurvivesAThrowingElemen
             EXPECT_EQ(array[i].value, i);
     }
     EXPECT_EQ(Counted::living, 0);
+}
+
+TEST(DynArr2D, KeepsEveryElementInItsPlaceAndNeverShrinks) {
+    for (int increment = -1; increment < 10; ++increment) {
+        doublecoDynArr2D array(2, 3, increment, 5 - increment);
+        array.expand(0, 5);
+        EXPECT_EQ(array.rows(), 0);
+        for (int n = 0; n < 30; ++n) { // elements in an order that makes either side grow
+            array(7 * n % 30, n) = 7 * n % 30 + 100 * n;
+            array.expand(n % 4, n % 5);
+        }
+        EXPECT_EQ(array.rows(), 30);
+        EXPECT_EQ(array.cols(), 30);
+        for (int n = 0; n < 30; ++n)
+            EXPECT_EQ(array(7 * n % 30, n), 7 * n % 30 + 100 * n);
+    }
+}
+
+TEST(BufferGuard, CopiesInsideItsRunAndNowhereElse) {
+    std::vector<int> buffer(5);
+    int const source[] = {1, 2, 3, 4, 5};
+    int * const run = buffer.data() + 1;
+    coBufferGuard<int, 0> const guard(run, 3);
+    guard.copy(run - 1, source, 1);
+    guard.copy(run + 1, source, 3ull);
+    guard.copy(run, source, -1);
+    guard.copy(run, nullptr, 1);
+    guard.copy(run, source, 3);
+    guard.copy(run + 1, run, std::size_t{2}); // in increasing order: the first ripples up
+    EXPECT_EQ(buffer, (std::vector{0, 1, 1, 1, 0}));
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include "maths/core/mlMatrix.h"
 #include "tests/support/matrices.h"
-#include "tests/support/printed.h"
 #include "tests/support/values.h"
 
 namespace {

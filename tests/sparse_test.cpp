@@ -194,7 +194,6 @@ TEST(SparseMatrix, KeepsExplicitZerosAndTheirSignsAndALongerResultsSize) {
     EXPECT_TRUE(contents(y) == Values(2) && contents(z) == (Values{1, 2, 0}));
 }
 
-// The sanitizers judge what this leaves behind.
 TEST(SparseMatrix, MultipliesRowsOfMoreTermsThanItKeepsAtOnce) {
     mlMatrix a, b;
     fill_random(a, 3, 90, 1);
@@ -202,6 +201,7 @@ TEST(SparseMatrix, MultipliesRowsOfMoreTermsThanItKeepsAtOnce) {
     expect_acts_like(mlMatrix(mlMatrixProduct, a, b), mlSparseMatrix(mlMatrixProduct, General(a), General(b)));
 }
 
+// The sanitizers judge what this leaves behind.
 TEST(SparseMatrix, EmptiesItsRowsOwnsEachOnceAndKeepsItsShape) {
     for (int const rows : {0, 2, 9}) {
         General m(mlMatrix(mlMatrixIdentity, 5));

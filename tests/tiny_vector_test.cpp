@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "maths/core/mlTinyVector.h"
-#include "tests/support/printed.h"
 #include "tests/support/values.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include "maths/containers/mlTinyVectorcoDynArr.h"
 #include "maths/containers/mlTinyVectorcoPageArr.h"
 #include "maths/containers/mlVectorcoDynArr.h"
-#include "tests/support/printed.h"
+#include "tests/support/values.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "maths/core/mlMatrix.h"
 #include "platform/utOstream.h"
-#include "tests/support/printed.h"
+#include "tests/support/matrices.h"
 #include "tests/support/values.h"
 
 namespace {
@@ -46,6 +46,40 @@ TEST(Vector, PrintsASpacedFixedPointLineAndRestoresTheFlags) {
     indenting << Vector{0.5, -2};
     stream << mlVector() << 12.5;
     EXPECT_EQ(stream.str(), "   < +0.50 -2.00 > \n< > \n+12");
+}
+
+static_assert(std::is_trivially_copy_constructible_v<mlSlice> && std::is_trivially_destructible_v<mlSlice>);
+static_assert(!std::is_assignable_v<decltype(std::declval<mlVector const &>().slice()), mlSlice>);
+
+TEST(Slice, WritesThroughOverItsOwnLengthInIndexOrder) {
+    Vector v{0, 1, 2, 3, 4, 5, 6, 7};
+    mlSlice odd = v.slice(1, 2, 3), up = v.slice(1, 1, 6);
+    EXPECT_EQ(contents(odd.slice(2, -1, 3).slice(1, 1, 2)), (Values{3, 1}));
+    odd -= 1.0;
+    odd -= v.slice(6, -1, 4);
+    EXPECT_EQ(contents(v), (Values{0, -6, 2, -2, 4, 0, 6, 7}));
+    odd = Vector{7, 8, 9, 10};
+    EXPECT_EQ(printed(v.slice()), "<0,7,2,8,4,9,6,7>");
+    up = v.slice(0, 1, 6);
+    EXPECT_EQ(contents(v), (Values{0, 0, 0, 0, 0, 0, 0, 7})); // the first element ripples up
+}
+
+TEST(Slice, StridedResultsAreThoseOfTheVectorOfItsElements) {
+    mlVector x, v(mlVectorZero, 9);
+    fill_random(x, 100, 1);
+    mlSlice const s = x.slice(99, -5, 9), t = x.slice(0, 3, 9);
+    v = s;
+    EXPECT_EQ((Values{s.modulus_squared(), s.max_absolute_value(), distance_squared(s, t)}),
+              (Values{v.modulus_squared(), v.max_absolute_value(), distance_squared(v.slice(), t)}));
+    Vector const a{0, 1, 2, 3}, b{0, 1, 2, -1};
+    EXPECT_TRUE(a.slice(3, -1, 3) == b.slice(1, 1, 3) && a.slice() != b.slice()) << "these ignore start and stride";
+}
+
+TEST(Slice, OfNoStorageMayStartAnywhere) {
+    mlMatrix m;
+    mlSlice last = m.become(0, 3).col(2);
+    last = m.col(1);
+    EXPECT_EQ(printed(last), "<>");
 }
 
 } // namespace

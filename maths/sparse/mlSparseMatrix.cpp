@@ -8,10 +8,11 @@
 
 namespace {
 
-// Asks for the memory four cache lines further on. Rows that were filled one after the other lie so, each too short for
-// the processor to see it coming.
+// Asks for the memory four cache lines further on, which may lie behind the row, where no pointer may point. Rows that
+// were filled one after the other lie so, each too short for the processor to see it coming.
 void fetch_beyond(mlSparseElement const * e) {
-    __builtin_prefetch(reinterpret_cast<void const *>(reinterpret_cast<std::uintptr_t>(e) + 256));
+    auto const address = reinterpret_cast<std::uintptr_t>(e) + 256;
+    __builtin_prefetch(reinterpret_cast<void const *>(address)); // NOLINT(performance-no-int-to-ptr)
 }
 
 double dot_product(mlSparseRow const & row, double const * x) {

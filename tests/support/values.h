@@ -3,6 +3,8 @@
 #include <cmath>
 #include <initializer_list>
 #include <limits>
+#include <sstream>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -44,3 +46,10 @@ inline Values contents(mlSlice const & slice) {
 
 /// Equal, or both NaN.
 inline bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+/// The text that an object prints on a stream of its own.
+template <class T> std::string printed(T const & object) {
+    std::ostringstream stream;
+    stream << object;
+    return stream.str();
+}
