@@ -72,18 +72,14 @@ TEST(Simplex, ExpandsContractsAndShrinksByTheReflectedValue) {
 }
 
 TEST(Simplex, EndsAtItsLimitOfCallsWhateverTheValues) {
+    auto const calls = [](int n, double answer, int speed, double at) {
+        TracedFunctionN1::Formula const constant = [answer](mlSlice const &) { return answer; };
+        return Search(n, constant, speed, at).calls;
+    };
     int const limits[] = {20000, 100, 600, 2000, 20000, 20000}; // of the speeds -1 to 4
     for (int speed = -1; speed <= 4; ++speed) {
-        int const limit = limits[speed + 1];
-        EXPECT_EQ(Search(
-                      3, [](mlSlice const &) { return infinity; }, speed)
-                      .calls,
-                  limit);
-        EXPECT_EQ(Search(
-                      2, [](mlSlice const &) { return nan_value; }, speed, -1.0)
-                      .calls,
-                  limit + 3)
-            << "steps of 4";
+        EXPECT_EQ(calls(3, infinity, speed, 0.0), limits[speed + 1]);
+        EXPECT_EQ(calls(2, nan_value, speed, -1.0), limits[speed + 1] + 3) << "steps of 4";
     }
     auto const begins_another = [calls = 0](mlSlice const &) mutable {
         if (++calls == 50) Search(1, bowl, mlDownHillSimplexCoarse);

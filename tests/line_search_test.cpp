@@ -11,6 +11,12 @@
 
 namespace {
 
+TracedFunction parabola(double m, int order = 0) {
+    auto const slope = [m](double t) { return 2 * (t - m); };
+    return TracedFunction([m](double t) { return (t - m) * (t - m); }, order > 0 ? slope : TracedFunction::Formula(),
+                          order > 1 ? [](double) { return 2.0; } : TracedFunction::Formula());
+}
+
 /// The end of the walk from 0 and 1.
 double walk_with(TracedFunction & f) {
     double a = 0.0, b = 1.0, c, fa, fb, fc;
@@ -42,8 +48,7 @@ TEST(MinimumBracketing, WalksByGoldenStridesAndParabolasUpToALimit) {
 }
 
 TEST(BrentSearch, CutsGoldenSectionsUntilAParabolaFits) {
-    auto const parabola = [](double t) { return (t - 1.0) * (t - 1.0); };
-    TracedFunction f(parabola), reversed(parabola);
+    TracedFunction f = parabola(1.0), reversed = f;
     double x = NAN, first = 0.5 + 0.381966 * (3.0 - 0.5);
     EXPECT_LT(ml_brent_minimum_search(f, 0.0, 0.5, 3.0, 1e-8, 100, &x), 1e-15);
     EXPECT_NEAR(x, 1.0, 3e-8);
@@ -64,12 +69,6 @@ public:
     using mlMinimiser::search;
     using mlMinimiser::which_way;
 };
-
-TracedFunction parabola(double m, int order) {
-    auto const slope = [m](double t) { return 2 * (t - m); };
-    return TracedFunction([m](double t) { return (t - m) * (t - m); }, order > 0 ? slope : TracedFunction::Formula(),
-                          order > 1 ? [](double) { return 2.0; } : TracedFunction::Formula());
-}
 
 struct Flags {
     double t;

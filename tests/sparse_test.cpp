@@ -139,8 +139,7 @@ TEST_P(SparseOfShape, StoresTheUpperTriangleWhenSymmetric) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, SparseOfShape,
-                         testing::Values(std::pair(0, 3), std::pair(3, 0), std::pair(1, 9), std::pair(9, 1),
-                                         std::pair(4, 6), std::pair(6, 6)));
+                         testing::Values(std::pair(0, 3), std::pair(3, 0), std::pair(9, 1), std::pair(4, 6)));
 
 TEST(SparseRow, DoublesItsRoomFromEight) {
     mlSparseRow row;
