@@ -12,6 +12,33 @@ void size_exactly(mlVector & y, int n) {
     y.expand(n);
 }
 
+/// `rows` sums side by side.
+template <int rows> void multiply_rows(mlConstBlock a, int depth, double const * x, double * y) {
+    double sums[rows] = {};
+    for (int k = 0; k < depth; ++k) {
+        for (int r = 0; r < rows; ++r)
+            sums[r] += a.first[r * a.ld + k] * x[k];
+    }
+    for (int r = 0; r < rows; ++r)
+        y[r] = sums[r];
+}
+
+/// y = a x, in the way that is the faster one while there are few elements.
+void multiply_little(int rows, int depth, mlConstBlock a, double const * x, double * y) {
+    int r = 0;
+    for (; r + 4 <= rows; r += 4)
+        multiply_rows<4>({a.first + r * a.ld, a.ld}, depth, x, y + r);
+    for (; r + 2 <= rows; r += 2)
+        multiply_rows<2>({a.first + r * a.ld, a.ld}, depth, x, y + r);
+    if (r < rows) multiply_rows<1>({a.first + r * a.ld, a.ld}, depth, x, y + r);
+}
+
+void multiply_vector(mlMatrix const & a, double const * x, double * y) {
+    int const few = 7; // measured: from 8 on the kernels, which transpose in registers, are faster
+    auto const method = a.rows() <= few && a.cols() <= few ? multiply_little : ml_kernels().multiply_vector;
+    method(a.rows(), a.cols(), block(a), x, y);
+}
+
 } // namespace
 
 void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c) {
@@ -33,7 +60,7 @@ void multiply(mlMatrix const & a, mlVector const & x, mlVector & y) {
     MATHS_CHECK(&x != &y, "multiply: a vector of %d elements can't become its own product", x.size());
     ml_check_length("multiply", a.cols(), x.size());
     size_exactly(y, a.rows());
-    ml_kernels().multiply_vector(a.rows(), a.cols(), block(a), x.data(), y.data());
+    multiply_vector(a, x.data(), y.data());
 }
 
 void multiply(mlMatrix const & a, mlSlice const & x, mlVector & y) {
@@ -41,5 +68,5 @@ void multiply(mlMatrix const & a, mlSlice const & x, mlVector & y) {
     size_exactly(y, a.rows());
     mlScratch<> gathered(a.cols());
     ml_run_update(mlDenseRun<double>{gathered.data()}, ml_run(x), a.cols(), mlAssign());
-    ml_kernels().multiply_vector(a.rows(), a.cols(), block(a), gathered.data(), y.data());
+    multiply_vector(a, gathered.data(), y.data());
 }
