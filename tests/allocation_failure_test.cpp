@@ -112,6 +112,7 @@ void vectors_and_matrices(Objects & o) {
     mlVector v(mlVectorZero, 3);
     all_or_nothing([&] { v[20] = 1.0; }, [&] { return v.size() == 3 && v.sum() == 0.0; });
     o.m.become(mlMatrixHilbert, 3).append_col(Vector{1.0, 2.0, 3.0});
+    o.v.clear(0);
     o.m.append_row(o.v.become(mlVectorZero, 4));
     multiply(o.m, o.m, o.m);
     o.n.become(utCopy, o.m).expand(5, 6, 1.0);
@@ -119,7 +120,7 @@ void vectors_and_matrices(Objects & o) {
     o.n.delete_col(0);
     multiply(o.n, o.v.become(mlVectorZero, 5), v);
     mlMatrix const turned(mlMatrixTranspose, o.n), product(mlMatrixProduct, o.n, turned);
-    o.n.become(mlMatrixProduct, product, o.n).become(mlMatrixTranspose, o.n).become(utConvert, o.m.data(), 2, 8);
+    o.n.become(mlMatrixProduct, product, o.n).become(mlMatrixTranspose, product).become(utConvert, o.m.data(), 2, 8);
     o.m.become(9, 9);
     std::ostringstream() << o.n << v;
 }
