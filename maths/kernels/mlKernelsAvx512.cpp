@@ -86,10 +86,6 @@ void sum_rows(int rows, int cols, mlBlock x, mlRankOne change, double const * we
 
 } // namespace
 
-extern mlKernels const kernels;
-mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
-                           solve_latest_first, factor_panel,     divide,          copy_transposed,
-                           sum_columns,        sum_rows,         add_rank_one,    rotate,
-                           rotate_strips};
+#include "maths/kernels/mlKernelTable.h"
 
 } // namespace ml_avx512

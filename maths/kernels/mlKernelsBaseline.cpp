@@ -47,9 +47,6 @@ inline int first_equal_lane(Lanes x, Lanes y) { return x[0] == y[0] ? 0 : x[1] =
 #include "maths/kernels/mlTransposeKernel.h"
 #include "maths/kernels/mlTriangularKernel.h"
 
-mlKernels const kernels = {multiply,           subtract_product, multiply_vector, subtract_product_vector,
-                           solve_latest_first, factor_panel,     divide,          copy_transposed,
-                           sum_columns,        sum_rows,         add_rank_one,    rotate,
-                           rotate_strips};
+#include "maths/kernels/mlKernelTable.h"
 
 } // namespace ml_baseline
