@@ -5,12 +5,15 @@
 #include <type_traits>
 #include <utility>
 
+#include "platform/coSize.h"
 #include "platform/coStorage.h"
 
 /// Owner of the block of an array while it is being filled: `count` slots of T, none when `count` is below 1.
 ///
 /// Slots of a trivially copyable T are raw storage, others are constructed with T(). For use inside the arrays only.
 template <class T> class coBlock {
+    static_assert(alignof(T) <= alignof(std::max_align_t), "the storage of arrays is not aligned for such elements");
+
     static constexpr bool raw = std::is_trivially_copyable_v<T>;
 
 public:
@@ -33,7 +36,7 @@ public:
     /// Hands the slots over to the caller.
     T * release() { return std::exchange(slots_, nullptr); }
 
-    static std::size_t bytes(int count) { return count < 1 ? 0 : static_cast<std::size_t>(count) * sizeof(T); }
+    static std::size_t bytes(int count) { return count < 1 ? 0 : coByteCount(count, sizeof(T)); }
 
     /// Copies `count` elements by assignment, or moves those that can't be copied.
     static void assign(T * to, T * from, int count) {

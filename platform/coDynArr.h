@@ -1,8 +1,7 @@
 #pragma once
 
+#include <concepts>
 #include <initializer_list>
-#include <limits>
-#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -12,6 +11,10 @@
 #include "platform/utCheck.h"
 #include "platform/utTags.h"
 
+/// Other derives from Array and is larger: there is more to it than its elements.
+template <class Other, class Array>
+concept coExtendedArray = std::derived_from<Other, Array> && sizeof(Other) != sizeof(Array);
+
 /// Growable contiguous array of T, the base of the library's vectors and matrices.
 ///
 /// Growth: the capacity grows by the smallest whole number of increments that makes the wanted index a valid slot; an
@@ -19,8 +22,9 @@
 /// fresh slots, those that can only be moved by move assignment.
 /// Elements: non-const access past the end extends the array; the elements that it skips, like those that `expand`
 /// adds, are not initialised when T is trivially copyable and otherwise as T() leaves them.
-/// Bad input: nothing is checked. Failure: an allocation that fails throws std::bad_alloc and leaves the array as it
-/// was. Threads: one at a time.
+/// An element type of stricter alignment than std::max_align_t does not compile.
+/// Bad input: nothing is checked. Failure: an allocation that fails, or a size that leaves int, throws std::bad_alloc
+/// and leaves the array as it was. Threads: one at a time.
 template <class T> class coDynArr {
 public:
     using coIterator = coDynArrcoIterator<T>;
@@ -105,6 +109,9 @@ public:
         std::swap(increment_, other.increment_);
     }
 
+    /// Not with an array that is more than its elements: a matrix would keep its shape.
+    template <coExtendedArray<coDynArr> Other> void swap(Other &) = delete;
+
 protected:
     /// Makes `index` a valid slot by the growth rule, which holds literally: an index below the capacity shrinks the
     /// block. Answers 1.
@@ -125,7 +132,7 @@ template <class T> coDynArr<T>::coDynArr(int capacity, int increment) : capacity
 
 template <class T> coDynArr<T>::coDynArr(std::initializer_list<T> elements) {
     if constexpr (std::is_copy_assignable_v<T>) {
-        int const count = static_cast<int>(elements.size());
+        int const count = coSize(elements.size());
         coBlock<T> block(count);
         int i = 0;
         for (T const & element : elements)
@@ -171,11 +178,7 @@ template <class T> int coDynArr<T>::shrink(int n, int release) {
 }
 
 template <class T> int coDynArr<T>::resize(int index) {
-    long long const step = increment_ < 1 ? 1 : increment_;
-    long long const missing = static_cast<long long>(index) - capacity_;
-    long long const capacity = capacity_ + (missing - missing % step) + step;
-    if (capacity > std::numeric_limits<int>::max()) throw std::bad_alloc();
-    relocate(static_cast<int>(capacity));
+    relocate(coGrownCapacity(capacity_, increment_, index));
     return 1;
 }
 

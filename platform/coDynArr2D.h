@@ -9,8 +9,8 @@
 /// Elements: non-const access past an edge extends the array to that row and column; every element keeps its (row,
 /// column) when the array grows, and added elements are not initialised.
 /// Growth: room for rows and for columns grows by whole multiples of the two increments, each as in `coDynArr`.
-/// Bad input: nothing is checked. Failure: an allocation that fails throws std::bad_alloc and leaves the array as it
-/// was. Threads: one at a time.
+/// Bad input: nothing is checked. Failure: an allocation that fails, or a size that leaves int, throws std::bad_alloc
+/// and leaves the array as it was. Threads: one at a time.
 template <class T> class coDynArr2D {
     static_assert(std::is_trivially_copyable_v<T>);
 
@@ -26,7 +26,7 @@ public:
 
     T & operator()(int row, int col) {
         MATHS_CHECK(row >= 0 && col >= 0, "2D array element: (%d, %d) is negative", row, col);
-        if (row >= rows_ || col >= cols_) expand(row + 1, col + 1);
+        if (row >= rows_ || col >= cols_) expand(coSizeSum(row, 1), coSizeSum(col, 1));
         return cells_.data()[position(row, col)];
     }
     T const & operator()(int row, int col) const {
@@ -83,10 +83,7 @@ template <class T> int coDynArr2D<T>::resize(int row, int col) {
 }
 
 template <class T> int coDynArr2D<T>::grown(int room, int increment, int index) {
-    if (index < room) return room;
-    int const step = std::max(increment, 1);
-    int const missing = index - room;
-    return room + (missing - missing % step) + step;
+    return index < room ? room : coGrownCapacity(room, increment, index);
 }
 
 using doublecoDynArr2D = coDynArr2D<double>;

@@ -17,11 +17,13 @@ extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<void *>;
 ///
 /// Pages never move once made, so element addresses stay valid while the array grows. Non-const access past the end
 /// extends the array; added elements are not initialised. Bulk transfers copy page by page.
-/// Bad input: nothing is checked; counts below 1 transfer nothing. Failure: an allocation that fails throws
-/// std::bad_alloc and leaves elements and size as they were, but for `become`, which frees them first, and `shrink`,
-/// which has cut them. Threads: one at a time.
+/// An element type of stricter alignment than std::max_align_t does not compile.
+/// Bad input: nothing is checked; counts below 1 transfer nothing. Failure: an allocation that fails, or a size that
+/// leaves int, throws std::bad_alloc and leaves elements and size as they were, but for `become`, which frees them
+/// first, and `shrink`, which has cut them. Threads: one at a time.
 template <class T> class coPageArr {
     static_assert(std::is_trivially_copyable_v<T>);
+    static_assert(alignof(T) <= alignof(std::max_align_t), "the storage of arrays is not aligned for such elements");
 
 public:
     using coIterator = coPageArrcoIterator<T>;
@@ -31,7 +33,8 @@ public:
 
     /// Empty, with 2^page_shift elements a page.
     coPageArr(int page_shift, int table_capacity, int table_increment)
-        : page_size_(1 << page_shift), page_shift_(page_shift), pages_(table_capacity, table_increment) {}
+        : page_size_(coSize(page_shift > 30 ? 1LL << 31 : 1LL << page_shift)), page_shift_(page_shift),
+          pages_(table_capacity, table_increment) {}
 
     // clang-format off
     /// A tag of another class is not a page size.
@@ -42,7 +45,7 @@ public:
 
     /// The elements of the list, otherwise like the default.
     coPageArr(std::initializer_list<T> elements) : coPageArr() {
-        copyin(elements.begin(), static_cast<int>(elements.size()), 0, 0);
+        copyin(elements.begin(), coSize(elements.size()), 0, 0);
     }
 
     /// Page size and elements of `other`, with only the pages that the elements need.
@@ -94,7 +97,8 @@ public:
     /// Reverses the order of the elements.
     void reverse();
 
-    /// Cuts the size down to n when it is larger. With `release`, pages that n elements do not need are freed.
+    /// Cuts the size down to n when it is larger; a negative n is 0. With `release`, pages that n elements do not need
+    /// are freed.
     void shrink(int n, int release);
 
     /// Returns what a short array does not need of its pages: an array below one page gets one page of the smallest
@@ -107,7 +111,9 @@ protected:
     int get_block(int page);
 
 private:
-    int pages_for(int count) const { return (count - 1 + page_size_) >> page_shift_; }
+    int pages_for(int count) const {
+        return static_cast<int>((static_cast<long long>(count) - 1 + page_size_) >> page_shift_);
+    }
     T * slot(int i) const { return static_cast<T *>(pages_.data()[i >> page_shift_]) + (i & (page_size_ - 1)); }
     void extend(int i);
     void make_room(int count);

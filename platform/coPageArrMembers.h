@@ -20,8 +20,9 @@ template <class T> void coPageArr<T>::clear(int release) {
 }
 
 template <class T> void coPageArr<T>::copyin(T const * src, int count, int first, int src_first) {
-    make_room(first + count); // also for a count of 0: the array then reaches up to `first`
-    size_ = std::max(size_, first + count);
+    int const end = coSizeSum(first, count);
+    make_room(end); // also for a count of 0: the array then reaches up to `first`
+    size_ = std::max(size_, end);
     if (count < 1) return;
     T const * from = src + src_first;
     for (int left = count; left > 0;) {
@@ -35,7 +36,7 @@ template <class T> void coPageArr<T>::copyin(T const * src, int count, int first
 
 template <class T> void coPageArr<T>::copyout(T * dst, int count, int first, int dst_first) const {
     if (count < 1) return;
-    MATHS_CHECK(first >= 0 && first + count <= size_, "copyout: %d elements from %d on of %d", count, first, size_);
+    MATHS_CHECK(first >= 0 && first <= size_ - count, "copyout: %d elements from %d on of %d", count, first, size_);
     T * to = dst + dst_first;
     for (int left = count; left > 0;) {
         int const run = std::min(left, page_size_ - (first & (page_size_ - 1)));
@@ -49,11 +50,12 @@ template <class T> void coPageArr<T>::copyout(T * dst, int count, int first, int
 template <class T> void coPageArr<T>::copy(coPageArr const & other, int count, int first, int other_first) {
     int const n = std::min(count, other.size_);
     if (n < 1) return;
-    MATHS_CHECK(other_first >= 0 && other_first + n <= other.size_, "copy: %d elements from %d on of %d", n,
+    MATHS_CHECK(other_first >= 0 && other_first <= other.size_ - n, "copy: %d elements from %d on of %d", n,
                 other_first, other.size_);
-    make_room(first + n);
-    size_ = std::max(size_, first + n);
-    if (this == &other && first > other_first && first < other_first + n) {
+    int const end = coSizeSum(first, n);
+    make_room(end);
+    size_ = std::max(size_, end);
+    if (this == &other && first > other_first && first - other_first < n) {
         for (int i = n - 1; i >= 0; --i) // backwards, or the copies would be copied again
             *slot(first + i) = *slot(other_first + i);
     } else {
@@ -68,7 +70,8 @@ template <class T> void coPageArr<T>::reverse() {
 }
 
 template <class T> void coPageArr<T>::shrink(int n, int release) {
-    if (n < size_) size_ = n;
+    n = std::max(n, 0);
+    size_ = std::min(size_, n);
     if (release == 0) return;
     free_pages_from(pages_for(n));
     pages_.shrink(blocks_, release); // last: it may throw, when size and pages already agree
@@ -76,7 +79,7 @@ template <class T> void coPageArr<T>::shrink(int n, int release) {
 
 template <class T> int coPageArr<T>::repaginate() {
     if (size_ >= page_size_) return 0;
-    int const slots = blocks_ * page_size_;
+    int const slots = coTableSize(blocks_, page_size_);
     if (size_ == 0) {
         clear(1);
         return slots;
@@ -94,7 +97,7 @@ template <class T> int coPageArr<T>::repaginate() {
 }
 
 template <class T> int coPageArr<T>::get_block(int page) {
-    pages_.reserve(page + 1);
+    pages_.reserve(coSizeSum(page, 1));
     while (blocks_ <= page) {
         pages_[blocks_] = coResizeStorage(nullptr, coBlock<T>::bytes(page_size_));
         ++blocks_;
@@ -103,7 +106,7 @@ template <class T> int coPageArr<T>::get_block(int page) {
 }
 
 template <class T> void coPageArr<T>::extend(int i) {
-    make_room(i + 1);
+    make_room(coSizeSum(i, 1));
     size_ = i + 1;
 }
 

@@ -17,6 +17,7 @@ public:
     void reset() { do_first(); }
 
     /// Restarts and answers element 0, a null pointer when the array is empty.
+    T const * first() { return do_first(); }
     T const * do_first() {
         size_ = array_->size();
         index_ = 0;
@@ -35,9 +36,21 @@ public:
     /// Index of the current element.
     int index() const { return index_; }
 
+    /// 1 while the iterator still fits the array: the same number of elements and, unless it is past the end, the same
+    /// page under it.
+    int invariant() const {
+        int const place = index_ & (array_->page_size() - 1);
+        if (size_ != array_->size() || index_ > size_) return 0;
+        if (index_ == size_) return current_ == nullptr;
+        return current_ == array_->page(index_ >> array_->page_shift()) + place &&
+               end_ - current_ == elements_of_page(index_ - place) - place;
+    }
+
 private:
+    int elements_of_page(int first) const { return std::min(array_->page_size(), size_ - first); }
+
     void enter_page(int page) {
-        int const left = std::min(array_->page_size(), size_ - index_);
+        int const left = elements_of_page(index_);
         current_ = left > 0 ? array_->page(page) : nullptr;
         end_ = left > 0 ? current_ + left : nullptr;
     }

@@ -77,7 +77,8 @@ void coQuickSort::heap_sort(void * array, int first, int last) const {
 }
 
 void coQuickSort::sift_down(void * array, int first, int root, int count) const {
-    for (int child; (child = 2 * root + 1) < count; root = child) {
+    for (int child; root < count / 2; root = child) {
+        child = 2 * root + 1;
         if (child + 1 < count && compare(array, first + child, first + child + 1) < 0) ++child;
         if (compare(array, first + root, first + child) >= 0) return;
         arr_swap(array, first + root, first + child);

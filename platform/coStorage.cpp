@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 namespace {
@@ -29,6 +30,7 @@ std::size_t const most_in_reserve = 16 * 1024 * 1024;
 Header * header_of(void * block) { return block == nullptr ? nullptr : static_cast<Header *>(block) - 1; }
 
 Header * reallocate(Header * old, std::size_t room) {
+    if (room > std::numeric_limits<std::size_t>::max() - sizeof(Header)) return nullptr;
     void * const block = must_fail() ? nullptr : std::realloc(old, sizeof(Header) + room);
     return block == nullptr ? nullptr : new (block) Header{room};
 }
@@ -52,11 +54,5 @@ void * coResizeStorage(void * block, std::size_t bytes) {
 }
 
 void coReleaseStorage(void * block) noexcept { std::free(header_of(block)); }
-
-int coTableSize(int rows, int cols) {
-    long long const size = static_cast<long long>(rows) * cols;
-    if (size != static_cast<int>(size)) throw std::bad_alloc();
-    return static_cast<int>(size);
-}
 
 void coFailStorageAfter(long successes) noexcept { remaining_successes.store(successes); }

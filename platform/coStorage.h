@@ -7,16 +7,13 @@
 /// Gives a block of `bytes` bytes that starts with the contents of `block`, which it replaces (a null `block` has
 /// none); contents past the old size are not initialised. The answer is null when `bytes` is 0.
 ///
-/// The storage of every array of the library comes from here and goes back through `coReleaseStorage`. A block that has
-/// grown can have up to as much room again, which its next growth takes up without a move.
-/// Failure: throws std::bad_alloc, and `block` stays as it was.
+/// The storage of every array of the library comes from here and goes back through `coReleaseStorage`. A block begins
+/// at a multiple of the alignment of std::max_align_t. One that has grown can have up to as much room again, which its
+/// next growth takes up without a move. Failure: throws std::bad_alloc, and `block` stays as it was.
 MATHS_API void * coResizeStorage(void * block, std::size_t bytes);
 
 /// Gives a block back; a null `block` is ignored.
 MATHS_API void coReleaseStorage(void * block) noexcept;
-
-/// rows * cols, the number of elements of a table. Failure: throws std::bad_alloc when it does not fit an int.
-MATHS_API int coTableSize(int rows, int cols);
 
 /// For tests: the request after `successes` more successful ones, and every one after that, throws std::bad_alloc;
 /// a negative number, the state at the start, lets every request through. Holds for all threads.

@@ -48,15 +48,22 @@ TEST(TypedArrays, IteratorsVisitInOrderAndEndWithANullPointer) {
         for (mlTinyVector2 const * v = (iterator.*first)(); v != nullptr; v = iterator.next(), ++i)
             EXPECT_TRUE(v == &array[i] && iterator.index() == i);
         EXPECT_TRUE(i == 257 && iterator.next() == nullptr);
+        array.shrink(1, 1);
+        EXPECT_EQ(iterator.invariant(), 0);
+        iterator.reset();
+        EXPECT_EQ(iterator.invariant(), 1);
+        for ((iterator.*first)(); iterator.next() != nullptr;)
+            EXPECT_EQ(iterator.invariant(), 1);
     };
     mlTinyVector2coDynArr row;
     mlTinyVector2coPageArr pages;
     expect_visits(row, mlTinyVector2coDynArrcoIterator(&row), &mlTinyVector2coDynArrcoIterator::first);
+    expect_visits(pages, mlTinyVector2coPageArrcoIterator(&pages), &mlTinyVector2coPageArrcoIterator::first);
+    pages.clear(0);
     expect_visits(pages, mlTinyVector2coPageArrcoIterator(&pages), &mlTinyVector2coPageArrcoIterator::do_first);
-    coDynArrcoIterator<mlTinyVector2> const iterator(&row);
-    EXPECT_EQ(iterator.invariant(), 1);
-    row.shrink(1, 0);
-    EXPECT_EQ(iterator.invariant(), 0);
+    mlTinyVector2coPageArrcoIterator const iterator(&pages);
+    pages.repaginate();
+    EXPECT_EQ(iterator.invariant(), 0) << "of other pages";
 }
 
 } // namespace

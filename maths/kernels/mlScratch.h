@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/coSize.h"
 #include "platform/coStorage.h"
 
 /// `count` doubles for the length of a call, not initialised: on the stack when they are few, else from the library's
@@ -10,7 +11,8 @@ template <int few = 1024> class mlScratch {
 public:
     /// Failure: std::bad_alloc.
     explicit mlScratch(std::size_t count)
-        : many_(count > few ? static_cast<double *>(coResizeStorage(nullptr, count * sizeof(double))) : nullptr) {}
+        : many_(count > few ? static_cast<double *>(coResizeStorage(nullptr, coByteCount(count, sizeof(double))))
+                            : nullptr) {}
     mlScratch(mlScratch const &) = delete;
     mlScratch & operator=(mlScratch const &) = delete;
     ~mlScratch() { coReleaseStorage(many_); }
