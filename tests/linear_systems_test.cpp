@@ -87,6 +87,15 @@ TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
     add({3, 9e-6}, 1, mlGSRowRemoved, 0.0, {3, 9e-6}, 1);
     add({3, 5}, 0, mlGSSucceeded, 25.0, {0, 5}, 1);
     add({3, 7}, 1, mlGSSucceeded, 49.0, {0, 7}, 2);
+    mlMatrix no_cols;
+    no_cols.become(2, 0);
+    mlGramSchmidt later(&no_cols);
+    Vector first{3, 4}, second{4, 3};
+    later.add(&first, 1);
+    later.add(&second, 1);
+    EXPECT_EQ(Values(no_cols.begin(), no_cols.begin() + 6), (Values{0, 0, 0, 0, 3, 4})) << "rows of zeros";
+    EXPECT_TRUE(no_cols.rows() == 4 && no_cols.size() == 8);
+    EXPECT_LT(std::fabs(scalar_product(no_cols.row(2), no_cols.row(3))), 1e-14);
 }
 
 TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "maths/core/mlMatrix.h"
+#include "maths/sparse/mlSparseRow.h"
 #include "tests/support/matrices.h"
 #include "tests/support/values.h"
 
@@ -8,6 +9,18 @@ namespace {
 
 static_assert(sizeof(mlMatrix) == sizeof(doublecoDynArr) + 2 * sizeof(int) && !std::is_copy_constructible_v<mlMatrix> &&
               !std::is_constructible_v<mlMatrix, enum mlVectorZero, int, int>);
+
+template <class A, class B>
+concept Swaps = requires(A & a, B & b) {
+    a.swap(b);
+};
+template <class A>
+concept Shrinks = requires(A & a) {
+    a.shrink(0, 0);
+};
+static_assert(Swaps<mlMatrix, mlMatrix> && Swaps<mlVector, doublecoDynArr> && Swaps<mlSparseRow, mlSparseRow> &&
+              Shrinks<mlVector>);
+static_assert(!Swaps<mlMatrix, mlVector> && !Swaps<mlVector, mlMatrix> && !Shrinks<mlMatrix>);
 
 void expect_table(mlMatrix const & m, std::vector<Values> const & table) {
     ASSERT_EQ(m.rows(), static_cast<int>(table.size()));
@@ -66,6 +79,37 @@ TEST(Matrix, IsEditedByRowsColumnsAndSlices) {
     EXPECT_EQ(m.size(), 6);
     column.append_col(Vector{1, 2});
     expect_table(column, {{1}, {2}});
+}
+
+TEST(Matrix, KeepsShapeAndStorageTogether) {
+    mlMatrix a(mlMatrixIdentity, 2), b(mlMatrixZero, 5, 4), rows;
+    a.swap(b);
+    expect_table(b, {{1, 0}, {0, 1}});
+    EXPECT_TRUE(a.rows() == 5 && a.cols() == 4 && a.size() == 20);
+    a.clear(0);
+    b.clear(1);
+    EXPECT_TRUE(a.rows() + a.cols() + b.rows() + b.cols() == 0 && a.capacity() == 20 && b.capacity() == 0);
+    rows.become(2, 0).append_row(Vector{1, 2, 3});
+    expect_table(rows, {{0, 0, 0}, {0, 0, 0}, {1, 2, 3}});
+    a.become(mlMatrixZero, 100000, 1);
+    a(1, 0) = a(0, 0) = 5.0;
+    a.expand(1, 100000, 7.0); // in the same storage, where either shape fits but not what spans both
+    EXPECT_TRUE(a.size() == 100000 && a(0, 0) == 5.0 && a(0, 1) == 7.0 && a(0, 99999) == 7.0);
+    a.expand(100000, 1, 8.0);
+    EXPECT_TRUE(a.size() == 100000 && a(0, 0) == 5.0 && a(1, 0) == 8.0);
+}
+
+TEST(Matrix, MultipliesASliceOfNeighboursWhereItIs) {
+    int const n = 5000;
+    mlMatrix const a(mlMatrixZero, 3, n), tall(mlMatrixZero, n, 2);
+    Vector y{7, 8, 9}, two{1, 2, 3};
+    coFailStorageAfter(0);
+    EXPECT_THROW(multiply(a, tall.col(0), y), std::bad_alloc); // whose elements are gathered
+    EXPECT_THROW(multiply(tall, two.slice(1, 1, 2), y), std::bad_alloc);
+    EXPECT_EQ(contents(y), (Values{7, 8, 9}));
+    EXPECT_NO_THROW(multiply(a, a.row(2), y));
+    coFailStorageAfter(-1);
+    EXPECT_EQ(contents(y), Values(3));
 }
 
 TEST(Matrix, ProductsAccumulateEachElementInIncreasingOrder) {

@@ -7,7 +7,6 @@
 
 #include "maths/core/mlStreamFlags.h"
 #include "maths/core/mlVectorRuns.h"
-#include "platform/coDynArr2D.h"
 
 mlMatrix::mlMatrix(enum mlMatrixZero, int rows, int cols) { become(::mlMatrixZero, rows, cols); }
 
@@ -78,26 +77,35 @@ mlMatrix & mlMatrix::become(enum utCopy, mlMatrix const & m) {
 }
 
 mlMatrix & mlMatrix::become(int rows, int cols) {
-    clear(0);
-    rows_ = cols_ = 0; // what the matrix is should the storage fail
+    clear(0); // what the matrix is should the storage fail
     doublecoDynArr::expand(coTableSize(rows, cols));
     rows_ = rows;
     cols_ = cols;
     return *this;
 }
 
+void mlMatrix::swap(mlMatrix & other) noexcept {
+    doublecoDynArr & other_storage = other;
+    doublecoDynArr::swap(other_storage);
+    std::swap(cols_, other.cols_);
+    std::swap(rows_, other.rows_);
+}
+
 void mlMatrix::append_row(mlVector const & v) {
     MATHS_CHECK(cols_ == 0 || v.size() == cols_, "append_row: %d elements to %d x %d", v.size(), rows_, cols_);
-    doublecoDynArr::expand(size() + v.size());
-    std::copy(v.begin(), v.end(), data() + rows_ * cols_);
-    if (cols_ == 0) cols_ = v.size();
-    ++rows_;
+    int const new_rows = coSizeSum(rows_, 1), new_cols = cols_ == 0 ? v.size() : cols_;
+    int const start = coTableSize(rows_, new_cols);
+    doublecoDynArr::expand(std::max(coSizeSum(size(), v.size()), coTableSize(new_rows, new_cols)));
+    if (cols_ == 0) std::fill_n(data(), start, 0.0);
+    std::copy(v.begin(), v.end(), data() + start);
+    rows_ = new_rows;
+    cols_ = new_cols;
 }
 
 void mlMatrix::append_col(mlVector const & v) {
     MATHS_CHECK(rows_ == 0 || v.size() == rows_, "append_col: %d elements to %d x %d", v.size(), rows_, cols_);
     int const new_rows = rows_ == 0 ? v.size() : rows_;
-    expand(new_rows, cols_ + 1, 0.0);
+    expand(new_rows, coSizeSum(cols_, 1), 0.0);
     for (int r = 0; r < new_rows; ++r)
         data()[r * cols_ + cols_ - 1] = v[r];
 }
@@ -107,7 +115,7 @@ void mlMatrix::delete_row(int r) {
     double * const row = data() + r * cols_;
     double * const next = row + cols_;
     if (next < end()) std::memmove(row, next, (end() - next) * sizeof(double));
-    shrink(size() - cols_, 0);
+    doublecoDynArr::shrink(size() - cols_, 0);
     --rows_;
 }
 
@@ -120,7 +128,7 @@ void mlMatrix::delete_col(int c) {
             if (j != c) *to++ = row[j];
         }
     }
-    shrink(size() - rows_, 0);
+    doublecoDynArr::shrink(size() - rows_, 0);
     --cols_;
 }
 
@@ -137,18 +145,22 @@ void mlMatrix::swap_cols(int a, int b) {
 
 void mlMatrix::expand(int new_rows, int new_cols, double fill) {
     if (new_rows == rows_ && new_cols == cols_) return;
-    doublecoDynArr2D cells(rows_, cols_, 1, 1);
-    cells.expand(rows_, cols_);
-    for (int r = 0; r < rows_; ++r)
-        std::copy_n(data() + r * cols_, cols_, &cells(r, 0));
-    cells.expand(new_rows, new_cols);
-    for (int r = 0; r < new_rows; ++r) {
-        for (int c = r < rows_ ? cols_ : 0; c < new_cols; ++c)
-            cells(r, c) = fill;
-    }
     doublecoDynArr::expand(coTableSize(new_rows, new_cols));
-    for (int r = 0; r < new_rows; ++r)
-        std::copy_n(&cells(r, 0), new_cols, data() + r * new_cols);
+    int const kept_rows = std::min(rows_, new_rows), kept_cols = std::min(cols_, new_cols);
+    auto const move_row = [&](int r) {
+        double * const row = data() + r * new_cols;
+        if (kept_cols > 0) std::memmove(row, data() + r * cols_, kept_cols * sizeof(double));
+        std::fill(row + kept_cols, row + new_cols, fill);
+    };
+    if (new_cols < cols_) { // in the order that overwrites no row before it has moved
+        for (int r = 0; r < kept_rows; ++r)
+            move_row(r);
+    } else {
+        for (int r = kept_rows - 1; r >= 0; --r)
+            move_row(r);
+    }
+    for (int r = kept_rows; r < new_rows; ++r)
+        std::fill_n(data() + r * new_cols, new_cols, fill);
     rows_ = new_rows;
     cols_ = new_cols;
 }
@@ -161,8 +173,10 @@ double mlMatrix::max_absolute_value() const {
     return maximum;
 }
 
+void mlMatrix::extend_storage(long long i) { doublecoDynArr::operator[](coSize(i)); }
+
 void mlMatrix::hold_at_least_one_element() {
-    if (size() == 0) (*this)[0] = 0.0;
+    if (size() == 0) doublecoDynArr::operator[](0) = 0.0;
 }
 
 void mlMatrix::copy_block(double const * src, int count) {

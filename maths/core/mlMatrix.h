@@ -14,10 +14,12 @@ enum mlMatrixTranspose { mlMatrixTranspose };
 ///
 /// The storage is that of a `doublecoDynArr`. Its size is at least rows() * cols() and can be larger: `expand` never
 /// shrinks it, and an empty matrix made by zero, identity, conversion, copy or product keeps one element. Comparison
-/// and `max_absolute_value` run over the storage's whole size.
+/// and `max_absolute_value` run over the storage's whole size. What would part the shape from the storage, the array's
+/// own `swap`, `clear` and `shrink`, is replaced or deleted here.
 /// Each constructor with a tag has a `become` that gives an existing matrix the same value.
 /// Lifetime: slices are valid until the shape changes. Bad input: no index, shape or size is checked.
-/// Failure: growth throws std::bad_alloc. Threads: one at a time.
+/// Failure: growth, and a shape of more elements than an int can count, throws std::bad_alloc. Editing operations then
+/// leave the matrix as it was, `become` and products leave it 0 x 0. Threads: one at a time.
 class MATHS_API mlMatrix : public doublecoDynArr {
 public:
     /// 0 x 0, without storage.
@@ -61,18 +63,47 @@ public:
     mlMatrix & become(Tag, int) = delete;
     // clang-format on
 
+    /// Makes the matrix 0 x 0; the storage is kept for `release` = 0, else freed.
+    void clear(int release) {
+        doublecoDynArr::clear(release);
+        rows_ = cols_ = 0;
+    }
+
+    /// Exchanges two matrices in constant time.
+    void swap(mlMatrix & other) noexcept;
+
+    /// The storage holds the shape: `delete_row`, `delete_col` and `expand` shrink a matrix.
+    int shrink(int n, int release) = delete;
+
     int rows() const { return rows_; }
     int cols() const { return cols_; }
 
-    /// Element (row, col); non-const access extends the storage, not the shape.
+    /// Element (row, col); non-const access extends the storage, not the shape. A checked build lets it go below the
+    /// last row, but not right of the last column, unless the matrix is 0 x 0.
     double & operator()(int row, int col) {
-        MATHS_CHECK(row >= 0 && col >= 0, "matrix element: (%d, %d) is negative", row, col);
-        return (*this)[row * cols_ + col];
+        MATHS_CHECK(row >= 0 && col >= 0 && (col < cols_ || !has_shape()), "matrix element: (%d, %d) of %d x %d", row,
+                    col, rows_, cols_);
+        long long const i = static_cast<long long>(row) * cols_ + col;
+        if (i >= size()) extend_storage(i);
+        return data()[i];
     }
     double const & operator()(int row, int col) const {
         MATHS_CHECK(row >= 0 && row < rows_ && col >= 0 && col < cols_, "matrix element: (%d, %d) of %d x %d", row, col,
                     rows_, cols_);
         return data()[row * cols_ + col];
+    }
+
+    /// Element i of the storage; non-const access extends it, not the shape. A checked build stops at an i past the
+    /// storage unless the matrix is 0 x 0.
+    double & operator[](int i) {
+        MATHS_CHECK(i >= 0 && (i < size() || !has_shape()), "matrix storage: element %d of %d, of a %d x %d matrix", i,
+                    size(), rows_, cols_);
+        return doublecoDynArr::operator[](i);
+    }
+    double const & operator[](int i) const {
+        MATHS_CHECK(i >= 0 && i < size(), "matrix storage: element %d of %d, of a %d x %d matrix", i, size(), rows_,
+                    cols_);
+        return data()[i];
     }
 
     mlSlice row(int r) { return row_view(r); }
@@ -84,7 +115,7 @@ public:
     mlSlice diagonal() { return diagonal_view(); }
     mlSlice const diagonal() const { return diagonal_view(); }
 
-    /// Adds v as the last row; a matrix without columns gets as many as v has elements.
+    /// Adds v as the last row; a matrix without columns gets as many as v has elements, its rows become zeros.
     void append_row(mlVector const & v);
 
     /// Adds v as the last column; a matrix without rows gets as many as v has elements.
@@ -96,7 +127,7 @@ public:
     void swap_cols(int a, int b);
 
     /// Changes the shape, either way: elements stay at their (row, column), new ones are `fill`, those outside are
-    /// dropped. The storage never shrinks.
+    /// dropped. The storage never shrinks, and grows to the new shape at most.
     void expand(int new_rows, int new_cols, double fill);
 
     /// The magnitude of the element that comes last in a run of growing ones: an element x counts when x itself, with
@@ -105,6 +136,8 @@ public:
     double max_absolute_value() const;
 
 private:
+    bool has_shape() const { return rows_ != 0 || cols_ != 0; }
+    [[gnu::cold]] void extend_storage(long long i);
     void hold_at_least_one_element();
     void copy_block(double const * src, int count);
     mlSlice view(int start, int length, int stride) const {
@@ -118,7 +151,7 @@ private:
         MATHS_CHECK(c >= 0 && c < cols_, "matrix column: %d of %d x %d", c, rows_, cols_);
         return view(c, rows_, cols_);
     }
-    mlSlice diagonal_view() const { return view(0, rows_ < cols_ ? rows_ : cols_, cols_ + 1); }
+    mlSlice diagonal_view() const { return view(0, rows_ < cols_ ? rows_ : cols_, coSizeSum(cols_, 1)); }
 
     int cols_ = 0;
     int rows_ = 0;
@@ -137,6 +170,8 @@ MATHS_API int equal(mlMatrix const & a, mlMatrix const & b, double tolerance);
 MATHS_API void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c);
 
 /// y = a x, of just a.rows() elements, each a sum from 0.0 in increasing k. y must not be x, nor be viewed by it.
+/// A slice whose elements are not neighbours is copied together first, beyond 1024 elements into storage of its own;
+/// nothing else but y is allocated. Failure: std::bad_alloc; y stays as it was.
 MATHS_API void multiply(mlMatrix const & a, mlVector const & x, mlVector & y);
 MATHS_API void multiply(mlMatrix const & a, mlSlice const & x, mlVector & y);
 

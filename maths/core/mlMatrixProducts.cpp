@@ -8,6 +8,7 @@ namespace {
 mlConstBlock block(mlMatrix const & m) { return {m.data(), m.cols()}; }
 
 void size_exactly(mlVector & y, int n) {
+    y.reserve(n); // first, since it may fail
     y.clear(0);
     y.expand(n);
 }
@@ -65,8 +66,13 @@ void multiply(mlMatrix const & a, mlVector const & x, mlVector & y) {
 
 void multiply(mlMatrix const & a, mlSlice const & x, mlVector & y) {
     ml_check_length("multiply", a.cols(), x.length());
-    size_exactly(y, a.rows());
+    if (x.stride() == 1 && a.cols() > 0) {
+        size_exactly(y, a.rows());
+        multiply_vector(a, x.data() + x.start(), y.data());
+        return;
+    }
     mlScratch<> gathered(a.cols());
     ml_run_update(mlDenseRun<double>{gathered.data()}, ml_run(x), a.cols(), mlAssign());
+    size_exactly(y, a.rows());
     multiply_vector(a, gathered.data(), y.data());
 }

@@ -79,8 +79,8 @@ public:
 
 private:
     mlSlice view(int start, int stride, int length) const {
-        MATHS_CHECK(length < 1 || (start >= 0 && start < size() && start + (length - 1) * stride >= 0 &&
-                                   start + (length - 1) * stride < size()),
+        [[maybe_unused]] long long const last = start + (length - 1LL) * stride;
+        MATHS_CHECK(length < 1 || (start >= 0 && start < size() && last >= 0 && last < size()),
                     "vector slice: start %d, stride %d, length %d of %d elements", start, stride, length, size());
         return mlSlice(const_cast<double *>(data()), start, length, stride);
     }

@@ -16,7 +16,9 @@ double mlGramSchmidt::add(mlVector * v, int keep) {
         return 0.0;
     }
     int const r = basis_->rows();
-    norms_.reserve(r + 1); // so that no row is left without its norm when memory runs out
+    norms_.reserve(coSizeSum(r, 1));                 // so that no row is left without its norm when memory runs out
+    while (norms_.size() < r && basis_->cols() == 0) // these rows become zeros
+        norms_[norms_.size()] = 0.0;
     basis_->append_row(*v);
     orthogonalize(r);
     if (status_ != mlGSSucceeded) return 0.0;
@@ -51,6 +53,7 @@ void mlGramSchmidt::make_orthogonal_to_those_above(int k) {
     int const cols = basis_->cols();
     mlDenseRun<double> const row{basis_->data() + k * cols};
     for (int j = 0; j < k; ++j) {
+        if (norms_[j] == 0.0) continue; // a row that had no columns
         mlDenseRun<double const> const above{basis_->data() + j * cols};
         double const factor = ml_run_scalar_product(row, above, cols) / norms_[j];
         ml_run_update(row, above, cols, [factor](double & x, double y) { x -= y * factor; });

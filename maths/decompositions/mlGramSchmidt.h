@@ -15,7 +15,8 @@ enum mlGSStatus : int {
 ///
 /// The constructor makes the rows that the matrix has orthogonal, in place; `add` makes a vector orthogonal to them
 /// and can append it. A vector whose squared length is below 1e-10, before or after, counts as zero: an absolute test,
-/// so bring the vectors to a sensible scale.
+/// so bring the vectors to a sensible scale. Rows of a matrix without columns become zeros with the first vector added,
+/// which takes nothing from it.
 /// Lifetime: the matrix belongs to the caller, must outlive the object, and must not be changed meanwhile.
 /// Bad input: the status tells of vectors; a NaN passes. Failure: std::bad_alloc. Threads: one at a time.
 /// Cost: a vector of n elements beside k rows 4 k n operations.

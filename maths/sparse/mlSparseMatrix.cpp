@@ -117,6 +117,7 @@ void mlSparseMatrix::multiply_vector(mlVector const & factor, mlVector & y) cons
     mlSparseFactor<mlVector> const unaliased(factor, y);
     mlVector const & x = *unaliased;
     ml_check_length("sparse multiply", cols(), x.size());
+    y.reserve(rows()); // first, since it may fail
     y.clear(0);
     y.expand(rows());
     for (int i = 0; i < rows(); ++i)
@@ -145,7 +146,7 @@ void mlSparseMatrix::extract_sub_matrix(int first_row, int first_col, int num_ro
     out.become(mlMatrixZero, num_rows, num_cols);
     for (int i = 0; i < num_rows; ++i) {
         for (mlSparseElement const & e : row(*this, first_row + i)) {
-            if (e.index >= first_col + num_cols) break;
+            if (e.index - first_col >= num_cols) break;
             if (e.index >= first_col) out.row(i).append_element(e.index - first_col, e.value);
         }
     }
@@ -155,7 +156,7 @@ void mlSparseMatrix::concatenate_below(mlSparseMatrix const & b) {
     MATHS_CHECK(cols() == b.cols(), "concatenate_below: %d x %d to %d x %d", b.rows(), b.cols(), rows(), cols());
     int const above = rows();
     int const count = b.rows();
-    resize_rows(above + count);
+    resize_rows(coSizeSum(above, count));
     for (int i = 0; i < count; ++i)
         row(above + i).become(utCopy, row(b, i));
 }
@@ -165,6 +166,6 @@ void mlSparseMatrix::concatenate_right(mlSparseMatrix const & b) { append_right(
 void mlSparseMatrix::concatenate_diagonal(mlSparseMatrix const & b) {
     int const above = rows();
     int const count = b.rows();
-    resize_rows(above + count);
+    resize_rows(coSizeSum(above, count));
     append_right(above, b, count);
 }

@@ -42,7 +42,7 @@ mlSparseMatrixBase::mlSparseMatrixBase(enum utCopy, mlSparseMatrixBase const & o
 int mlSparseMatrixBase::num_non_zero_elements() const {
     int count = 0;
     for (mlSparseRowcoDynArrPrgcoPrg const & handle : row_handles_)
-        count += handle->num_non_zero_elements();
+        count = coSizeSum(count, handle->num_non_zero_elements());
     return count;
 }
 
@@ -116,6 +116,7 @@ void mlSparseMatrixBase::add_or_subtract(mlSparseMatrixBase const & other, int s
 }
 
 void mlSparseMatrixBase::append_right(int first_row, mlSparseMatrixBase const & other, int count) {
+    int const cols = coSizeSum(num_cols_, other.num_cols_);
     for (int i = 0; i < count; ++i) {
         mlSparseRow const & source = row(other, i);
         mlSparseRow & target = row(first_row + i);
@@ -123,7 +124,7 @@ void mlSparseMatrixBase::append_right(int first_row, mlSparseMatrixBase const & 
         for (int k = 0; k < n; ++k)
             target.append_element(source[k].index + num_cols_, source[k].value);
     }
-    num_cols_ += other.num_cols_;
+    num_cols_ = cols;
 }
 
 void mlSparseMatrixBase::swap(mlSparseMatrixBase & other) noexcept {

@@ -21,7 +21,7 @@ public:
     int rows() const { return row_handles_.size(); }
     int cols() const { return num_cols_; }
 
-    /// The number of stored elements, explicit zeros included.
+    /// The number of stored elements, explicit zeros included. Failure: std::bad_alloc when an int can't count them.
     int num_non_zero_elements() const;
 
     /// Empties every row; the shape stays. The rows' storage is kept for `release` = 0, else freed.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <type_traits>
+#include <utility>
 
 template class MATHS_API_TEMPLATE_DEFINITION coDynArr<mlSparseElement>;
 
@@ -17,9 +18,9 @@ mlSparseRow & mlSparseRow::become(enum utCopy, mlSparseRow const & other) {
 }
 
 void mlSparseRow::append_elements(mlSparseElement const * elements, int n) {
-    int const count = size();
-    if (count <= reserved_) reserve_for(count + n); // a row that grew as an array no longer doubles
-    expand(count + n);
+    int const count = size(), new_count = coSizeSum(count, n);
+    if (count <= reserved_) reserve_for(new_count); // a row that grew as an array no longer doubles
+    expand(new_count);
     std::copy_n(elements, n, data() + count);
 }
 
@@ -30,7 +31,7 @@ double mlSparseRow::element(int index) const {
     if (index < elements[lo].index || index > elements[hi].index) return 0.0;
     if (index == elements[hi].index) return elements[hi].value;
     for (;;) { // the wanted element is not before lo, and before hi
-        int const mid = (lo + hi) / 2;
+        int const mid = lo + (hi - lo) / 2;
         if (index < elements[mid].index)
             hi = mid;
         else if (index == elements[mid].index)
@@ -57,11 +58,17 @@ void mlSparseRow::clear(int release) {
     if (release != 0) reserved_ = 0;
 }
 
+void mlSparseRow::swap(mlSparseRow & other) noexcept {
+    mlSparseElementcoDynArr & other_elements = other;
+    mlSparseElementcoDynArr::swap(other_elements);
+    std::swap(reserved_, other.reserved_);
+}
+
 // Doubles the room asked for until n elements have it.
 void mlSparseRow::reserve_for(int n) {
     int wanted = reserved_;
     while (wanted < n)
-        wanted = wanted == 0 ? 8 : 2 * wanted;
+        wanted = wanted == 0 ? 8 : coTableSize(2, wanted);
     reserve(wanted);
     reserved_ = wanted;
 }

@@ -7,7 +7,7 @@
 ///
 /// The order is the caller's to keep: the row neither sorts nor merges, and elements appended out of order make
 /// `element` miss some, silently. Explicit zeros may be stored; they count as elements.
-/// Growth: appending doubles the room from 8, so n appends cost O(n).
+/// Growth: appending doubles the room from 8, so n appends cost O(n). Room for 2^30 elements is the most.
 /// Lifetime: pointers to elements and iterators are valid until the row grows or is cleared.
 /// Failure: growth throws std::bad_alloc and changes nothing. Threads: one at a time.
 class MATHS_API mlSparseRow : public mlSparseElementcoDynArr {
@@ -46,6 +46,9 @@ public:
 
     /// Makes the row empty; the storage is kept for `release` = 0, else freed.
     void clear(int release);
+
+    /// Exchanges two rows in constant time.
+    void swap(mlSparseRow & other) noexcept;
 
 private:
     void reserve_for(int n);

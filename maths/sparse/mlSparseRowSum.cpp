@@ -46,7 +46,7 @@ void mlSparseRowSum::move_to(mlSparseRow & row) {
 }
 
 void mlSparseRowSum::append(double s, mlSparseElement const * first, mlSparseElement const * last) {
-    int const size = size_ + static_cast<int>(last - first);
+    int const size = coSize(size_ + static_cast<long long>(last - first));
     keys_.expand(size);
     terms_.expand(size);
     Key * const keys = keys_.data();

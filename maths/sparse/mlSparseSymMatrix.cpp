@@ -48,13 +48,13 @@ mlSparseSymMatrix & mlSparseSymMatrix::become(enum utCopy, mlSparseSymMatrix con
 
 void mlSparseSymMatrix::concatenate(mlSparseMatrix const & b) {
     append_right(0, b, rows());
-    resize_rows(rows() + b.cols());
+    resize_rows(coSizeSum(rows(), b.cols()));
 }
 
 void mlSparseSymMatrix::concatenate_diagonal(mlSparseSymMatrix const & s) {
     int const above = rows();
     int const count = s.rows();
-    resize_rows(above + count);
+    resize_rows(coSizeSum(above, count));
     append_right(above, s, count);
 }
 
