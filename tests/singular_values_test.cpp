@@ -79,6 +79,19 @@ TEST(SingularValues, JudgeRankRelativelyButASingleValueAbsolutely) {
     expect(Matrix(3, 0, {}), 1e-7, 0, 1);
 }
 
+TEST(SingularValues, OfEmptyMatricesAreNoneWhateverIsAskedFor) {
+    for (auto const & [rows, cols] : {Shape(0, 0), Shape(0, 1), Shape(0, 300), Shape(1, 0), Shape(300, 0)}) {
+        for (auto const u : {SVD::mlNO_U, SVD::mlALL_U}) {
+            for (auto const v : {SVD::mlNO_V, SVD::mlALL_V, SVD::mlTHIN_V}) {
+                mlMatrix const a(mlMatrixZero, rows, cols);
+                SVD const svd(a, u, v);
+                EXPECT_EQ(svd.diagonal().size() + svd.invalid(), 0);
+                EXPECT_EQ(svd.V().cols(), v == SVD::mlNO_V ? 1 : v == SVD::mlALL_V ? cols : 0);
+            }
+        }
+    }
+}
+
 TEST(PseudoInverse, IsThatOfTheFirstToleranceForGood) {
     SVD const svd(Matrix(2, 2, {1, 0, 0, 1e-9})), other(Matrix(2, 2, {1, 0, 0, 1e-9})), lone(Matrix(1, 1, {1e-9}));
     EXPECT_EQ(svd.inverse(1e-7)(1, 1) + svd.inverse(1e-12)(1, 1), 0.0);

@@ -19,7 +19,8 @@ public:
     /// rows x cols elements, not initialised.
     mlFortranMatrix(int rows, int cols)
         : rows_(rows), cols_(cols),
-          stride_(mlKernels::padded(cols + mlKernels::padding_cols) | (mlKernels::padding_cols + 1)),
+          stride_(mlKernels::padded(coSizeSum(cols, 3 * mlKernels::padding_cols) - 2 * mlKernels::padding_cols) |
+                  (mlKernels::padding_cols + 1)),
           elements_(coTableSize(rows, stride_)) {
         for (int i = 1; i <= rows_; ++i) // the kernels would be slow with denormals there
             std::fill(row(i) + cols_, row(i) + stride_, 0.0);
@@ -44,7 +45,7 @@ public:
     mlBlock block(int i, int j) const {
         MATHS_CHECK(i >= 1 && i <= rows_ + 1 && j >= 1 && j <= cols_ + 1, "work matrix: from (%d, %d) of %d x %d", i, j,
                     rows_, cols_);
-        return {row(i) + j - 1, stride_};
+        return {i <= rows_ ? row(i) + j - 1 : row(i), stride_};
     }
 
 private:

@@ -181,6 +181,7 @@ void Elimination::solve_unit_lower(int first, int end, int first_col, int width)
 
 /// Rows [first_row, end_row) take the updates of rows [first, end), in this order.
 void Elimination::subtract_product(int first_row, int end_row, int first, int end, int first_col, int width) {
+    if (first_row >= end_row) return;
     mlBlock const rows = block(first_row, first_col), multipliers = block(first_row, first),
                   above = block(first, first_col);
     ml_kernels().subtract_product(end_row - first_row, width, end - first, {multipliers.first, cols_},

@@ -23,22 +23,22 @@ mlRotatedBasis::mlRotatedBasis(mlFortranMatrix const & basis)
     for (int first = 1; first <= rows_; first += strip_rows_) {
         int const count = std::min(strip_rows_, rows_ - first + 1);
         mlBlock const rows = basis.block(first, 1);
-        kernels_.copy_transposed(count, cols_, {rows.first, rows.ld}, {&element(first, 1), strip_rows_});
+        kernels_.copy_transposed(count, cols_, {rows.first, rows.ld}, {address(first, 1), strip_rows_});
         for (int j = 1; j <= cols_; ++j)
-            std::fill_n(&element(first, j) + count, strip_rows_ - count, 0.0);
+            std::fill_n(address(first, j) + count, strip_rows_ - count, 0.0);
     }
     for (int j = 1; j <= cols_; ++j)
         sources_.get()[j - 1] = j;
 }
 
 void mlRotatedBasis::rotate(int j, int k, mlRotation const & rotation) {
-    if (notes_ == 0) return kernels_.rotate(strip_rows_, &element(1, j), &element(1, k), rotation);
+    if (notes_ == 0) return kernels_.rotate(strip_rows_, address(1, j), address(1, k), rotation);
     if (rotation_count_ == notes_) carry_out();
-    mlRotationRun * const last = runs_.get() + run_count_ - 1;
-    if (run_count_ > 0 && j - 1 == last->second + last->count - 1 && k == j + 1)
-        ++last->count;
+    mlRotationRun * const runs = runs_.get();
+    if (run_count_ > 0 && k == j + 1 && j == runs[run_count_ - 1].second + runs[run_count_ - 1].count)
+        ++runs[run_count_ - 1].count;
     else
-        runs_.get()[run_count_++] = {j - 1, k - 1, 1};
+        runs[run_count_++] = {j - 1, k - 1, 1};
     rotations_.get()[rotation_count_++] = rotation;
 }
 
@@ -51,7 +51,7 @@ void mlRotatedBasis::finish(mlFortranMatrix const & basis) {
     for (int i = 1; i <= rows_; ++i) {
         for (int j = 1; j <= cols_; ++j) {
             int const source = sources_.get()[j - 1];
-            basis(i, j) = source > 0 ? element(i, source) : element(i, -source) * -1.0;
+            basis(i, j) = source > 0 ? *address(i, source) : *address(i, -source) * -1.0;
         }
     }
 }
@@ -61,7 +61,8 @@ void mlRotatedBasis::carry_out() {
     run_count_ = rotation_count_ = 0;
 }
 
-double & mlRotatedBasis::element(int i, int j) const {
+// Of element (i, j), which a basis without columns does not have.
+double * mlRotatedBasis::address(int i, int j) const {
     int const strip = (i - 1) / strip_rows_, row = (i - 1) % strip_rows_;
-    return elements_.get()[(static_cast<std::ptrdiff_t>(strip) * cols_ + j - 1) * strip_rows_ + row];
+    return elements_.get() + (static_cast<std::ptrdiff_t>(strip) * cols_ + j - 1) * strip_rows_ + row;
 }

@@ -28,7 +28,7 @@ public:
 
 private:
     void carry_out();
-    double & element(int i, int j) const;
+    double * address(int i, int j) const;
 
     mlKernels const & kernels_;
     int rows_;

@@ -102,7 +102,7 @@ constexpr int packed_rows = 256;
 inline void prefetch_rows(int first, int end, mlConstBlock columns) {
     for (int r = first; r < end; ++r) {
         for (int j = 0; j < panel_cols; j += 8)
-            __builtin_prefetch(columns.first + r * columns.ld + j);
+            prefetch<3>(columns.first, r * columns.ld + j);
     }
 }
 

@@ -45,14 +45,16 @@ inline void column_sums_of_block(int cols, mlBlock x, mlRankOne change, double c
 /// All rows: in blocks of `height`, then of half of that and so on.
 template <int height, bool all, bool changes, bool summed>
 inline void column_sums(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums) {
-    for (; rows >= height; rows -= height) {
-        column_sums_of_block<height, all, changes, summed>(cols, x, change, weights, sums);
-        x.first += height * x.ld;
-        if (changes) change.column += height;
-        if (summed) weights += height;
-    }
+    auto const below = [&](int r) { return mlBlock{x.first + r * x.ld, x.ld}; };
+    auto const to_those = [&](int r) { return mlRankOne{changes ? change.column + r : nullptr, change.row}; };
+    int r = 0;
+    for (; r + height <= rows; r += height)
+        column_sums_of_block<height, all, changes, summed>(cols, below(r), to_those(r), weights + (summed ? r : 0),
+                                                           sums);
     if constexpr (height > 1) {
-        if (rows > 0) column_sums<height / 2, all, changes, summed>(rows, cols, x, change, weights, sums);
+        if (r < rows)
+            column_sums<height / 2, all, changes, summed>(rows - r, cols, below(r), to_those(r),
+                                                          weights + (summed ? r : 0), sums);
     }
 }
 

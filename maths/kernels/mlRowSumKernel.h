@@ -55,16 +55,18 @@ inline void row_sums_of_groups(int rows, int cols, mlBlock x, mlRankOne change, 
 template <bool all, bool changes>
 void row_sums(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums) {
     constexpr int many = row_groups_in_flight * lanes;
-    for (; rows > 0; rows -= many) {
-        if (rows >= many)
-            row_sums_of_groups<row_groups_in_flight, false, all, changes>(many, cols, x, change, weights, sums);
-        else if (rows <= lanes)
-            row_sums_of_groups<1, true, all, changes>(rows, cols, x, change, weights, sums);
+    for (int i = 0; i < rows; i += many) {
+        int const left = rows - i;
+        mlBlock const below{x.first + i * x.ld, x.ld};
+        mlRankOne const to_those{changes ? change.column + i : nullptr, change.row};
+        if (left >= many)
+            row_sums_of_groups<row_groups_in_flight, false, all, changes>(many, cols, below, to_those, weights,
+                                                                          sums + i);
+        else if (left <= lanes)
+            row_sums_of_groups<1, true, all, changes>(left, cols, below, to_those, weights, sums + i);
         else
-            row_sums_of_groups<row_groups_in_flight, true, all, changes>(rows, cols, x, change, weights, sums);
-        x.first += many * x.ld;
-        if (changes) change.column += many;
-        sums += many;
+            row_sums_of_groups<row_groups_in_flight, true, all, changes>(left, cols, below, to_those, weights,
+                                                                         sums + i);
     }
 }
 

@@ -17,7 +17,7 @@ template <int vecs> inline void solve_strip(int first, int end, mlTriangle l, ml
             rest[v] = load(row + v * lanes);
         bool const far = t > many_rows;
         for (int s = t - 1; s >= 0; --s) {
-            if (far) __builtin_prefetch(factors + l.row_step + s * l.step, 0, 2);
+            if (far) prefetch<2>(factors, l.row_step + s * l.step);
             Lanes const factor = broadcast(factors[s * l.step]);
             double const * const solved = x.first + s * x.ld;
             for (int v = 0; v < vecs; ++v)
