@@ -141,4 +141,24 @@ TEST_F(CachedFunction, KeepsASlotForEachCombinationOfOrdersWhichServesTheJacobia
     EXPECT_EQ(calls, 11);
 }
 
+TEST_F(CachedFunction, KeepsNoDerivativeThatAThrowingCallHasBegunToWrite) {
+    struct Fails : mlCachedFunctionN {
+        using mlCachedFunctionN::mlCachedFunctionN;
+        void function_derivative(mlSlice const & x, int * const orders, mlVector & out) const override {
+            mlCachedFunctionN::function_derivative(x, orders, out);
+            if (x[1] != 1.0) return;
+            out.fill(-1.0);
+            throw std::bad_alloc();
+        }
+    } const failing(this);
+    mlMatrix jacobian(mlMatrixZero, 2, 2);
+    Vector x{0, 0};
+    failing.function_gradient(x.slice(), jacobian);
+    x[1] = 1.0;
+    EXPECT_THROW(failing.function_gradient(x.slice(), jacobian), std::bad_alloc);
+    x[1] = 0.0;
+    failing.function_gradient(x.slice(), jacobian);
+    EXPECT_EQ(contents(jacobian), (Values{41, 20, 40, 21})) << "the first column anew";
+}
+
 } // namespace

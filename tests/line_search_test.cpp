@@ -155,4 +155,23 @@ TEST(FunctionValue, CopiesWhatIsKnownAndForgetsDerivatives) {
     EXPECT_TRUE(target.first_derivative == 4.0 && target.second_derivative == 9.0);
 }
 
+TEST(FunctionValue, KnowsNothingThatACallWhichThrewWasToTell) {
+    struct Computing : mlFunctionValue {
+        using mlFunctionValue::do_fn0;
+        using mlFunctionValue::do_fn1;
+        using mlFunctionValue::do_fn2;
+        using mlFunctionValue::mlFunctionValue;
+    } entry(1.0);
+    double (*const fails)(double) = [](double) -> double { throw std::bad_alloc(); };
+    auto const slope = [](double t) { return 2 * t; };
+    entry.do_fn2(TracedFunction(slope, slope, slope));
+    entry.t = 3.0;
+    EXPECT_THROW(entry.do_fn2(TracedFunction(slope, slope, fails)), std::bad_alloc);
+    EXPECT_TRUE(entry.first_derivative == 2.0 && entry.second_derivative == mlUnboundedMin);
+    EXPECT_THROW(entry.do_fn1(TracedFunction(slope, fails, slope)), std::bad_alloc);
+    EXPECT_TRUE(entry.value == 2.0 && entry.first_derivative == mlUnboundedMin);
+    EXPECT_THROW(entry.do_fn0(TracedFunction(fails)), std::bad_alloc);
+    EXPECT_EQ(entry.value, mlUnboundedMin);
+}
+
 } // namespace

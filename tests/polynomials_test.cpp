@@ -110,6 +110,12 @@ TEST(Polynomial, TreatsTheDegreeOfZeroAsNothingToGoOver) {
     mlPolynomial::set_zero(-1, a + 2);
     EXPECT_TRUE(n == 0 && d == 1);
     EXPECT_EQ(Values(a, a + 3), (Values{0, 0, 6}));
+    double value = 5.0;
+    mlTinyVector2 point = mlTinyVector2(mlVectorZero);
+    point.fill(5.0);
+    mlPolynomial::evaluate(-1, a, 2.0, value);
+    mlTinyVector2Polynomial::evaluate(-1, nullptr, 2.0, point);
+    EXPECT_TRUE(value == 0.0 && point[0] == 0.0 && point[1] == 0.0);
 }
 
 TEST(Polynomial, PrintsFromTheHighestPowerDown) {

@@ -1,11 +1,21 @@
 #include "maths/functions/mlCachedFunctionN.h"
 
 #include "maths/functions/mlDomain.h"
-#include "platform/utMath.h"
+
+namespace {
+
+int number_of_slots(int variables) {
+    int slots = 1;
+    for (int k = 0; k < variables; ++k)
+        slots = coTableSize(slots, 3);
+    return slots;
+}
+
+} // namespace
 
 mlCachedFunctionN::mlCachedFunctionN(mlFunctionN const * f)
     : base_function_(f), cached_input_dimension_(f->input_dimension), cached_output_dimension_(f->output_dimension),
-      slot_count_(static_cast<int>(utMath::pow(3.0, f->input_dimension))) {
+      slot_count_(number_of_slots(f->input_dimension)) {
     input_dimension = cached_input_dimension_;
     output_dimension = cached_output_dimension_;
     orders_.expand(cached_input_dimension_);
@@ -58,6 +68,7 @@ void mlCachedFunctionN::function_gradient(mlSlice const & x, mlMatrix & jacobian
             orders_[i] = i == k ? 1 : 0;
         int const slot = index(orders_.data());
         if (!known(slot, x)) {
+            forget(slot);
             function_derivative(x, orders_.data(), values_[slot]);
             arguments_[slot] = x;
         }

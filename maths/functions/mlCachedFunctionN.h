@@ -12,8 +12,9 @@
 /// Arguments are compared as slices are: their first n values from data() on, start and stride ignored. An argument
 /// whose first element is the most negative finite double is never found.
 /// Space: 3^n pairs of vectors, which bounds its use to few variables. Bad input: orders outside 0 .. 2 are not
-/// checked. Lifetime: the wrapped function must outlive the object. Failure: std::bad_alloc. Threads: the const
-/// operations write the cache: one thread at a time.
+/// checked. Lifetime: the wrapped function must outlive the object. Failure: std::bad_alloc, always from 20 variables
+/// on. An answer during which the caller's function throws is not remembered. Threads: the const operations write the
+/// cache: one thread at a time.
 class MATHS_API mlCachedFunctionN : public mlFunctionN {
 public:
     explicit mlCachedFunctionN(mlFunctionN const * f);

@@ -23,8 +23,9 @@ int call_limit_of(mlDownHillSimplexSpeed speed) {
 
 mlDownHillSimplex::mlDownHillSimplex(int n)
     : function_(nullptr), initial_step_(0.1), dimension_(n), tolerance_(1e-10), calls_(0) {
-    values_.expand(n + 1);
-    vertices_.become(n + 1, n);
+    int const vertices = coSizeSum(n, 1);
+    values_.expand(vertices);
+    vertices_.become(vertices, n);
     vertex_sum_.expand(n);
     trial_point_.expand(n);
 }

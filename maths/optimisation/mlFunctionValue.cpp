@@ -12,19 +12,20 @@ void mlFunctionValue::invalidate_derivatives() {
 }
 
 void mlFunctionValue::do_fn0(mlFunction const & f) {
+    value = first_derivative = mlUnboundedMin; // before the call, which may throw
     value = f.function(t);
-    first_derivative = mlUnboundedMin;
 }
 
 void mlFunctionValue::do_fn1(mlFunction const & f) {
     need_value(f);
+    first_derivative = second_derivative = mlUnboundedMin;
     first_derivative = f.function_derivative(1, t);
-    second_derivative = mlUnboundedMin;
 }
 
 void mlFunctionValue::do_fn2(mlFunction const & f) {
     need_value(f);
     if (first_derivative == mlUnboundedMin) first_derivative = f.function_derivative(1, t);
+    second_derivative = mlUnboundedMin;
     second_derivative = f.function_derivative(2, t);
 }
 

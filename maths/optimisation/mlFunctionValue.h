@@ -26,6 +26,7 @@ public:
 
 protected:
     /// Computes the value, the first or the second derivative of f at t, anew, after the lower ones that are not known.
+    /// Where f throws, the entry and those after it are not known.
     void do_fn0(mlFunction const & f);
     void do_fn1(mlFunction const & f);
     void do_fn2(mlFunction const & f);

@@ -65,7 +65,7 @@ void mlPolynomialOf<Coefficient>::multiply(int n, double const * a, int m, Coeff
 
 template <class Coefficient>
 void mlPolynomialOf<Coefficient>::multiply(int n, double const * a, int & m, Coefficient * b) {
-    kept_values_.expand(n + m + 2);
+    kept_values_.expand(coSizeSum(coSizeSum(n, m), 2));
     int d;
     multiply(n, a, m, b, d, kept_values_.data());
     copy(d, kept_values_.data(), b);
@@ -108,9 +108,10 @@ template <class Coefficient> void mlPolynomialOf<Coefficient>::print(utOstream &
 
 template <class Coefficient>
 void mlPolynomialOf<Coefficient>::fit(double const * x, Coefficient const * y, int n, Coefficient * c) {
-    basis_.expand(n + 1);
-    basis_work_.expand(n + 1);
-    term_.expand(n + 1);
+    int const count = coSizeSum(n, 1);
+    basis_.expand(count);
+    basis_work_.expand(count);
+    term_.expand(count);
     set_zero(n, c);
     for (int i = 0; i <= n; ++i) { // c += y[i] times the basis polynomial that is 1 at x[i] and 0 at the others
         make_basis(x, n, i);

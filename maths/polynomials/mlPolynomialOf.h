@@ -42,9 +42,12 @@ public:
     /// b = a b, with m raised to the degree of the product. b may be a.
     void multiply(int n, double const * a, int & m, Coefficient * b);
 
-    /// v = a(t), by Horner's rule; n is at least 0.
+    /// v = a(t), by Horner's rule; zero for a negative degree, and a is not read then.
     static void evaluate(int n, Coefficient const * a, double t, Coefficient & v) {
-        MATHS_CHECK(n >= 0, "polynomial value: degree %d", n);
+        if (n < 0) {
+            v = Coefficient();
+            return;
+        }
         Coefficient const * next = a + n;
         Coefficient value = *next;
         while (next != a) { // the shortest of loops: more evaluations overlap, each of them a chain of waits
