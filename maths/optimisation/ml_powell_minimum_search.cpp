@@ -21,6 +21,7 @@ public:
           extrapolated_(mlVectorZero, n_), direction_(mlVectorZero, n_), best_point_(mlVectorZero, n_),
           line_(x_, direction_, &f) {
         start_ = x_;
+        best_point_ = x_; // as long as no sweep has ended at a finite value
         value_ = before_sweep_ = f_.function(x_.slice());
     }
 

@@ -22,8 +22,8 @@ public:
     mlSparseSymMatrix(enum mlMatrixIdentity, int n);
 
     /// The product of a's transpose and a. Element (i, j) is stored when some row k of a stores columns i and j; its
-    /// terms a(k, i) a(k, j) are summed in increasing k, starting from the first. O(t log n) for t terms and n elements
-    /// in a row of the product.
+    /// terms a(k, i) a(k, j) are summed in increasing k, starting from the first; where row k stores column j twice,
+    /// the later element's term comes first. O(t log n) for t terms and n elements in a row of the product.
     mlSparseSymMatrix(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a);
     mlSparseSymMatrix(enum utCopy, mlSparseSymMatrix const & m);
 
