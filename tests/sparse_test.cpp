@@ -159,6 +159,7 @@ TEST(SparseRow, DoublesItsRoomFromEight) {
 }
 
 TEST(SparseRow, LosesElementsThatAreOutOfOrderWithoutAWord) {
+    if (checked_build) GTEST_SKIP() << "which stops at the first";
     mlSparseRow row;
     for (int const column : {2, 9, 5, 12})
         row.append_element(column, column);

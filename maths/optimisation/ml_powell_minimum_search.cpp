@@ -121,6 +121,8 @@ double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tole
                                 mlFunctionN1 & f) {
     MATHS_CHECK(directions.rows() == x.size() && directions.cols() == x.size(),
                 "powell: directions %d x %d in %d dimensions", directions.rows(), directions.cols(), x.size());
+    MATHS_CHECK(f.dimension == x.size(), "powell: the function's `dimension` is %d, the start has %d elements",
+                f.dimension, x.size());
     PowellSearch search(x, directions, f);
     search.sweep();
     while (!search.finished(tolerance, iterations)) {

@@ -17,6 +17,8 @@ mlSparseRow & mlSparseRow::become(enum utCopy, mlSparseRow const & other) {
 }
 
 void mlSparseRow::append_elements(mlSparseElement const * elements, int n) {
+    for (int k = 0; k < n; ++k)
+        check_order(k > 0 ? elements[k - 1].index : last_column_index(), elements[k].index);
     int const count = size();
     if (count <= reserved_) reserve_for(count + n); // a row that grew as an array no longer doubles
     expand(count + n);

@@ -100,7 +100,7 @@ void mlSparseSymMatrix::multiply_vector(mlVector const & factor, mlVector & y) c
 void mlSparseSymMatrix::multiply_matrix(mlMatrix const & factor, mlMatrix & c) const {
     mlSparseFactor<mlMatrix> const unaliased(factor, c);
     mlMatrix const & b = *unaliased;
-    MATHS_CHECK(cols() == b.rows(), "sparse multiply: %d x %d times %d x %d", rows(), cols(), b.rows(), b.cols());
+    MATHS_CHECK(cols() <= b.rows(), "sparse multiply: %d x %d times %d x %d", rows(), cols(), b.rows(), b.cols());
     c.become(mlMatrixZero, rows(), b.cols());
     for (int i = 0; i < rows(); ++i) {
         for (mlSparseElement const & e : row(*this, i)) {

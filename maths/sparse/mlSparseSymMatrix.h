@@ -41,6 +41,7 @@ public:
     void set(int i, int j, double v) {
         MATHS_CHECK(j >= i && j < cols(), "sparse set: (%d, %d) of the upper triangle of %d x %d", i, j, rows(),
                     cols());
+        MATHS_CHECK(j > last_in_row(i), "sparse set: (%d, %d) after (%d, %d)", i, j, i, last_in_row(i));
         row(i).append_element(j, v);
     }
 
