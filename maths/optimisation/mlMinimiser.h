@@ -40,6 +40,14 @@ public:
     /// `not_converged`: 1 when the iterations ran out, else 0.
     double minimise(int & found, int & range_end, int & not_converged);
 
+    /// The value at the current point, after a search that of the minimum. Mostly it is known; where the current point
+    /// is an end of the range that it never left, this asks the function, and keeps nothing: searches ask for just what
+    /// they would without.
+    double value() const { return current_.knows_value() ? current_.value : function_->function(current_.t); }
+
+    /// Iterations that the last search used; 0 before the first.
+    int iterations() const { return iterations_; }
+
     /// Moves the range next to the old one: below it for x < lo, else [hi, x], which is inverted when x < hi. The
     /// current point stays, and its derivatives are forgotten.
     void change_range(double x);
