@@ -8,6 +8,7 @@ namespace {
 int const orders[] = {0, 1, 2, 3, 5, 10, 23, 24, 25, 33, 50, 97};
 
 void digest_lu() {
+    if (stops_at_misuse("LU decomposition")) return; // singular factors are asked to solve
     ExactDigest digest("LU decomposition");
     Operands operands(11);
     for (int const n : orders) {

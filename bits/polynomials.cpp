@@ -50,6 +50,7 @@ public:
 };
 
 void digest_roots() {
+    if (stops_at_misuse("roots of quadratics, iterative roots")) return; // brackets without a change of sign
     ExactDigest exact("roots of quadratics, iterative roots");
     RuntimeDigest runtime("roots of cubics and quartics");
     Operands operands(42);
@@ -95,6 +96,7 @@ private:
 };
 
 void digest_searches_for_roots() {
+    if (stops_at_misuse("searches for roots, call by call")) return; // likewise
     ExactDigest digest("searches for roots, call by call");
     Operands operands(43);
     for (int i = 0; i < 1000; ++i) {

@@ -8,6 +8,9 @@
 #include "platform/coSize.h"
 #include "platform/coStorage.h"
 
+/// Copies an element of an array. A type whose assignment checks what it is given has an overload of its own.
+template <class T> void coAssignElement(T & to, T const & from) { to = from; }
+
 /// Owner of the block of an array while it is being filled: `count` slots of T, none when `count` is below 1.
 ///
 /// Slots of a trivially copyable T are raw storage, others are constructed with T(). For use inside the arrays only.
@@ -42,7 +45,7 @@ public:
     static void assign(T * to, T * from, int count) {
         for (int i = 0; i < count; ++i) {
             if constexpr (std::is_copy_assignable_v<T>)
-                to[i] = std::as_const(from[i]);
+                coAssignElement(to[i], std::as_const(from[i]));
             else
                 to[i] = std::move(from[i]);
         }

@@ -140,8 +140,8 @@ void functions(Objects & o) {
     SumAndProduct const f;
     mlCachedFunctionN const cached(&f);
     mlVector const x(mlVectorZero, 2);
-    cached.function(x.slice(), o.v);
-    cached.function_gradient(x.slice(), o.m);
+    cached.function(x.slice(), o.v.become(mlVectorZero, 2));
+    cached.function_gradient(x.slice(), o.m.become(mlMatrixZero, 2, 2));
     TracedFunctionN1 g(2, bowl);
     g.gradient(x.slice(), o.v);
     g.hessian(x.slice(), o.m);

@@ -1,31 +1,151 @@
+#include <functional>
+#include <type_traits>
+
 #include <gtest/gtest.h>
 
-#include "maths/core/mlTinyVector.h"
-#include "platform/coPageArr.h"
+#include "maths/maths.h"
+#include "tests/support/traces.h"
+#include "tests/support/values.h"
 
 // Built and run only where the library checks its callers.
 
-TEST(CheckedDeathTest, MisuseStopsWithTheOperationAndItsOperands) {
-    mlVector v(mlVectorZero, 3), y;
+namespace {
+
+struct Mistake {
+    std::function<void()> make;
+    char const * message;
+};
+
+void expect_stops(std::initializer_list<Mistake> mistakes) {
+    for (Mistake const & mistake : mistakes)
+        EXPECT_DEATH(mistake.make(), mistake.message);
+}
+
+TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndItsOperands) {
+    Vector v{0, 0, 0}, longer{1, 2, 3, 4};
     mlVector const & fixed = v;
+    mlVector y, none;
     mlMatrix const m(mlMatrixZero, 2, 4);
-    mlMatrix shaped(mlMatrixZero, 2, 4), shapeless;
+    mlMatrix n(mlMatrixZero, 2, 2), shaped(mlMatrixZero, 2, 4), product, shapeless;
     mlTinyVector3 tiny(mlVectorZero);
     intcoPageArr pages{1, 2, 3};
     int out[8];
-    EXPECT_DEATH(static_cast<void>(fixed[3]), "index 3 of 3");
-    EXPECT_DEATH(v.slice(1, 2, 3), "start 1, stride 2, length 3 of 3");
-    EXPECT_DEATH(v = m.row(0).slice(0, 1, 2), "3 elements wanted, 2 given");
-    EXPECT_DEATH(v += y, "vector sum: 3 elements wanted, 0 given");
-    EXPECT_DEATH(m(1, 4), "\\(1, 4\\) of 2 x 4");
-    EXPECT_DEATH(shaped(0, 4) = 1.0, "\\(0, 4\\) of 2 x 4");
-    EXPECT_DEATH(shaped[8] = 1.0, "element 8 of 8, of a 2 x 4 matrix");
-    EXPECT_DEATH(static_cast<void>(m[8]), "element 8 of 8, of a 2 x 4 matrix");
-    EXPECT_DEATH(mlMatrix(mlMatrixProduct, m, m), "2 x 4 times 2 x 4");
-    EXPECT_DEATH(multiply(m, v, y), "4 elements wanted, 3 given");
-    EXPECT_DEATH(tiny[3], "component 3 of 3");
-    EXPECT_DEATH(pages.copyout(out, 4, 0, 0), "copyout: 4 elements from 0 on of 3");
-    v[5] = 1.0; // growth is no misuse
+    expect_stops({
+        {[&] { static_cast<void>(fixed[3]); }, "index 3 of 3"},
+        {[&] { v.slice(1, 2, 3); }, "start 1, stride 2, length 3 of 3"},
+        {[&] { v = m.row(0).slice(0, 1, 2); }, "3 elements wanted, 2 given"},
+        {[&] { v = longer; }, "vector assignment: 4 elements to a vector of 3"},
+        {[&] { v = m.row(0); }, "vector assignment: 4 elements to a vector of 3"},
+        {[&] { none = v; }, "vector assignment: 3 elements to a vector of 0"},
+        {[&] { v += y; }, "vector sum: 3 elements wanted, 0 given"},
+        {[&] { static_cast<void>(m(1, 4)); }, "\\(1, 4\\) of 2 x 4"},
+        {[&] { shaped(0, 4) = 1.0; }, "\\(0, 4\\) of 2 x 4"},
+        {[&] { shaped[8] = 1.0; }, "element 8 of 8, of a 2 x 4 matrix"},
+        {[&] { static_cast<void>(m[8]); }, "element 8 of 8, of a 2 x 4 matrix"},
+        {[&] { mlMatrix(mlMatrixProduct, m, m); }, "2 x 4 times 2 x 4"},
+        {[&] { multiply(m, v, y); }, "4 elements wanted, 3 given"},
+        {[&] { n.append_col(none); }, "append_col: 0 elements to 2 x 2"},
+        {[&] { tiny[3] = 0.0; }, "component 3 of 3"},
+        {[&] { tiny = longer.slice(0, 1, 2); }, "fixed-size vector: 3 components wanted, 2 given"},
+        {[&] { pages.copyout(out, 4, 0, 0); }, "copyout: 4 elements from 0 on of 3"},
+    });
+    v[5] = 1.0; // growth is no misuse, nor are longer operands where a contract has them
     v.slice(9, 1, 0);
     shapeless(0, 7) = shapeless[9] = shaped(3, 1) = 1.0;
+    n.append_col(longer);
+    multiply(n, longer, y);
+    multiply(mlMatrix(mlMatrixIdentity, 2), mlMatrix(mlMatrixIdentity, 3), product);
+    mlVectorcoDynArr vectors;
+    vectors[0].become(mlVectorZero, 3);
+    vectors[1].become(mlVectorZero, 3); // the first moves to a fresh slot, and is empty there
 }
+
+TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
+    Matrix const asymmetric(2, 2, {1, 2, 3, 4}), zero(2, 2, {0, 0, 0, 0}), wide(2, 3, {1, 2, 3, 4, 5, 6});
+    mlMatrix const nearly(mlMatrixIdentity, 2);
+    mlMatrix q, r, x;
+    mlVector b(mlVectorZero, 2), y;
+    mlSymEigenVecs symmetric(nearly);
+    mlLUDecomposition const lu(zero);
+    mlCholeskyDecomposition const cholesky(zero);
+    doublecoDynArr2D const points(1, 2, 1, 1);
+    mlSingularValueDecomposition const values_only(asymmetric, mlSingularValueDecomposition::mlNO_U,
+                                                   mlSingularValueDecomposition::mlNO_V);
+    expect_stops({
+        {[&] { symmetric.eigen_value(0); }, "eigen_value: `calculate` was not called"},
+        {[&] { symmetric.eigen_values(); }, "eigen_values: `calculate` was not called"},
+        {[&] { symmetric.eigen_vector(0); }, "eigen_vector: `calculate` was not called"},
+        {[&] { symmetric.calculate(), symmetric.eigen_value(2); }, "eigen_value: 2 of 2 found"},
+        {[&] { symmetric.calculate(), symmetric.calculate(); }, "`calculate` runs once"},
+        {[&] { mlSymEigenVecs(asymmetric).calculate(); }, "2 x 2 matrix is not symmetric to 1e-06"},
+        {[&] { mlSymEigenVecs(wide).calculate(); }, "the matrix is 2 x 3, not 2 x 2"},
+        {[&] { mlAsymEigenVecs3(asymmetric).calculate(); }, "the matrix is 2 x 2, not 3 x 3"},
+        {[&] { lu.solve(b, y); }, "LU solve: the 2 x 2 matrix is singular"},
+        {[&] { lu.inverse(x); }, "LU solve: the 2 x 2 matrix is singular"},
+        {[&] { cholesky.solve(b, y); }, "Cholesky solve: the matrix of order 2 is not positive definite"},
+        {[&] { values_only.solve(b, y); }, "pseudo-inverse: 2 singular values, but U is 1 x 1"},
+        {[&] { mlPCA(points).principal_axis(); }, "principal components: axis 0 of 0"},
+        {[&] { mlTridiagonal(3, wide.row(0), wide.row(1), b.slice()); }, "order 3, but diagonals of 3, 3 and 2"},
+        {[&] { x.become(utCopy, wide), mlQRDecomposition(&x, &r); }, "begun on Q with 2 rows"},
+        {[&] {
+             q.become(mlMatrixIdentity, 2);
+             mlGramSchmidt basis(&q);
+             q.delete_row(1);
+             basis.add(&b, 1);
+         },
+         "2 rows were made orthogonal, and there are 1"},
+    });
+}
+
+/// Dimensions that are never set.
+struct Forgetful : mlFunctionN1, mlFunctionN {
+    double function(mlSlice const & x) const override { return x[0]; }
+    void function(mlSlice const &, mlVector &) const override {}
+    void function_gradient(mlSlice const &, mlMatrix &) const override {}
+};
+
+TEST(CheckedDeathTest, MisuseOfFunctionsAndSearchesNamesTheMistake) {
+    Forgetful f;
+    TracedFunction const positive([](double t) { return 1.0 + t * t; });
+    TracedFunction parabola([](double t) { return t * t; });
+    TracedFunctionN1 plane(2, [](mlSlice const & x) { return x[0]; });
+    mlVector x(mlVectorZero, 2), y(mlVectorZero, 3);
+    mlMatrix h, directions(mlMatrixIdentity, 3);
+    int flag = 0;
+    double t;
+    expect_stops({
+        {[&] { f.gradient(x.slice(), y); }, "gradient: the function's `dimension` is 0, its argument has 2"},
+        {[&] { f.hessian(x.slice(), h); }, "Hessian: the function's `dimension` is 0"},
+        {[&] { mlDownHillSimplex(2).solve(f, x, mlDownHillSimplexQuick); }, "simplex: the function's `dimension` is 0"},
+        {[&] { mlDownHillSimplex(3).solve(plane, y, mlDownHillSimplexQuick); }, "`dimension` is 2, the simplex's 3"},
+        {[&] { mlDownHillSimplex(2).solve(plane, y, mlDownHillSimplexQuick); }, "a start of 3 elements in 2"},
+        {[&] { mlDownHillSimplex(2).result(x); }, "no result before `solve`"},
+        {[&] { ml_powell_minimum_search(y, directions, 1e-9, flag, plane); },
+         "powell: the function's `dimension` is 2"},
+        {[&] { mlLineOnFunctionN1(x, y, &f); }, "line: the function's `dimension` is 0"},
+        {[&] { mlNewtonRaphson(mlNRDim, 2).solve(f, x, 1e-9, flag); }, "the function's dimensions are 0 and 0, for 2"},
+        {[&] { mlCachedFunctionN cache(&f); }, "the function's dimensions are 0 and 0: were they set"},
+        {[&] { mlSquaredLengthFunc2 squared(&f); }, "the function's dimensions are 0 and 0"},
+        {[&] { mlRootSolve::regula_falsi(positive, 0, 1, 1e-9, flag, 9); },
+         "from 0 to 1 is no bracket, f has one sign"},
+        {[&] { mlRootSolve::newton_raphson(positive, 0, 1, 1e-9, flag, 9); }, "from 0 to 1 is no bracket"},
+        {[&] { ml_brent_minimum_search(parabola, 0, -5, 3, 1e-9, 9, &t); }, "-5 is not between 0 and 3"},
+        {[&] { mlMinimiser(parabola, 0, 1, -1, 1e-9); }, "the range from 1 to -1 is none"},
+    });
+}
+
+TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
+    mlSparseMatrix m(mlMatrixZero, 2, 3), tall(mlMatrixZero, 3, 3), out;
+    mlSparseSymMatrix s(mlMatrixZero, 3);
+    mlSparseRow row;
+    expect_stops({
+        {[&] { m.set(1, 2, 1.0), m.set(1, 0, 1.0); }, "sparse set: \\(1, 0\\) after \\(1, 2\\)"},
+        {[&] { m.set(1, 2, 1.0), m.set(1, 2, 1.0); }, "sparse set: \\(1, 2\\) after \\(1, 2\\)"},
+        {[&] { s.set(1, 2, 1.0), s.set(1, 1, 1.0); }, "sparse set: \\(1, 1\\) after \\(1, 2\\)"},
+        {[&] { row.append_element(5, 1.0), row.append_element(4, 1.0); }, "sparse row: column 4 after column 5"},
+        {[&] { tall.concatenate_right(m); }, "concatenate_right: 2 x 3 to 3 x 3"},
+        {[&] { m.extract_sub_matrix(1, 0, 2, 1, out); }, "extract_sub_matrix: 2 rows from 1 on of 2 x 3"},
+    });
+}
+
+} // namespace

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -144,6 +145,13 @@ TEST(Powell, ReturnsToTheBestSweepWhenTheValueHasGrownTenfold) {
     EXPECT_NEAR(search.x[0], 3.0, 1e-6);
     EXPECT_NEAR(search.least, 1.0, 1e-12);
     EXPECT_GT(f.points.back()[0], 5.0);
+}
+
+TEST(Powell, LeavesTheStartAloneWhereEverySweepEndsAtInfinity) {
+    TracedFunctionN1 f(2, [](mlSlice const &) { return infinity; });
+    Powell const search(f, {3.0, 4.0}, 1e-9);
+    EXPECT_EQ(contents(search.x), (Values{3.0, 4.0}));
+    EXPECT_EQ(search.least, std::numeric_limits<double>::max());
 }
 
 TEST(Powell, SearchesTheWayOfASweepWithoutReplacingADirectionWhenNoneHasDecreased) {

@@ -155,6 +155,9 @@ TEST(GeneralEigen, SharesASpaceBetweenCloseValuesAndHasNoComplexOnes) {
     Solved<mlAsymEigenVecs2> const isotropic(Matrix(2, 2, {2, 0, 0, 2})), close(Matrix(2, 2, {1, 1, 0, 1.00005}));
     EXPECT_EQ(contents(isotropic.eigen_vectors()), (Values{1, 0, 0, 1}));
     EXPECT_LT(orthonormality_ratio(close.eigen_vectors()), 30.0) << "though the true ones are nearly parallel";
+    Solved<mlAsymEigenVecs2> const defective(Matrix(2, 2, {2, 1, 0, 2}));
+    EXPECT_EQ(std::fabs(defective.eigen_vector(0)[0]), 1.0);
+    EXPECT_EQ(std::fabs(defective.eigen_vector(1)[1]), 1.0) << "no eigenvector, there is only one";
     expect_eigen<mlAsymEigenVecs2>(Matrix(2, 2, {0, -1, 1, 0}), {}, 0.0, 0);
     expect_eigen<mlAsymEigenVecs3>(Matrix(3, 3, {0, -1, 0, 1, 0, 0, 0, 0, 3}), {3}, 1e-14, 1);
     // The square term is negligible beside the trace: a single value, and no vector for it.

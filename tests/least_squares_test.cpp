@@ -104,6 +104,34 @@ TEST(LevenbergMarquardt, TriesAndTakesStepsByItsRules) {
     expect(far, 0, 1e10, 1, 0, "nsgq" + repeat("nsdq", 16), 7, 0);
 }
 
+/// The distance is the eighth power of the parameter: each step takes an eighth off it, for ever.
+struct Flat : mlDistanceLeastSquares {
+    Flat() : mlDistanceLeastSquares(1, 1) {}
+    void normalise_parameters(mlVector &) override {}
+    void distance(double & d, int) override { d = std::pow(parameters[0], 8); }
+    void distance_and_gradient(double & d, mlVector & gradient, int point) override {
+        distance(d, point);
+        gradient[0] = 8 * std::pow(parameters[0], 7);
+        ++steps;
+    }
+    int steps = 0;
+};
+
+TEST(LevenbergMarquardt, StopsAfterTwelveSuccessesInARowAndGoesOnWhenFittedAgainOrStrictly) {
+    Flat model;
+    mlLevenbergMarquardt fitter(model);
+    Vector result{9};
+    fitter.fit(Vector{1}, result);
+    EXPECT_EQ(model.steps, 12);
+    EXPECT_NEAR(result[0], std::pow(7.0 / 8.0, 12), 0.05);
+    double const first = result[0];
+    fitter.fit(result, result);
+    EXPECT_LT(result[0], 0.9 * first);
+    fitter.set_strict(true);
+    fitter.fit(Vector{1}, result);
+    EXPECT_LT(result[0], 0.3 * first);
+}
+
 TEST(LevenbergMarquardt, SolvesTheStepByCholeskyThenByLUOrNotAtAll) {
     LinearModel model(1, {{1, -6}}); // J'J = 1, -J'd = 6
     Fitter fitter(model);

@@ -140,6 +140,34 @@ TEST(MinimiserSearch, HasFoundAMinimumAtARangeEndOnlyWhereTheDomainEndsToo) {
     }
 }
 
+TEST(MinimiserSearch, TellsTheValueAndTheIterationsWithoutChangingWhatASearchAsks) {
+    TracedFunction const f = parabola(3.0, 2), rising = parabola(-5.0, 2);
+    Minimiser m(f, 0.0, -10.0, 10.0, 0.125), at_end(rising, 1.0, 1.0, 2.0, 0.125);
+    EXPECT_EQ(m.iterations(), 0);
+    m.search();
+    std::size_t const calls = f.calls.size();
+    EXPECT_EQ(m.value(), 0.0);
+    EXPECT_EQ(f.calls.size(), calls);
+    EXPECT_EQ(m.iterations(), 1);
+    m.search();
+    EXPECT_EQ(m.iterations(), 0) << "each search counts for itself";
+    EXPECT_EQ(at_end.search(), mlMinimiserAtRangeEnd);
+    EXPECT_EQ(rising.calls, (std::vector<Call>{{0, 1.0}, {1, 1.0}}));
+    EXPECT_EQ(at_end.value(), 36.0);
+    EXPECT_EQ(rising.calls.size(), 3u) << "not kept by a search that never left its start";
+}
+
+TEST(MinimiserSearch, TakesTheDefaultAnswerForASlopeWhenTheOrderOfDerivativesIsNotSet) {
+    struct : mlFunction {
+        double function(double t) const override { return (t - 0.25) * (t - 0.25); }
+    } f;
+    for (int const order : {2, 0}) {
+        f.highest_derivative_order = order;
+        mlMinimiser m(f, 0.75, 0.0, 1.0, 1e-6);
+        EXPECT_EQ(std::fabs(Flags(m).t - 0.25) < 1e-5, order == 0);
+    }
+}
+
 TEST(FunctionValue, CopiesWhatIsKnownAndForgetsDerivatives) {
     mlFunctionValue source(1.0), target(2.0);
     target.first_derivative = target.second_derivative = 7.0;

@@ -168,7 +168,8 @@ TEST(Tridiagonal, AnswersForItsEndRowsAndCornersLiterally) {
     EXPECT_EQ(answers({9, 1, 1}, {0, 2, 1}, {1, 1, 9}), std::pair(0, 0));
     EXPECT_EQ(answers({9, 1, 1}, {1, 1.9, 1}, {1, 1, 9}), std::pair(0, 1));
     EXPECT_EQ(answers({9, 1, 1}, {1, 2, -0.0}, {1, 1, 9}), std::pair(0, 0));
-    EXPECT_EQ(answers({0}, {-3}, {4}), std::pair(0, 1)); // of order 1, the corners are asked about
+    EXPECT_EQ(answers({0}, {-3}, {4}), std::pair(0, 1)); // of order 1, both corners are asked about
+    EXPECT_EQ(answers({4}, {-3}, {0}), std::pair(0, 1));
     Vector two{2}, nine{9}, x{12};
     mlSlice solution = x.slice();
     mlTridiagonal(1, two.slice(), two.slice(), nine.slice()).solve_periodic(solution, solution);

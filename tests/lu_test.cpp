@@ -45,7 +45,8 @@ TEST(LU, FactorsSolvesAndInvertsWithinAFewRoundoffs) {
 TEST(LU, PrefersTheUpperOfEqualPivotsAndKeepsWhatTheColumnsBeforeASmallOneMade) {
     // packed: U, with the multipliers of L below its diagonal
     auto const expect = [](Values const & a, Values const & packed, Values const & rows, int singular, double det) {
-        mlLUDecomposition const lu(mlMatrix(utConvert, a.data(), 3, 3));
+        mlMatrix const m(utConvert, a.data(), 3, 3);
+        mlLUDecomposition const lu(m);
         Factors const f(lu);
         for (int k = 0; k < 9; ++k) {
             EXPECT_EQ((k % 3 < k / 3 ? f.lower : f.upper).data()[k], packed[k]) << "element " << k;
@@ -57,7 +58,8 @@ TEST(LU, PrefersTheUpperOfEqualPivotsAndKeepsWhatTheColumnsBeforeASmallOneMade) 
     expect({2, 1, 4, 4, 2, 6, 1, 0.5, 7}, {4, 2, 6, 0.5, 0, 1, 0.25, 0, 5.5}, {1, 0, 2}, 1, 0);
     expect({1, 0, 0, 0, 0, 3, 0, 1e-21, 5}, {1, 0, 0, 0, 1e-21, 5, 0, 0, 3}, {0, 2, 1}, 1,
            -1e-21 * 3); // exchanged first
-    EXPECT_EQ(mlLUDecomposition(mlMatrix()).determinant(), 1.0);
+    mlMatrix const none;
+    EXPECT_EQ(mlLUDecomposition(none).determinant(), 1.0);
 
     Matrix a(2, 2, {1, 0, 0, -1e-20}); // the threshold is absolute
     EXPECT_EQ(mlLUDecomposition(a).is_singular(), 0);

@@ -11,7 +11,9 @@ namespace {
 /// An equation with a value and a slope for each step, the last of them for ever. `trace` gets a v for each value and a
 /// j for each Jacobian asked for; `best` is the first point of the smallest value.
 struct Script : mlFunctionN {
-    Script(Values const & its_values, Values const & its_slopes) : values(its_values), slopes(its_slopes) {}
+    Script(Values const & its_values, Values const & its_slopes) : values(its_values), slopes(its_slopes) {
+        input_dimension = output_dimension = 1;
+    }
 
     void function(mlSlice const & x, mlVector & y) const override {
         trace += 'v';
@@ -51,7 +53,7 @@ TEST(NewtonRaphson, StopsByItsRulesAtTheBestPoint) {
     // At the start only within the tolerance, which is at least 1e-14, and otherwise past it to the limit,
     expect(mlNRConverged, "v", {halving, one}, 1.0);
     expect(mlNRConverged, "v", {{9e-15}, one}, -1.0);
-    expect(mlNRConverged, "v", {{nan_value}, one}, 0.1);
+    expect(mlNRConverged, "v", {{nan_value}, one}, 0.1); // values that are all NaN
     expect(mlNRConverged, steps(20), {halving, one}, 1e-3);
     expect(mlNRIterationLimit, steps(20), {halving, one}, 1e-7);
     expect(mlNRConverged, steps(3), {{1, 0.5, 0.25, 1e-14}, one}, 0.0);
@@ -70,6 +72,7 @@ TEST(NewtonRaphson, StopsByItsRulesAtTheBestPoint) {
 
 /// A circle and a hyperbola.
 struct Curves : mlFunctionN {
+    Curves() { input_dimension = output_dimension = 2; }
     void function(mlSlice const & x, mlVector & y) const override {
         y[0] = x[0] * x[0] + x[1] * x[1] - 4.0;
         y[1] = x[0] * x[1] - 1.0;

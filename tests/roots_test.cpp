@@ -112,7 +112,15 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
         {newton, claim(1, line), -9, 9, 1, 1, 0, {{0, 3}, {1, 3}}}, // the point reached is not looked at
         {newton, claim(32, line), -9, 9, 9, 2.876953125, 1, {{0, 3}, {1, 3}, {0, 2.9375}, {1, 2.9375}}},
         {newton, claim(0, line), -9, 9, 9, largest_double, 0, {{0, 3}, {1, 3}}},
-        {newton, claim(-1, line), -9, 4, 9, 4, 0, {{0, 3}, {1, 3}, {1, 4}, {0, 4}}},  // at a border the slope is first
+        {newton, claim(-1, line), -9, 4, 9, 4, 0, {{0, 3}, {1, 3}, {1, 4}, {0, 4}}}, // at a border the slope is first
+        {newton,
+         claim(1, line),
+         1,
+         9,
+         2,
+         1,
+         0,
+         {{0, 3}, {1, 3}, {1, 1}, {0, 1}, {0, 1}, {1, 1}, {1, 1}, {0, 1}}},           // a root at one
         {inside, claim(1, line), 1.0625, 3, 9, 1.0625, 1, {{0, 1.0625}}},             // a root by its value
         {inside, claim(32, rising), 0, 2, 9, 1, 1, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // before a short step
         {inside, claim(0, rising), 0, 2, 2, 1.4, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, 4 / 3.0}, {1, 4 / 3.0}}},

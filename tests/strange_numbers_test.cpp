@@ -59,10 +59,15 @@ protected:
 };
 
 TEST_P(StrangeNumbers, EndInFunctionsOfOneVariable) {
-    double const a = argument(0.0), b = argument(1.0), tolerance = argument(1e-9);
+    double a = argument(0.0), b = argument(1.0);
+    double const tolerance = argument(1e-9);
     mlRootSolve::newton_raphson(f, a, tolerance, flag, 100);
-    mlRootSolve::newton_raphson(f, a, b, tolerance, flag, 100);
-    mlRootSolve::regula_falsi(f, a, b, tolerance, flag, 100);
+    if (!checked_build) { // a bracket without a change of sign is misuse
+        mlRootSolve::newton_raphson(f, a, b, tolerance, flag, 100);
+        mlRootSolve::regula_falsi(f, a, b, tolerance, flag, 100);
+    } else if (!(a < b)) { // so is a range that is none
+        a = 0.0, b = 1.0;
+    }
     mlIntegrateTrapezoid(tolerance, 8).integrate(f, a, b);
     mlIntegrateSimpson(tolerance, 8).integrate(f, a, b);
     mlIntegrateRomberg(tolerance, 8).integrate(f, a, b);

@@ -103,7 +103,7 @@ void mlMatrix::append_row(mlVector const & v) {
 }
 
 void mlMatrix::append_col(mlVector const & v) {
-    MATHS_CHECK(rows_ == 0 || v.size() == rows_, "append_col: %d elements to %d x %d", v.size(), rows_, cols_);
+    MATHS_CHECK(v.size() >= rows_, "append_col: %d elements to %d x %d", v.size(), rows_, cols_);
     int const new_rows = rows_ == 0 ? v.size() : rows_;
     expand(new_rows, coSizeSum(cols_, 1), 0.0);
     for (int r = 0; r < new_rows; ++r)

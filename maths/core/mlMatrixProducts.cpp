@@ -43,7 +43,7 @@ void multiply_vector(mlMatrix const & a, double const * x, double * y) {
 } // namespace
 
 void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c) {
-    MATHS_CHECK(a.cols() == b.rows(), "multiply: %d x %d times %d x %d", a.rows(), a.cols(), b.rows(), b.cols());
+    MATHS_CHECK(a.cols() <= b.rows(), "multiply: %d x %d times %d x %d", a.rows(), a.cols(), b.rows(), b.cols());
     if (&c == &a || &c == &b) {
         mlMatrix const product(mlMatrixProduct, a, b);
         c.become(utCopy, product);

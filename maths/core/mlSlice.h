@@ -14,13 +14,19 @@ class utOstream;
 /// Element i is data()[start() + i * stride()]; the stride may be negative. The length governs every operation: an
 /// operand must have at least as many elements. A slice never grows or allocates.
 /// Assignment writes through into the viewed storage; copy construction makes another view of it.
-/// Lifetime: valid until the viewed storage is freed or reallocated. Bad input: nothing is checked.
-/// Threads: writing through a slice while another thread reads its source is a data race.
+/// Const objects give out `mlSlice const`, which nothing is written through: keep it const. A copy of it is writable,
+/// and the language lets a class refuse only a part of these: copies that a const temporary is the direct argument of,
+/// as in `std::make_unique<mlSlice>(m.row(0))` or `emplace_back(m.row(0))`, do not compile, while `mlSlice s =
+/// m.row(0)` makes s without any copy and can't be refused. Lifetime: valid until the viewed storage is freed or
+/// reallocated. Bad input: nothing is checked. Threads: writing through a slice while another thread reads its source
+/// is a data race.
 class MATHS_API mlSlice {
 public:
     mlSlice(double * data, int start, int length, int stride)
         : data_(data), start_(start), length_(length), stride_(stride) {}
     mlSlice(mlSlice const &) = default;
+    mlSlice(mlSlice &&) = default;
+    explicit mlSlice(mlSlice const &&) = delete; // explicit: a function may still return a const view
 
     double * data() const { return data_; }
     int start() const { return start_; }

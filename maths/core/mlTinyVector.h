@@ -8,6 +8,12 @@
 enum mlVectorAdd { mlVectorAdd };
 enum mlVectorSubtract { mlVectorSubtract };
 
+/// s itself; in a checked build, stops when it has fewer than n elements. For use by `mlTinyVector`.
+inline mlSlice const & ml_components(mlSlice const & s, [[maybe_unused]] int n) {
+    MATHS_CHECK(s.length() >= n, "fixed-size vector: %d components wanted, %d given", n, s.length());
+    return s;
+}
+
 /// Vector of N doubles held inline, N = 2 .. 6: a point or a direction.
 ///
 /// A plain value: N doubles and nothing else, trivially copyable, never allocating. Sums go in index order.
@@ -29,11 +35,11 @@ public:
         return components_[i];
     }
 
-    void operator=(mlSlice const & s) { update(s, mlAssign()); }
+    void operator=(mlSlice const & s) { update(ml_components(s, N), mlAssign()); }
     void operator+=(mlTinyVector const & v) { update(v, mlAdd()); }
     void operator-=(mlTinyVector const & v) { update(v, mlSubtract()); }
-    void operator+=(mlSlice const & s) { update(s, mlAdd()); }
-    void operator-=(mlSlice const & s) { update(s, mlSubtract()); }
+    void operator+=(mlSlice const & s) { update(ml_components(s, N), mlAdd()); }
+    void operator-=(mlSlice const & s) { update(ml_components(s, N), mlSubtract()); }
     void operator+=(double x) { update(mlConstantRun{x}, mlAdd()); }
     void operator-=(double x) { update(mlConstantRun{x}, mlSubtract()); }
     void operator*=(double x) { update(mlConstantRun{x}, mlMultiply()); }

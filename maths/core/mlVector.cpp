@@ -10,6 +10,12 @@
 
 namespace {
 
+// In a checked build, stops when an assignment would leave elements out.
+void check_room([[maybe_unused]] int size, [[maybe_unused]] int given) {
+    MATHS_CHECK(given <= size, "vector assignment: %d elements to a vector of %d, which it does not resize", given,
+                size);
+}
+
 template <class Change> void update(mlVector & v, mlVector const & other, char const * operation, Change change) {
     ml_check_length(operation, v.size(), other.size());
     ml_run_update(ml_run(v), ml_run(other), v.size(), change);
@@ -50,8 +56,18 @@ mlVector & mlVector::become(enum mlMatrixProduct, mlMatrix const & m, mlSlice co
     return *this;
 }
 
-void mlVector::operator=(mlVector const & v) { update(*this, v, "vector assignment", mlAssign()); }
-void mlVector::operator=(mlSlice const & s) { update(*this, s, "vector assignment", mlAssign()); }
+void mlVector::operator=(mlVector const & v) {
+    check_room(size(), v.size());
+    update(*this, v, "vector assignment", mlAssign());
+}
+
+void mlVector::operator=(mlSlice const & s) {
+    check_room(size(), s.length());
+    update(*this, s, "vector assignment", mlAssign());
+}
+
+void coAssignElement(mlVector & to, mlVector const & from) { update(to, from, "vector assignment", mlAssign()); }
+
 void mlVector::operator+=(mlVector const & v) { update(*this, v, "vector sum", mlAdd()); }
 void mlVector::operator+=(mlSlice const & s) { update(*this, s, "vector sum", mlAdd()); }
 void mlVector::operator-=(mlVector const & v) { update(*this, v, "vector difference", mlSubtract()); }

@@ -14,7 +14,8 @@ class utOstream;
 /// Elements: v[i]; non-const access past the end extends the vector, and the elements that it skips are not
 /// initialised. Storage and growth are those of `doublecoDynArr`, and the object is just as large.
 /// Assignment and compound assignment never resize: they run over this vector's own elements and read as many of the
-/// other operand, which must have them. Size the vector first, with `become(mlVectorZero, n)`.
+/// other operand, which must have them. Size the vector first, with `become(mlVectorZero, n)`; a checked build stops at
+/// an assignment of more elements than the vector has.
 /// Lifetime: slices are valid until the vector grows, shrinks or is cleared.
 /// Bad input: nothing is checked. Failure: growth throws std::bad_alloc and changes nothing. Threads: one at a time.
 class MATHS_API mlVector : public doublecoDynArr {
@@ -85,6 +86,9 @@ private:
         return mlSlice(const_cast<double *>(data()), start, length, stride);
     }
 };
+
+/// The assignment of an array's element: no misuse when fresh slots, being empty, take nothing.
+MATHS_API void coAssignElement(mlVector & to, mlVector const & from);
 
 /// Sum of a[i] b[i] over the elements of a, in index order.
 MATHS_API double scalar_product(mlVector const & a, mlVector const & b);

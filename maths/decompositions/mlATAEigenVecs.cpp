@@ -7,6 +7,7 @@ mlATAEigenVecs::mlATAEigenVecs(mlMatrix const & a) : mlEigenVecs(a) {}
 mlATAEigenVecs::~mlATAEigenVecs() = default;
 
 void mlATAEigenVecs::calculate() {
+    check_calculation(matrix_->rows(), matrix_->cols());
     mlFortranMatrix const x(matrix_->cols(), matrix_->rows());
     ml_copy_transpose(*matrix_, x);
     ml_transposed_ata_eigen(x, eigen_values_, eigen_vectors_);

@@ -11,6 +11,7 @@
 class MATHS_API mlATAEigenVecs : public mlEigenVecs {
 public:
     explicit mlATAEigenVecs(mlMatrix const & a);
+    explicit mlATAEigenVecs(mlMatrix const && a) = delete; // a temporary is gone before `calculate`
     ~mlATAEigenVecs();
 
     void calculate();

@@ -7,6 +7,8 @@
 /// The eigenvalues are the real roots of the characteristic polynomial; complex ones are left out, so there can be
 /// fewer than the matrix has rows, or none. Ask `num_real_eigen_values`: the status is `mlEigenVecsCalculated` in every
 /// case. They come in order of decreasing magnitude, of equal ones the larger first, and eigenvectors have unit length.
+/// Of a double or triple eigenvalue that has too few eigenvectors, as in (2 1; 0 2), the further vectors are none: they
+/// only are at right angles to the others.
 /// Failure: std::bad_alloc.
 class MATHS_API mlAsymEigenVecs : public mlEigenVecs {
 public:

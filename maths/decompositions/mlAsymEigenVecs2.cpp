@@ -7,6 +7,7 @@ mlAsymEigenVecs2::mlAsymEigenVecs2(mlMatrix const & m) : mlAsymEigenVecs(m) {}
 mlAsymEigenVecs2::~mlAsymEigenVecs2() = default;
 
 void mlAsymEigenVecs2::calculate() {
+    check_calculation(2, 2);
     calculate_eigen_values();
     if (eigen_values_.size() == 2) calculate_eigen_vectors();
     status_ = mlEigenVecsCalculated;

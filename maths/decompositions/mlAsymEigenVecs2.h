@@ -9,6 +9,7 @@
 class MATHS_API mlAsymEigenVecs2 : public mlAsymEigenVecs {
 public:
     explicit mlAsymEigenVecs2(mlMatrix const & m);
+    explicit mlAsymEigenVecs2(mlMatrix const && m) = delete; // a temporary is gone before `calculate`
     ~mlAsymEigenVecs2() override;
 
     void calculate();

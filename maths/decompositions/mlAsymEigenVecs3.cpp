@@ -7,6 +7,7 @@ mlAsymEigenVecs3::mlAsymEigenVecs3(mlMatrix const & m) : mlAsymEigenVecs(m) {}
 mlAsymEigenVecs3::~mlAsymEigenVecs3() = default;
 
 void mlAsymEigenVecs3::calculate() {
+    check_calculation(3, 3);
     calculate_eigen_values();
     calculate_eigen_vectors();
     status_ = mlEigenVecsCalculated;

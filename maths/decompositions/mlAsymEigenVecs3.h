@@ -9,6 +9,7 @@
 class MATHS_API mlAsymEigenVecs3 : public mlAsymEigenVecs {
 public:
     explicit mlAsymEigenVecs3(mlMatrix const & m);
+    explicit mlAsymEigenVecs3(mlMatrix const && m) = delete; // a temporary is gone before `calculate`
     ~mlAsymEigenVecs3() override;
 
     void calculate();

@@ -165,6 +165,7 @@ void mlCholeskyDecomposition::matrix_l(mlMatrix & out) const {
 
 void mlCholeskyDecomposition::matrix_l_inverted(mlMatrix & out) const {
     int const n = dimension();
+    MATHS_CHECK(!singular_, "Cholesky inverse of L: the matrix of order %d is not positive definite", n);
     out.become(mlMatrixZero, n, n);
     for (int j = 0; j < n; ++j) { // row j = -(sum over k < j of L(j, k) row k) / p, an element from its own row on
         double * const row = out.data() + j * n;
@@ -192,6 +193,7 @@ void mlCholeskyDecomposition::matrix_original(mlMatrix & out) const {
 void mlCholeskyDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
     int const n = dimension();
     int const m = b.cols();
+    MATHS_CHECK(!singular_, "Cholesky solve: the matrix of order %d is not positive definite", n);
     MATHS_CHECK(b.rows() >= n, "Cholesky solve: order %d, %d x %d right-hand sides", n, b.rows(), m);
     if (x.rows() != n || x.cols() != m) x.become(n, m);
     if (&x != &b) std::copy_n(b.data(), n * m, x.data());
@@ -200,6 +202,7 @@ void mlCholeskyDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
 
 void mlCholeskyDecomposition::solve(mlVector const & b, mlVector & x) const {
     int const n = dimension();
+    MATHS_CHECK(!singular_, "Cholesky solve: the matrix of order %d is not positive definite", n);
     MATHS_CHECK(b.size() >= n, "Cholesky solve: order %d, %d elements", n, b.size());
     x.clear(0); // keeps the elements of an x that is b
     x.expand(n);

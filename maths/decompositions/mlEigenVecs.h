@@ -19,14 +19,29 @@ public:
     mlEigenVecs(mlEigenVecs const &) = delete;
     mlEigenVecs & operator=(mlEigenVecs const &) = delete;
 
-    double eigen_value(int i) const { return eigen_values_[i]; }
-    doublecoDynArr const & eigen_values() const { return eigen_values_; }
+    double eigen_value(int i) const {
+        check_index("eigen_value", i, eigen_values_.size());
+        return eigen_values_[i];
+    }
+    doublecoDynArr const & eigen_values() const {
+        check_calculated("eigen_values");
+        return eigen_values_;
+    }
 
     /// Copies the eigenvalues to the front of out, which grows to hold them and never shrinks.
-    void eigen_values(mlVector & out) const { out.become(utConvert, eigen_values_.data(), eigen_values_.size()); }
+    void eigen_values(mlVector & out) const {
+        check_calculated("eigen_values");
+        out.become(utConvert, eigen_values_.data(), eigen_values_.size());
+    }
 
-    mlSlice const eigen_vector(int i) const { return eigen_vectors_.col(i); }
-    mlMatrix const & eigen_vectors() const { return eigen_vectors_; }
+    mlSlice const eigen_vector(int i) const {
+        check_index("eigen_vector", i, eigen_vectors_.cols());
+        return eigen_vectors_.col(i);
+    }
+    mlMatrix const & eigen_vectors() const {
+        check_calculated("eigen_vectors");
+        return eigen_vectors_;
+    }
 
     /// The number of eigenvalues found.
     int num_real_eigen_values() const { return eigen_values_.size(); }
@@ -46,9 +61,25 @@ protected:
     /// 1 when |a - b| < tol.
     static int equals(double a, double b, double tol);
 
+    /// In a checked build, stops at a second calculation and at a matrix whose shape is not rows x cols.
+    void check_calculation([[maybe_unused]] int rows, [[maybe_unused]] int cols) const {
+        MATHS_CHECK(status_ != mlEigenVecsCalculated, "eigenvalues: `calculate` runs once for an object");
+        MATHS_CHECK(matrix_->rows() == rows && matrix_->cols() == cols,
+                    "eigenvalues: the matrix is %d x %d, not %d x %d", matrix_->rows(), matrix_->cols(), rows, cols);
+    }
+
     mlMatrix const * matrix_;
     mlMatrix eigen_vectors_;
     doublecoDynArr eigen_values_;
     double tolerance_;
     mlEigenVecsStatus status_;
+
+private:
+    void check_calculated([[maybe_unused]] char const * query) const {
+        MATHS_CHECK(status_ != mlEigenVecsNotCalculated, "%s: `calculate` was not called", query);
+    }
+    void check_index(char const * query, [[maybe_unused]] int i, [[maybe_unused]] int count) const {
+        check_calculated(query);
+        MATHS_CHECK(i >= 0 && i < count, "%s: %d of %d found", query, i, count);
+    }
 };

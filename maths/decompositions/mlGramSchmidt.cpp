@@ -7,6 +7,9 @@ mlGramSchmidt::mlGramSchmidt(mlMatrix * m) : basis_(m) {
 }
 
 double mlGramSchmidt::add(mlVector * v, int keep) {
+    MATHS_CHECK(basis_->cols() == 0 || basis_->rows() == norms_.size(),
+                "Gram-Schmidt: %d rows were made orthogonal, and there are %d: the matrix was changed meanwhile",
+                norms_.size(), basis_->rows());
     if (basis_->cols() > 0 && v->size() != basis_->cols()) {
         status_ = mlGSWrongSize;
         return 0.0;

@@ -121,6 +121,7 @@ void mlLUDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
         return;
     }
     int const n = source_->rows(); // of the caller's matrix, which may have lost rows since
+    MATHS_CHECK(!singular_, "LU solve: the %d x %d matrix is singular", lu_.rows(), lu_.cols());
     MATHS_CHECK(n <= lu_.rows() && b.rows() >= n, "LU solve: %d x %d factors, %d x %d right-hand sides", lu_.rows(),
                 lu_.cols(), b.rows(), b.cols());
     x.become(utCopy, b);
@@ -145,6 +146,7 @@ void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
         return;
     }
     int const n = source_->rows();
+    MATHS_CHECK(!singular_, "LU solve: the %d x %d matrix is singular", lu_.rows(), lu_.cols());
     MATHS_CHECK(n <= lu_.rows() && b.size() >= n, "LU solve: %d x %d factors, %d elements", lu_.rows(), lu_.cols(),
                 b.size());
     x.clear(0);

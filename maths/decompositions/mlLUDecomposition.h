@@ -17,6 +17,7 @@
 class MATHS_API mlLUDecomposition {
 public:
     explicit mlLUDecomposition(mlMatrix const & a);
+    explicit mlLUDecomposition(mlMatrix const && a) = delete; // a temporary does not outlive the object
     mlLUDecomposition(mlLUDecomposition const &) = delete;
     mlLUDecomposition & operator=(mlLUDecomposition const &) = delete;
 

@@ -63,6 +63,8 @@ mlPCAStatus mlPCA::principal_axis(mlVector & out) const {
 mlPCAStatus mlPCA::least_axis(mlVector & out) const { return axis(eigenvalues_.size() - 1, out); }
 
 double mlPCA::eigenvalue(int i) const {
+    MATHS_CHECK(status_ != mlPCAComputed || (i >= 0 && i < eigenvalues_.size()),
+                "principal components: eigenvalue %d of %d", i, eigenvalues_.size());
     return status_ == mlPCAComputed ? eigenvalues_[i] : std::numeric_limits<double>::max();
 }
 

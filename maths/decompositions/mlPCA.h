@@ -29,7 +29,10 @@ public:
     /// `mlPCAComputed`; a wrong index comes before any other status, so data that could not be used answer
     /// `mlPCAAxisOutOfRange`.
     mlPCAStatus axis(int i, mlVector & out) const;
-    mlSlice const axis(int i) const { return axes_.col(i); }
+    mlSlice const axis(int i) const {
+        MATHS_CHECK(i >= 0 && i < eigenvalues_.size(), "principal components: axis %d of %d", i, eigenvalues_.size());
+        return axes_.col(i);
+    }
 
     /// The axis of the largest variance; answers the status when there is none.
     mlPCAStatus principal_axis(mlVector & out) const;

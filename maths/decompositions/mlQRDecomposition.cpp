@@ -2,7 +2,10 @@
 
 #include <cmath>
 
-mlQRDecomposition::mlQRDecomposition(mlMatrix * q, mlMatrix * r) : mlGramSchmidt(q), q_matrix_(q), r_matrix_(r) {}
+mlQRDecomposition::mlQRDecomposition(mlMatrix * q, mlMatrix * r) : mlGramSchmidt(q), q_matrix_(q), r_matrix_(r) {
+    MATHS_CHECK(q->rows() == 0 && r->rows() == 0, "QR decomposition: begun on Q with %d rows and R with %d", q->rows(),
+                r->rows());
+}
 
 void mlQRDecomposition::add(mlVector const * v) {
     if (qr_threshold_ > v->modulus_squared()) {

@@ -34,7 +34,10 @@ public:
     void add(mlVector const * v);
 
     /// Switches to orthonormal mode; call it before the first `add`.
-    void set_Q_orthonormal() { q_orthonormal_ = 1; }
+    void set_Q_orthonormal() {
+        MATHS_CHECK(q_matrix_->rows() == 0, "QR decomposition: orthonormal mode after %d rows", q_matrix_->rows());
+        q_orthonormal_ = 1;
+    }
 
     /// The orthonormal copy of Q, its vectors as columns; empty in the default mode.
     void get_orthonormal_Q(mlMatrix & out) const { out.become(mlMatrixTranspose, orthonormal_q_); }

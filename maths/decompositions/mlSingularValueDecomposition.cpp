@@ -31,6 +31,9 @@ int mlSingularValueDecomposition::SVD(mlMatrix const & a, mlVector & s, mlMatrix
 
 mlMatrix const & mlSingularValueDecomposition::inverse(double tolerance) const {
     if (pseudo_inverse_.rows() > 0) return pseudo_inverse_;
+    MATHS_CHECK(std::min(u_.rows(), v_.rows()) >= diagonal_.size(),
+                "pseudo-inverse: %d singular values, but U is %d x %d and V %d x %d: one was not asked for",
+                diagonal_.size(), u_.rows(), u_.cols(), v_.rows(), v_.cols());
     mlVector reciprocals(mlVectorZero, std::max(u_.cols(), v_.cols()));
     for (int i = 0; i < diagonal_.size(); ++i) {
         bool const kept = (i == 0 && diagonal_[0] != 0.0) || diagonal_[i] > tolerance * diagonal_[0];

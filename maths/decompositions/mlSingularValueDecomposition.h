@@ -6,7 +6,8 @@
 /// least-squares solutions from that.
 ///
 /// Column k of U and of V is the k-th left and right singular vector; `diagonal()` holds the min(m, n) singular values,
-/// none negative, in non-increasing order. Numbers below 2.2250738585072014e-308 count as zero on the way.
+/// none negative, in non-increasing order. Numbers below 2.2250738585072014e-308 count as zero on the way, which costs
+/// accuracy when the largest element is below about 1e-292; from about 1e307 on, norms overflow.
 /// Failure: `invalid()` is 1 when 100 steps in a row did not find the next value; what was reached can be read, and no
 /// query asks for the flag. NaN or infinite elements end too, in numbers without meaning. std::bad_alloc.
 /// Lifetime: A is needed by the constructor only. Bad input: nothing is checked.

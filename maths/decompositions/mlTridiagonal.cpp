@@ -11,7 +11,7 @@ using Run = mlStridedRun<double const>;
 
 void copy(mlVector & v, mlSlice const & s, int n) {
     v.expand(n);
-    v = s;
+    ml_run_update(ml_run(v), ml_run(s), n, mlAssign());
 }
 
 // The right-hand sides y become their solutions, the diagonal d its pivots. Side by side, each solution has the bits
@@ -72,7 +72,8 @@ int mlTridiagonal::same_sign_corners() const {
 
 void mlTridiagonal::solve(mlSlice const & r, mlSlice & x) const {
     if (n_ < 1) return;
-    check_lengths(x);
+    ml_check_length("tridiagonal solve, right-hand side", n_, r.length());
+    ml_check_length("tridiagonal solve, solution", n_, x.length());
     mlVector d, y;
     copy(d, diagonal_, n_);
     copy(y, r, n_);
@@ -83,7 +84,8 @@ void mlTridiagonal::solve(mlSlice const & r, mlSlice & x) const {
 // A = A' + u v^T, where A' has no corners: x - f y of the plain solutions A' x = r and A' y = u.
 void mlTridiagonal::solve_periodic(mlSlice const & r, mlSlice & x) const {
     if (n_ < 1) return;
-    check_lengths(x);
+    ml_check_length("tridiagonal solve, right-hand side", n_, r.length());
+    ml_check_length("tridiagonal solve, solution", n_, x.length());
     int const last = n_ - 1;
     double const upper_right = lower_[0], lower_left = upper_[last];
     mlVector d, solution, u(mlVectorZero, n_), v(mlVectorZero, n_);
@@ -106,10 +108,4 @@ void mlTridiagonal::solve_periodic(mlSlice const & r, mlSlice & x) const {
     auto const result = ml_run(x);
     for (int i = 0; i < n_; ++i)
         result[i] = solution[i] - f * y[i];
-}
-
-void mlTridiagonal::check_lengths([[maybe_unused]] mlSlice const & x) const {
-    ml_check_length("tridiagonal solve, lower diagonal", n_, lower_.length());
-    ml_check_length("tridiagonal solve, upper diagonal", n_, upper_.length());
-    ml_check_length("tridiagonal solve, solution", n_, x.length());
 }

@@ -7,7 +7,7 @@
 /// Shapes: `lower`, `diagonal` and `upper` hold n elements each; row i of A reads
 ///     lower[i] x[i-1] + diagonal[i] x[i] + upper[i] x[i+1] = r[i].
 /// lower[0] and upper[n-1] are the corners, in row 0, column n-1 and in row n-1, column 0: only the periodic solve and
-/// `same_sign_corners` read them, and the first test of `diagonally_dominant` when n is 1.
+/// `same_sign_corners` read them, and, when n is 1, both tests of `diagonally_dominant`.
 /// Lifetime: the three are views of the caller's storage, which must outlive this object and is never written.
 /// Bad input: nothing is checked. A zero pivot yields infinities or NaNs: ask `diagonally_dominant` and
 /// `non_zero_diagonal` first. Orders below 1 have nothing to solve.
@@ -16,7 +16,11 @@
 class MATHS_API mlTridiagonal {
 public:
     mlTridiagonal(int n, mlSlice const & lower, mlSlice const & diagonal, mlSlice const & upper)
-        : n_(n), lower_(lower), diagonal_(diagonal), upper_(upper) {}
+        : n_(n), lower_(lower), diagonal_(diagonal), upper_(upper) {
+        MATHS_CHECK(lower.length() >= n && diagonal.length() >= n && upper.length() >= n,
+                    "tridiagonal: order %d, but diagonals of %d, %d and %d elements", n, lower.length(),
+                    diagonal.length(), upper.length());
+    }
     mlTridiagonal(mlTridiagonal const &) = default;
     mlTridiagonal & operator=(mlTridiagonal const &) = delete; // a slice's assignment would write through the views
 
@@ -41,8 +45,6 @@ public:
     void solve_periodic(mlSlice const & r, mlSlice & x) const;
 
 private:
-    void check_lengths(mlSlice const & x) const;
-
     int n_;
     mlSlice lower_, diagonal_, upper_;
 };

@@ -1,5 +1,7 @@
 #include "maths/functions/mlCachedFunctionN.h"
 
+#include <algorithm>
+
 #include "maths/functions/mlDomain.h"
 
 namespace {
@@ -11,11 +13,18 @@ int number_of_slots(int variables) {
     return slots;
 }
 
+void check_room([[maybe_unused]] mlVector const & y, [[maybe_unused]] int values) {
+    MATHS_CHECK(y.size() >= values, "cached function: %d values to a vector of %d", values, y.size());
+}
+
 } // namespace
 
 mlCachedFunctionN::mlCachedFunctionN(mlFunctionN const * f)
     : base_function_(f), cached_input_dimension_(f->input_dimension), cached_output_dimension_(f->output_dimension),
       slot_count_(number_of_slots(f->input_dimension)) {
+    MATHS_CHECK(f->input_dimension > 0 && f->output_dimension > 0,
+                "cached function: the function's dimensions are %d and %d: were they set?", f->input_dimension,
+                f->output_dimension);
     input_dimension = cached_input_dimension_;
     output_dimension = cached_output_dimension_;
     orders_.expand(cached_input_dimension_);
@@ -44,6 +53,7 @@ bool mlCachedFunctionN::known(int slot, mlSlice const & x) const {
 }
 
 void mlCachedFunctionN::function(mlSlice const & x, mlVector & y) const {
+    check_room(y, cached_output_dimension_);
     if (!known(0, x)) {
         forget(0); // should the function throw, the slot holds no answer
         base_function_->function(x, values_[0]);
@@ -53,6 +63,7 @@ void mlCachedFunctionN::function(mlSlice const & x, mlVector & y) const {
 }
 
 void mlCachedFunctionN::function_derivative(mlSlice const & x, int * const orders, mlVector & y) const {
+    check_room(y, cached_output_dimension_);
     int const slot = index(orders);
     if (!known(slot, x)) {
         forget(slot);
@@ -63,6 +74,9 @@ void mlCachedFunctionN::function_derivative(mlSlice const & x, int * const order
 }
 
 void mlCachedFunctionN::function_gradient(mlSlice const & x, mlMatrix & jacobian) const {
+    MATHS_CHECK(jacobian.rows() >= cached_output_dimension_ && jacobian.cols() >= cached_input_dimension_,
+                "cached function: a %d x %d Jacobian to a matrix of %d x %d", cached_output_dimension_,
+                cached_input_dimension_, jacobian.rows(), jacobian.cols());
     for (int k = 0; k < cached_input_dimension_; ++k) {
         for (int i = 0; i < cached_input_dimension_; ++i)
             orders_[i] = i == k ? 1 : 0;
@@ -78,6 +92,9 @@ void mlCachedFunctionN::function_gradient(mlSlice const & x, mlMatrix & jacobian
 }
 
 int mlCachedFunctionN::index(int * const orders) const {
+    MATHS_CHECK(
+        std::all_of(orders, orders + cached_input_dimension_, [](int order) { return order >= 0 && order < 3; }),
+        "cached function: an order of derivation outside 0 .. 2");
     unsigned power = 1;
     unsigned slot = 0;
     for (int k = 0; k < cached_input_dimension_; ++k) {

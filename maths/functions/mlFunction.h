@@ -21,7 +21,7 @@ public:
     virtual ~mlFunction();
 
     /// How many orders `function_derivative` answers; minimisers ask for no more. 2 unless the deriving class sets it:
-    /// one that supplies no derivative sets it to 0.
+    /// one that supplies no derivative sets it to 0, because they believe it.
     int highest_derivative_order;
 
 protected:

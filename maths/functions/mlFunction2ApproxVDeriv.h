@@ -11,6 +11,7 @@
 class MATHS_API mlFunction2ApproxVDeriv : public mlFunction2 {
 public:
     mlFunction2ApproxVDeriv(mlFunction2 const & f, double h);
+    mlFunction2ApproxVDeriv(mlFunction2 const && f, double h) = delete; // a temporary does not outlive the object
 
     double function(double u, double v) const override;
     double u_min() const override;

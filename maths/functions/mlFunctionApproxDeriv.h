@@ -12,6 +12,7 @@
 class MATHS_API mlFunctionApproxDeriv : public mlFunction {
 public:
     mlFunctionApproxDeriv(mlFunction const & f, double h);
+    mlFunctionApproxDeriv(mlFunction const && f, double h) = delete; // a temporary does not outlive the object
 
     double function(double t) const override;
     double t_min() const override;

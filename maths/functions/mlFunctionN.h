@@ -20,6 +20,6 @@ public:
 
     virtual ~mlFunctionN();
 
-    int input_dimension;  ///< n; not set by this class
-    int output_dimension; ///< m; not set by this class
+    int input_dimension = 0;  ///< n; the deriving class sets it
+    int output_dimension = 0; ///< m; likewise
 };

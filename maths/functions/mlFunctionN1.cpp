@@ -9,6 +9,12 @@ double const hessian_step = 1e-7;
 double const per_hessian_step = 1e7;
 double const per_double_hessian_step = 5e6;
 
+void check_dimension([[maybe_unused]] char const * operation, [[maybe_unused]] int dimension,
+                     [[maybe_unused]] mlSlice const & x) {
+    MATHS_CHECK(dimension <= x.length() && (dimension > 0 || x.length() == 0),
+                "%s: the function's `dimension` is %d, its argument has %d elements", operation, dimension, x.length());
+}
+
 void become_copy(mlVector & w, mlSlice const & x) {
     w.become(mlVectorZero, x.length());
     w = x;
@@ -23,6 +29,7 @@ void mlFunctionN1::gradient(mlSlice const & x, mlVector & g) const { calculate_g
 void mlFunctionN1::hessian(mlSlice const & x, mlMatrix & h) const { calculate_hessian_by_finite_differences(x, h); }
 
 void mlFunctionN1::calculate_gradient_by_finite_differences(mlSlice const & x, mlVector & g) const {
+    check_dimension("gradient", dimension, x);
     if (g.size() != dimension) {
         g.clear(0);
         g.become(mlVectorZero, dimension);
@@ -40,6 +47,7 @@ void mlFunctionN1::calculate_gradient_by_finite_differences(mlSlice const & x, m
 }
 
 void mlFunctionN1::calculate_hessian_by_finite_differences(mlSlice const & x, mlMatrix & h) const {
+    check_dimension("Hessian", dimension, x);
     if (h.rows() != dimension || h.cols() != dimension) h.become(dimension, dimension);
     mlVector w;
     become_copy(w, x);

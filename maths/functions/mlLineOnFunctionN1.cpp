@@ -3,7 +3,11 @@
 #include "maths/core/mlVectorRuns.h"
 
 mlLineOnFunctionN1::mlLineOnFunctionN1(mlVector const & point, mlVector const & direction, mlFunctionN1 * f)
-    : function_n1_(f), point_(&point), direction_(&direction), work_(mlVectorZero, point.size()) {}
+    : function_n1_(f), point_(&point), direction_(&direction), work_(mlVectorZero, point.size()) {
+    MATHS_CHECK(f->dimension == point.size() && direction.size() >= point.size(),
+                "line: the function's `dimension` is %d, the point has %d elements and the direction %d", f->dimension,
+                point.size(), direction.size());
+}
 
 double mlLineOnFunctionN1::function(double t) const {
     int const n = work_.size();

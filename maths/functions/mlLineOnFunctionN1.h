@@ -14,6 +14,11 @@ class MATHS_API mlLineOnFunctionN1 : public mlFunction {
 public:
     mlLineOnFunctionN1(mlVector const & point, mlVector const & direction, mlFunctionN1 * f);
 
+    // Temporaries do not outlive the object.
+    mlLineOnFunctionN1(mlVector const && point, mlVector const & direction, mlFunctionN1 * f) = delete;
+    mlLineOnFunctionN1(mlVector const & point, mlVector const && direction, mlFunctionN1 * f) = delete;
+    mlLineOnFunctionN1(mlVector const && point, mlVector const && direction, mlFunctionN1 * f) = delete;
+
     double function(double t) const override;
 
 private:

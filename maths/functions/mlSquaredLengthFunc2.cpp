@@ -2,7 +2,11 @@
 
 mlSquaredLengthFunc2::mlSquaredLengthFunc2(mlFunctionN const * f)
     : vector_function_(f), argument_(mlVectorZero, 2), value_store_(mlVectorZero, f->output_dimension),
-      derivative_store_(mlVectorZero, f->output_dimension) {}
+      derivative_store_(mlVectorZero, f->output_dimension) {
+    MATHS_CHECK(f->input_dimension == 2 && f->output_dimension > 0,
+                "squared length: the function's dimensions are %d and %d: not of two variables, or never set",
+                f->input_dimension, f->output_dimension);
+}
 
 double mlSquaredLengthFunc2::function(double u, double v) const {
     set_argument(u, v);

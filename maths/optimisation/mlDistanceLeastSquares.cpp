@@ -7,7 +7,11 @@ mlDistanceLeastSquares::mlDistanceLeastSquares(int n_parameters, int n_points)
 
 mlDistanceLeastSquares::~mlDistanceLeastSquares() = default;
 
-void mlDistanceLeastSquares::set_parameters(mlVector const & p) { parameters = p; }
+void mlDistanceLeastSquares::set_parameters(mlVector const & p) {
+    MATHS_CHECK(p.size() == parameters.size(), "set_parameters: %d given, the model has %d", p.size(),
+                parameters.size());
+    parameters = p;
+}
 
 double mlDistanceLeastSquares::get_last_square_distance() const { return 0.0; }
 

@@ -35,6 +35,8 @@ mlDownHillSimplex::~mlDownHillSimplex() = default;
 double mlDownHillSimplex::solve(mlFunctionN1 & f, mlVector const & start, mlDownHillSimplexSpeed speed) {
     MATHS_CHECK(start.size() == dimension_, "simplex: a start of %d elements in %d dimensions", start.size(),
                 dimension_);
+    MATHS_CHECK(f.dimension == dimension_, "simplex: the function's `dimension` is %d, the simplex's %d", f.dimension,
+                dimension_);
     function_ = &f;
     calls_ = 0;
     tolerance_ = speed == mlDownHillSimplexCoarse ? 1e-5 : 1e-10;
@@ -51,6 +53,7 @@ double mlDownHillSimplex::solve(mlFunctionN1 & f, mlVector const & start, mlDown
 }
 
 void mlDownHillSimplex::result(mlVector & x) const {
+    MATHS_CHECK(calls_ > 0, "simplex: there is no result before `solve`");
     if (x.size() != dimension_) {
         x.clear(0);
         x.expand(dimension_);

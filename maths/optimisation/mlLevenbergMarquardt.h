@@ -10,6 +10,8 @@
 /// for a parameter that no distance depends on. lambda shrinks by the factor 0.4 when a step succeeds at once and
 /// grows by 10 with each try that fails to lower the sum.
 /// The fit ends when lambda leaves its range, which is how it ends at a minimum, or at the limit of iterations.
+/// Outside strict mode 12 steps in a row that succeed at once take lambda below its range too, and end the fit wherever
+/// it is: fit strictly, or fit again from the result until nothing changes.
 /// Reports nothing: judge the mean square distance. A point whose distance is NaN makes every try fail.
 /// Lifetime: the model is the caller's and must outlive this object. After a fit it is left at the parameters tried
 /// last, which can differ from the result: set them before asking it for distances.

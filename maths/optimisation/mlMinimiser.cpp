@@ -4,6 +4,8 @@
 #include <cmath>
 #include <optional>
 
+#include "platform/utCheck.h"
+
 namespace {
 
 double const probing_growth = 1.7301;
@@ -22,7 +24,9 @@ double sign_of(double x) { return x > 0.0 ? 1.0 : x < 0.0 ? -1.0 : 0.0; }
 
 mlMinimiser::mlMinimiser(mlFunction const & f, double t0, double lo, double hi, double resolution)
     : function_(&f), current_(nearest_in_range(t0, lo, hi)), lo_(lo), hi_(hi), resolution_(resolution),
-      absolute_minimum_(mlUnboundedMin), max_iterations_(100), iterations_(0) {}
+      absolute_minimum_(mlUnboundedMin), max_iterations_(100), iterations_(0) {
+    MATHS_CHECK(!(lo > hi), "minimiser: the range from %g to %g is none", lo, hi);
+}
 
 double mlMinimiser::minimise(int & found, int & range_end, int & not_converged) {
     mlMinimiserState const state = search();

@@ -17,17 +17,20 @@ enum mlMinimiserState : int {
 /// Minimises a function of one variable on a range [lo, hi], with whatever derivatives it provides.
 ///
 /// The function's `highest_derivative_order` decides: above 0 the slope tells the direction, from 2 on Newton steps are
-/// tried; else the function is sampled. What fails falls back on expansion, where an end of the range is the largest
-/// double or its negative, and on bisection. A value or derivative of the current point and of the bracket's ends is
-/// computed when it is first needed and kept with the point; sampling evaluates afresh.
-/// A search may be repeated: it starts at the point where the last one ended, whose value is still known.
-/// `resolution` is the width of a bracket that is narrow enough, and the first distance at which neighbours are probed.
-/// A search makes at most 100 iterations, which end it whatever the function answers; a NaN slope counts as 0.
-/// Lifetime: the function must outlive the object. Bad input: nothing is checked. Threads: one object, one thread.
+/// tried; else the function is sampled. It is believed: a function that supplies no derivatives sets it to 0, or its
+/// default answer of -666.0 is taken for slopes. What fails falls back on expansion, where an end of the range is the
+/// largest double or its negative, and on bisection. A value or derivative of the current point and of the bracket's
+/// ends is computed when it is first needed and kept with the point; sampling evaluates afresh. A search may be
+/// repeated: it starts at the point where the last one ended, whose value is still known. `resolution` is the width of
+/// a bracket that is narrow enough, and the first distance at which neighbours are probed. A search makes at most 100
+/// iterations, which end it whatever the function answers; a NaN slope counts as 0. Lifetime: the function must outlive
+/// the object. Bad input: nothing is checked. Threads: one object, one thread.
 class MATHS_API mlMinimiser {
 public:
     /// Starts at t0, or at the end of the range nearest to it.
     mlMinimiser(mlFunction const & f, double t0, double lo, double hi, double resolution);
+    mlMinimiser(mlFunction const && f, double t0, double lo, double hi,
+                double resolution) = delete; // does not outlive it
 
     /// Searches and answers the abscissa of the minimum.
     /// `found`: 0 when the iterations ran out or `range_end` is set, else 1.
@@ -36,6 +39,14 @@ public:
     /// derivatives is judged so only when its slope says that it rises inwards.
     /// `not_converged`: 1 when the iterations ran out, else 0.
     double minimise(int & found, int & range_end, int & not_converged);
+
+    /// The value at the current point, after a search that of the minimum. Mostly it is known; where the current point
+    /// is an end of the range that it never left, this asks the function, and keeps nothing: searches ask for just what
+    /// they would without.
+    double value() const { return current_.knows_value() ? current_.value : function_->function(current_.t); }
+
+    /// Iterations that the last search used; 0 before the first.
+    int iterations() const { return iterations_; }
 
     /// Moves the range next to the old one: below it for x < lo, else [hi, x], which is inverted when x < hi. The
     /// current point stays, and its derivatives are forgotten.

@@ -19,6 +19,9 @@ mlNewtonRaphson::mlNewtonRaphson(enum mlNRDim, int n)
 void mlNewtonRaphson::solve(mlFunctionN const & f, mlVector & x, double tolerance, int & converged) {
     MATHS_CHECK(x.size() == point_.size(), "Newton-Raphson: a start of %d elements for %d equations", x.size(),
                 point_.size());
+    MATHS_CHECK(f.input_dimension == point_.size() && f.output_dimension == point_.size(),
+                "Newton-Raphson: the function's dimensions are %d and %d, for %d equations", f.input_dimension,
+                f.output_dimension, point_.size());
     double const eps = std::max(tolerance, finest_tolerance);
     point_ = x;
     double best = evaluate(f);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/utCheck.h"
+
 namespace {
 
 double const golden_section = 0.381966;
@@ -105,6 +107,9 @@ private:
 
 double ml_brent_minimum_search(mlFunction & f, double a, double b, double c, double tolerance, int max_iterations,
                                double * xmin) {
+    // Not beyond c: `ml_minimum_bracketing` has a case in which c lies between a and b, and callers hand it on.
+    MATHS_CHECK(!((b < a && a < c) || (c < a && a < b) || (a == c && b != a)),
+                "Brent's search: %g is not between %g and %g", b, a, c);
     BrentSearch search(f, a, b, c, tolerance);
     for (int iteration = 1; iteration <= max_iterations && !search.converged(); ++iteration)
         search.iterate();

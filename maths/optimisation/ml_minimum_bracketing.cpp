@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "platform/utCheck.h"
+
 namespace {
 
 double const golden_ratio = 1.618034;
@@ -93,6 +95,7 @@ struct Walk {
 } // namespace
 
 void ml_minimum_bracketing(mlFunction & f, double & a, double & b, double & c, double & fa, double & fb, double & fc) {
+    MATHS_CHECK(a != b, "bracketing: both abscissae are %g", a);
     Walk walk(f, a, b);
     while (walk.descending())
         walk.stride();

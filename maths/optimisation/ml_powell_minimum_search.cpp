@@ -21,6 +21,7 @@ public:
           extrapolated_(mlVectorZero, n_), direction_(mlVectorZero, n_), best_point_(mlVectorZero, n_),
           line_(x_, direction_, &f) {
         start_ = x_;
+        best_point_ = x_; // as long as no sweep has ended at a finite value
         value_ = before_sweep_ = f_.function(x_.slice());
     }
 
@@ -120,6 +121,8 @@ double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tole
                                 mlFunctionN1 & f) {
     MATHS_CHECK(directions.rows() == x.size() && directions.cols() == x.size(),
                 "powell: directions %d x %d in %d dimensions", directions.rows(), directions.cols(), x.size());
+    MATHS_CHECK(f.dimension == x.size(), "powell: the function's `dimension` is %d, the start has %d elements",
+                f.dimension, x.size());
     PowellSearch search(x, directions, f);
     search.sweep();
     while (!search.finished(tolerance, iterations)) {

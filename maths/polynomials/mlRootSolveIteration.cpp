@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/utCheck.h"
+
 namespace {
 
 /// Two points and their values, between which a sign change is sought.
@@ -18,6 +20,12 @@ struct Bracket {
         x = b;
         fb = f.function(b);
         return std::fabs(fb) <= tolerance;
+    }
+
+    /// In a checked build, stops when the values at the ends have one sign: there is no bracket.
+    void check_signs() const {
+        MATHS_CHECK(!((fa > 0.0 && fb > 0.0) || (fa < 0.0 && fb < 0.0)),
+                    "root: from %g to %g is no bracket, f has one sign there: %g and %g", a, b, fa, fb);
     }
 
     /// Where the straight line through both points vanishes.
@@ -69,7 +77,9 @@ double mlRootSolve::newton_raphson(mlFunction const & f, double a, double b, dou
     converged = 1;
     Bracket bracket{a, b};
     double x;
+    MATHS_CHECK(!(a > b), "root: from %g to %g is no bracket", a, b);
     if (bracket.ends_at_root(f, tolerance, x)) return x;
+    bracket.check_signs();
     x = bracket.false_position();
     for (int i = 1; i <= max_iterations; ++i) {
         double const fx = f.function(x);
@@ -104,6 +114,7 @@ double mlRootSolve::regula_falsi(mlFunction const & f, double a, double b, doubl
     Bracket bracket{a, b};
     double x;
     if (bracket.ends_at_root(f, tolerance, x)) return x;
+    bracket.check_signs();
     x = a;
     double previous = f.function(a); // once more: the number of calls is part of the promise
     for (int i = 1; i <= max_iterations; ++i) {

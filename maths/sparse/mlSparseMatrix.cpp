@@ -127,7 +127,7 @@ void mlSparseMatrix::multiply_vector(mlVector const & factor, mlVector & y) cons
 void mlSparseMatrix::multiply_matrix(mlMatrix const & factor, mlMatrix & c) const {
     mlSparseFactor<mlMatrix> const unaliased(factor, c);
     mlMatrix const & b = *unaliased;
-    MATHS_CHECK(cols() == b.rows(), "sparse multiply: %d x %d times %d x %d", rows(), cols(), b.rows(), b.cols());
+    MATHS_CHECK(cols() <= b.rows(), "sparse multiply: %d x %d times %d x %d", rows(), cols(), b.rows(), b.cols());
     c.become(mlMatrixZero, rows(), b.cols());
     for (int i = 0; i < rows(); ++i) {
         for (mlSparseElement const & e : row(*this, i))
@@ -143,6 +143,8 @@ void mlSparseMatrix::extract_sub_matrix(int first_row, int first_col, int num_ro
         out.swap(block);
         return;
     }
+    MATHS_CHECK(first_row >= 0 && num_rows >= 0 && first_row + num_rows <= rows(),
+                "extract_sub_matrix: %d rows from %d on of %d x %d", num_rows, first_row, rows(), cols());
     out.become(mlMatrixZero, num_rows, num_cols);
     for (int i = 0; i < num_rows; ++i) {
         for (mlSparseElement const & e : row(*this, first_row + i)) {
@@ -161,7 +163,10 @@ void mlSparseMatrix::concatenate_below(mlSparseMatrix const & b) {
         row(above + i).become(utCopy, row(b, i));
 }
 
-void mlSparseMatrix::concatenate_right(mlSparseMatrix const & b) { append_right(0, b, rows()); }
+void mlSparseMatrix::concatenate_right(mlSparseMatrix const & b) {
+    MATHS_CHECK(b.rows() >= rows(), "concatenate_right: %d x %d to %d x %d", b.rows(), b.cols(), rows(), cols());
+    append_right(0, b, rows());
+}
 
 void mlSparseMatrix::concatenate_diagonal(mlSparseMatrix const & b) {
     int const above = rows();

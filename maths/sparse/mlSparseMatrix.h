@@ -42,6 +42,7 @@ public:
     /// Appends element (i, j). Row i must exist and must not have an element in column j or behind it.
     void set(int i, int j, double v) {
         MATHS_CHECK(j >= 0 && j < cols(), "sparse set: (%d, %d) of %d x %d", i, j, rows(), cols());
+        MATHS_CHECK(j > last_in_row(i), "sparse set: (%d, %d) after (%d, %d)", i, j, i, last_in_row(i));
         row(i).append_element(j, v);
     }
 

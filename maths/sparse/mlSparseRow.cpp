@@ -18,6 +18,8 @@ mlSparseRow & mlSparseRow::become(enum utCopy, mlSparseRow const & other) {
 }
 
 void mlSparseRow::append_elements(mlSparseElement const * elements, int n) {
+    for (int k = 0; k < n; ++k)
+        check_order(k > 0 ? elements[k - 1].index : last_column_index(), elements[k].index);
     int const count = size(), new_count = coSizeSum(count, n);
     if (count <= reserved_) reserve_for(new_count); // a row that grew as an array no longer doubles
     expand(new_count);

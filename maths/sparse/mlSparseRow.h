@@ -6,7 +6,7 @@
 /// A row of a sparse matrix: its elements (column, value) in strictly increasing column order.
 ///
 /// The order is the caller's to keep: the row neither sorts nor merges, and elements appended out of order make
-/// `element` miss some, silently. Explicit zeros may be stored; they count as elements.
+/// `element` miss some, silently, and stop a checked build. Explicit zeros may be stored; they count as elements.
 /// Growth: appending doubles the room from 8, so n appends cost O(n). Room for 2^30 elements is the most.
 /// Lifetime: pointers to elements and iterators are valid until the row grows or is cleared.
 /// Failure: growth throws std::bad_alloc and changes nothing. Threads: one at a time.
@@ -19,8 +19,9 @@ public:
     mlSparseRow(enum utCopy, mlSparseRow const & other);
     mlSparseRow & become(enum utCopy, mlSparseRow const & other);
 
-    /// Adds an element behind the others, whatever its column and value.
+    /// Adds an element behind the others, whatever its value.
     void append_element(int index, double value) {
+        check_order(last_column_index(), index);
         if (size() == reserved_) reserve_for(reserved_ + 1);
         (*this)[size()] = mlSparseElement(index, value);
     }
@@ -52,6 +53,10 @@ public:
 
 private:
     void reserve_for(int n);
+
+    static void check_order([[maybe_unused]] int last, [[maybe_unused]] int index) {
+        MATHS_CHECK(index > last, "sparse row: column %d after column %d", index, last);
+    }
 
     int reserved_ = 0; // the room asked for so far
 };

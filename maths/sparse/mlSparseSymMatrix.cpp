@@ -4,6 +4,17 @@
 #include "maths/sparse/mlSparseMatrix.h"
 #include "maths/sparse/mlSparseProducts.h"
 
+namespace {
+
+bool in_order(mlSparseRow const & row) {
+    for (int k = 1; k < row.size(); ++k) {
+        if (row[k].index <= row[k - 1].index) return false;
+    }
+    return true;
+}
+
+} // namespace
+
 mlSparseSymMatrix::mlSparseSymMatrix(enum mlMatrixZero, int n) { become(::mlMatrixZero, n); }
 
 mlSparseSymMatrix::mlSparseSymMatrix(enum mlMatrixIdentity, int n) { become(::mlMatrixIdentity, n); }
@@ -26,15 +37,21 @@ mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixIdentity, int n) {
 
 mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a) {
     mlSparseMatrix const transposed(mlMatrixTranspose, a);
+    bool ordered = true;
+    for (int k = 0; k < a.rows() && ordered; ++k)
+        ordered = in_order(row(a, k));
+
     mlSparseMatrixBase::become(a.cols(), a.cols());
     mlSparseRowSum sum;
     for (int i = 0; i < rows(); ++i) {
         for (mlSparseElement const & x : row(transposed, i)) {
             mlSparseRow const & terms = row(a, x.index);
             mlSparseElement const * first = terms.end();
-            while (first != terms.begin() && first[-1].index >= i)
+            while (first != terms.begin() && first[-1].index >= i) {
                 --first;
-            sum.add_multiple(x.value, first, terms.end());
+                if (!ordered) sum.add_multiple(x.value, first, first + 1); // the later of two in one column comes first
+            }
+            if (ordered) sum.add_multiple(x.value, first, terms.end());
         }
         sum.move_to(row(i));
     }
@@ -47,6 +64,7 @@ mlSparseSymMatrix & mlSparseSymMatrix::become(enum utCopy, mlSparseSymMatrix con
 }
 
 void mlSparseSymMatrix::concatenate(mlSparseMatrix const & b) {
+    MATHS_CHECK(b.rows() >= rows(), "concatenate: %d x %d to %d x %d", b.rows(), b.cols(), rows(), cols());
     append_right(0, b, rows());
     resize_rows(coSizeSum(rows(), b.cols()));
 }
@@ -82,7 +100,7 @@ void mlSparseSymMatrix::multiply_vector(mlVector const & factor, mlVector & y) c
 void mlSparseSymMatrix::multiply_matrix(mlMatrix const & factor, mlMatrix & c) const {
     mlSparseFactor<mlMatrix> const unaliased(factor, c);
     mlMatrix const & b = *unaliased;
-    MATHS_CHECK(cols() == b.rows(), "sparse multiply: %d x %d times %d x %d", rows(), cols(), b.rows(), b.cols());
+    MATHS_CHECK(cols() <= b.rows(), "sparse multiply: %d x %d times %d x %d", rows(), cols(), b.rows(), b.cols());
     c.become(mlMatrixZero, rows(), b.cols());
     for (int i = 0; i < rows(); ++i) {
         for (mlSparseElement const & e : row(*this, i)) {

@@ -22,8 +22,8 @@ public:
     mlSparseSymMatrix(enum mlMatrixIdentity, int n);
 
     /// The product of a's transpose and a. Element (i, j) is stored when some row k of a stores columns i and j; its
-    /// terms a(k, i) a(k, j) are summed in increasing k, starting from the first. O(t log n) for t terms and n elements
-    /// in a row of the product.
+    /// terms a(k, i) a(k, j) are summed in increasing k, starting from the first; where row k stores column j twice,
+    /// the later element's term comes first. O(t log n) for t terms and n elements in a row of the product.
     mlSparseSymMatrix(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a);
     mlSparseSymMatrix(enum utCopy, mlSparseSymMatrix const & m);
 
@@ -41,6 +41,7 @@ public:
     void set(int i, int j, double v) {
         MATHS_CHECK(j >= i && j < cols(), "sparse set: (%d, %d) of the upper triangle of %d x %d", i, j, rows(),
                     cols());
+        MATHS_CHECK(j > last_in_row(i), "sparse set: (%d, %d) after (%d, %d)", i, j, i, last_in_row(i));
         row(i).append_element(j, v);
     }
 

@@ -16,6 +16,13 @@ inline constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double infinity = std::numeric_limits<double>::infinity();
 inline constexpr double largest_double = std::numeric_limits<double>::max();
 
+/// Whether the library stops at misuse: what a release build makes of it can't be tested then.
+#if defined(MATHS_CHECKED)
+inline constexpr bool checked_build = true;
+#else
+inline constexpr bool checked_build = false;
+#endif
+
 using Values = std::vector<double>;
 
 /// A vector of given values.
