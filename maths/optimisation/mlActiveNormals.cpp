@@ -3,7 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "maths/decompositions/mlSingularValueDecomposition.h"
 #include "maths/optimisation/mlDenseRuns.h"
+
+namespace {
+
+double const surely_dependent = 1e-13, surely_independent = 1e-7;
+
+} // namespace
 
 void mlActiveNormals::start(int n) {
     n_ = n;
@@ -20,9 +27,26 @@ void mlActiveNormals::start(int n) {
     work_.expand(n);
 }
 
-double mlActiveNormals::free_length(double const * normal) const {
+bool mlActiveNormals::admits(double const * normal) const {
     null_part(normal, work_.data());
-    return std::sqrt(ml_run_product(work_.data(), work_.data(), null_size()));
+    double const free = std::sqrt(ml_run_product(work_.data(), work_.data(), null_size()));
+    if (!(free > surely_dependent)) return false;
+    return free > surely_independent || admits_by_singular_values(normal, free);
+}
+
+// R with one more column has the singular values of the normals with one more.
+bool mlActiveNormals::admits_by_singular_values(double const * normal, double free_length) const {
+    mlMatrix r(mlMatrixZero, size_ + 1, size_ + 1);
+    for (int j = 0; j < size_; ++j)
+        for (int i = 0; i <= j; ++i)
+            r(i, j) = triangle_.data()[j * n_ + i];
+    range_part(normal, work_.data());
+    for (int i = 0; i < size_; ++i)
+        r(i, size_) = work_[i];
+    r(size_, size_) = free_length;
+    mlSingularValueDecomposition const svd(r, mlSingularValueDecomposition::mlNO_U,
+                                           mlSingularValueDecomposition::mlNO_V);
+    return svd.rank(dependence) == size_ + 1;
 }
 
 void mlActiveNormals::append(int constraint, double const * normal) {

@@ -18,9 +18,9 @@ public:
     int null_size() const { return n_ - size_; }
     int constraint(int position) const { return constraints_[position]; }
 
-    /// The length of the part of a normal that the ones here leave free: below `dependence` of its length it is one too
-    /// many.
-    double free_length(double const * normal) const;
+    /// Whether a normal of length 1 to 2 is independent of those here. Where the part that they leave free does not
+    /// tell, the singular values of all of them do.
+    bool admits(double const * normal) const;
 
     void append(int constraint, double const * normal);
 
@@ -45,6 +45,7 @@ public:
     static constexpr double dependence = 1e-10;
 
 private:
+    bool admits_by_singular_values(double const * normal, double free_length) const;
     double * row(int i) { return basis_.data() + i * n_; }
     double * column(int i) { return triangle_.data() + i * n_; }
     double const * range_vector(int i) const { return basis_.data() + (n_ - 1 - i) * n_; }

@@ -63,9 +63,7 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::make_feasible() {
         begun_[i] = normals_.constraint(i);
     normals_.start(n_);
     auto const append = [this](int i) {
-        if (normals_.null_size() == 0) return;
-        double const least = mlActiveNormals::dependence * rows_->length(i);
-        if (normals_.free_length(rows_->normal(i)) > least) normals_.append(i, rows_->normal(i));
+        if (normals_.admits(rows_->normal(i))) normals_.append(i, rows_->normal(i));
     };
     for (int i = 0; i < m; ++i) {
         considered_[i] = !rows_->zero(i);

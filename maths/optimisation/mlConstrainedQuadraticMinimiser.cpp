@@ -73,6 +73,8 @@ mlConstrainedQuadraticStatus mlConstrainedQuadraticMinimiser::minimise(mlVector 
         case mlActiveSetSearch::out_of_steps: status_ = mlConstrainedQuadraticIterationLimit; break;
         }
     }
+    bool const overflowed = status_ == mlConstrainedQuadraticSolved && !all_finite(x.data(), n_);
+    if (overflowed) status_ = mlConstrainedQuadraticIterationLimit;
     publish(x);
     return status_;
 }

@@ -1,5 +1,6 @@
 #include "maths/optimisation/mlConstraintRows.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -8,6 +9,12 @@
 #include "maths/core/mlSlice.h"
 #include "maths/optimisation/mlDenseRuns.h"
 #include "maths/optimisation/mlPreciseSum.h"
+
+namespace {
+
+double const most = 0x1p1020;
+
+} // namespace
 
 double ml_power_of_two(double x) {
     std::uint64_t const exponent = (std::bit_cast<std::uint64_t>(x) >> 52) & 0x7ff;
@@ -37,13 +44,17 @@ int mlConstraintRows::add_unit(int i, double sign, double bound) {
 // Scales the normal stored last.
 int mlConstraintRows::finish(double bound, bool equality, int unit) {
     double * const a = normals_.data() + normals_.size() - n_;
+    finite_ = finite_ && std::isfinite(bound);
+    for (int i = 0; i < n_; ++i)
+        finite_ = finite_ && std::isfinite(a[i]);
     double scale = 1.0;
     for (int pass = 0; pass < 2; ++pass) { // by the largest element, which keeps the squares in range, then the length
         double const size = pass == 0 ? ml_run_largest(a, n_) : std::sqrt(ml_run_product(a, a, n_));
         double const factor = 1.0 / ml_power_of_two(size);
         for (int i = 0; i < n_; ++i)
             a[i] *= factor;
-        scale *= factor;
+        scale = std::min(scale * factor, most); // the multiplier of such a normal may overflow, nothing else
+        bound = std::clamp(bound * factor, -most, most);
     }
     double sum = 0.0;
     for (int i = 0; i < n_; ++i)
@@ -53,7 +64,7 @@ int mlConstraintRows::finish(double bound, bool equality, int unit) {
     scales_[scales_.size()] = scale;
     equalities_[equalities_.size()] = equality;
     units_[units_.size()] = unit;
-    bounds_[bounds_.size()] = bound * scale;
+    bounds_[bounds_.size()] = bound;
     return bounds_.size() - 1;
 }
 
@@ -70,14 +81,6 @@ double mlConstraintRows::precise_excess(int i, double const * x) const {
 
 double mlConstraintRows::rounding(int i, double largest) const {
     return 16.0 * std::numeric_limits<double>::epsilon() * (sums_[i] * largest + std::fabs(bounds_[i]));
-}
-
-bool mlConstraintRows::finite() const {
-    for (double const a : normals_)
-        if (!std::isfinite(a)) return false;
-    for (double const b : bounds_)
-        if (!std::isfinite(b)) return false;
-    return true;
 }
 
 bool mlConstraintRows::zeros_hold() const {

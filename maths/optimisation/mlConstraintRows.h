@@ -44,8 +44,8 @@ public:
     /// By how much rounding can spoil `excess` where no element of x exceeds `largest`.
     double rounding(int i, double largest) const;
 
-    /// Whether every number is finite.
-    bool finite() const;
+    /// Whether every number given is finite.
+    bool finite() const { return finite_; }
 
     /// Whether the zero normals hold.
     bool zeros_hold() const;
@@ -54,6 +54,7 @@ private:
     int finish(double bound, bool equality, int unit);
 
     int n_;
+    bool finite_ = true;
     doublecoDynArr normals_;                          // scaled, row by row
     doublecoDynArr bounds_, lengths_, sums_, scales_; // sums_: of the magnitudes of the normal's elements
     intcoDynArr equalities_, units_;
