@@ -37,6 +37,7 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::run(mlConstraintRows const & rows,
     steps_left_ = 1000 + 50 * (n_ + rows.size());
     int const limit = steps_left_;
     Outcome outcome = solved;
+    if (warm_) shift_start();
     for (int round = 0; round < max_rounds && outcome == solved; ++round) {
         outcome = make_feasible();
         if (outcome == solved) outcome = descend();
@@ -44,10 +45,21 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::run(mlConstraintRows const & rows,
         refine();
         if (holds()) break;
     }
+    warm_ = outcome == solved;
     iterations_ = limit - std::max(steps_left_, 0);
     for (int i = 0; i < normals_.size(); ++i)
         if (!rows.equality(normals_.constraint(i))) multipliers_[i] = std::max(multipliers_[i], 0.0);
     return outcome;
+}
+
+// Moves the start down the slope, so that the constraints which held the last solution still hold the nearest feasible
+// point: there it goes back to where it was.
+void mlActiveSetSearch::shift_start() {
+    calculate_gradient();
+    double const steepest = ml_run_largest(gradient_.data(), n_);
+    if (steepest == 0.0) return;
+    double const length = largest_ > 0.0 ? 1.0 / largest_ : std::max(1.0, ml_run_largest(x_, n_)) / steepest;
+    ml_run_add(-length, gradient_.data(), x_, n_);
 }
 
 // The equalities, then the inequalities that are active now, as far as they are independent; x onto them and on to the

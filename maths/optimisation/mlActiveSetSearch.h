@@ -29,6 +29,7 @@ public:
     int iterations() const { return iterations_; }
 
 private:
+    void shift_start();
     Outcome make_feasible();
     Outcome descend();
     double calculate_gradient();
@@ -51,6 +52,7 @@ private:
     double * x_ = nullptr;
     double start_scale_ = 0.0;
     int steps_left_ = 0, iterations_ = 0;
+    bool warm_ = false;    // the active set is that of a solution
     bool moved_ = false;   // since a constraint was let go
     bool settled_ = false; // no direction leads down from here to first order
     mlActiveNormals normals_;
