@@ -44,6 +44,7 @@ inline constexpr Goal goals[] = {
     {"simplex", 0, INT_MAX, "gsl", 1.1, 0, 0},
     {"circle_fit", 100, INT_MAX, "gsl", 1.0, 0, 0},
     {"newton", 2, 50, "gsl", 1.0, 0, 0},
+    {"mixture", 5, 40, "cgal", 0.2, 0, 0},
     {"sparse_product_5", 1000, 100000, "eigen", 1.0, 0, 0},
     {"sparse_product_30", 1000, 100000, "eigen", 1.7, 0, 0},
     {"sparse_vector_5", 0, INT_MAX, "eigen", 1.5, 0, 0},

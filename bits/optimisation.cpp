@@ -215,6 +215,48 @@ void digest_newton() {
     }
 }
 
+/// Small integers, for which many constraints meet in a point and many depend on others, and graded numbers.
+void digest_programmes() {
+    ExactDigest digest("quadratic programmes");
+    Operands operands(37);
+    for (int i = 0; i < 400; ++i) {
+        bool const integer = i % 2 == 0;
+        auto const number = [&] { return integer ? operands.below(5) - 2.0 : operands.graded(10); };
+        int const n = 1 + operands.below(i < 380 ? 8 : 40), squares = operands.below(n + 2), sign = operands.below(3);
+        mlMatrix g(mlMatrixZero, n, n);
+        mlVector slope(mlVectorZero, n), normal(mlVectorZero, n), x;
+        for (int k = 0; k < squares; ++k) {
+            for (double & a : normal)
+                a = integer ? operands.below(5) - 2.0 : operands.number();
+            double const factor = sign == 0 && k % 2 == 0 ? -1.0 : 1.0;
+            for (int r = 0; r < n; ++r)
+                for (int c = 0; c < n; ++c)
+                    g(r, c) += factor * normal[r] * normal[c];
+        }
+        for (double & s : slope)
+            s = number();
+        mlConstrainedQuadraticMinimiser minimiser(g, slope);
+        for (int k = 0; k < 2 * n; ++k) {
+            for (double & a : normal)
+                a = number();
+            double const bound = -operands.below(4);
+            operands.below(8) == 0 ? minimiser.add_equality(normal.slice(), bound)
+                                   : minimiser.add_inequality(normal.slice(), bound);
+        }
+        for (int again = 0; again < 2; ++again) {
+            digest(minimiser.minimise(x));
+            digest(minimiser.value());
+            digest(minimiser.iterations());
+            digest(x);
+            for (int k = 0; k < minimiser.num_constraints(); ++k) {
+                digest(minimiser.multiplier(k));
+                digest(minimiser.is_active(k));
+            }
+            minimiser.add_lower_bound(operands.below(n), operands.below(3) - 1.0);
+        }
+    }
+}
+
 } // namespace
 
 void digest_optimisation() {
@@ -224,4 +266,5 @@ void digest_optimisation() {
     digest_searches();
     digest_fits();
     digest_newton();
+    digest_programmes();
 }

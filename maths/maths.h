@@ -66,6 +66,7 @@
 #include "maths/decompositions/mlTridiagonal.h"
 #include "maths/decompositions/ml_svd.h"
 
+#include "maths/optimisation/mlConstrainedQuadraticMinimiser.h"
 #include "maths/optimisation/mlDistanceLeastSquares.h"
 #include "maths/optimisation/mlDownHillSimplex.h"
 #include "maths/optimisation/mlFunctionValue.h"

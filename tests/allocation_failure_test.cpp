@@ -194,6 +194,13 @@ void optimisation(Objects & o) {
     mlLevenbergMarquardt(line).fit(x, o.v);
     line.point_distribution_quality(o.v);
     mlDownHillSimplex(2).solve(f, x, mlDownHillSimplexCoarse);
+    mlConstrainedQuadraticMinimiser minimiser(mlMatrix(mlMatrixZero, 2, 2), x);
+    for (int i = 0; i < 2; ++i) {
+        minimiser.add_lower_bound(i, -1.0);
+        minimiser.add_upper_bound(i, 1.0);
+        minimiser.add_inequality(x.slice(), -9.0);
+        minimiser.minimise(o.v);
+    }
 }
 
 void sparse_matrices(Objects & o) {

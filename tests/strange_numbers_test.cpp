@@ -100,6 +100,33 @@ TEST_P(StrangeNumbers, EndInFunctionsOfManyVariables) {
     }
 }
 
+TEST_P(StrangeNumbers, EndInQuadraticProgrammes) {
+    mlMatrix g(mlMatrixZero, 3, 3);
+    mlVector slope(mlVectorZero, 3), normal(mlVectorZero, 3), x(mlVectorZero, 3);
+    auto const finite = [this](mlSlice values) {
+        for (int i = 0; i < values.length(); ++i)
+            do
+                values[i] = f.next();
+            while (!std::isfinite(values[i]) && f.seed >= Strange::constants);
+    };
+    for (int i = 0; i < 20; ++i) {
+        finite(g.row(i % 3));
+        finite(slope.slice());
+        finite(x.slice());
+        mlConstrainedQuadraticMinimiser minimiser(g, slope);
+        for (int k = 0; k < 5; ++k) {
+            finite(normal.slice());
+            minimiser.add_inequality(normal.slice(), normal[k % 3]);
+            finite(normal.slice());
+            minimiser.add_equality(normal.slice(), normal[0]);
+            minimiser.minimise(x);
+        }
+        bool const solved = minimiser.minimise(x) == mlConstrainedQuadraticSolved;
+        for (double const element : x)
+            EXPECT_TRUE(std::isfinite(element) || !solved);
+    }
+}
+
 TEST_P(StrangeNumbers, EndInMatrices) {
     mlMatrix a(mlMatrixZero, 3, 3), b(mlMatrixZero, 2, 2), c(mlMatrixZero, 5, 3), d(mlMatrixZero, 8, 3);
     mlAsymEigenVecs3(f.fill(a)).calculate();
