@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include "maths/decompositions/mlSymEigenVecs.h"
+#include "maths/decompositions/ml_svd.h"
 #include "platform/doublecoQuickSortIndex.h"
 #include "tests/support/matrices.h"
 #include "tests/support/values.h"
 
-// The symmetric eigen-solver beside the method it promises the bits of: a rotation by two full matrix products.
+// Jacobi's methods beside the plain forms that they promise the bits of: rotations by full matrix products, pairs of
+// columns one after the other.
 
 namespace {
 
@@ -159,5 +161,60 @@ TEST_P(JacobiOfOrder, SpreadsNaNsAndInfinitiesAsProductsDo) {
 
 // From 13 on rows are rotated by a kernel; from 9 elements on the largest is sought in several chains.
 INSTANTIATE_TEST_SUITE_P(, JacobiOfOrder, testing::Values(0, 1, 2, 3, 4, 5, 8, 12, 13, 21, 40));
+
+/// One sweep over a row-major array, pair by pair; the number of rotations.
+int sweep_in_order(Values & a, Values & s2, int rows, int cols, int rank) {
+    int rotations = 0;
+    for (int j = 0; j < rank - 1; ++j) {
+        for (int k = j + 1; k < rank; ++k) {
+            double p = 0.0, q = 0.0, w = 0.0;
+            for (int i = 0; i < rows; ++i) {
+                p += a[i * cols + j] * a[i * cols + k];
+                q += a[i * cols + j] * a[i * cols + j];
+                w += a[i * cols + k] * a[i * cols + k];
+            }
+            s2[j] = q;
+            s2[k] = w;
+            if (q >= w && (rows * 10.0 * 1e-22 * 1e-22 * s2[0] >= q || 0.1 * 1e-22 * q >= std::fabs(p))) continue;
+            ++rotations;
+            bool const swapped = q < w;
+            p /= swapped ? w : q;
+            double const t = swapped ? q / w - 1.0 : 1.0 - w / q, v = std::sqrt(4.0 * (p * p) + t * t);
+            double const root = std::sqrt(std::fabs(0.5 * (swapped ? 1.0 - t / v : 1.0 + t / v)));
+            double const first = swapped && p < 0.0 ? -root : root, second = p / (v * first);
+            double const c = swapped ? second : first, s = swapped ? first : second;
+            for (int i = 0; i < rows + cols; ++i) {
+                double const x = a[i * cols + j], y = a[i * cols + k];
+                a[i * cols + j] = x * c + y * s;
+                a[i * cols + k] = y * c - x * s;
+            }
+        }
+    }
+    return rotations;
+}
+
+TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
+    for (auto const & [rows, cols] : {std::pair(5, 1), {3, 2}, {9, 5}, {4, 9}, {20, 10}, {40, 23}}) {
+        for (int const negligible : {0, 1, cols / 2}) {
+            mlRandom random(rows);
+            double const tol = 0.1 * 1e-22;
+            Values expected((rows + cols) * cols), squares(cols, 7.0), found_squares(cols, 7.0);
+            for (int k = 0; k < rows * cols; ++k)
+                expected[k] = random.uniform(-1.0, 1.0) * (k % cols < cols - negligible ? 1.0 : 1e-40);
+            Values found = expected;
+            for (int k = 0; k < cols * cols; ++k)
+                expected[rows * cols + k] = k % (cols + 1) == 0 ? 1.0 : 0.0;
+            int rank = cols, rotations = cols > 1;
+            for (int sweeps = 0; rotations != 0 && sweeps <= std::max(cols / 4, 6); ++sweeps) {
+                rotations = sweep_in_order(expected, squares, rows, cols, rank);
+                while (rank >= 3 && squares[rank - 1] <= squares[0] * tol + tol * tol)
+                    --rank;
+            }
+            ml_svd(found.data(), found_squares.data(), rows, cols);
+            EXPECT_EQ(first_difference(expected, found), -1) << rows << " x " << cols;
+            EXPECT_EQ(first_difference(squares, found_squares), -1) << rows << " x " << cols;
+        }
+    }
+}
 
 } // namespace
