@@ -2,22 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "maths/core/mlRun.h"
-#include "platform/doublecoQuickSortIndex.h"
+#include "maths/decompositions/mlJacobiRotations.h"
+#include "platform/coQuickSort.h"
 
 namespace {
 
 int const rotation_limit = 10000000;
 
-struct Pivot {
-    double magnitude;
-    int p, q;
-};
-
-/// The largest element above the diagonal, the first of equal ones row by row.
-Pivot find_pivot(mlMatrix const & a) {
-    Pivot pivot{mlLeastDouble, 0, 0};
+mlJacobiPivot find_pivot(mlMatrix const & a) {
+    mlJacobiPivot pivot{mlLeastDouble, 0, 0};
     for (int i = 0; i < a.rows(); ++i) {
         for (int j = i + 1; j < a.rows(); ++j) {
             double const magnitude = std::fabs(a(i, j));
@@ -32,6 +28,39 @@ Pivot find_pivot(mlMatrix const & a) {
     return std::all_of(a.begin(), a.end(), [](double x) { return std::isfinite(x); });
 }
 
+/// The numbers of values by ascending squares, in the order that doublecoQuickSortIndex gives them.
+class OrderBySquares final : private coQuickSort {
+public:
+    explicit OrderBySquares(mlSlice const & values)
+        : room_(2 * static_cast<std::size_t>(values.length())), squares_(room_.data()),
+          numbers_(squares_ + values.length()) {
+        for (int i = 0; i < values.length(); ++i) {
+            squares_[i] = values[i] * values[i];
+            numbers_[i] = i;
+        }
+        if (values.length() != 2)
+            sort(squares_, values.length());
+        else if (!(squares_[0] < squares_[1])) // what the sort does, equal ones included, in a tenth of the time
+            arr_swap(squares_, 0, 1);
+    }
+
+    int operator[](int i) const { return static_cast<int>(numbers_[i]); }
+
+private:
+    int obj_compare(void const * a, void const * b) const override {
+        double const x = *static_cast<double const *>(a), y = *static_cast<double const *>(b);
+        return x < y ? -1 : x > y ? 1 : 0;
+    }
+    void * arr_get(void *, int i) const override { return squares_ + i; }
+    void arr_swap(void *, int i, int j) const override {
+        std::swap(squares_[i], squares_[j]);
+        std::swap(numbers_[i], numbers_[j]);
+    }
+
+    mlScratch<128> room_;
+    double *squares_, *numbers_;
+};
+
 } // namespace
 
 mlSymEigenVecs::mlSymEigenVecs(mlMatrix const & m) : mlEigenVecs(m) {}
@@ -43,12 +72,37 @@ void mlSymEigenVecs::calculate() {
     check_calculation(n, n);
     MATHS_CHECK(check_symmetric(*matrix_) || !is_finite(*matrix_),
                 "eigenvalues: the %d x %d matrix is not symmetric to %g", n, n, tolerance_);
-    mlMatrix a, r, r_transposed, left_product, block(mlMatrixZero, 2, 2);
+    mlJacobiRotations state(*matrix_);
+    int rotations = 0;
+    while (state.exact()) {
+        mlJacobiPivot const pivot = state.pivot();
+        bool const diagonal = tolerance_ * 0.01 > pivot.magnitude;
+        if (diagonal || !state.rotate(pivot)) {
+            state.finish();
+            if (!diagonal) break;
+            store(state.diagonal(), [&](int i) { return state.vector(i); });
+            return;
+        }
+        if (++rotations == rotation_limit) {
+            status_ = mlEigenVecsIterationLimit;
+            return;
+        }
+    }
+    mlMatrix a, v(mlMatrixIdentity, n);
     a.become(utCopy, *matrix_);
-    mlMatrix v(mlMatrixIdentity, n);
+    for (int i = 0; i < v.rows() && rotations > 0; ++i) {
+        a.row(i) = state.row(i);
+        v.col(i) = state.vector(i);
+    }
+    multiply_out(a, v, rotations);
+}
+
+/// What `calculate` does, literally. Infinities and NaNs spread as they do here and in no shorter way.
+void mlSymEigenVecs::multiply_out(mlMatrix & a, mlMatrix & v, int rotations) {
+    mlMatrix r, r_transposed, left_product, block(mlMatrixZero, 2, 2);
     mlVector e1(mlVectorZero, 2), e2(mlVectorZero, 2);
-    for (int rotations = 0;;) {
-        Pivot const pivot = find_pivot(a);
+    while (true) {
+        mlJacobiPivot const pivot = find_pivot(a);
         if (tolerance_ * 0.01 > pivot.magnitude) break;
         int const p = pivot.p, q = pivot.q;
         block(0, 0) = a(p, p);
@@ -57,7 +111,7 @@ void mlSymEigenVecs::calculate() {
         block(1, 1) = a(q, q);
         double lambda1, lambda2;
         eigens2(block, lambda1, lambda2, e1, e2);
-        r.become(mlMatrixIdentity, n);
+        r.become(mlMatrixIdentity, v.rows());
         r(p, p) = e1[0];
         r(q, p) = e1[1];
         r(p, q) = e2[0];
@@ -72,7 +126,6 @@ void mlSymEigenVecs::calculate() {
         }
     }
     sort(a.diagonal(), v);
-    status_ = mlEigenVecsCalculated;
 }
 
 // GCOV_EXCL_START: asked in checked builds alone, otherwise `calculate` trusts its matrix
@@ -86,40 +139,30 @@ int mlSymEigenVecs::check_symmetric(mlMatrix const & m) const {
 }
 // GCOV_EXCL_STOP
 
-// e1 is orthogonal to the rows of m - lambda1, of which the longer one is the more accurate. The rows are not both
-// zero, as the pivot isn't.
 void mlSymEigenVecs::eigens2(mlMatrix const & m, double & lambda1, double & lambda2, mlVector & e1,
                              mlVector & e2) const {
-    double const a = m(0, 0), b = m(0, 1), d = m(1, 1);
-    double const radius = std::sqrt((a - d) * (a - d) * 0.25 + b * b);
-    double const middle = (a + d) * 0.5;
-    lambda1 = middle + radius;
-    lambda2 = middle - radius;
-    double const rows[2][2] = {{a - lambda1, b}, {m(1, 0), d - lambda1}};
-    double const squares[2] = {rows[0][0] * rows[0][0] + rows[0][1] * rows[0][1],
-                               rows[1][0] * rows[1][0] + rows[1][1] * rows[1][1]};
-    int const k = squares[1] > squares[0];
-    double const length = std::sqrt(squares[k]);
-    e1[0] = rows[k][1] / length;
-    e1[1] = -rows[k][0] / length;
-    e2[0] = rows[k][0] / length;
-    e2[1] = rows[k][1] / length;
+    mlEigenPair const pair = ml_eigen_pair(m(0, 0), m(0, 1), m(1, 0), m(1, 1));
+    lambda1 = pair.lambda1;
+    lambda2 = pair.lambda2;
+    e1[0] = pair.c;
+    e1[1] = -pair.s;
+    e2[0] = pair.s;
+    e2[1] = pair.c;
 }
 
 void mlSymEigenVecs::sort(mlSlice const & values, mlMatrix const & vectors) {
+    store(values, [&](int i) { return vectors.col(i); });
+}
+
+template <class VectorOf> void mlSymEigenVecs::store(mlSlice const & values, VectorOf vector_of) {
     int const n = values.length();
-    doublecoPageArr keys;
-    intcoPageArr index;
-    for (int i = 0; i < n; ++i) {
-        keys[i] = values[i] * values[i];
-        index[i] = i;
-    }
-    doublecoQuickSortIndex(keys, index).sort(&index, n);
+    OrderBySquares const order(values);
     eigen_values_.reserve(n);
     eigen_vectors_.become(n, n);
     for (int i = 0; i < n; ++i) {
-        int const from = index[n - 1 - i];
+        int const from = order[n - 1 - i];
         eigen_values_[eigen_values_.size()] = values[from];
-        eigen_vectors_.col(i) = vectors.col(from);
+        eigen_vectors_.col(i) = vector_of(from);
     }
+    status_ = mlEigenVecsCalculated;
 }

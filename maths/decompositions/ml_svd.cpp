@@ -2,74 +2,114 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+
+#include "maths/kernels/mlKernels.h"
+#include "maths/kernels/mlScratch.h"
 
 namespace {
 
 double const eps = 1e-22;
 double const tolerance = 0.1 * eps;
 
-struct Rotation {
-    double c;
-    double s;
-};
+/// Enough that the processor is busy while every sum waits for its last add, and few enough for its registers.
+int const rows_at_once = 4;
 
-/// The rows x cols matrix whose columns are made orthogonal, with the rotations accumulated in the rows below it.
+/// The rows x cols matrix whose columns are made orthogonal, with the rotations accumulated in the rows below it. It is
+/// a transposed copy, so that columns are contiguous.
 class OneSidedJacobi {
 public:
-    OneSidedJacobi(double * a, double * s2, int rows, int cols)
-        : a_(a), s2_(s2), rows_(rows), cols_(cols), rank_(cols), e2_(rows * 10.0 * eps * eps) {}
+    OneSidedJacobi(double const * a, double * s2, int rows, int cols);
 
-    void append_identity();
+    void copy_to(double * a);
 
     /// Rotates every pair of columns that is not orthogonal; answers how many rotations that took.
     int sweep();
 
 private:
-    double & at(int row, int col) const { return a_[row * cols_ + col]; }
-    bool rotation_for(int j, int k, Rotation & rotation) const;
-    void rotate(int j, int k, Rotation const & rotation) const;
+    double * column(int j) { return columns_.data() + j * ld_; }
+    template <int pairs> void orthogonalise(int j, int k);
+    bool find_rotation(double p, double q, double w, mlRotation & rotation) const;
     void drop_negligible_columns();
 
-    double * a_;
+    mlKernels const & kernels_;
     double * s2_;
     int rows_;
     int cols_;
     int rank_;
+    int rotations_ = 0; ///< of the sweep, as far as it is not known that a pair needs none
     double e2_;
+    std::ptrdiff_t ld_;
+    mlScratch<> columns_;
 };
 
-void OneSidedJacobi::append_identity() {
-    for (int i = 0; i < cols_; ++i) {
-        for (int j = 0; j < cols_; ++j)
-            at(rows_ + i, j) = i == j ? 1.0 : 0.0;
+OneSidedJacobi::OneSidedJacobi(double const * a, double * s2, int rows, int cols)
+    : kernels_(ml_kernels()), s2_(s2), rows_(rows), cols_(cols), rank_(cols), e2_(rows * 10.0 * eps * eps),
+      ld_(mlKernels::padded(rows + cols)), columns_(cols * ld_) {
+    kernels_.copy_transposed(rows, cols, {a, cols}, {columns_.data(), ld_});
+    for (int j = 0; j < cols; ++j) {
+        std::fill(column(j) + rows, column(j) + ld_, 0.0);
+        column(j)[rows + j] = 1.0;
     }
+}
+
+void OneSidedJacobi::copy_to(double * a) {
+    kernels_.copy_transposed(cols_, rows_ + cols_, {columns_.data(), ld_}, {a, cols_});
 }
 
 int OneSidedJacobi::sweep() {
-    int rotations = rank_ * (rank_ - 1) / 2;
-    for (int j = 0; j < rank_ - 1; ++j) {
-        for (int k = j + 1; k < rank_; ++k) {
-            Rotation rotation;
-            if (rotation_for(j, k, rotation))
-                rotate(j, k, rotation);
-            else
-                --rotations;
+    rotations_ = rank_ * (rank_ - 1) / 2;
+    for (int k = 1; k < rank_; ++k)
+        orthogonalise<1>(0, k);
+    // From here on s2[0] stays as it is. The pairs come row by row, (1, 2), (1, 3) ... (2, 3) ... A pair needs those
+    // before it that share a column with it, and no others: four rows proceed together, each two columns behind the
+    // one before it.
+    for (int j = 1; j < rank_ - 1; j += rows_at_once) {
+        int const rows = std::min(rows_at_once, rank_ - 1 - j);
+        for (int k = j + 1; k < rank_ + rows - 1; ++k) {
+            int const first = std::max(0, k - rank_ + 1), end = std::min(rows, (k - j + 1) / 2);
+            if (end - first == rows_at_once) {
+                orthogonalise<rows_at_once>(j, k);
+                continue;
+            }
+            for (int m = first; m < end; ++m)
+                orthogonalise<1>(j + m, k - m);
         }
     }
     drop_negligible_columns();
-    return rotations;
+    return rotations_;
 }
 
-/// The rotation that makes columns j and k orthogonal, the longer one first; false when they need none.
-bool OneSidedJacobi::rotation_for(int j, int k, Rotation & rotation) const {
-    double p = 0.0, q = 0.0, w = 0.0;
-    for (int i = 0; i < rows_; ++i) {
-        p += at(i, j) * at(i, k);
-        q += at(i, j) * at(i, j);
-        w += at(i, k) * at(i, k);
+/// Pairs (j, k), (j + 1, k - 1) ..., which have no column in common: their sums are taken side by side, since each
+/// alone would wait for its adds.
+template <int pairs> void OneSidedJacobi::orthogonalise(int j, int k) {
+    double const *x[pairs], *y[pairs];
+    for (int m = 0; m < pairs; ++m) {
+        x[m] = column(j + m);
+        y[m] = column(k - m);
     }
-    s2_[j] = q;
-    s2_[k] = w;
+    double p[pairs] = {}, q[pairs] = {}, w[pairs] = {};
+    for (int i = 0; i < rows_; ++i) {
+        for (int m = 0; m < pairs; ++m) {
+            p[m] += x[m][i] * y[m][i];
+            q[m] += x[m][i] * x[m][i];
+            w[m] += y[m][i] * y[m][i];
+        }
+    }
+    for (int m = 0; m < pairs; ++m) {
+        s2_[j + m] = q[m];
+        s2_[k - m] = w[m];
+        mlRotation rotation;
+        if (find_rotation(p[m], q[m], w[m], rotation))
+            kernels_.rotate(static_cast<int>(ld_), column(j + m), column(k - m), rotation);
+        else
+            --rotations_;
+    }
+}
+
+/// The rotation that makes two columns orthogonal, the longer one first, by their product and the squares of their
+/// lengths; false when they need none.
+bool OneSidedJacobi::find_rotation(double p, double q, double w, mlRotation & rotation) const {
     // The magnitudes below the square roots guard against rounding below zero.
     if (q < w) {
         p /= w;
@@ -89,14 +129,6 @@ bool OneSidedJacobi::rotation_for(int j, int k, Rotation & rotation) const {
     return true;
 }
 
-void OneSidedJacobi::rotate(int j, int k, Rotation const & rotation) const {
-    for (int i = 0; i < rows_ + cols_; ++i) {
-        double const d1 = at(i, j), d2 = at(i, k);
-        at(i, j) = d1 * rotation.c + d2 * rotation.s;
-        at(i, k) = d2 * rotation.c - d1 * rotation.s;
-    }
-}
-
 void OneSidedJacobi::drop_negligible_columns() {
     while (rank_ >= 3 && s2_[rank_ - 1] <= s2_[0] * tolerance + tolerance * tolerance)
         --rank_;
@@ -106,9 +138,9 @@ void OneSidedJacobi::drop_negligible_columns() {
 
 void ml_svd(double * a, double * s2, int rows, int cols) {
     OneSidedJacobi jacobi(a, s2, rows, cols);
-    jacobi.append_identity();
     int rotations = cols * (cols - 1) / 2;
     int const sweep_limit = std::max(cols / 4, 6);
     for (int sweeps = 0; rotations != 0 && sweeps <= sweep_limit; ++sweeps)
         rotations = jacobi.sweep();
+    jacobi.copy_to(a);
 }

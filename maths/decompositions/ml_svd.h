@@ -10,6 +10,7 @@
 /// when there is one column.
 /// Columns found negligible at the end of a sweep are left out from then on. The number of sweeps is limited, to
 /// cols / 4 + 1 or 7; reaching the limit is not reported. NaN and infinite elements end there at the latest.
-/// Bad input: nothing is checked. Failure: none, nothing is allocated. Threads: any, on arrays of their own.
+/// Bad input: nothing is checked. Failure: std::bad_alloc, with nothing changed, for the room of a copy of the array.
+/// Threads: any, on arrays of their own.
 /// Source: Nash, A one-sided transformation method for the singular value decomposition (1975).
 MATHS_API void ml_svd(double * a, double * s2, int rows, int cols);
