@@ -113,10 +113,32 @@ void digest_searches_for_roots() {
     }
 }
 
+void digest_all_roots() {
+    ExactDigest digest("all roots of polynomials, with bounds");
+    Operands operands(44);
+    mlPolynomialSolver solver;
+    for (int i = 0; i < 300; ++i) { // of one scale, graded, wide, and with double roots
+        int const n = 1 + (i * i) % 37;
+        mlVector a(mlVectorZero, n + 1);
+        for (int k = 0; k <= n; ++k)
+            a[k] = operands.graded(i % 3 == 0 ? 0 : i % 3 == 1 ? 30 : 400);
+        int degree = n;
+        mlVector square(mlVectorZero, 2 * n + 1);
+        if (i % 5 == 0) mlPolynomial::multiply(n, a.data(), n, a.data(), degree, square.data());
+        digest(solver.solve(degree, i % 5 == 0 ? square.data() : a.data()));
+        for (int k = 0; k < solver.num_roots(); ++k) {
+            digest(solver.real_part(k));
+            digest(solver.imaginary_part(k));
+            digest(solver.error_bound(k));
+        }
+    }
+}
+
 } // namespace
 
 void digest_polynomials() {
     digest_arithmetic();
     digest_roots();
     digest_searches_for_roots();
+    digest_all_roots();
 }

@@ -48,6 +48,7 @@
 
 #include "maths/polynomials/mlPolynomial.h"
 #include "maths/polynomials/mlPolynomialOf.h"
+#include "maths/polynomials/mlPolynomialSolver.h"
 #include "maths/polynomials/mlRootSolve.h"
 #include "maths/polynomials/mlTinyVectorPolynomial.h"
 

@@ -1,0 +1,123 @@
+// The two ends of the iteration: where the points start, and what is known of them at last.
+
+#include <algorithm>
+#include <limits>
+
+#include "maths/polynomials/mlBinaryScale.h"
+#include "maths/polynomials/mlRootIteration.h"
+#include "maths/polynomials/mlRootSolve.h"
+
+namespace {
+
+double const unit = std::numeric_limits<double>::epsilon() / 2.0;
+double const infinite = std::numeric_limits<double>::infinity();
+double const half_turn = 3.14159265358979323846;
+
+/// The rotation by an angle near `angle`, at most 0.8 of a half turn: exactly a rotation, whatever its half tangent is.
+mlComplex rotation(double angle) {
+    double const half = 0.5 * angle, square = half * half;
+    double const tangent = half * (15.0 - square) / (15.0 - 6.0 * square); // near enough: tan x = x + x^3/3 + ...
+    double const scale = 1.0 / (1.0 + tangent * tangent);
+    return {(1.0 - tangent * tangent) * scale, 2.0 * tangent * scale};
+}
+
+} // namespace
+
+void mlRootIteration::place_starts() {
+    int first_pair = 0, last_real = n_ - 1;
+    for (int edge = 0; edge < polygon_.num_edges(); ++edge)
+        place_edge(edge, first_pair, last_real);
+}
+
+// The points of an edge from i to j stand around 0 as the roots of a_i + a_j t^(j - i) do, turned a little where their
+// number is even, since a polynomial in t^2 would keep them symmetric for ever.
+void mlRootIteration::place_edge(int edge, int & first_pair, int & last_real) {
+    int const i = polygon_.first(edge), j = polygon_.last(edge), count = j - i;
+    double const log_radius = polygon_.log_radius(edge) - (wide_ ? 0 : scaled_.exponent());
+    double const radius = ml_rough_exp2(std::clamp(log_radius, -1070.0, 1023.0));
+    double angle = 1.25 * half_turn / count; // of the first pair
+    if (count % 2 == 1) {
+        bool const positive = (a_[i] < 0.0) != (a_[j] < 0.0);
+        x_[last_real] = positive ? radius : -radius;
+        y_[last_real--] = 0.0;
+        angle = (positive ? 2.0 : 1.0) * half_turn / count;
+    }
+    if (count == 1) return;
+    mlComplex direction = rotation(angle);
+    mlComplex const next = rotation(count == 2 ? angle : 2.0 * half_turn / count);
+    for (int pair = 0; pair < count / 2; ++pair) {
+        x_[first_pair] = x_[first_pair + 1] = radius * direction.re;
+        y_[first_pair] = radius * std::fabs(direction.im);
+        y_[first_pair + 1] = -y_[first_pair];
+        first_pair += 2;
+        direction = direction * next;
+    }
+}
+
+// Both roots of a quadratic as `mlRootSolve` has them, where they are real and meet the stopping test.
+bool mlRootIteration::use_closed_form() {
+    double roots[2];
+    if (mlRootSolve::quadratic_solve(a_[2], a_[1], a_[0], roots[0], roots[1]) != mlRootTypeTwo) return false;
+    for (int i = 0; i < 2; ++i) {
+        x_[i] = wide_ ? roots[i] : ml_scale(roots[i], -scaled_.exponent());
+        y_[i] = 0.0;
+        if (!(std::fabs(x_[i]) > 0.0 && std::fabs(x_[i]) < infinite)) return false;
+    }
+    for (int i = 0; i < 2; ++i) {
+        focus(i);
+        auto const at = scaled_.evaluate_precisely(px_[i], false);
+        if (!(ml_size(at.value) + scaled_.value_error(at) <= 8.0 * unit * at.sum)) return false;
+    }
+    return true;
+}
+
+bool mlRootIteration::finish() {
+    for (int i = 0; i < n_; ++i) {
+        if (bound_[i] >= 0.0) continue;
+        if (y_[i] > 0.0 && y_[i] < 1e-4 * std::fabs(x_[i])) make_double_point(i);
+        enclose(i);
+        if (y_[i] > 0.0) bound_[i + 1] = bound_[i];
+    }
+    for (int i = 0; i < n_; ++i)
+        leave_scale(i);
+    return all_met_;
+}
+
+// A pair becomes a real root twice where rounding, with twice the digits, cannot tell the real point from a root.
+void mlRootIteration::make_double_point(int i) {
+    focus(i);
+    auto const at = scaled_.evaluate_precisely(px_[i], false);
+    if (!(std::fabs(at.value) <= scaled_.value_error(at))) return;
+    put(i, px_[i], 0.0);
+    put(i + 1, px_[i], 0.0);
+}
+
+void mlRootIteration::enclose(int i) {
+    focus(i);
+    int const k = scale_of(px_[i], py_[i]); // once more, in the one scale of all points
+    if (k != 0) scaled_for_bound_.become(n_, a_, scaled_.exponent() + k);
+    mlScaledPolynomial const & scaled = k != 0 ? scaled_for_bound_ : scaled_;
+    mlComplex const z{ml_scale(px_[i], -k), ml_scale(py_[i], -k)};
+    double value, sum;
+    double bound = enclosure_.distance(scaled, z, value, sum);
+    if (!(value <= 7.9 * n_ * unit * sum && mlScaledPolynomial::is_safe(sum))) all_met_ = false;
+    if (!(bound < infinite)) { // no root is further from 0 than twice the largest radius
+        double const log_radius = polygon_.log_radius(polygon_.num_edges() - 1) - scaled.exponent();
+        bound = ml_modulus(z) + ml_rough_exp2(std::clamp(log_radius + 2.0, -1000.0, 1020.0));
+    }
+    put_bound(i, ml_scale(bound * (1.0 + 1e-9), k));
+}
+
+void mlRootIteration::leave_scale(int i) {
+    if (!wide_) {
+        int const k = scaled_.exponent();
+        x_[i] = ml_scale(x_[i], k);
+        y_[i] = ml_scale(y_[i], k);
+        bound_[i] = ml_scale(bound_[i], k);
+        if (bound_[i] < 0x1p-900) bound_[i] += 0x1p-1072; // for what underflow has rounded
+    }
+    if (bound_[i] < infinite && std::fabs(x_[i]) < 0x1.fp1023 && std::fabs(y_[i]) < 0x1.fp1023) return;
+    all_met_ = false; // a root out of the range of doubles
+    x_[i] = std::clamp(x_[i], -0x1.fffffffffffffp1023, 0x1.fffffffffffffp1023);
+    y_[i] = std::clamp(y_[i], -0x1.fffffffffffffp1023, 0x1.fffffffffffffp1023);
+}

@@ -1,0 +1,363 @@
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <complex>
+#include <numbers>
+
+#include <gtest/gtest.h>
+
+#include "maths/core/mlRandom.h"
+#include "maths/polynomials/mlPolynomialSolver.h"
+#include "maths/polynomials/mlRootSolve.h"
+#include "tests/support/ratios.h"
+#include "tests/support/values.h"
+
+namespace {
+
+using Extended = long double;
+using Point = std::complex<Extended>;
+
+/// The coefficients of the product of (t - root) and of t^2 - 2 x t + x^2 + y^2 for the pairs x + i y, exactly while
+/// 64 bits hold them.
+Values polynomial(Values const & roots, std::vector<std::pair<double, double>> const & pairs = {}) {
+    std::vector<Extended> p{1.0L};
+    auto const multiply = [&p](Extended c, Extended b, bool quadratic) {
+        p.resize(p.size() + 1 + quadratic);
+        for (std::size_t i = p.size(); i-- > 0;)
+            p[i] = c * p[i] + (i > 0 ? b * p[i - 1] : 0.0L) + (quadratic && i > 1 ? p[i - 2] : 0.0L);
+    };
+    for (double const root : roots)
+        multiply(-root, 1.0L, false);
+    for (auto const & [x, y] : pairs)
+        multiply(static_cast<Extended>(x) * x + static_cast<Extended>(y) * y, -2.0L * x, true);
+    return Values(p.begin(), p.end());
+}
+
+mlPolynomialSolverStatus solve(mlPolynomialSolver & solver, Values const & a) {
+    return solver.solve(static_cast<int>(a.size()) - 1, a.data());
+}
+
+Point root(mlPolynomialSolver const & solver, int i) { return {solver.real_part(i), solver.imaginary_part(i)}; }
+
+/// A polynomial's value, derivative and sum of magnitudes, divided by z^n beyond the unit circle.
+struct At {
+    At(Values const & a, Point z) {
+        bool const reversed = std::abs(z) > 1.0L;
+        Point const w = reversed ? 1.0L / z : z;
+        Extended const r = std::abs(w);
+        for (std::size_t i = a.size(); i-- > 0;) {
+            double const c = a[reversed ? a.size() - 1 - i : i];
+            slope = slope * w + value;
+            value = value * w + static_cast<Extended>(c);
+            sum = sum * r + std::fabs(c);
+        }
+        if (reversed) slope = w * (Extended(a.size() - 1) * value - w * slope);
+    }
+    Point value, slope;
+    Extended sum = 0.0L;
+};
+
+/// The list is in order, pairs stand together and are opposite to the bit, and every root meets the stopping test.
+void expect_sound(mlPolynomialSolver const & solver, Values const & a, char const * name) {
+    int const n = solver.num_roots();
+    ASSERT_EQ(solver.status(), mlPolynomialSolverSolved) << name;
+    int real = 0;
+    for (int i = 0; i < n; ++i) {
+        double const x = solver.real_part(i), y = solver.imaginary_part(i), bound = solver.error_bound(i);
+        EXPECT_TRUE(std::isfinite(x) && std::isfinite(y) && bound >= 0.0 && std::isfinite(bound)) << name << i;
+        EXPECT_LE(solver.real_part(std::max(i - 1, 0)), x) << name << i;
+        EXPECT_FALSE((x == 0.0 && std::signbit(x)) || (y == 0.0 && std::signbit(y))) << name << i;
+        real += y == 0.0;
+        if (y < 0.0) {
+            ASSERT_LT(i + 1, n) << name;
+            EXPECT_TRUE(solver.real_part(i + 1) == x && solver.imaginary_part(i + 1) == -y) << name << i;
+            EXPECT_EQ(solver.error_bound(i + 1), bound) << name << i;
+        } else if (y > 0.0) {
+            ASSERT_TRUE(i > 0 && solver.imaginary_part(i - 1) == -y) << name << i;
+        }
+        At const at(a, root(solver, i));
+        EXPECT_LE(std::abs(at.value), 4.0L * n * roundoff * at.sum) << name << i;
+    }
+    EXPECT_EQ(solver.num_real_roots(), real) << name;
+}
+
+/// The given roots stand in the list, within `ratio` times 8 n eps times their condition and within their bounds, which
+/// are at most a thousand times the former.
+void expect_roots(mlPolynomialSolver const & solver, Values const & a, std::vector<Point> const & roots, double ratio,
+                  char const * name) {
+    ASSERT_EQ(solver.num_roots(), static_cast<int>(roots.size())) << name;
+    std::vector<bool> taken(roots.size());
+    for (Point const z : roots) {
+        int nearest = -1;
+        for (int i = 0; i < solver.num_roots(); ++i)
+            if (!taken[i] && (nearest < 0 || std::abs(root(solver, i) - z) < std::abs(root(solver, nearest) - z)))
+                nearest = i;
+        taken[nearest] = true;
+        At const at(a, z);
+        Extended const figure = 8.0L * roots.size() * roundoff * at.sum / std::abs(at.slope);
+        Extended const error = std::abs(root(solver, nearest) - z);
+        EXPECT_LE(error, ratio * figure) << name << ", " << z;
+        EXPECT_LE(error, solver.error_bound(nearest) + 1e-18L * std::abs(z)) << name << ", " << z;
+        EXPECT_LE(solver.error_bound(nearest), 1000.0L * figure) << name << ", " << z;
+        EXPECT_EQ(solver.imaginary_part(nearest) == 0.0, z.imag() == 0.0L) << name << ", " << z;
+    }
+}
+
+std::vector<Point> points(Values const & roots, std::vector<std::pair<double, double>> const & pairs = {}) {
+    std::vector<Point> z(roots.begin(), roots.end());
+    for (auto const & [x, y] : pairs)
+        z.insert(z.end(), {Point(x, y), Point(x, -y)});
+    return z;
+}
+
+TEST(PolynomialSolver, TellsWhatHasNoListOfRoots) {
+    mlPolynomialSolver solver;
+    EXPECT_EQ(solver.status(), mlPolynomialSolverEverywhere);
+    struct {
+        Values a;
+        mlPolynomialSolverStatus status;
+    } const cases[] = {
+        {{}, mlPolynomialSolverEverywhere},
+        {{0.0, -0.0, 0.0}, mlPolynomialSolverEverywhere},
+        {{0.0, nan_value, 0.0}, mlPolynomialSolverNotFinite},
+        {{1.0, 2.0, infinity}, mlPolynomialSolverNotFinite},
+        {{-infinity}, mlPolynomialSolverNotFinite},
+        {{-3.0}, mlPolynomialSolverSolved},
+        {{5e-324, 0.0, -0.0}, mlPolynomialSolverSolved},
+    };
+    mlVector real{};
+    for (auto const & c : cases) {
+        ASSERT_EQ(solve(solver, {2.0, -3.0, 1.0}), mlPolynomialSolverSolved); // to be forgotten
+        EXPECT_EQ(solve(solver, c.a), c.status);
+        EXPECT_EQ(solver.status(), c.status);
+        EXPECT_EQ(solver.num_roots() + solver.num_real_roots(), 0);
+        solver.real_roots(real);
+        EXPECT_EQ(real.size(), 0);
+    }
+}
+
+TEST(PolynomialSolver, TakesExactZerosForWhatTheyAre) {
+    Values const a{-0.0, 0.0, -8.0, 2.0, 1.0, -0.0, 0.0};
+    mlPolynomialSolver solver;
+    ASSERT_EQ(solve(solver, a), mlPolynomialSolverSolved);
+    ASSERT_EQ(solver.num_roots(), 4);
+    expect_sound(solver, Values(a.begin(), a.begin() + 5), "zeros");
+    EXPECT_EQ(solver.error_bound(1) + solver.error_bound(2), 0.0);
+    EXPECT_GT(solver.error_bound(3), 0.0);
+
+    mlVector out;
+    solver.real_roots(out);
+    EXPECT_EQ(contents(out), (Values{-4.0, 0.0, 0.0, 2.0}));
+    solver.real_roots(mlRange(0.0, 2.0), out); // closed
+    EXPECT_EQ(contents(out), (Values{0.0, 0.0, 2.0}));
+    solver.real_roots(mlRange(0.5, 1.75), out);
+    EXPECT_EQ(out.size(), 0);
+    solver.real_roots(mlRange(), out);
+    EXPECT_EQ(out.size(), 0);
+}
+
+TEST(PolynomialSolver, FindsRootsThatAreKnownExactly) {
+    struct {
+        char const * name;
+        Values roots;
+        std::vector<std::pair<double, double>> pairs;
+    } const cases[] = {
+        {"linear", {-1.5}, {}},
+        {"Wilkinson's of degree 15", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}, {}},
+        {"on the imaginary axis", {}, {{0, 1}, {0, 2}, {0, 3}}},
+        {"symmetric", {-3, 3}, {{2, 1}, {-2, 1}}},
+        {"real beside complex", {-4, 0.25, 7}, {{0.25, 0x1p-10}, {-4, 0x1p-9}}},
+        {"near the real axis", {3}, {{2, 0x1p-20}}},
+        {"near each other", {1, 1 + 0x1p-20, 3}, {}},
+        {"graded", {0x1p-20, 0x1p-10, 1, 0x1p10, 0x1p20}, {}},
+        {"on one circle", {5, -5}, {{3, 4}, {-3, 4}, {4, 3}}},
+    };
+    mlPolynomialSolver solver;
+    for (auto const & c : cases) {
+        Values const a = polynomial(c.roots, c.pairs);
+        solve(solver, a);
+        expect_sound(solver, a, c.name);
+        expect_roots(solver, a, points(c.roots, c.pairs), 0.25, c.name);
+    }
+}
+
+TEST(PolynomialSolver, FindsTheRootsOfUnityOfHighOrder) {
+    mlPolynomialSolver solver;
+    for (int const n : {2, 3, 30, 500, 1000}) {
+        Values a(n + 1, 0.0);
+        a[0] = -1.0;
+        a[n] = 1.0;
+        solve(solver, a);
+        expect_sound(solver, a, "unity");
+        std::vector<Point> roots;
+        for (int k = 0; k < n; ++k) {
+            Extended const angle = 2.0L * std::numbers::pi_v<Extended> * k / n;
+            roots.emplace_back(std::cos(angle), 2 * k % n == 0 ? 0.0L : std::sin(angle));
+        }
+        expect_roots(solver, a, roots, 0.25, "unity");
+    }
+}
+
+TEST(PolynomialSolver, FindsTheRealRootsOfChebyshevsPolynomialOfDegree50) {
+    std::vector<Extended> before{1.0L}, last{0.0L, 1.0L};
+    for (int k = 2; k <= 50; ++k) { // integers below 2^64
+        std::vector<Extended> next(k + 1);
+        for (int i = 0; i <= k; ++i)
+            next[i] = (i > 0 ? 2.0L * last[i - 1] : 0.0L) - (i <= k - 2 ? before[i] : 0.0L);
+        before = last;
+        last = next;
+    }
+    mlPolynomialSolver solver;
+    Values const a(last.begin(), last.end());
+    solve(solver, a);
+    expect_sound(solver, a, "Chebyshev");
+    ASSERT_EQ(solver.num_real_roots(), 50);
+    for (int i = 25; i < 50; ++i) // an even polynomial
+        EXPECT_NEAR(solver.real_part(i), -solver.real_part(49 - i), 1e-14);
+}
+
+// What is left of a k-fold root: a cluster that narrow, whose bounds hold and tell it from 0.
+TEST(PolynomialSolver, KeepsMultipleRootsTogether) {
+    mlPolynomialSolver solver;
+    for (int k = 2; k <= 5; ++k) {
+        Values roots{-2.0, 7.0};
+        roots.insert(roots.end(), k, 1.25);
+        Values const a = polynomial(roots, {{0.5, 2.0}, {0.5, 2.0}});
+        solve(solver, a);
+        expect_sound(solver, a, "multiple");
+        std::vector<Point> const all = points(roots, {{0.5, 2.0}, {0.5, 2.0}});
+        int found = 0;
+        for (int i = 0; i < solver.num_roots(); ++i) {
+            Extended nearest = infinity;
+            for (Point const z : all)
+                nearest = std::min(nearest, std::abs(root(solver, i) - z));
+            EXPECT_LE(nearest, solver.error_bound(i)) << k;
+            EXPECT_LT(solver.error_bound(i), std::pow(1e-18, 1.0 / k)) << k;
+            found += std::abs(root(solver, i) - Point(1.25)) < std::pow(1e-23, 1.0 / k);
+        }
+        EXPECT_EQ(found, k);
+    }
+}
+
+TEST(PolynomialSolver, TellsTheTwoRootsOfMignottesPolynomialsWithinTheirBounds) {
+    mlPolynomialSolver solver;
+    for (int const n : {5, 15, 40}) { // t^n - 2 (10 t - 1)^2: two roots at distance about 10^(-n/2-1) from 1/10
+        Values a(n + 1, 0.0);
+        a[0] = -2.0;
+        a[1] = 40.0;
+        a[2] = -200.0;
+        a[n] = 1.0;
+        solve(solver, a);
+        expect_sound(solver, a, "Mignotte");
+        Extended const distance = std::pow(0.1L, n / 2.0L) / (10.0L * std::sqrt(2.0L));
+        int close = 0;
+        for (int i = 0; i < n; ++i) {
+            Extended const d = std::abs(std::abs(root(solver, i) - Point(0.1L)) - distance);
+            if (std::abs(root(solver, i)) > 0.2L) continue;
+            ++close;
+            EXPECT_LE(d, solver.error_bound(i) + 0.05L * distance) << n;
+            EXPECT_LT(solver.error_bound(i), 1e-9) << n;
+        }
+        EXPECT_EQ(close, 2);
+    }
+}
+
+// Powers of two in the coefficients and in the variable change nothing but exponents.
+TEST(PolynomialSolver, ScalesWithPowersOfTwo) {
+    Values const a = polynomial({-4, 0.25, 7}, {{0.25, 0.5}, {-4, 1}});
+    mlPolynomialSolver solver, scaled;
+    solve(solver, a);
+    for (int const e : {-900, -300, 300, 900}) {
+        for (int const k : {0, -14, 14}) {
+            Values b = a;
+            for (std::size_t i = 0; i < b.size(); ++i)
+                b[i] = std::ldexp(b[i], e - k * static_cast<int>(i));
+            ASSERT_EQ(solve(scaled, b), mlPolynomialSolverSolved);
+            for (int i = 0; i < solver.num_roots(); ++i) {
+                EXPECT_EQ(scaled.real_part(i), std::ldexp(solver.real_part(i), k)) << e << ' ' << k;
+                EXPECT_EQ(scaled.imaginary_part(i), std::ldexp(solver.imaginary_part(i), k)) << e << ' ' << k;
+            }
+        }
+    }
+}
+
+TEST(PolynomialSolver, FindsRootsOfAllMagnitudesInOnePolynomial) {
+    mlPolynomialSolver solver;
+    Values const roots{-1e150, -3e-150, 1e-40, 2.0, 1e40}; // the product is far from both ends of the range
+    Values a{1.0};
+    for (double const root : roots) { // of the two terms of a coefficient one is negligible
+        a.push_back(0.0);
+        for (std::size_t i = a.size(); i-- > 0;)
+            a[i] = (i > 0 ? a[i - 1] : 0.0) - root * a[i];
+    }
+    ASSERT_EQ(solve(solver, a), mlPolynomialSolverSolved);
+    for (int i = 0; i < 5; ++i) {
+        Values sorted = roots;
+        std::sort(sorted.begin(), sorted.end());
+        EXPECT_NEAR(solver.real_part(i), sorted[i], 1e-14 * std::fabs(sorted[i]));
+        EXPECT_LT(solver.error_bound(i), 1e-13 * std::fabs(sorted[i]));
+        EXPECT_EQ(solver.imaginary_part(i), 0.0);
+    }
+    ASSERT_EQ(solve(solver, {1e-300, 1.0, 1e300, 1e10}), mlPolynomialSolverSolved); // s^2 + s + 1 in s = 1e300 t
+    EXPECT_NEAR(solver.real_part(2) * 1e300, -0.5, 1e-14);
+    EXPECT_NEAR(solver.imaginary_part(2) * 1e300, std::sqrt(0.75), 1e-14);
+    EXPECT_NEAR(solver.real_part(0) / 1e290, -1.0, 1e-14);
+}
+
+TEST(PolynomialSolver, ListsARootOutOfRangeAsTheLargestDouble) {
+    mlPolynomialSolver solver;
+    EXPECT_EQ(solve(solver, {1e300, 1e-300}), mlPolynomialSolverIterationLimit);
+    EXPECT_EQ(solver.num_roots(), 1);
+    EXPECT_EQ(solver.real_part(0), -largest_double);
+    EXPECT_EQ(solver.error_bound(0), infinity);
+}
+
+TEST(PolynomialSolver, LeavesQuadraticsToTheClosedFormWhereItIsExactEnough) {
+    mlPolynomialSolver solver;
+    for (Values const & a : {Values{2.0, -3.0, 1.0}, Values{-1.0, 1e8, 1.0}, Values{0.0, 1.0, 3.7, 1.1},
+                             Values{1.0, -2.0, 1.0}, Values{-7e200, 3e210, 1e220}}) {
+        std::size_t const last = a.size() - 1;
+        double low, high;
+        ASSERT_EQ(mlRootSolve::quadratic_solve(a[last], a[last - 1], a[last - 2], low, high), mlRootTypeTwo);
+        ASSERT_EQ(solve(solver, a), mlPolynomialSolverSolved);
+        EXPECT_EQ(solver.real_part(0), low);
+        EXPECT_EQ(solver.real_part(1), high);
+    }
+    // It takes these discriminants for zero: roots 1 and 1 + 2^-20, and 1 +- 2^-20 i.
+    ASSERT_EQ(solve(solver, {1.0 + 0x1p-20, -2.0 - 0x1p-20, 1.0}), mlPolynomialSolverSolved);
+    EXPECT_EQ(solver.real_part(0), 1.0);
+    EXPECT_EQ(solver.real_part(1), 1.0 + 0x1p-20);
+    ASSERT_EQ(solve(solver, {1.0 + 0x1p-40, -2.0, 1.0}), mlPolynomialSolverSolved);
+    EXPECT_EQ(solver.imaginary_part(1), 0x1p-20);
+}
+
+class RandomPolynomials : public testing::TestWithParam<int> {};
+
+TEST_P(RandomPolynomials, HaveSoundListsTheSameEachTime) {
+    int const n = GetParam();
+    mlRandom random(n);
+    mlPolynomialSolver solver;
+    for (int round = 0; round < (n < 100 ? 20 : 1); ++round) {
+        Values a(n + 1);
+        for (double & c : a)
+            c = std::ldexp(random.uniform(-1.0, 1.0), round % 2 == 0 ? 0 : static_cast<int>(random.uniform() * 80.0));
+        solve(solver, a);
+        expect_sound(solver, a, "random");
+        ASSERT_EQ(solver.num_roots(), n);
+        mlPolynomialSolver other;
+        solve(other, {1.0, 2.0, 3.0, 4.0});
+        solve(other, a);
+        Extended product = 1.0L; // of the magnitudes: no root is missing
+        for (int i = 0; i < n; ++i) {
+            EXPECT_TRUE(other.real_part(i) == solver.real_part(i) &&
+                        other.imaginary_part(i) == solver.imaginary_part(i));
+            EXPECT_EQ(other.error_bound(i), solver.error_bound(i));
+            product *= std::abs(root(solver, i));
+        }
+        EXPECT_NEAR(static_cast<double>(product / std::fabs(a[0] / static_cast<Extended>(a[n]))), 1.0, 1e-14 * n);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, RandomPolynomials, testing::Values(1, 2, 3, 4, 5, 8, 13, 30, 100, 600));
+
+} // namespace
