@@ -1,0 +1,173 @@
+#include "maths/optimisation/mlLocalModel2.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+double const epsilon = std::numeric_limits<double>::epsilon();
+int const patience = 3; // bad predictions before a curvature without second derivatives is made afresh
+
+} // namespace
+
+bool mlLocalModel2::move_to(mlWindowPoint const & point) {
+    has_last_step_ = has_model_;
+    last_step_ = {point.x[0] - at_[0], point.x[1] - at_[1]};
+    at_ = point.x;
+    fresh_ = false;
+    bool const update = has_model_ && (function_.order() == 2 || function_.curvature_is_partial() || !is_doubtful());
+    mlPair g;
+    if (function_.order() > 0 && !function_.gradient(point.x, g) && function_.order() > 0) return false;
+    if (function_.order() == 0) {
+        if (!update) return renew_by_values(point);
+        if (!difference_gradient(point, g)) return false;
+    }
+    if (update) {
+        update_curvature(g);
+        model_.g = g;
+    } else {
+        model_.g = g;
+        if (!renew(point)) return false;
+    }
+    has_model_ = true;
+    return model_.is_finite();
+}
+
+void mlLocalModel2::forget() {
+    has_model_ = false;
+    has_last_step_ = false;
+    bad_predictions_ = 0;
+    correction_ = mlSymmetric2();
+}
+
+void mlLocalModel2::update_curvature(mlPair const & g) {
+    mlPair const y = {g[0] - model_.g[0], g[1] - model_.g[1]};
+    if (!function_.curvature_is_partial()) return model_.b.update(last_step_, y);
+    mlSymmetric2 partial;
+    function_.curvature(at_, partial);
+    mlPair const known = partial.times(last_step_);
+    correction_.update(last_step_, {y[0] - known[0], y[1] - known[1]});
+    model_.b = partial + correction_;
+}
+
+bool mlLocalModel2::renew(mlWindowPoint const & point) {
+    if (function_.order() == 0) return renew_by_values(point);
+    bad_predictions_ = 0;
+    bad_prediction_ = false;
+    if (function_.curvature_is_partial()) {
+        mlSymmetric2 partial;
+        bool const finite = function_.curvature(point.x, partial);
+        model_.b = partial + correction_;
+        return finite;
+    }
+    fresh_ = true;
+    if (function_.order() == 2) {
+        if (function_.curvature(point.x, model_.b)) return true;
+        if (function_.order() == 2) return false;
+    }
+    return renew_by_gradients(point);
+}
+
+bool mlLocalModel2::confirm(mlWindowPoint const & point) {
+    if (fresh_ || (function_.order() == 1 && (has_last_step_ || !function_.curvature_is_partial()))) return true;
+    if (!function_.curvature_is_partial()) return renew(point);
+    mlSymmetric2 const partial = model_.b + mlSymmetric2{-correction_.uu, -correction_.uv, -correction_.vv};
+    fresh_ = true;
+    if (!renew_by_gradients(point)) return false;
+    correction_ = {model_.b.uu - partial.uu, model_.b.uv - partial.uv, model_.b.vv - partial.vv};
+    return true;
+}
+
+void mlLocalModel2::judge(double gain, double predicted) {
+    double const ratio = gain / predicted;
+    bad_prediction_ = !(std::fabs(ratio - 1.0) < 0.1);
+    if (!(ratio >= 0.25 && ratio <= 3.0)) ++bad_predictions_;
+}
+
+bool mlLocalModel2::is_doubtful() const {
+    if (function_.order() == 2) return bad_prediction_ && !fresh_;
+    return bad_predictions_ >= patience;
+}
+
+double mlLocalModel2::scale(mlPair const & x, int i) const { return std::max(function_.unit(i), std::fabs(x[i])); }
+
+bool mlLocalModel2::renew_by_gradients(mlWindowPoint const & point) {
+    mlPair rows[2] = {{0.0, 0.0}, {0.0, 0.0}};
+    for (int i : {0, 1}) {
+        double const h = 1e-5 * scale(point.x, i);
+        mlPair x = point.x, g;
+        x[i] = function_.moved(point.x, i, point.x[i] + h > function_.high(i) ? -h : h);
+        double const s = x[i] - point.x[i];
+        if (s == 0.0) continue;                                   // no room
+        if (function_.curvature_is_partial()) function_.value(x); // the gradient needs it
+        if (!function_.gradient(x, g) || function_.has_met_absolute_minimum()) return false;
+        for (int j : {0, 1})
+            rows[i][j] = (g[j] - model_.g[j]) / s;
+    }
+    bool const both = rows[0][1] != 0.0 && rows[1][0] != 0.0;
+    model_.b = {rows[0][0], both ? 0.5 * (rows[0][1] + rows[1][0]) : 0.0, rows[1][1]};
+    return model_.is_finite();
+}
+
+// Balances the roundoff of a central difference with its error of third order, for a function of moderate ones.
+double mlLocalModel2::central_step(mlWindowPoint const & point, int i) const {
+    double step = 1e-4 * scale(point.x, i);
+    if (has_model_) {
+        double const b = std::max(std::fabs(model_.b.diagonal(i)), 1e-300);
+        double const most = std::max(step, 0.01 * std::fabs(last_step_[i]));
+        step = std::max(0.05 * std::sqrt(std::sqrt(epsilon * std::fabs(point.f) / b)), 1e-6 * scale(point.x, i));
+        step = std::min(step, most);
+    }
+    return step;
+}
+
+// The parabola through three values along each parameter, on both sides where there is room, and the twist.
+bool mlLocalModel2::renew_by_values(mlWindowPoint const & point) {
+    mlPair offset = {0.0, 0.0}, f = {point.f, point.f}, slope = {0.0, 0.0}, bend = {0.0, 0.0};
+    for (int i : {0, 1}) {
+        double const h = central_step(point, i);
+        mlPair x = point.x;
+        double const up = function_.moved(x, i, x[i] + h > function_.high(i) ? -2.0 * h : h) - x[i];
+        double const down = function_.moved(x, i, x[i] - h < function_.low(i) ? 2.0 * h : -h) - x[i];
+        if (up == down || up == 0.0 || down == 0.0) continue; // no room
+        x[i] = point.x[i] + up;
+        f[i] = function_.value(x);
+        offset[i] = up;
+        x[i] = point.x[i] + down;
+        double const rise_up = (f[i] - point.f) / up, rise_down = (function_.value(x) - point.f) / down;
+        bend[i] = 2.0 * (rise_up - rise_down) / (up - down);
+        slope[i] = rise_up - 0.5 * bend[i] * up;
+    }
+    double twist = has_model_ ? model_.b.uv : 0.0;
+    if (offset[0] != 0.0 && offset[1] != 0.0 && (!has_model_ || bad_predictions_ > 0)) {
+        double const corner = function_.value({point.x[0] + offset[0], point.x[1] + offset[1]});
+        twist = ((corner - f[0]) - (f[1] - point.f)) / offset[0] / offset[1];
+    }
+    model_.g = slope;
+    model_.b = {bend[0], twist, bend[1]};
+    fresh_ = true;
+    bad_predictions_ = 0;
+    bad_prediction_ = false;
+    has_model_ = model_.is_finite() && !function_.has_met_absolute_minimum();
+    return has_model_;
+}
+
+// Balances the roundoff of a forward difference with what the curvature known is likely to be off.
+double mlLocalModel2::forward_step(mlWindowPoint const & point, int i) const {
+    double const b = std::max(std::fabs(model_.b.diagonal(i)), 1e-300);
+    double const step = std::max(
+        {5.0 * std::sqrt(epsilon * std::fabs(point.f) / b), 1e-7 * scale(point.x, i), 0.01 * std::fabs(last_step_[i])});
+    return std::min(step, 1e-4 * scale(point.x, i));
+}
+
+bool mlLocalModel2::difference_gradient(mlWindowPoint const & point, mlPair & g) {
+    for (int i : {0, 1}) {
+        double const h = forward_step(point, i);
+        mlPair x = point.x;
+        x[i] = function_.moved(point.x, i, point.x[i] + h > function_.high(i) ? -h : h);
+        double const s = x[i] - point.x[i];
+        g[i] = s == 0.0 ? 0.0 : (function_.value(x) - point.f) / s - 0.5 * model_.b.diagonal(i) * s;
+    }
+    return std::isfinite(g[0]) && std::isfinite(g[1]) && !function_.has_met_absolute_minimum();
+}

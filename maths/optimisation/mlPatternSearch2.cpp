@@ -1,0 +1,58 @@
+#include "maths/optimisation/mlPatternSearch2.h"
+
+#include <cmath>
+
+namespace {
+
+mlPair const directions[] = {{1.0, 0.0}, {0.0, 1.0},  {-1.0, 0.0},  {0.0, -1.0},
+                             {1.0, 1.0}, {-1.0, 1.0}, {-1.0, -1.0}, {1.0, -1.0}};
+int const num_directions = 8;
+double const growth = 2.0;
+double const shrinkage = 0.25;
+
+} // namespace
+
+bool mlPatternSearch2::poll_at(mlWindowPoint & point, double distance, bool & all_alike) {
+    mlPair const axis = along_axes_ ? mlPair{1.0, 0.0} : turned_;
+    all_alike = std::isfinite(point.f) && point.f != 0.0;
+    for (int j = 0; j < num_directions; ++j) {
+        int const k = (first_direction_ + j) % num_directions;
+        mlPair const & d = directions[k];
+        double const du = axis[0] * d[0] - axis[1] * d[1], dv = axis[1] * d[0] + axis[0] * d[1];
+        mlPair const x =
+            function_.moved(point.x, {distance * function_.unit(0) * du, distance * function_.unit(1) * dv});
+        if (x == point.x) continue;
+        double const f = function_.value(x);
+        if (!(std::fabs(f - point.f) <= point.noise())) all_alike = false;
+        if (!point.is_above(f)) continue;
+        point = {x, f};
+        first_direction_ = k;
+        return true;
+    }
+    return false;
+}
+
+bool mlPatternSearch2::is_at_finest(mlPair const & x) const {
+    if (distance_ <= function_.fine_resolution()) return true;
+    return x[0] + distance_ * function_.unit(0) == x[0] && x[1] + distance_ * function_.unit(1) == x[1];
+}
+
+mlPatternSearch2::Result mlPatternSearch2::poll(mlWindowPoint & point) {
+    bool all_alike;
+    if (poll_at(point, distance_, all_alike)) {
+        distance_ *= growth;
+        return moved;
+    }
+    if (all_alike || is_at_finest(point.x)) return ended;
+    distance_ *= shrinkage;
+    along_axes_ = !along_axes_;
+    if (!along_axes_) turned_ = {0.6 * turned_[0] - 0.8 * turned_[1], 0.8 * turned_[0] + 0.6 * turned_[1]};
+    return nothing;
+}
+
+bool mlPatternSearch2::escape(mlWindowPoint & point) {
+    bool all_alike;
+    for (double const distance : {0.1, 0.001, 4.0 * function_.coarse_resolution()})
+        if (poll_at(point, distance, all_alike)) return true;
+    return false;
+}
