@@ -1,6 +1,6 @@
 # What cmake --install puts where, and the packages that cpack makes of it:
 #   <includedir>/maths-<interface>/{maths,platform}/...     the headers, under an include root of their own
-#   <libdir>                                                the shared library
+#   <libdir>                                                the library, shared or static
 #   <datadir>/maths                                         how debuggers show the library's objects
 #   <libdir>/cmake/maths, <libdir>/pkgconfig                how CMake and pkg-config find them
 include(GNUInstallDirs)
@@ -45,6 +45,9 @@ set(pkgconfig_options -ffp-contract=off)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     string(APPEND pkgconfig_options " -fno-tree-slp-vectorize") # the reason stands beside the target
 endif()
+if(maths_kind STREQUAL "STATIC")
+    string(APPEND pkgconfig_options " -DMATHS_STATIC")
+endif()
 if(MATHS_CHECKED)
     string(APPEND pkgconfig_options " -DMATHS_CHECKED")
 endif()
@@ -74,7 +77,9 @@ set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "The shared library, for programs that use 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmaths-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmaths${maths_interface} (= ${PROJECT_VERSION})")
+if(maths_kind STREQUAL "SHARED")
+    set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmaths${maths_interface} (= ${PROJECT_VERSION})")
+endif()
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
     "The headers, and what CMake and pkg-config need, for programs to be built.")
 include(CPack)

@@ -2,7 +2,6 @@
 
 #include <initializer_list>
 #include <limits>
-#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -174,7 +173,7 @@ template <class T> int coDynArr<T>::resize(int index) {
     long long const step = increment_ < 1 ? 1 : increment_;
     long long const missing = static_cast<long long>(index) - capacity_;
     long long const capacity = capacity_ + (missing - missing % step) + step;
-    if (capacity > std::numeric_limits<int>::max()) throw std::bad_alloc();
+    if (capacity > std::numeric_limits<int>::max()) coOutOfStorage();
     relocate(static_cast<int>(capacity));
     return 1;
 }

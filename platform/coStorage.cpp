@@ -47,7 +47,7 @@ void * coResizeStorage(void * block, std::size_t bytes) {
     std::size_t const generous = room + std::min(room, most_in_reserve);
     Header * header = bytes > room && bytes < generous ? reallocate(old, generous) : nullptr;
     if (header == nullptr) header = reallocate(old, bytes);
-    if (header == nullptr) throw std::bad_alloc();
+    if (header == nullptr) coOutOfStorage();
     return header + 1;
 }
 
@@ -55,8 +55,10 @@ void coReleaseStorage(void * block) noexcept { std::free(header_of(block)); }
 
 int coTableSize(int rows, int cols) {
     long long const size = static_cast<long long>(rows) * cols;
-    if (size != static_cast<int>(size)) throw std::bad_alloc();
+    if (size != static_cast<int>(size)) coOutOfStorage();
     return static_cast<int>(size);
 }
+
+void coOutOfStorage() { throw std::bad_alloc(); }
 
 void coFailStorageAfter(long successes) noexcept { remaining_successes.store(successes); }

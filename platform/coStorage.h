@@ -18,6 +18,9 @@ MATHS_API void coReleaseStorage(void * block) noexcept;
 /// rows * cols, the number of elements of a table. Failure: throws std::bad_alloc when it does not fit an int.
 MATHS_API int coTableSize(int rows, int cols);
 
+/// Throws std::bad_alloc, for callers that are compiled without exceptions too.
+[[noreturn]] MATHS_API void coOutOfStorage();
+
 /// For tests: the request after `successes` more successful ones, and every one after that, throws std::bad_alloc;
 /// a negative number, the state at the start, lets every request through. Holds for all threads.
 MATHS_API void coFailStorageAfter(long successes) noexcept;
