@@ -1,7 +1,8 @@
 # What cmake --install puts where, and the packages that cpack makes of it:
 #   <includedir>/maths-<interface>/{maths,platform}/...     the headers, under an include root of their own
-#   <libdir>                                                the shared library
+#   <libdir>                                                the library, shared or static
 #   <datadir>/maths                                         how debuggers show the library's objects
+#   <datadir>/doc/{libmaths<interface>,libmaths-dev}        who has which rights
 #   <libdir>/cmake/maths, <libdir>/pkgconfig                how CMake and pkg-config find them
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -15,8 +16,31 @@ install(TARGETS maths EXPORT maths
     LIBRARY COMPONENT library NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development
     INCLUDES DESTINATION ${include_root})
-install(DIRECTORY maths platform DESTINATION ${include_root} COMPONENT development FILES_MATCHING PATTERN "*.h")
+
+# The headers that maths/maths.h includes, directly or through others: what else lies beside them is for inside alone.
+set(headers "")
+set(waiting maths/maths.h)
+while(waiting)
+    list(POP_FRONT waiting header)
+    if(NOT header IN_LIST headers)
+        list(APPEND headers ${header})
+        file(STRINGS ${header} includes REGEX "^#include \"")
+        list(TRANSFORM includes REPLACE "^#include \"(.*)\".*" "\\1")
+        list(APPEND waiting ${includes})
+    endif()
+endwhile()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${headers})
+foreach(header IN LISTS headers)
+    get_filename_component(folder ${header} DIRECTORY)
+    install(FILES ${header} DESTINATION ${include_root}/${folder} COMPONENT development)
+endforeach()
 install(FILES debug/maths_gdb.py debug/maths.natvis DESTINATION ${CMAKE_INSTALL_DATADIR}/maths COMPONENT development)
+
+if(maths_kind STREQUAL "SHARED")
+    install(FILES packaging/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmaths${maths_interface}
+        COMPONENT library)
+endif()
+install(FILES packaging/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmaths-dev COMPONENT development)
 
 install(EXPORT maths FILE mathsTargets.cmake NAMESPACE maths:: DESTINATION ${config_dir} COMPONENT development)
 configure_package_config_file(cmake/mathsConfig.cmake.in mathsConfig.cmake INSTALL_DESTINATION ${config_dir})
@@ -45,6 +69,9 @@ set(pkgconfig_options -ffp-contract=off)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     string(APPEND pkgconfig_options " -fno-tree-slp-vectorize") # the reason stands beside the target
 endif()
+if(maths_kind STREQUAL "STATIC")
+    string(APPEND pkgconfig_options " -DMATHS_STATIC")
+endif()
 if(MATHS_CHECKED)
     string(APPEND pkgconfig_options " -DMATHS_CHECKED")
 endif()
@@ -52,7 +79,7 @@ configure_file(cmake/maths.pc.in maths.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/maths.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
 
 set(CPACK_PACKAGE_VENDOR "The maths project")
-set(CPACK_PACKAGE_CONTACT "The maths project")
+set(CPACK_PACKAGE_CONTACT "maths maintainers <maths@localhost>")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_VERBATIM_VARIABLES ON)
@@ -74,7 +101,9 @@ set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "The shared library, for programs that use 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmaths-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmaths${maths_interface} (= ${PROJECT_VERSION})")
+if(maths_kind STREQUAL "SHARED")
+    set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmaths${maths_interface} (= ${PROJECT_VERSION})")
+endif()
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
     "The headers, and what CMake and pkg-config need, for programs to be built.")
 include(CPack)

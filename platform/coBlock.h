@@ -53,12 +53,14 @@ public:
 
 private:
     void construct() {
-        try {
-            if (slots_ != nullptr) std::uninitialized_value_construct_n(slots_, count_);
-        } catch (...) {
-            coReleaseStorage(slots_);
-            throw;
-        }
+        struct Guard { // rather than try, which callers that are compiled without exceptions cannot have
+            T * slots;
+            ~Guard() {
+                if (slots != nullptr) coReleaseStorage(slots);
+            }
+        } guard{slots_};
+        if (slots_ != nullptr) std::uninitialized_value_construct_n(slots_, count_);
+        guard.slots = nullptr;
     }
 
     T * slots_;

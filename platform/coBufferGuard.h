@@ -3,6 +3,8 @@
 #include <concepts>
 #include <functional>
 
+#include "maths/maths_api.h"
+
 /// Copies runs of elements into one guarded run of `count` elements at `buffer`, and nowhere else.
 ///
 /// The second template argument only tells instantiations apart; the library uses 0.

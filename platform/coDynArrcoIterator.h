@@ -1,5 +1,7 @@
 #pragma once
 
+#include "maths/maths_api.h"
+
 template <class T> class coDynArr;
 
 /// Forward iterator over the elements of a `coDynArr`, or of any array that derives from one.

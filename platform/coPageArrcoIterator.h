@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "maths/maths_api.h"
+
 template <class T> class coPageArr;
 
 /// Forward iterator over the elements of a `coPageArr`.

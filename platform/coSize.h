@@ -2,7 +2,8 @@
 
 #include <cstddef>
 #include <limits>
-#include <new>
+
+#include "platform/coStorage.h"
 
 // The arithmetic of sizes, which are ints in every array: a size that leaves int, like one that memory does not hold,
 // throws std::bad_alloc. For use inside the library.
@@ -10,7 +11,7 @@
 /// `size` as an int.
 inline int coSize(long long size) {
     int const narrow = static_cast<int>(size);
-    if (narrow != size) throw std::bad_alloc();
+    if (narrow != size) coOutOfStorage();
     return narrow;
 }
 
@@ -30,6 +31,6 @@ inline int coGrownCapacity(int capacity, int increment, int index) {
 
 /// The bytes of `count` elements of `size` bytes each.
 inline std::size_t coByteCount(std::size_t count, std::size_t size) {
-    if (count > std::numeric_limits<std::size_t>::max() / size) throw std::bad_alloc(); // where std::size_t is short
+    if (count > std::numeric_limits<std::size_t>::max() / size) coOutOfStorage(); // where std::size_t is short
     return count * size;
 }

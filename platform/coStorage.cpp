@@ -49,10 +49,12 @@ void * coResizeStorage(void * block, std::size_t bytes) {
     std::size_t const generous = room + std::min(room, most_in_reserve);
     Header * header = bytes > room && bytes < generous ? reallocate(old, generous) : nullptr;
     if (header == nullptr) header = reallocate(old, bytes);
-    if (header == nullptr) throw std::bad_alloc();
+    if (header == nullptr) coOutOfStorage();
     return header + 1;
 }
 
 void coReleaseStorage(void * block) noexcept { std::free(header_of(block)); }
+
+void coOutOfStorage() { throw std::bad_alloc(); }
 
 void coFailStorageAfter(long successes) noexcept { remaining_successes.store(successes); }

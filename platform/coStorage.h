@@ -15,6 +15,9 @@ MATHS_API void * coResizeStorage(void * block, std::size_t bytes);
 /// Gives a block back; a null `block` is ignored.
 MATHS_API void coReleaseStorage(void * block) noexcept;
 
+/// Throws std::bad_alloc, for callers that are compiled without exceptions too.
+[[noreturn]] MATHS_API void coOutOfStorage();
+
 /// For tests: the request after `successes` more successful ones, and every one after that, throws std::bad_alloc;
 /// a negative number, the state at the start, lets every request through. Holds for all threads.
 MATHS_API void coFailStorageAfter(long successes) noexcept;

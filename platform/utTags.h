@@ -1,5 +1,7 @@
 #pragma once
 
+#include "maths/maths_api.h"
+
 /// Selects a construction or `become` that copies another object of the same kind.
 enum utCopy { utCopy };
 

@@ -10,14 +10,55 @@ die() {
     exit 1
 }
 
-# step LOG TITLE COMMAND...: says what begins, keeps the command's output in LOG and shows it only when it fails.
-step() {
-    local log=$1 title=$2
-    shift 2
+# takes USAGE ARGUMENT...: --help alone is answered with the usage, a line or two, and ends the script.
+takes() {
+    usage=$1
+    [ "$#/${2-}" != 2/--help ] || {
+        printf 'usage: %s\n' "$usage"
+        exit 0
+    }
+}
+
+# refuse WORD...: ends with an error that names the words and shows the usage; does nothing without words.
+refuse() {
+    [ $# = 0 ] || die "$(printf "'%s' " "$@")is not understood
+usage: $usage"
+}
+
+# alive LOG: every half minute, until it is killed or the script has ended, the last line that stands in LOG.
+alive() {
+    local seconds=0 nap=
+    trap 'kill $nap 2>/dev/null; exit' TERM
+    while kill -0 $$ 2>/dev/null; do
+        sleep 30 >/dev/null 2>&1 &
+        nap=$!
+        wait "$nap"
+        seconds=$((seconds + 30))
+        printf '  after %d s: %s\n' "$seconds" "$(tail -c 1000 "$1" | tr '\r' '\n' | tail -n 1 | cut -c 1-100)"
+    done
+}
+
+# watch_over LOG COMMAND...: runs the command with its output in LOG and says now and then how far it is.
+watch_over() {
+    local log=$1 status=0 watcher
+    shift
     mkdir -p "$(dirname "$log")"
+    : >"$log"
+    alive "$log" >&2 &
+    watcher=$!
+    "$@" >"$log" 2>&1 </dev/null || status=$?
+    kill "$watcher" || true
+    wait "$watcher" || true
+    return $status
+}
+
+# step LOG TITLE COMMAND...: says what begins and watches over it; what it prints is shown only when it fails.
+step() {
+    local log=$1 title=$2 status=0
+    shift 2
     printf '%s\n' "$title" >&2
-    "$@" >"$log" 2>&1 </dev/null || {
-        local status=$?
+    watch_over "$log" "$@" || status=$?
+    [ $status = 0 ] || {
         tail -n 200 "$log" >&2
         die "$title: failed with status $status (whole output in $log)"
     }

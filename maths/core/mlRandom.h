@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "maths/maths_api.h"
+
 /// Seeded generator of random numbers. The same seed, of which the low 32 bits count, gives the same sequence of
 /// uniform numbers on every machine, to the bit; normal ones pass through the C runtime's logarithm.
 ///

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "maths/maths_api.h"
+
 /// Mean and variance of a sequence of values, updated value by value without storing them.
 ///
 /// Source: Welford, Note on a method for calculating corrected sums of squares and products (1962).

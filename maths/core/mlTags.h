@@ -1,5 +1,7 @@
 #pragma once
 
+#include "maths/maths_api.h"
+
 // The tags that vectors and matrices share.
 
 /// Selects zeros.

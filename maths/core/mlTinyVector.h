@@ -121,7 +121,7 @@ private:
         return mlSlice(const_cast<double *>(components_), start, length, stride);
     }
 
-    double components_[N];
+    double components_[static_cast<unsigned>(N)]; // -Wsign-conversion looks here too
 };
 
 /// a[0] b[0] + a[1] b[1] + ..., from the first product on.

@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "maths/maths_api.h"
+
 /// An element of a sparse row: a column and the value there.
 ///
 /// Copying is the compiler's, so arrays of elements move by block copy and their fresh slots hold nothing yet.
