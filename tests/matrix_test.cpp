@@ -75,7 +75,7 @@ TEST(Matrix, IsEditedByRowsColumnsAndSlices) {
     m.expand(2, 1, 0.0); // the storage stays
     m.delete_row(0);     // the whole of it moves up
     EXPECT_EQ(contents(m), (Values{1, 9, 1, 9, 9}));
-    m(2, 3) = 4.0; // extends the storage, not the shape
+    m(5, 0) = 4.0; // extends the storage, not the shape
     EXPECT_EQ(m.size(), 6);
     column.append_col(Vector{1, 2});
     expect_table(column, {{1}, {2}});

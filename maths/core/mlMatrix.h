@@ -115,7 +115,7 @@ public:
     mlSlice diagonal() { return diagonal_view(); }
     mlSlice const diagonal() const { return diagonal_view(); }
 
-    /// Adds v as the last row; a matrix without columns gets as many as v has elements, its rows become zeros.
+    /// Adds v as the last row; a matrix without columns gets as many as v has elements, and other rows of zeros.
     void append_row(mlVector const & v);
 
     /// Adds v as the last column; a matrix without rows gets as many as v has elements.
