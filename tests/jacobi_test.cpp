@@ -147,7 +147,9 @@ TEST_P(JacobiOfOrder, SpreadsNaNsAndInfinitiesAsProductsDo) {
             if (n == 0) continue;
             make_symmetric(a, n, [&] { return one_of({-1.0, -0.0, 0.5, 2.0}); });
             a(row, n - 1) = strange;
-            if (!(std::fabs(strange) < 1.0)) expect_the_bits_of_full_products(a); // little beside much never ends
+            bool const misuse = checked_build && std::isfinite(strange); // asymmetric
+            if (!(std::fabs(strange) < 1.0) && !misuse)                  // little beside much never ends
+                expect_the_bits_of_full_products(a);
             a(n - 1, row) = strange;
             expect_the_bits_of_full_products(a);
         }

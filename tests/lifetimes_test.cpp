@@ -25,6 +25,8 @@ TEST(Temporaries, AreRefusedByWhatWouldOutliveThem) {
     EXPECT_TRUE((refuses_a_temporary<mlFunction2ApproxUDeriv, mlFunction2, double>));
     EXPECT_TRUE((refuses_a_temporary<mlFunction2ApproxVDeriv, mlFunction2, double>));
     EXPECT_TRUE((refuses_a_temporary<mlMinimiser, Function, double, double, double, double>));
+    EXPECT_TRUE((refuses_a_temporary<mlMinimiser2, mlFunction2, double, double, double>));
+    EXPECT_TRUE((refuses_a_temporary<mlVectorMinimiser2, mlFunctionN, double, double, double>));
     EXPECT_TRUE((refuses_a_temporary<mlLineOnFunctionN1, mlVector, mlVector &, mlFunctionN1 *>));
     EXPECT_FALSE((std::is_constructible_v<mlLineOnFunctionN1, mlVector &, mlVector, mlFunctionN1 *>));
     EXPECT_FALSE((std::is_constructible_v<mlLineOnFunctionN1, mlVector, mlVector, mlFunctionN1 *>));

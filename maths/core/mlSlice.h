@@ -14,12 +14,11 @@ class utOstream;
 /// Element i is data()[start() + i * stride()]; the stride may be negative. The length governs every operation: an
 /// operand must have at least as many elements. A slice never grows or allocates.
 /// Assignment writes through into the viewed storage; copy construction makes another view of it.
-/// Const objects give out `mlSlice const`, which nothing is written through: keep it const. A copy of it is writable,
-/// and the language lets a class refuse only a part of these: copies that a const temporary is the direct argument of,
-/// as in `std::make_unique<mlSlice>(m.row(0))` or `emplace_back(m.row(0))`, do not compile, while `mlSlice s =
-/// m.row(0)` makes s without any copy and can't be refused. Lifetime: valid until the viewed storage is freed or
-/// reallocated. Bad input: nothing is checked. Threads: writing through a slice while another thread reads its source
-/// is a data race.
+/// Const objects give out `mlSlice const`, which nothing is written through: keep it const, since a copy is writable.
+/// Where a constructor makes the copy from a const temporary, as in `std::make_unique<mlSlice>(m.row(0))`, it does not
+/// compile; in `mlSlice s = m.row(0)` no constructor is asked, and the language has no way to refuse it.
+/// Lifetime: valid until the viewed storage is freed or reallocated. Bad input: nothing is checked.
+/// Threads: writing through a slice while another thread reads its source is a data race.
 class MATHS_API mlSlice {
 public:
     mlSlice(double * data, int start, int length, int stride)

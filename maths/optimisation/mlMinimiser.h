@@ -18,19 +18,21 @@ enum mlMinimiserState : int {
 ///
 /// The function's `highest_derivative_order` decides: above 0 the slope tells the direction, from 2 on Newton steps are
 /// tried; else the function is sampled. It is believed: a function that supplies no derivatives sets it to 0, or its
-/// default answer of -666.0 is taken for slopes. What fails falls back on expansion, where an end of the range is the
-/// largest double or its negative, and on bisection. A value or derivative of the current point and of the bracket's
-/// ends is computed when it is first needed and kept with the point; sampling evaluates afresh. A search may be
-/// repeated: it starts at the point where the last one ended, whose value is still known. `resolution` is the width of
-/// a bracket that is narrow enough, and the first distance at which neighbours are probed. A search makes at most 100
-/// iterations, which end it whatever the function answers; a NaN slope counts as 0. Lifetime: the function must outlive
-/// the object. Bad input: nothing is checked. Threads: one object, one thread.
+/// default answer of -666.0 is taken for a slope.
+/// What fails falls back on expansion, where an end of the range is the largest double or its negative, and on
+/// bisection. A value or derivative of the current point and of the bracket's ends is computed when it is first needed
+/// and kept with the point; sampling evaluates afresh.
+/// A search may be repeated: it starts at the point where the last one ended, whose value is still known.
+/// `resolution` is the width of a bracket that is narrow enough, and the first distance at which neighbours are probed.
+/// A search makes at most 100 iterations, which end it whatever the function answers; a NaN slope counts as 0.
+/// Lifetime: the function must outlive the object. Bad input: nothing is checked. Threads: one object, one thread.
 class MATHS_API mlMinimiser {
 public:
     /// Starts at t0, or at the end of the range nearest to it.
     mlMinimiser(mlFunction const & f, double t0, double lo, double hi, double resolution);
-    mlMinimiser(mlFunction const && f, double t0, double lo, double hi,
-                double resolution) = delete; // does not outlive it
+
+    // A temporary does not outlive the object.
+    mlMinimiser(mlFunction const && f, double t0, double lo, double hi, double resolution) = delete;
 
     /// Searches and answers the abscissa of the minimum.
     /// `found`: 0 when the iterations ran out or `range_end` is set, else 1.

@@ -15,6 +15,9 @@ public:
     /// Starts at (u0, v0), or at the point of the window nearest to it.
     mlMinimiser2(mlFunction2 const & f, double u0, double v0, double resolution);
 
+    // A temporary does not outlive the object.
+    mlMinimiser2(mlFunction2 const && f, double u0, double v0, double resolution) = delete;
+
 private:
     int derivative_order() const override;
     double value(double u, double v) override;

@@ -22,6 +22,10 @@ public:
     mlVectorMinimiser2(mlFunctionN const & f, double u0, double v0, double resolution,
                        int highest_derivative_order = 1);
 
+    // A temporary does not outlive the object.
+    mlVectorMinimiser2(mlFunctionN const && f, double u0, double v0, double resolution,
+                       int highest_derivative_order = 1) = delete;
+
 private:
     // F, counting its calls.
     class Counted : public mlFunctionN {

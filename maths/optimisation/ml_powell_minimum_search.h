@@ -14,9 +14,9 @@
 /// Each line search brackets from 0 and 1 and refines by 100 steps of Brent's method at most, to 0.2.
 /// Bad input: sizes are not checked; a function that falls without bound is met by `ml_minimum_bracketing`. NaN values
 /// end by the limit. Where every sweep ends at infinity, x stays as it was and the answer is the largest double.
-/// Failure: std::bad_alloc, before the first evaluation. Threads: safe as far as f is. Source: Powell, An efficient
-/// method for finding the minimum of a function of several variables without calculating derivatives (1964); Press et
-/// al., Numerical Recipes, whose test for a new direction squares the differences of which this one takes square roots;
-/// where one is negative the directions stay.
+/// Failure: std::bad_alloc, before the first evaluation. Threads: safe as far as f is.
+/// Source: Powell, An efficient method for finding the minimum of a function of several variables without calculating
+/// derivatives (1964); Press et al., Numerical Recipes, whose test for a new direction squares the differences of which
+/// this one takes square roots; where one is negative the directions stay.
 MATHS_API double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
                                           mlFunctionN1 & f);

@@ -43,8 +43,8 @@ public:
 
     /// Newton's method from x on, kept inside the function's domain; stops when a step is shorter than `tolerance`.
     /// Fails when it would leave the domain, when the limit of iterations is reached, and where the derivative is zero;
-    /// the answer is then the last point, or in the last case the largest double. A root exactly
-    /// on an end of the domain is found, but never counts as converged: the search stays there up to the limit.
+    /// the answer is then the last point, or in the last case the largest double. A root exactly on an end of the
+    /// domain is found, but never counts as converged: the search stays there up to the limit.
     static double newton_raphson(mlFunction const & f, double x, double tolerance, int & converged, int max_iterations);
 
     /// Newton's method inside the bracket [a, b], at whose ends the function has opposite signs; steps that would leave

@@ -18,11 +18,11 @@ mlSparseRow & mlSparseRow::become(enum utCopy, mlSparseRow const & other) {
 }
 
 void mlSparseRow::append_elements(mlSparseElement const * elements, int n) {
-    for (int k = 0; k < n; ++k)
-        check_order(k > 0 ? elements[k - 1].index : last_column_index(), elements[k].index);
-    int const count = size(), new_count = coSizeSum(count, n);
+    int const last = last_column_index(), count = size(), new_count = coSizeSum(count, n);
     if (count <= reserved_) reserve_for(new_count); // a row that grew as an array no longer doubles
     expand(new_count);
+    for (int k = 0; k < n; ++k)
+        check_order(k > 0 ? elements[k - 1].index : last, elements[k].index);
     std::copy_n(elements, n, data() + count);
 }
 
