@@ -27,6 +27,19 @@ void mlActiveNormals::start(int n) {
     work_.expand(n);
 }
 
+void mlActiveNormals::start(mlConstraintRows const & rows, mlActiveNormals const & others) {
+    int const count = others.size_;
+    others_.expand(count);
+    std::copy_n(others.constraints_.data(), count, others_.data());
+    start(rows.dimension());
+    for (int i = 0; i < rows.size(); ++i)
+        if (rows.equality(i) && !rows.zero(i) && admits(rows.normal(i))) append(i, rows.normal(i));
+    for (int k = 0; k < count; ++k) {
+        int const i = others_[k];
+        if (!rows.equality(i) && admits(rows.normal(i))) append(i, rows.normal(i));
+    }
+}
+
 bool mlActiveNormals::admits(double const * normal) const {
     null_part(normal, work_.data());
     double const free = std::sqrt(ml_run_product(work_.data(), work_.data(), null_size()));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "maths/core/mlMatrix.h"
+#include "maths/optimisation/mlConstraintRows.h"
 #include "platform/coDynArr.h"
 
 /// The normals of the active constraints, linearly independent, in a factored form A^T = Y R with R upper triangular
@@ -12,6 +13,9 @@ class mlActiveNormals {
 public:
     /// No normals of n elements.
     void start(int n);
+
+    /// The equalities, then the inequalities of `others`, as far as they are independent. `others` may be this object.
+    void start(mlConstraintRows const & rows, mlActiveNormals const & others);
 
     int dimension() const { return n_; }
     int size() const { return size_; }
@@ -54,7 +58,7 @@ private:
     int size_ = 0;
     mlMatrix basis_;    // rows: the vectors of Z, then those of Y, the last one first
     mlMatrix triangle_; // row j holds column j of R
-    intcoDynArr constraints_;
+    intcoDynArr constraints_, others_;
     mlVector cosines_, sines_;
     mutable mlVector work_;
 };

@@ -22,7 +22,8 @@ int const max_rounds = 8;
 } // namespace
 
 mlActiveSetSearch::mlActiveSetSearch(mlMatrix const & g_matrix, mlVector const & g_vector, double largest)
-    : g_matrix_(g_matrix), g_vector_(g_vector), largest_(largest), n_(g_vector.size()) {
+    : g_matrix_(g_matrix), g_vector_(g_vector), largest_(largest), n_(g_vector.size()),
+      convex_(g_matrix, g_vector, largest) {
     normals_.start(n_);
     curvature_.start(g_matrix_, largest_);
     for (mlVector * const v : {&multipliers_, &gradient_, &reduced_, &coordinates_, &direction_, &work_})
@@ -37,8 +38,10 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::run(mlConstraintRows const & rows,
     steps_left_ = 1000 + 50 * (n_ + rows.size());
     int const limit = steps_left_;
     Outcome outcome = solved;
-    if (warm_) shift_start();
+    bool const begun = convex_.serves() && convex_.find(rows, normals_, x, steps_left_);
+    if (!begun && warm_) shift_start();
     for (int round = 0; round < max_rounds && outcome == solved; ++round) {
+        normals_.start(rows, round == 0 && begun ? convex_.normals() : normals_);
         outcome = make_feasible();
         if (outcome == solved) outcome = descend();
         if (outcome != solved) break;
@@ -62,29 +65,11 @@ void mlActiveSetSearch::shift_start() {
     ml_run_add(-length, gradient_.data(), x_, n_);
 }
 
-// The equalities, then the inequalities that are active now, as far as they are independent; x onto them and on to the
-// nearest point that meets the others.
+// The nearest point that meets the constraints, beginning with the active set.
 mlActiveSetSearch::Outcome mlActiveSetSearch::make_feasible() {
-    int const m = rows_->size(), begun = normals_.size();
-    considered_.expand(m);
-    approach_.expand(m);
-    room_.expand(m);
+    int const m = rows_->size();
     waived_.expand(m);
-    begun_.expand(n_);
-    for (int i = 0; i < begun; ++i)
-        begun_[i] = normals_.constraint(i);
-    normals_.start(n_);
-    auto const append = [this](int i) {
-        if (normals_.admits(rows_->normal(i))) normals_.append(i, rows_->normal(i));
-    };
-    for (int i = 0; i < m; ++i) {
-        considered_[i] = !rows_->zero(i);
-        if (rows_->equality(i) && considered_[i]) append(i);
-    }
-    for (int i = 0; i < begun; ++i)
-        if (!rows_->equality(begun_[i])) append(begun_[i]);
-    auto const result =
-        nearest_.find(*rows_, rows_->bounds(), considered_.data(), normals_, x_, 1.0, waiver, steps_left_);
+    auto const result = nearest_.find(*rows_, rows_->bounds(), nullptr, normals_, x_, 1.0, waiver, steps_left_);
     for (int i = 0; i < m; ++i)
         waived_[i] = nearest_.waived(i);
     return result == mlNearestPoint::found ? solved : result == mlNearestPoint::none ? infeasible : out_of_steps;
@@ -161,6 +146,7 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::let_go(int position) {
 mlActiveSetSearch::Outcome mlActiveSetSearch::leave_degenerate_point(double rounding) {
     int const m = rows_->size();
     double const scale = std::max(1.0, ml_run_largest(x_, n_));
+    considered_.expand(m);
     bounds_.expand(m);
     bounds_.fill(0.0);
     for (int i = 0; i < m; ++i)
@@ -192,6 +178,8 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::leave_degenerate_point(double roun
 // cut down to it. Among those met at nearly the same place it is the one that the direction meets most squarely.
 int mlActiveSetSearch::blocking(double & length) {
     int const m = rows_->size();
+    approach_.expand(m);
+    room_.expand(m);
     double const scale = std::max(1.0, ml_run_largest(x_, n_));
     double const speed = std::sqrt(ml_run_product(direction_.data(), direction_.data(), n_));
     double * const approach = approach_.data();

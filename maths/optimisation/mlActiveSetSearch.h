@@ -1,12 +1,13 @@
 #pragma once
 
-#include "maths/optimisation/mlNearestPoint.h"
+#include "maths/optimisation/mlConvexStart.h"
 #include "maths/optimisation/mlReducedCurvature.h"
 
 /// Minimises 1/2 x^T G x + g·x over the points that meet linear constraints: a primal active-set method in the null
 /// space of the active normals. For use inside the library.
 ///
-/// From the feasible point nearest to the start, steps go to the minimum on the active constraints, or along a
+/// The first phase finds the feasible point nearest to the start, or the solution itself where G is well positive
+/// definite. From there steps go to the minimum on the active constraints, or along a
 /// direction in which the function falls for ever, up to the first constraint in the way, which becomes active. At a
 /// minimum the constraint of the most negative multiplier is let go. When that led nowhere, the active set of a
 /// degenerate point comes from the projection of the steepest descent onto the cone of feasible directions, which is
@@ -55,9 +56,10 @@ private:
     bool warm_ = false;    // the active set is that of a solution
     bool moved_ = false;   // since a constraint was let go
     bool settled_ = false; // no direction leads down from here to first order
+    mlConvexStart convex_;
     mlActiveNormals normals_;
     mlReducedCurvature curvature_;
     mlNearestPoint nearest_;
-    intcoDynArr begun_, considered_, waived_;
+    intcoDynArr considered_, waived_;
     mlVector bounds_, approach_, room_, multipliers_, gradient_, reduced_, coordinates_, direction_, work_;
 };

@@ -6,6 +6,13 @@
 
 #include "maths/optimisation/mlDenseRuns.h"
 
+namespace {
+
+// A force that pulls this little, relative to the scale of x, is none.
+double const slack = 1e-9;
+
+} // namespace
+
 mlNearestPoint::Result mlNearestPoint::find(mlConstraintRows const & rows, double const * bounds,
                                             int const * considered, mlActiveNormals & normals, double * x, double floor,
                                             double waiver, int & steps) {
@@ -52,7 +59,7 @@ void mlNearestPoint::begin(mlActiveNormals & normals, double * x) {
         int weakest = -1;
         for (int i = 0; i < active; ++i) {
             if (rows_->equality(normals.constraint(i))) continue;
-            if (forces_[i] < (weakest < 0 ? -1e-12 * scale_ : forces_[weakest])) weakest = i;
+            if (forces_[i] < (weakest < 0 ? -slack * scale_ : forces_[weakest])) weakest = i;
         }
         if (weakest < 0) break;
         normals.remove(weakest);
@@ -73,7 +80,7 @@ int mlNearestPoint::worst(mlActiveNormals const & normals, double const * x) {
     int next = -1;
     double most = 0.0;
     for (int i = 0; i < rows_->size(); ++i) {
-        if (!considered_[i] || active_[i] || waived_[i]) continue;
+        if (active_[i] || waived_[i] || rows_->zero(i) || (considered_ && !considered_[i])) continue;
         double const over = excess(i, x);
         double const missed = rows_->equality(i) ? std::fabs(over) : -over;
         if (missed > most && missed > rows_->rounding(i, scale_)) {

@@ -14,9 +14,10 @@ public:
     enum Result { found, none, out_of_steps };
 
     /// Moves x to the nearest point. `normals` has the constraints to begin with, all equalities that are independent
-    /// among them, and gets those that are active at the end. Only constraints with `considered[i]` count, with
-    /// `bounds[i]` as bounds. Violations that cannot be helped are waived up to `waiver` of the scale of x, which is at
-    /// least `floor`. At most `steps` are taken, which are counted down.
+    /// among them, and gets those that are active at the end. Constraints count with `bounds[i]` as bounds, those of
+    /// zero normals never, and only those with `considered[i]` unless that is null. Violations that cannot be helped
+    /// are waived up to `waiver` of the scale of x, which is at least `floor`. At most `steps` are taken, which are
+    /// counted down.
     Result find(mlConstraintRows const & rows, double const * bounds, int const * considered, mlActiveNormals & normals,
                 double * x, double floor, double waiver, int & steps);
 
