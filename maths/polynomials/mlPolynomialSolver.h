@@ -82,7 +82,8 @@ private:
 
     mlPolynomialSolverStatus status_ = mlPolynomialSolverEverywhere;
     int num_roots_ = 0, num_real_roots_ = 0;
-    doublecoDynArr real_, imaginary_, bound_;
+    doublecoDynArr numbers_;
+    double *real_ = nullptr, *imaginary_ = nullptr, *bound_ = nullptr; // views of them
     intcoDynArr order_;
     mlRootIteration * iteration_; // owned
 };
