@@ -39,6 +39,8 @@ inline constexpr Goal goals[] = {
     {"quadratics", 0, INT_MAX, "gsl", 3, 0, 0},
     {"cubics", 0, INT_MAX, "gsl", 1.5, 0, 0},
     {"quartics", 0, INT_MAX, "gsl", 0.3, 0, 0},
+    {"all_roots", 5, 20, "gsl", 0.8, 0, 0},
+    {"all_roots", 100, INT_MAX, "gsl", 0.25, 0, 0},
     {"romberg", 0, INT_MAX, "gsl", 1.1, 0, 0},
     {"brent", 0, INT_MAX, "gsl", 1.1, 0, 0},
     {"simplex", 0, INT_MAX, "gsl", 1.1, 0, 0},

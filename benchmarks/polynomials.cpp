@@ -1,5 +1,6 @@
 // Polynomials beside GSL: values at 1000 points and the coefficients through samples, where the size is the degree, and
-// closed-form roots, where it is the number of polynomials.
+// closed-form roots, where it is the number of polynomials. All roots at once beside GSL and Eigen,
+// where the size is the degree.
 
 #include <algorithm>
 #include <cmath>
@@ -7,6 +8,7 @@
 #include <numbers>
 
 #include <gsl/gsl_poly.h>
+#include <unsupported/Eigen/Polynomials>
 
 #include "benchmarks/race.h"
 #include "maths/maths.h"
@@ -113,8 +115,70 @@ auto quadratics(Race & race) { return roots(race, 2, own_quadratic, gsl_quadrati
 auto cubics(Race & race) { return roots(race, 3, own_cubic, gsl_cubic); }
 auto quartics(Race & race) { return roots(race, 4, own_quartic, gsl_quartic); }
 
+// --- All roots, complex ones included
+
+int const many = 20; // polynomials of each degree
+
+/// Uniform coefficients in -1 .. 1.
+Values uniform_coefficients(int degree) {
+    mlRandom random(degree);
+    Values a(many * (degree + 1));
+    for (double & c : a)
+        c = random.uniform(-1.0, 1.0);
+    return a;
+}
+
+/// The moduli of the roots in ascending order: what contestants can be compared by whose lists differ in order.
+void sort_moduli(double * moduli, int count) { std::sort(moduli, moduli + count); }
+
+auto all_roots(Race & race) {
+    int const degree = race.size();
+    Values const a = uniform_coefficients(degree);
+    Values own(many * degree), gsl(many * degree), eigen(many * degree);
+    std::unique_ptr<gsl_poly_complex_workspace, void (*)(gsl_poly_complex_workspace *)> const work(
+        gsl_poly_complex_workspace_alloc(degree + 1), gsl_poly_complex_workspace_free);
+    Values z(2 * degree);
+    mlPolynomialSolver solver;
+    race.add(
+        "maths", own,
+        [&, degree] {
+            for (int k = 0; k < many; ++k) {
+                solver.solve(degree, &a[k * (degree + 1)]);
+                for (int i = 0; i < degree; ++i)
+                    own[k * degree + i] = std::hypot(solver.real_part(i), solver.imaginary_part(i));
+                sort_moduli(&own[k * degree], degree);
+            }
+        },
+        many);
+    race.add(
+        "gsl", gsl,
+        [&, degree] {
+            for (int k = 0; k < many; ++k) {
+                gsl_poly_complex_solve(&a[k * (degree + 1)], degree + 1, work.get(), z.data());
+                for (int i = 0; i < degree; ++i)
+                    gsl[k * degree + i] = std::hypot(z[2 * i], z[2 * i + 1]);
+                sort_moduli(&gsl[k * degree], degree);
+            }
+        },
+        many);
+    Eigen::PolynomialSolver<double, Eigen::Dynamic> eigen_solver;
+    race.add(
+        "eigen", eigen,
+        [&, degree] {
+            for (int k = 0; k < many; ++k) {
+                eigen_solver.compute(Eigen::Map<Eigen::VectorXd const>(&a[k * (degree + 1)], degree + 1));
+                for (int i = 0; i < degree; ++i)
+                    eigen[k * degree + i] = std::abs(eigen_solver.roots()[i]);
+                sort_moduli(&eigen[k * degree], degree);
+            }
+        },
+        many);
+    return race.run();
+}
+
 bool const entered = enter("polynomial", {1, 3, 7, 15, 31}, polynomial) &&
                      enter("polynomial_fit", {3, 7, 15}, polynomial_fit) && enter("quadratics", {10000}, quadratics) &&
-                     enter("cubics", {10000}, cubics) && enter("quartics", {10000}, quartics);
+                     enter("cubics", {10000}, cubics) && enter("quartics", {10000}, quartics) &&
+                     enter("all_roots", {5, 10, 20, 100}, all_roots);
 
 } // namespace

@@ -3,11 +3,12 @@
 #include <limits>
 
 #include "fuzz/support/bytes.h"
+#include "maths/polynomials/mlPolynomialSolver.h"
 #include "maths/polynomials/mlRootSolve.h"
 
-// Roots in closed form. Whatever the coefficients, the answer is a number of roots. Where the leading coefficient is
-// not negligible, the roots are numbers in ascending order, and each is one of a polynomial with nearly the same
-// coefficients.
+// Roots in closed form, and all roots of polynomials of any degree (see below). Whatever the coefficients, the answer
+// is a number of roots. Where the leading coefficient is not negligible, the roots are numbers in ascending order, and
+// each is one of a polynomial with nearly the same coefficients.
 
 namespace {
 
@@ -50,11 +51,41 @@ int solve(double const * p, int degree, double * r) {
     }
 }
 
+// All roots: whatever the coefficients, the list is in order, pairs stand together and are opposite to the bit, every
+// number is one, and what the status says of the coefficients holds.
+void check_all_roots(Bytes & script) {
+    int const n = script.below(24) - 1;
+    double a[24];
+    bool const any = script.below(2) == 0;
+    for (int i = 0; i <= n; ++i)
+        a[i] = any ? script.any_double() : script.byte() - 128.0;
+    mlPolynomialSolver solver;
+    mlPolynomialSolverStatus const status = solver.solve(n, a);
+    bool const finite = std::all_of(a, a + n + 1, [](double c) { return std::isfinite(c); });
+    bool const zero = std::all_of(a, a + n + 1, [](double c) { return c == 0.0; });
+    require((status == mlPolynomialSolverNotFinite) == !finite, "a coefficient is not finite");
+    require((status == mlPolynomialSolverEverywhere) == zero, "no roots, or all numbers");
+    require(any || status == mlPolynomialSolverSolved || zero, "solved");
+    int real = 0;
+    for (int i = 0; i < solver.num_roots(); ++i) {
+        double const x = solver.real_part(i), y = solver.imaginary_part(i);
+        require(std::isfinite(x) && std::isfinite(y) && solver.error_bound(i) >= 0.0, "a root and its bound");
+        require(i == 0 || solver.real_part(i - 1) <= x, "ascending real parts");
+        require(!(y < 0.0) || (i + 1 < solver.num_roots() && solver.imaginary_part(i + 1) == -y), "a pair together");
+        real += y == 0.0;
+    }
+    require(real == solver.num_real_roots(), "the number of real roots");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     Bytes script(data, size);
-    int const degree = 2 + script.below(3);
+    int const degree = 2 + script.below(4);
+    if (degree == 5) {
+        check_all_roots(script);
+        return 0;
+    }
     bool const any = script.below(2) == 0;
     double p[5], r[4];
     for (int i = 0; i <= degree; ++i)

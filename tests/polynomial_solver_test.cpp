@@ -232,7 +232,7 @@ TEST(PolynomialSolver, KeepsMultipleRootsTogether) {
             for (Point const z : all)
                 nearest = std::min(nearest, std::abs(root(solver, i) - z));
             EXPECT_LE(nearest, solver.error_bound(i)) << k;
-            EXPECT_LT(solver.error_bound(i), std::pow(1e-18, 1.0 / k)) << k;
+            EXPECT_LT(solver.error_bound(i), std::pow(1e-16, 1.0 / k)) << k;
             found += std::abs(root(solver, i) - Point(1.25)) < std::pow(1e-23, 1.0 / k);
         }
         EXPECT_EQ(found, k);

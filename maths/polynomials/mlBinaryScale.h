@@ -25,9 +25,10 @@ inline int ml_exponent(double x) {
 
 /// The exponent plus the fraction of the mantissa: the logarithm to base two within 0.09, x finite and not zero.
 inline double ml_rough_log2(double x) {
-    int const e = ml_exponent(x);
-    double const mantissa = ml_scale(x < 0.0 ? -x : x, -e);
-    return e + (mantissa - 1.0);
+    auto const bits = std::bit_cast<std::uint64_t>(x);
+    int const field = static_cast<int>(bits >> 52 & 0x7ff);
+    if (field == 0) return ml_rough_log2(x * ml_power_of_two(200)) - 200.0;
+    return (field - 1024) + std::bit_cast<double>((bits & 0xfffffffffffff) | 0x3ff0000000000000);
 }
 
 /// The inverse of `ml_rough_log2`.

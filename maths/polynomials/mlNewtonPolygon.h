@@ -12,7 +12,7 @@ public:
     /// a[0] and a[n] are not zero, no coefficient is NaN or infinite. O(n).
     void become(int n, double const * a);
 
-    int num_edges() const { return vertices_.size() - 1; }
+    int num_edges() const { return num_edges_; }
     int first(int edge) const { return vertices_[edge]; }
     int last(int edge) const { return vertices_[edge + 1]; }
 
@@ -24,4 +24,5 @@ private:
 
     doublecoDynArr logs_;
     intcoDynArr vertices_;
+    int num_edges_ = 0;
 };

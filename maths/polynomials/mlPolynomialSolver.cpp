@@ -21,9 +21,10 @@ mlPolynomialSolverStatus mlPolynomialSolver::solve(int n, double const * a) {
     while (a[zeros] == 0.0)
         ++zeros;
 
-    real_.expand(n);
-    imaginary_.expand(n);
-    bound_.expand(n);
+    numbers_.expand(3 * n);
+    real_ = numbers_.data();
+    imaginary_ = real_ + n;
+    bound_ = imaginary_ + n;
     order_.expand(n);
     bool const met = zeros == n || iteration_->solve(n - zeros, a + zeros);
     num_roots_ = n;
@@ -33,22 +34,23 @@ mlPolynomialSolverStatus mlPolynomialSolver::solve(int n, double const * a) {
 
 // One entry of `order_` for each real root and for the upper one of each pair; -1 for a root 0.
 void mlPolynomialSolver::list_roots(int zeros) {
+    int * const order = order_.data();
     int count = 0;
     for (int i = 0; i < num_roots_ - zeros; ++i) {
-        if (iteration_->imaginary_part(i) >= 0.0) order_[count++] = i;
+        if (iteration_->imaginary_part(i) >= 0.0) order[count++] = i;
     }
     for (int i = 0; i < zeros; ++i)
-        order_[count++] = -1;
+        order[count++] = -1;
     auto const x = [this](int i) { return i < 0 ? 0.0 : iteration_->real_part(i); };
     auto const y = [this](int i) { return i < 0 ? 0.0 : iteration_->imaginary_part(i); };
-    std::sort(order_.begin(), order_.begin() + count, [&](int i, int j) {
+    std::sort(order, order + count, [&](int i, int j) {
         if (x(i) != x(j)) return x(i) < x(j);
         return y(i) != y(j) ? y(i) < y(j) : i < j;
     });
 
     int place = 0;
     for (int k = 0; k < count; ++k) {
-        int const i = order_[k];
+        int const i = order[k];
         double const re = x(i) + 0.0, im = y(i), bound = i < 0 ? 0.0 : iteration_->error_bound(i); // + 0.0: not -0
         auto const list = [&](double imaginary) {
             real_[place] = re;

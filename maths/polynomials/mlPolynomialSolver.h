@@ -65,11 +65,11 @@ public:
     int num_roots() const { return num_roots_; }
 
     /// Root i of the list, 0 <= i < num_roots().
-    double real_part(int i) const { return real_[i]; }
-    double imaginary_part(int i) const { return imaginary_[i]; }
+    double real_part(int i) const { return real_[checked(i)]; }
+    double imaginary_part(int i) const { return imaginary_[checked(i)]; }
 
     /// A root of the polynomial lies no further from root i than this, in the plane; 0.0 for a root exactly 0.0.
-    double error_bound(int i) const { return bound_[i]; }
+    double error_bound(int i) const { return bound_[checked(i)]; }
 
     int num_real_roots() const { return num_real_roots_; }
 
@@ -78,11 +78,16 @@ public:
     void real_roots(mlRange const & range, mlVector & out) const;
 
 private:
+    int checked(int i) const {
+        MATHS_CHECK(i >= 0 && i < num_roots_, "polynomial root: index %d of %d roots", i, num_roots_);
+        return i;
+    }
     void list_roots(int zeros);
 
     mlPolynomialSolverStatus status_ = mlPolynomialSolverEverywhere;
     int num_roots_ = 0, num_real_roots_ = 0;
-    doublecoDynArr real_, imaginary_, bound_;
+    doublecoDynArr numbers_;
+    double *real_ = nullptr, *imaginary_ = nullptr, *bound_ = nullptr; // views of them
     intcoDynArr order_;
     mlRootIteration * iteration_; // owned
 };

@@ -109,12 +109,11 @@ void mlRootIteration::enclose(int i) {
 }
 
 void mlRootIteration::leave_scale(int i) {
-    if (!wide_) {
-        int const k = scaled_.exponent();
+    if (int const k = scaled_.exponent(); !wide_ && k != 0) {
         x_[i] = ml_scale(x_[i], k);
         y_[i] = ml_scale(y_[i], k);
         bound_[i] = ml_scale(bound_[i], k);
-        if (bound_[i] < 0x1p-900) bound_[i] += 0x1p-1072; // for what underflow has rounded
+        if (bound_[i] < 0x1p-900) bound_[i] += 0x1p-1071; // for what underflow has rounded
     }
     if (bound_[i] < infinite && std::fabs(x_[i]) < 0x1.fp1023 && std::fabs(y_[i]) < 0x1.fp1023) return;
     all_met_ = false; // a root out of the range of doubles

@@ -31,21 +31,20 @@ bool mlRootIteration::sweep(Phase phase) {
             move_real_points(i, i + 1, phase);
     }
     if (n_ % 2 == 1) move_real_point(n_ - 1, phase);
-    return std::all_of(done_.begin(), done_.begin() + n_, [](int done) { return done != 0; });
+    return std::all_of(done_, done_ + n_, [](int done) { return done != 0; });
 }
 
 // Neighbours among the real points still under way share a factor, in which they can become a pair.
 void mlRootIteration::pair_up_real_points() {
-    order_.clear(0);
-    int under_way = 0;
+    int * const slots = order_;
+    int count = 0, under_way = 0;
     for (int i = 0; i < n_; ++i) {
         if (y_[i] != 0.0) continue;
-        order_[order_.size()] = i;
+        slots[count++] = i;
         under_way += !done_[i];
     }
     if (under_way < 2) return;
-    int const * const slots = order_.data();
-    for (int k = 1; k < order_.size(); ++k) {
+    for (int k = 1; k < count; ++k) {
         for (int l = k; l > 0; --l) {
             int const i = slots[l - 1], j = slots[l];
             bool const in_order = done_[i] != done_[j] ? done_[j] != 0 : !(x_[j] < x_[i]);
@@ -98,9 +97,7 @@ bool mlRootIteration::correction(int i, Number z, Number share, Number partner, 
         }
         if (ml_size(at.value) <= 8.0 * unit * unit * at.sum) return false;
     }
-    // z L = z p' / p - z share, and 1 / L is z over that
-    Number const relative = ml_quotient(at.slope, at.value) - z * share;
-    step = ml_quotient(z, relative);
+    step = ml_quotient(z * at.value, at.slope - at.value * (z * share)); // 1 / (p'/p - share)
     return true;
 }
 
@@ -111,12 +108,13 @@ bool mlRootIteration::accept(int i, Number z, mlScaledValue<Number> const & at, 
     Number const relative = ml_quotient(at.value, at.slope), step = z * relative, next = z - step, moved = next - z;
     double const rho = ml_size(relative), n_rho = n_ * rho;
     if (!(n_rho <= 1e-9) || !(ml_size(step) * ml_size(share) <= 0.015625)) return false;
+    double const curvature = 4.0 * n_rho * n_rho * at.sum, noise = scaled_.value_error(at);
+    if (!(curvature <= 16.0 * unit * ml_size(at.slope) || curvature <= noise)) return false;
     double const slope = ml_size(at.slope) * 0.70710678 - slope_error - 3.0 * n_ * n_rho * at.sum;
     if (!(slope > 0.25 * ml_size(at.slope)) || !mlScaledPolynomial::is_safe(at.sum)) return false;
 
     Number const left = at.value + at.slope * ml_quotient(moved, z);
-    double const value = ml_size(left) + scaled_.value_error(at) + 2.0 * rho * slope_error +
-                         4.0 * n_rho * n_rho * at.sum +
+    double const value = ml_size(left) + noise + 2.0 * rho * slope_error + curvature +
                          8.0 * unit * (ml_size(at.value) + 2.0 * rho * ml_size(at.slope));
     if (!(value <= 7.9 * n_ * unit * at.sum)) return false;
     put_bound(i, n_ * value / slope * ml_modulus(z) * (1.0 + 1e-9));
@@ -227,26 +225,35 @@ void mlRootIteration::set_factor(int i, int j, double centre, double half_sum, d
 
 // The first phase leaves a point once its next step would hardly move it: convergence is of the third order.
 bool mlRootIteration::settles(double moved, double size, Phase phase) const {
-    return moved <= (phase == plain ? 0x1p-16 / n_ : 2.0 * unit) * size;
+    return moved <= (phase == plain ? 0x1p-12 / n_ : 2.0 * unit) * size;
 }
 
 bool mlRootIteration::solve(int n, double const * a) {
     n_ = n;
     a_ = a;
     all_met_ = true;
-    for (doublecoDynArr * const array : {&x_, &y_, &local_x_, &local_y_, &bound_})
-        array->expand(n);
-    done_.expand(n);
-    order_.reserve(n);
+    make_room();
     polygon_.become(n, a);
     choose_scale();
-    std::fill(bound_.begin(), bound_.begin() + n, -1.0);
+    std::fill(bound_, bound_ + n, -1.0);
     if (n != 2 || !use_closed_form()) {
         place_starts();
         sweep_all(plain);
         sweep_all(precise);
     }
     return finish();
+}
+
+void mlRootIteration::make_room() {
+    numbers_.expand(5 * n_);
+    integers_.expand(2 * n_);
+    x_ = numbers_.data();
+    y_ = x_ + n_;
+    local_x_ = y_ + n_;
+    local_y_ = local_x_ + n_;
+    bound_ = local_y_ + n_;
+    done_ = integers_.data();
+    order_ = done_ + n_;
 }
 
 // One scale serves all points while the end coefficients are not too small in it. It has the roots' geometric mean
@@ -257,8 +264,8 @@ void mlRootIteration::choose_scale() {
     scaled_.become(n_, a_, k);
     double const least = std::min(std::fabs(scaled_.coefficient(0)), std::fabs(scaled_.coefficient(n_)));
     wide_ = !(least >= 0x1p-480);
-    px_ = wide_ ? local_x_.data() : x_.data();
-    py_ = wide_ ? local_y_.data() : y_.data();
+    px_ = wide_ ? local_x_ : x_;
+    py_ = wide_ ? local_y_ : y_;
 }
 
 // The power of two in which point (x, y) lies nearest to the unit circle.

@@ -29,6 +29,7 @@ public:
 private:
     enum Phase : int { plain, precise };
 
+    void make_room();
     void choose_scale();
     void place_starts();
     void place_edge(int edge, int & first_pair, int & last_real);
@@ -65,10 +66,11 @@ private:
     mlNewtonPolygon polygon_;
     mlScaledPolynomial scaled_, scaled_for_bound_;
     mlRootEnclosure enclosure_;
-    doublecoDynArr x_, y_; // the points: in the scale of scaled_, or when wide_ and at the end in the caller's
-    doublecoDynArr local_x_, local_y_; // when wide_, the points in the scale of scaled_
-    double * px_ = nullptr;            // the points in the scale of scaled_
-    double * py_ = nullptr;
-    doublecoDynArr bound_; // negative: not yet known
-    intcoDynArr done_, order_;
+    doublecoDynArr numbers_;
+    intcoDynArr integers_;
+    // Views of these two, n of each. The points stand in the scale of scaled_, or when wide_ and at the end in the
+    // caller's; when wide_, the local ones stand in that of scaled_. Bounds not yet known are negative.
+    double *x_ = nullptr, *y_ = nullptr, *local_x_ = nullptr, *local_y_ = nullptr, *bound_ = nullptr;
+    double *px_ = nullptr, *py_ = nullptr; // those in the scale of scaled_
+    int *done_ = nullptr, *order_ = nullptr;
 };

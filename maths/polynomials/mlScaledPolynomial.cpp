@@ -41,9 +41,10 @@ void mlScaledPolynomial::become(int n, double const * a, int k) {
 }
 
 template <class Number> mlScaledValue<Number> mlScaledPolynomial::evaluate(Number z) const {
-    bool const reversed = ml_modulus(z) > 1.0;
+    double const modulus = ml_modulus(z);
+    bool const reversed = modulus > 1.0;
     Number const w = reversed ? reciprocal(z) : z;
-    double const r = ml_modulus(w);
+    double const r = reversed ? ml_modulus(w) : modulus;
     double const * c = reversed ? c_.data() : c_.data() + n_;
     int const step = reversed ? 1 : -1;
     Number value{}, slope{};
