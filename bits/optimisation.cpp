@@ -257,6 +257,75 @@ void digest_programmes() {
     }
 }
 
+/// (u, v) -> (10 (v - a u u), b - u, c u v): its squared length is a bent valley, with a residual unless c is 0. Its
+/// calls are results.
+class BentValley : public mlFunctionN {
+public:
+    BentValley(double a, double b, double c, Digest & calls) : a_(a), b_(b), c_(c), calls_(calls) {
+        input_dimension = 2;
+        output_dimension = 3;
+    }
+    void function(mlSlice const & x, mlVector & y) const override { derive(x, 0, 0, y); }
+    void function_gradient(mlSlice const & x, mlMatrix & jacobian) const override {
+        mlVector column(mlVectorZero, 3);
+        for (int k = 0; k < 2; ++k) {
+            derive(x, 1 - k, k, column);
+            for (int i = 0; i < 3; ++i)
+                jacobian(i, k) = column[i];
+        }
+    }
+    void function_derivative(mlSlice const & x, int * const orders, mlVector & y) const override {
+        derive(x, orders[0], orders[1], y);
+    }
+
+private:
+    void derive(mlSlice const & x, int i, int j, mlVector & y) const {
+        double const u = x[0], v = x[1];
+        for (double const number : {u, v, 1.0 * i, 1.0 * j})
+            calls_(number);
+        double const powers[] = {u * u, 2.0 * u, 2.0}; // of u, and its derivatives
+        y[0] = 10.0 * ((i == 0 ? (j == 0 ? v : j == 1 ? 1.0 : 0.0) : 0.0) - (j == 0 ? a_ * powers[i] : 0.0));
+        y[1] = j > 0 || i > 1 ? 0.0 : i == 1 ? -1.0 : b_ - u;
+        y[2] = i > 1 || j > 1 ? 0.0 : c_ * (i == 0 ? u : 1.0) * (j == 0 ? v : 1.0);
+    }
+
+    double a_, b_, c_;
+    Digest & calls_;
+};
+
+void digest_minimum(mlBaseMinimiser2 & minimiser, Operands & operands, Digest & digest) {
+    for (int again = 0; again < 2; ++again) {
+        double u, v;
+        int flags[4];
+        digest(minimiser.minimise(u, v, flags[0], flags[1], flags[2], flags[3]));
+        for (double const x : {u, v})
+            digest(x);
+        for (int const n : flags)
+            digest(n);
+        for (int const n : {static_cast<int>(minimiser.state()), minimiser.iterations(), minimiser.number_of_calls()})
+            digest(n);
+        double const low = operands.number() - 1.0;
+        minimiser.set_window(low, low + 1.5, again == 0 ? mlUnboundedMin : low, low + 0.125 * operands.below(9));
+    }
+}
+
+void digest_windows() {
+    ExactDigest digest("minima of functions of two variables, call by call");
+    Operands operands(37);
+    for (int i = 0; i < 300; ++i) {
+        BentValley const f(operands.number(), 2.0 * operands.number(), i % 2 * operands.number(), digest);
+        mlSquaredLengthFunc2 square(&f);
+        square.highest_derivative_order = i % 3;
+        double const u = 2.0 * operands.number(), v = 2.0 * operands.number();
+        double const resolution = std::array{1e-3, 1e-6, 1e-9}[operands.below(3)];
+        mlMinimiser2 by_square(square, u, v, resolution);
+        digest_minimum(by_square, operands, digest);
+        mlVectorMinimiser2 by_vector(f, u, v, resolution, i % 3);
+        by_vector.set_absolute_minimum(i % 5 == 0 ? 0.01 : -1.0);
+        digest_minimum(by_vector, operands, digest);
+    }
+}
+
 } // namespace
 
 void digest_optimisation() {
@@ -267,4 +336,5 @@ void digest_optimisation() {
     digest_fits();
     digest_newton();
     digest_programmes();
+    digest_windows();
 }

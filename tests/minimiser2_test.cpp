@@ -6,6 +6,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "maths/maths.h"
@@ -156,7 +157,7 @@ Problem const problems[] = {
      2.0,
      {},
      0.0,
-     {330, 210, 30}},
+     {400, 230, 30}},
     {"NaN beyond", nan_beyond, -2.0, 3.0, {-4.0, 4.0, -4.0, 4.0}, nan, {80, 60, 60}},
     {"linear", [](Jet u, Jet v) { return u - 2.0 * v; }, 0.3, 0.4, {0.0, 1.0, 0.0, 1.0}, -2.0, {20, 15, 15}},
     {"saddle", saddle, 0.0, 0.0, {-1.0, 1.0, -1.0, 2.0}, nan, {30, 20, 20}},
@@ -380,6 +381,13 @@ TEST(Minimiser2, StaysInWindowsWithoutWidth) {
         EXPECT_EQ(point.value, 3.0);
         EXPECT_EQ(point.state, mlMinimiser2AtCorner);
     }
+    // The far end of a window within the resolution is the minimum where the function falls to it.
+    for (double const width : {1e-3, 1e-10})
+        for (int order : {0, 1, 2}) {
+            Answer const a = search(bowl, 9.0, 9.0, {1.0, 1.0 + width, 2.0, 2.0 + width}, order, 0.1);
+            EXPECT_TRUE(a.u == 1.0 && a.v == 2.0 && a.state == mlMinimiser2AtCorner) << order;
+        }
+
     // Nor do differences of first derivatives or of values leave a window narrower than they are apart.
     for (int order : {0, 1, 2})
         EXPECT_EQ(search(bowl, 0.0, 0.0, {1.0, std::nextafter(1.0, 2.0), 1.0, 1.0 + 1e-13}, order).value, 3.0);
@@ -419,6 +427,143 @@ TEST(Minimiser2, GoesByTheScalesOfTheParameters) {
             EXPECT_NEAR(a.u * scale, 8.0 / 15.0, 1e-9);
             EXPECT_NEAR(a.v / scale, 28.0 / 15.0, 1e-9);
         }
+}
+
+/// A vector-valued function on a window, outside of which it must never be called.
+class WatchedVector : public mlFunctionN {
+public:
+    using Formulas = std::function<std::vector<Jet>(Jet, Jet)>;
+
+    explicit WatchedVector(Formulas f, Window const & window = {}) : f_(std::move(f)), window_(window) {
+        input_dimension = 2;
+        output_dimension = static_cast<int>(f_(0.0, 0.0).size());
+    }
+    void function(mlSlice const & x, mlVector & y) const override {
+        derive(x, 0, 0, y);
+        squares.push_back(y.modulus_squared());
+    }
+    void function_gradient(mlSlice const & x, mlMatrix & jacobian) const override {
+        std::vector<Jet> const f = at(x);
+        for (int i = 0; i < output_dimension; ++i) {
+            jacobian(i, 0) = f[i].u;
+            jacobian(i, 1) = f[i].v;
+        }
+    }
+    void function_derivative(mlSlice const & x, int * const orders, mlVector & y) const override {
+        derive(x, orders[0], orders[1], y);
+    }
+
+    mutable int calls = 0;
+    mutable std::vector<double> squares;
+
+private:
+    std::vector<Jet> at(mlSlice const & x) const {
+        ++calls;
+        double const u = x[0], v = x[1];
+        EXPECT_TRUE(window_.u_min <= u && u <= window_.u_max && window_.v_min <= v && v <= window_.v_max);
+        return f_({u, 1.0, 0.0, 0.0, 0.0, 0.0}, {v, 0.0, 1.0, 0.0, 0.0, 0.0});
+    }
+    void derive(mlSlice const & x, int i, int j, mlVector & y) const {
+        std::vector<Jet> const f = at(x);
+        for (int k = 0; k < output_dimension; ++k)
+            y[k] = f[k].derivative(i, j);
+    }
+
+    Formulas f_;
+    Window window_;
+};
+
+/// From a point (x, y, z) to the torus of radii 3 and 1.
+WatchedVector::Formulas to_torus(double x, double y, double z) {
+    return [=](Jet u, Jet v) {
+        Jet const radius = 3.0 + cos(v);
+        return std::vector<Jet>{radius * cos(u) - x, radius * sin(u) - y, sin(v) - z};
+    };
+}
+
+std::vector<Jet> freudenstein_roth(Jet const & u, Jet const & v) {
+    return {-13.0 + u + ((5.0 - v) * v - 2.0) * v, -29.0 + u + ((v + 1.0) * v - 14.0) * v};
+}
+
+Answer search(WatchedVector const & f, double u0, double v0, Window const & window, int order) {
+    mlVectorMinimiser2 m(f, u0, v0, 1e-8, order);
+    set_window(m, window);
+    int const before = f.calls;
+    Answer const a(m);
+    EXPECT_EQ(a.calls, f.calls - before);
+    return a;
+}
+
+TEST(VectorMinimiser2, FindsFeetOnATorus) {
+    double const points[][3] = {{5.0, 1.0, 1.0}, {3.5, 0.5, 0.2}, {1.0, 1.0, 3.0}, {0.1, 0.2, 0.5}, {-4.0, 2.0, -1.0}};
+    for (auto const & p : points) {
+        double const from_centre = std::hypot(std::hypot(p[0], p[1]) - 3.0, p[2]); // line of the tube
+        for (int order : {0, 1, 2}) {
+            Answer const a = search(WatchedVector(to_torus(p[0], p[1], p[2])), 0.5, 0.5, {}, order);
+            EXPECT_NEAR(std::sqrt(a.value), std::fabs(from_centre - 1.0), 1e-9) << p[0] << ", order " << order;
+            EXPECT_LE(a.calls, order == 0 ? 110 : order == 1 ? 35 : 60);
+            EXPECT_EQ(a.state, mlMinimiser2Converged);
+        }
+    }
+    for (int order : {0, 1, 2}) { // on the axis, where all u are alike; from above, where v = pi/2 is the nearest
+        EXPECT_NEAR(search(WatchedVector(to_torus(0.0, 0.0, 0.0)), 0.5, 2.5, {}, order).value, 4.0, 1e-12);
+        EXPECT_NEAR(search(WatchedVector(to_torus(3.0, 0.0, 9.0)), 0.0, -1.5, {}, order).value, 64.0, 1e-12);
+    }
+}
+
+TEST(VectorMinimiser2, ConvergesWithLargeResidualsByFirstDerivatives) {
+    Answer const a = search(WatchedVector(freudenstein_roth), 0.5, -2.0, {}, 1);
+    EXPECT_NEAR(a.value, 48.98425367924, 1e-9);
+    EXPECT_NEAR(a.v, -0.89680525327, 1e-7);
+    EXPECT_LE(a.calls, 50);
+}
+
+TEST(VectorMinimiser2, LeavesAMaximumWithJacobiansAlone) {
+    // The far side of the circle: the gradient is zero, and the Jacobian does not tell a maximum.
+    auto const circle = [](Jet u, Jet v) { return std::vector<Jet>{cos(u) - 2.0, sin(u), v}; };
+    for (int order : {0, 1, 2})
+        EXPECT_NEAR(search(WatchedVector(circle), 3.14159265358979323846, 0.0, {-9.0, 9.0, -1.0, 1.0}, order).value,
+                    1.0, 1e-12);
+}
+
+TEST(VectorMinimiser2, StaysInItsWindowAndReportsItsEnds) {
+    Window const window{-1.0, 0.5, -2.0, 2.0};
+    auto const valley = [](Jet u, Jet v) { return std::vector<Jet>{10.0 * (v - u * u), 1.0 - u}; };
+    for (int order : {0, 1, 2}) {
+        WatchedVector const f(valley, window);
+        Answer const a = search(f, -3.0, 1.0, window, order);
+        EXPECT_EQ(a.u, 0.5);
+        EXPECT_NEAR(a.v, 0.25, 1e-7);
+        EXPECT_EQ(a.state, mlMinimiser2AtUEnd);
+        EXPECT_TRUE(a.found == 0 && a.u_end == 1 && a.v_end == 0 && a.not_converged == 0);
+        EXPECT_TRUE(search(WatchedVector(valley, window), -3.0, 1.0, window, order) == a);
+    }
+}
+
+TEST(VectorMinimiser2, StopsAtTheValueThatMeetsTheAbsoluteMinimumAlsoOfDifferences) {
+    for (int order : {0, 1, 2})
+        for (double const least : {1e3, 400.0, 60.0, 48.98426}) {
+            WatchedVector const f(freudenstein_roth);
+            mlVectorMinimiser2 m(f, 0.5, -2.0, 1e-8, order);
+            m.set_absolute_minimum(least);
+            Answer const a(m);
+            EXPECT_EQ(a.state, mlMinimiser2AbsoluteMinimum);
+            EXPECT_EQ(std::count_if(f.squares.begin(), f.squares.end(), [&](double x) { return x <= least; }), 1);
+            EXPECT_EQ(f.squares.back(), a.value);
+        }
+}
+
+TEST(VectorMinimiser2, RemembersNothingOfTheFunctionBetweenSearches) {
+    double x = 5.0;
+    WatchedVector const f([&](Jet u, Jet v) { return to_torus(x, 1.0, 1.0)(u, v); });
+    for (int order : {0, 1, 2}) {
+        mlVectorMinimiser2 m(f, 0.5, 0.5, 1e-8, order);
+        x = 5.0;
+        Answer const there(m);
+        m.set_max_iterations(0);
+        x = 6.0; // the same point, another function
+        EXPECT_GT(Answer(m).value, there.value + 1.0);
+    }
 }
 
 } // namespace

@@ -7,7 +7,8 @@
 namespace {
 
 double const epsilon = std::numeric_limits<double>::epsilon();
-int const patience = 3; // bad predictions before a curvature without second derivatives is made afresh
+double const near = 0.03; // in units: a curvature that is clear there does not change its kind here
+int const patience = 3;   // bad predictions before a curvature without second derivatives is made afresh
 
 } // namespace
 
@@ -16,6 +17,7 @@ bool mlLocalModel2::move_to(mlWindowPoint const & point) {
     last_step_ = {point.x[0] - at_[0], point.x[1] - at_[1]};
     at_ = point.x;
     fresh_ = false;
+    way_since_fresh_ += function_.length(last_step_);
     bool const update = has_model_ && (function_.order() == 2 || function_.curvature_is_partial() || !is_doubtful());
     mlPair g;
     if (function_.order() > 0 && !function_.gradient(point.x, g) && function_.order() > 0) return false;
@@ -39,16 +41,21 @@ void mlLocalModel2::forget() {
     has_last_step_ = false;
     bad_predictions_ = 0;
     correction_ = mlSymmetric2();
+    corrects_ = false;
+}
+
+void mlLocalModel2::use_correction(bool use) {
+    corrects_ = use;
+    model_.b = use ? partial_ + correction_ : partial_;
 }
 
 void mlLocalModel2::update_curvature(mlPair const & g) {
     mlPair const y = {g[0] - model_.g[0], g[1] - model_.g[1]};
     if (!function_.curvature_is_partial()) return model_.b.update(last_step_, y);
-    mlSymmetric2 partial;
-    function_.curvature(at_, partial);
-    mlPair const known = partial.times(last_step_);
+    function_.curvature(at_, partial_);
+    mlPair const known = partial_.times(last_step_);
     correction_.update(last_step_, {y[0] - known[0], y[1] - known[1]});
-    model_.b = partial + correction_;
+    use_correction(corrects_);
 }
 
 bool mlLocalModel2::renew(mlWindowPoint const & point) {
@@ -56,34 +63,48 @@ bool mlLocalModel2::renew(mlWindowPoint const & point) {
     bad_predictions_ = 0;
     bad_prediction_ = false;
     if (function_.curvature_is_partial()) {
-        mlSymmetric2 partial;
-        bool const finite = function_.curvature(point.x, partial);
-        model_.b = partial + correction_;
+        bool const finite = function_.curvature(point.x, partial_);
+        use_correction(corrects_);
         return finite;
     }
     fresh_ = true;
     if (function_.order() == 2) {
+        way_since_fresh_ = 0.0;
         if (function_.curvature(point.x, model_.b)) return true;
         if (function_.order() == 2) return false;
     }
     return renew_by_gradients(point);
 }
 
+bool mlLocalModel2::is_nearly_fresh() const {
+    mlSymmetric2 const & b = model_.b;
+    bool const clear = b.uu > 0.0 && b.vv > 0.0 && 1.0 - b.uv / b.uu * (b.uv / b.vv) > 0.1;
+    return function_.order() == 2 && way_since_fresh_ < near && clear;
+}
+
 bool mlLocalModel2::confirm(mlWindowPoint const & point) {
-    if (fresh_ || (function_.order() == 1 && (has_last_step_ || !function_.curvature_is_partial()))) return true;
+    if (fresh_ || is_nearly_fresh() ||
+        (function_.order() == 1 && (has_last_step_ || !function_.curvature_is_partial())))
+        return true;
     if (!function_.curvature_is_partial()) return renew(point);
-    mlSymmetric2 const partial = model_.b + mlSymmetric2{-correction_.uu, -correction_.uv, -correction_.vv};
     fresh_ = true;
     if (!renew_by_gradients(point)) return false;
-    correction_ = {model_.b.uu - partial.uu, model_.b.uv - partial.uv, model_.b.vv - partial.vv};
+    correction_ = {model_.b.uu - partial_.uu, model_.b.uv - partial_.uv, model_.b.vv - partial_.vv};
+    corrects_ = true;
     return true;
 }
 
-void mlLocalModel2::judge(double gain, double predicted) {
-    double const ratio = gain / predicted;
-    bad_prediction_ = !(std::fabs(ratio - 1.0) < 0.1);
+void mlLocalModel2::judge(mlPair const & s, double gain) {
+    double const ratio = -gain / model_.change(s);
+    bad_prediction_ = !(std::fabs(ratio - 1.0) < 0.2);
     if (!(ratio >= 0.25 && ratio <= 3.0)) ++bad_predictions_;
+    if (!function_.curvature_is_partial()) return;
+    double const without = mlQuadraticModel2{model_.g, partial_}.change(s) + gain;
+    double const with = mlQuadraticModel2{model_.g, partial_ + correction_}.change(s) + gain;
+    if (std::fabs(with) != std::fabs(without)) use_correction(std::fabs(with) < std::fabs(without));
 }
+
+void mlLocalModel2::distrust() { bad_prediction_ = true; }
 
 bool mlLocalModel2::is_doubtful() const {
     if (function_.order() == 2) return bad_prediction_ && !fresh_;

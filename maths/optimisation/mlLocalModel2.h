@@ -27,8 +27,11 @@ public:
     /// Forgets what was learned at other points.
     void forget();
 
-    /// Tells how good the last prediction was. A bad one of second derivatives is made good by asking again.
-    void judge(double gain, double predicted);
+    /// Compares what a step was to gain with what it gained: a bad prediction calls for fresh second derivatives. A
+    /// correction of a partial curvature is used as long as it makes predictions better.
+    void judge(mlPair const & s, double gain);
+    /// The same as a bad prediction.
+    void distrust();
     /// Bad predictions call for a fresh curvature: at the current point, or at the next.
     bool is_doubtful() const;
 
@@ -45,13 +48,18 @@ private:
     bool renew_by_values(mlWindowPoint const & point);
     bool difference_gradient(mlWindowPoint const & point, mlPair & g);
     void update_curvature(mlPair const & g);
+    void use_correction(bool use);
+    bool is_nearly_fresh() const;
     double central_step(mlWindowPoint const & point, int i) const;
     double forward_step(mlWindowPoint const & point, int i) const;
     double scale(mlPair const & x, int i) const;
 
     mlWindowFunction & function_;
     mlQuadraticModel2 model_;
-    mlSymmetric2 correction_; // of a partial curvature
+    mlSymmetric2 partial_;
+    mlSymmetric2 correction_; // of the partial curvature
+    bool corrects_ = false;
+    double way_since_fresh_ = 0.0;
     mlPair at_ = {0.0, 0.0};
     mlPair last_step_ = {0.0, 0.0};
     bool has_model_ = false;

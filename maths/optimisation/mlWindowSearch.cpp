@@ -7,7 +7,7 @@
 namespace {
 
 double const largest_radius = 1e300;
-double const first_convex_radius = 10.0; // Newton steps may be that long at once
+double const first_convex_radius = 2.0; // Newton steps may be that long at once
 double const first_radius = 1.0;
 double const negligible = 1e-3;  // of the resolution: a step that needs no confirmation
 double const collapse = 1e-3;    // of the resolution: a trust region as small is of no use
@@ -91,7 +91,7 @@ mlWindowSearch::End mlWindowSearch::try_step(mlPair const & s) {
     double const f = function_.value(x);
     if (!(f < point_.f)) return reject(s, f, predicted);
     double const gain = point_.f - f, size = function_.length(s);
-    model_.judge(gain, predicted);
+    model_.judge(s, gain);
     last_step_was_free_ = size < 0.99 * radius_;
     adapt_radius(gain / predicted, size);
     move_to({x, f});
@@ -117,7 +117,7 @@ mlWindowSearch::End mlWindowSearch::reject(mlPair const & s, double f, double pr
     double const limit = radius_;
     radius_ = shrinkage * size;
     growth_ = 2.0;
-    model_.judge(point_.f - f, predicted);
+    model_.judge(s, point_.f - f);
 
     bool const by_values = function_.order() == 0;
     bool const hidden = predicted <= point_.noise() && !(f - point_.f > point_.noise() + predicted); // by roundoff
@@ -155,7 +155,7 @@ bool mlWindowSearch::try_longer_step(mlPair const & s) {
     lengthening_ = lower ? 10.0 * lengthening_ : 10.0;
     if (!lower) return function_.has_met_absolute_minimum();
     radius_ = std::max(radius_, factor * function_.length(s));
-    model_.judge(0.0, 1.0); // no prediction was made
+    model_.distrust();
     move_to({x, f});
     return true;
 }
@@ -170,7 +170,7 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
         if (!is_within_resolution(s)) return try_step(s);
     }
     mlPair const x = function_.moved(point_.x, s);
-    if (x == point_.x) return finish();
+    if (x == point_.x || (function_.is_below_resolution(point_.x, s, negligible) && !changes_ends(x))) return finish();
     double const predicted = -model_.quadratic().change(s);
     double const f = function_.value(x);
     double const gain = point_.f - f;
@@ -185,6 +185,13 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
     return sure ? finish() : confirm();
 }
 
+// Whether a parameter reaches or leaves an end of the window on the way to x.
+bool mlWindowSearch::changes_ends(mlPair const & x) const {
+    for (int i : {0, 1})
+        if (x[i] != point_.x[i] && (function_.at_end(x, i) || function_.at_end(point_.x, i))) return true;
+    return false;
+}
+
 // After a step within the resolution: the next one must be much shorter.
 mlWindowSearch::End mlWindowSearch::confirm() {
     if (!model_.move_to(point_)) return start_sampling(1.0);
@@ -194,7 +201,7 @@ mlWindowSearch::End mlWindowSearch::confirm() {
     mlPair const next = model_step();
     bool const shrinks = function_.length(next) <= 0.25 * function_.length(model_.last_step());
     if (function_.is_below_resolution(point_.x, next, shrinks ? 1.0 : negligible)) return finish();
-    if (!model_.is_fresh()) model_.judge(0.0, 1.0);
+    if (!model_.is_fresh()) model_.distrust();
     return std::nullopt;
 }
 

@@ -41,6 +41,7 @@ private:
     void set_first_radius();
     void adapt_radius(double ratio, double size);
     void move_to(mlWindowPoint const & point);
+    bool changes_ends(mlPair const & x) const;
     bool is_flat() const;
     bool held_by_an_end(int i) const;
     bool escape();

@@ -1,0 +1,18 @@
+# A surface patch, measured points and their feet: patch folder first.
+load 'docs/plots/style.gp'
+
+set output folder.'/patch.png'
+set title 'A quarter of the body of Newell''s teapot, 200 measured points and their feet'
+set view 68, 200
+set view equal xyz
+set xyplane at 0.7
+set xlabel 'x'
+set ylabel 'y'
+set zlabel 'z'
+set border 4095 linecolor rgb 'gray80'
+set key top left
+unset grid
+splot folder.'/patch_grid.txt' with lines linecolor rgb 'gray70' linewidth 1 title 'patch', \
+      folder.'/patch_feet.txt' using 1:2:3:4:5:6 with vectors nohead linecolor rgb 'gray40' linewidth 1, \
+      folder.'/patch_feet.txt' using 1:2:($7 == 0 ? $3 : NaN) with points linetype 1 pointsize 0.5 title 'foot inside', \
+      folder.'/patch_feet.txt' using 1:2:($7 == 1 ? $3 : NaN) with points linetype 2 pointsize 0.5 title 'foot on the border'
