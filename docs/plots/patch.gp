@@ -12,7 +12,8 @@ set zlabel 'z'
 set border 4095 linecolor rgb 'gray80'
 set key top left
 unset grid
+feet = folder.'/patch_feet.txt'
 splot folder.'/patch_grid.txt' with lines linecolor rgb 'gray70' linewidth 1 title 'patch', \
-      folder.'/patch_feet.txt' using 1:2:3:4:5:6 with vectors nohead linecolor rgb 'gray40' linewidth 1, \
-      folder.'/patch_feet.txt' using 1:2:($7 == 0 ? $3 : NaN) with points linetype 1 pointsize 0.5 title 'foot inside', \
-      folder.'/patch_feet.txt' using 1:2:($7 == 1 ? $3 : NaN) with points linetype 2 pointsize 0.5 title 'foot on the border'
+      feet using 1:2:3:4:5:6 with vectors nohead linecolor rgb 'gray40' linewidth 1, \
+      feet using 1:2:($7 == 0 ? $3 : NaN) with points linetype 1 pointsize 0.5 title 'foot inside', \
+      feet using 1:2:($7 == 1 ? $3 : NaN) with points linetype 2 pointsize 0.5 title 'foot on the border'
