@@ -40,7 +40,7 @@ enum mlConstrainedQuadraticStatus : int {
 /// matrix below some 7e-15 (n + 4) of the largest magnitude in G count as zero.
 /// Bad input: NaN or infinity in a number of the problem or of the start is told by the status, and x is left alone.
 /// Lifetime: everything is copied. Failure: std::bad_alloc. Threads: one object, one thread.
-/// Cost: O(n^2 + n m) operations an iteration with m constraints, which are mostly some n; O(n^3) before and after.
+/// Cost: O(n^2 + n m) operations an iteration with m constraints, mostly some n iterations; O(n^3) before and after.
 /// Source: Goldfarb & Idnani, A numerically stable dual method for solving strictly convex quadratic programs (1983)
 /// for the first phase; Gill & Murray, Numerically stable methods for quadratic programming (1978).
 class MATHS_API mlConstrainedQuadraticMinimiser {
