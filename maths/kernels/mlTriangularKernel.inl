@@ -12,7 +12,7 @@ template <int vecs> inline void solve_strip(int begin, int end, mlTriangle l, ml
         Lanes rest[vecs];
         for (int v = 0; v < vecs; ++v)
             rest[v] = load(row + v * lanes);
-        bool const far = t > ml_tuning::solve_prefetch_min_row;
+        bool const far = t > ml_tuning::solve_prefetch_after_row;
         for (int s = t - 1; s >= 0; --s) {
             if (far) prefetch<2>(factors, l.row_stride + s * l.col_stride);
             Lanes const factor = broadcast(factors[s * l.col_stride]);

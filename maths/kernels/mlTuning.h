@@ -1,8 +1,9 @@
 #pragma once
 
 // The constants that decide how an operation is done, never what it returns: whatever their values, every element keeps
-// its order of operations. All stand here, each with where it is used and what is known of it, so that a test can take
-// sizes on both sides of every one. For use inside the library.
+// its order of operations. Those of the kernels, of the decompositions that use them and of sparse row sums stand here,
+// each with where it is used and what is known of it, so that a test can take sizes on both sides of every one. For use
+// inside the library.
 //
 // A comment says by "<= this" or "< this" up to where the first of two methods goes. Sizes count doubles, rows or
 // columns. Where it says that something is faster, that was measured, and where it gives no figure, none was kept.
@@ -56,7 +57,7 @@ constexpr int gemm_nc = 48;
 // ---- solve_latest_first: mlTriangularKernel.inl ----
 
 /// Rows t > this prefetch the next row of the triangle, since triangles of more rows don't stay in the near caches.
-constexpr int solve_prefetch_min_row = 256;
+constexpr int solve_prefetch_after_row = 256;
 
 // ---- factor_panel: mlPanelKernel.inl ----
 
