@@ -2,8 +2,8 @@
 
 // The constants that decide how an operation is done, never what it returns: whatever their values, every element keeps
 // its order of operations. Those of the kernels, of the decompositions that use them and of sparse row sums stand here,
-// each with where it is used and what is known of it, so that a test can take sizes on both sides of every one. For use
-// inside the library.
+// each with where it is used and what is known of it, so that a test can take sizes on both sides of every one.
+// For use inside the library.
 //
 // A comment says by "<= this" or "< this" up to where the first of two methods goes. Sizes count doubles, rows or
 // columns. Where it says that something is faster, that was measured, and where it gives no figure, none was kept.
