@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "maths/kernels/mlKernels.h"
 #include "maths/maths.h"
 #include "tests/support/traces.h"
 #include "tests/support/values.h"
@@ -19,6 +20,29 @@ struct Mistake {
 void expect_stops(std::initializer_list<Mistake> mistakes) {
     for (Mistake const & mistake : mistakes)
         EXPECT_DEATH(mistake.make(), mistake.message);
+}
+
+TEST(CheckedDeathTest, KernelsStopWithoutTheRoomTheyAskFor) {
+    int const n = 2 * ml_max_lanes;
+    mlMatrix m(mlMatrixZero, n, n);
+    mlBlock const a{m.data(), n}, narrow{m.data(), n - 1};
+    double x[3 * ml_max_lanes] = {}, *const y = x + ml_max_lanes;
+    int pivot_rows[3 * ml_max_lanes];
+    mlRotationChain const past_the_end{0, n - 2, 3};
+    mlRotation const rotations[3] = {{1.0, 0.0}, {1.0, 0.0}, {1.0, 0.0}};
+    mlKernels const & kernels = ml_kernels();
+    EXPECT_DEATH(kernels.divide(3, x, 2.0), "kernel divide: 3 elements");
+    EXPECT_DEATH(kernels.rotate(3, x, y, {1.0, 0.0}), "kernel rotate: 3 elements");
+    EXPECT_DEATH(kernels.rotate_strips(1, n, m.data(), 1, &past_the_end, rotations),
+                 "columns 0, 14 and on, 3 rotations");
+    EXPECT_DEATH(kernels.gemm(n, n, n, {x, n}, {x, n}, narrow), "dimensions 16, 16 and 15");
+    EXPECT_DEATH(kernels.gemv(n, n, {x, n - 1}, x, y), "kernel gemv: 16 x 16, leading dimension 15");
+    EXPECT_DEATH(kernels.rank_one_update(2, n, a, {x, x}), "16 and padding, leading dimension 16");
+    EXPECT_DEATH(kernels.update_gemv(2, n, a, {nullptr, x}, x, y), "16 and padding, leading dimension 16");
+    EXPECT_DEATH(kernels.factor_panel(n + 1, 2, x, n, 0.0, pivot_rows), "factor_panel: 17 x 2, leading dimension 16");
+    EXPECT_DEATH(kernels.solve_latest_first(0, 2, 3, {x, 1, 1, nullptr, 0}, a), "width 3");
+    EXPECT_DEATH(kernels.copy_transposed(2, 3, {x, 2}, a), "leading dimensions 2 and 16");
+    kernels.divide(0, x, 2.0); // nothing is no misuse
 }
 
 TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndItsOperands) {

@@ -65,14 +65,14 @@ void expect_plain_products(int rows, int cols, int depth, mlRandom & random) {
                 << product[i] << " for " << sum << ", " << rest[i] << " for " << difference;
         }
     };
-    ml_kernels().multiply(rows, cols, depth, block(a), block(b), {product.data(), cols});
-    ml_kernels().subtract_product(rows, cols, depth, block(a), block(b), {rest.data(), cols});
+    ml_kernels().gemm(rows, cols, depth, block(a), block(b), {product.data(), cols});
+    ml_kernels().gemm_subtract(rows, cols, depth, block(a), block(b), {rest.data(), cols});
     ASSERT_NO_FATAL_FAILURE(expect_plain());
     if (cols != 1) return;
     product.become(mlMatrixZero, rows, cols);
     rest.become(utCopy, before);
-    ml_kernels().multiply_vector(rows, depth, block(a), b.data(), product.data());
-    ml_kernels().subtract_product_vector(rows, depth, block(a), b.data(), rest.data());
+    ml_kernels().gemv(rows, depth, block(a), b.data(), product.data());
+    ml_kernels().gemv_subtract(rows, depth, block(a), b.data(), rest.data());
     expect_plain();
 }
 
@@ -103,7 +103,7 @@ void expect_plain_solution(int first, int n, int width, bool upper, bool divided
 TEST_P(KernelsOf, SolveTrianglesLikeTheDefinition) {
     mlRandom random(3);
     for (int const n : {1, 2, 7, 40, 270}) {
-        for (int width = 8; width <= 40; width += 8) {
+        for (int width = ml_max_lanes; width <= 5 * ml_max_lanes; width += ml_max_lanes) {
             for (int form = 0; form < 4; ++form)
                 ASSERT_NO_FATAL_FAILURE(
                     expect_plain_solution(form == 3 ? n - 1 : 0, n, width, form & 1, form & 2, random));
@@ -113,7 +113,7 @@ TEST_P(KernelsOf, SolveTrianglesLikeTheDefinition) {
 
 /// Random columns before `singular_from`, zeros behind, or special numbers anywhere.
 void expect_plain_panel(int rows, int width, int singular_from, bool specials, mlRandom & random) {
-    mlMatrix a, panel(mlMatrixZero, width, (rows + 7) / 8 * 8);
+    mlMatrix a, panel(mlMatrixZero, width, ml_padded(rows));
     fill(a, rows, width, random);
     for (int k = 0; k < rows * width && !specials; ++k)
         a[k] = k % width < singular_from ? random.uniform(-1.0, 1.0) : 0.0;
@@ -152,23 +152,33 @@ TEST_P(KernelsOf, FactorPanelsLikeTheDefinition) {
     }
 }
 
+TEST_P(KernelsOf, DivideWhatTheyAreGivenAndNothingElse) {
+    for (int n = 0; n <= 2 * ml_max_lanes; n += ml_max_lanes) {
+        mlVector x(mlVectorZero, 3 * ml_max_lanes);
+        x.fill(1.0);
+        ml_kernels().divide(n, x.data(), 3.0);
+        for (int i = 0; i < x.size(); ++i)
+            ASSERT_EQ(x[i], i < n ? 1.0 / 3.0 : 1.0) << i << " of " << n;
+    }
+}
+
 bool counts(double x) { return std::fabs(x) >= std::numeric_limits<double>::min(); }
 
 /// A rows x cols matrix before and after a change of rank one, if `changed`, and its weighted sums both ways.
 void expect_plain_reflection(int rows, int cols, bool changed, mlRandom & random) {
-    int const ld = mlKernels::padded(cols + mlKernels::padding_cols);
+    int const ld = ml_padded(cols + ml_max_lanes - 1);
     mlMatrix x, column, row, row_weights, column_weights, changed_x;
     for (auto [of, length] : {std::pair(&column, rows), {&row, ld}, {&row_weights, rows}, {&column_weights, cols}})
         fill(*of, length, 1, random);
     fill(x, rows, ld, random);
-    mlRankOne const change{changed ? column.data() : nullptr, row.data()};
+    mlRankOneUpdate const change{changed ? column.data() : nullptr, row.data()};
     mlVector down(mlVectorZero, ld), along(mlVectorZero, rows);
     mlMatrix summed_down, summed_along;
     for (mlMatrix * const copy : {&changed_x, &summed_down, &summed_along})
         copy->become(utCopy, x);
-    ml_kernels().add_rank_one(rows, cols, {changed_x.data(), ld}, change);
-    ml_kernels().sum_columns(rows, cols, {summed_down.data(), ld}, change, row_weights.data(), down.data());
-    ml_kernels().sum_rows(rows, cols, {summed_along.data(), ld}, change, column_weights.data(), along.data());
+    ml_kernels().rank_one_update(rows, cols, {changed_x.data(), ld}, change);
+    ml_kernels().update_gemv_transposed(rows, cols, {summed_down.data(), ld}, change, row_weights.data(), down.data());
+    ml_kernels().update_gemv(rows, cols, {summed_along.data(), ld}, change, column_weights.data(), along.data());
 
     mlVector plain_down(mlVectorZero, cols), plain_along(mlVectorZero, rows);
     for (int i = 0; i < rows; ++i) {
@@ -195,8 +205,8 @@ TEST_P(KernelsOf, ReflectLikeTheDefinition) {
 }
 
 TEST_P(KernelsOf, RotateLikeTheDefinition) {
-    int const strips = 3, cols = 12, strip_rows = mlRotationRun::strip_rows, rows = strips * strip_rows;
-    mlRotationRun const runs[] = {{0, 1, 11}, {7, 2, 1}, {3, 4, 2}, {11, 0, 4}};
+    int const strips = 3, cols = 12, strip_rows = mlKernels::strip_rows, rows = strips * strip_rows;
+    mlRotationChain const chains[] = {{0, 1, 11}, {7, 2, 1}, {3, 4, 2}, {11, 0, 4}};
     mlRandom random(4);
     mlMatrix x, one_by_one, plain;
     fill(x, rows, cols, random); // element (i, j) in strip i / strip_rows, at j * strip_rows + i % strip_rows
@@ -205,12 +215,12 @@ TEST_P(KernelsOf, RotateLikeTheDefinition) {
     mlRotation rotations[18];
     for (mlRotation & rotation : rotations)
         rotation = {random.uniform(-1.0, 1.0), random.uniform(-1.0, 1.0)};
-    ml_kernels().rotate_strips(strips, cols, x.data(), 4, runs, rotations);
+    ml_kernels().rotate_strips(strips, cols, x.data(), 4, chains, rotations);
 
     mlRotation const * rotation = rotations;
-    for (mlRotationRun const & run : runs) {
-        for (int k = 0; k < run.count; ++k, ++rotation) {
-            int const first = k == 0 ? run.first : run.second + k - 1, second = run.second + k;
+    for (mlRotationChain const & chain : chains) {
+        for (int k = 0; k < chain.count; ++k, ++rotation) {
+            int const first = k == 0 ? chain.first : chain.second + k - 1, second = chain.second + k;
             for (int strip = 0; strip < strips; ++strip) {
                 int const at = strip * cols * strip_rows;
                 ml_kernels().rotate(strip_rows, one_by_one.data() + at + first * strip_rows,

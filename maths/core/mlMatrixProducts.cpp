@@ -1,7 +1,8 @@
 #include "maths/core/mlMatrix.h"
 #include "maths/core/mlVectorRuns.h"
 #include "maths/kernels/mlKernels.h"
-#include "maths/kernels/mlScratch.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/coScratch.h"
 
 namespace {
 
@@ -14,29 +15,29 @@ void size_exactly(mlVector & y, int n) {
 }
 
 /// `rows` sums side by side.
-template <int rows> void multiply_rows(mlConstBlock a, int depth, double const * x, double * y) {
+template <int rows> void multiply_rows(mlConstBlock a, int inner, double const * x, double * y) {
     double sums[rows] = {};
-    for (int k = 0; k < depth; ++k) {
+    for (int k = 0; k < inner; ++k) {
         for (int r = 0; r < rows; ++r)
-            sums[r] += a.first[r * a.ld + k] * x[k]; // NOLINT(clang-analyzer-core*): a gathered x is whole
+            sums[r] += a.data[r * a.ld + k] * x[k]; // NOLINT(clang-analyzer-core*): a gathered x is whole
     }
     for (int r = 0; r < rows; ++r)
         y[r] = sums[r];
 }
 
 /// y = a x, in the way that is the faster one while there are few elements.
-void multiply_little(int rows, int depth, mlConstBlock a, double const * x, double * y) {
+void multiply_little(int rows, int inner, mlConstBlock a, double const * x, double * y) {
     int r = 0;
     for (; r + 4 <= rows; r += 4)
-        multiply_rows<4>({a.first + r * a.ld, a.ld}, depth, x, y + r);
+        multiply_rows<4>({a.data + r * a.ld, a.ld}, inner, x, y + r);
     for (; r + 2 <= rows; r += 2)
-        multiply_rows<2>({a.first + r * a.ld, a.ld}, depth, x, y + r);
-    if (r < rows) multiply_rows<1>({a.first + r * a.ld, a.ld}, depth, x, y + r);
+        multiply_rows<2>({a.data + r * a.ld, a.ld}, inner, x, y + r);
+    if (r < rows) multiply_rows<1>({a.data + r * a.ld, a.ld}, inner, x, y + r);
 }
 
 void multiply_vector(mlMatrix const & a, double const * x, double * y) {
-    int const few = 7; // measured: from 8 on the kernels, which transpose in registers, are faster
-    auto const method = a.rows() <= few && a.cols() <= few ? multiply_little : ml_kernels().multiply_vector;
+    int const plain = ml_tuning::gemv_plain_max;
+    auto const method = a.rows() <= plain && a.cols() <= plain ? multiply_little : ml_kernels().gemv;
     method(a.rows(), a.cols(), block(a), x, y);
 }
 
@@ -51,7 +52,7 @@ void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c) {
     }
     if (a.rows() > 0 && b.cols() > 0) {
         c.become(a.rows(), b.cols());
-        ml_kernels().multiply(a.rows(), b.cols(), a.cols(), block(a), block(b), {c.data(), c.cols()});
+        ml_kernels().gemm(a.rows(), b.cols(), a.cols(), block(a), block(b), {c.data(), c.cols()});
     } else {
         c.become(mlMatrixZero, a.rows(), b.cols());
     }
@@ -71,7 +72,7 @@ void multiply(mlMatrix const & a, mlSlice const & x, mlVector & y) {
         multiply_vector(a, x.data() + x.start(), y.data());
         return;
     }
-    mlScratch<> gathered(a.cols());
+    coScratch<ml_tuning::gemv_scratch> gathered(a.cols());
     ml_run_update(mlDenseRun<double>{gathered.data()}, ml_run(x), a.cols(), mlAssign());
     size_exactly(y, a.rows());
     multiply_vector(a, gathered.data(), y.data());

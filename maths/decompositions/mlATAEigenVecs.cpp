@@ -1,6 +1,6 @@
 #include "maths/decompositions/mlATAEigenVecs.h"
 
-#include "maths/decompositions/mlTransposedSVD.h"
+#include "maths/decompositions/svd/mlTransposedSVD.h"
 
 mlATAEigenVecs::mlATAEigenVecs(mlMatrix const & a) : mlEigenVecs(a) {}
 
@@ -8,7 +8,7 @@ mlATAEigenVecs::~mlATAEigenVecs() = default;
 
 void mlATAEigenVecs::calculate() {
     check_calculation(matrix_->rows(), matrix_->cols());
-    mlFortranMatrix const x(matrix_->cols(), matrix_->rows());
+    mlFortranMatrix x(matrix_->cols(), matrix_->rows());
     ml_copy_transpose(*matrix_, x);
     ml_transposed_ata_eigen(x, eigen_values_, eigen_vectors_);
     status_ = mlEigenVecsCalculated;

@@ -59,18 +59,18 @@ void mlAsymEigenVecs::store_eigen_values(double const * roots, int count) {
 void mlAsymEigenVecs::calculate_eigen_vectors() {
     int const count = eigen_values_.size();
     eigen_vectors_.become(matrix_->rows(), count);
-    for (int first = 0, behind; first < count; first = behind) {
-        behind = first + 1;
-        while (behind < count && equals(eigen_values_[behind - 1], eigen_values_[behind], 1e-4))
-            ++behind;
-        if (behind == first + 1) {
+    for (int first = 0, end; first < count; first = end) {
+        end = first + 1;
+        while (end < count && equals(eigen_values_[end - 1], eigen_values_[end], 1e-4))
+            ++end;
+        if (end == first + 1) {
             mlSlice column = eigen_vectors_.col(first);
             calculate_eigen_vector(eigen_values_[first], column);
             continue;
         }
         mlMatrix space;
-        calculate_eigen_space(eigen_values_[first], behind - first, space);
-        for (int c = first; c < behind; ++c)
+        calculate_eigen_space(eigen_values_[first], end - first, space);
+        for (int c = first; c < end; ++c)
             eigen_vectors_.col(c) = space.col(c - first);
     }
 }

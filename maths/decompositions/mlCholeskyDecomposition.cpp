@@ -5,14 +5,19 @@
 
 #include "maths/decompositions/mlTriangularSolve.h"
 #include "maths/kernels/mlColumnStrips.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/coScratch.h"
 
 namespace {
 
-/// Below this order the plain method is the faster one.
-int const worth_blocks = 16;
+// L(j, i) = (A(i, j) - sum over k < i of L(i, k) L(j, k)) / L(i, i), and L(i, i) is the square root of that difference
+// for j = i. Element (j, i) takes its terms latest first, k = i - 1 down to 0: that is the order of every sum here.
+//
+// The matrix holds A on and above the diagonal, where it stays, and L below; L's diagonal has a vector of its own. Both
+// methods below return whether all pivots, the numbers under the square roots, were above zero or NaN; the columns of L
+// before the first that wasn't are complete, and neither its diagonal element nor any after it is written.
 
-// Element (j, i) of L takes its terms latest first, k = i - 1 down to 0: that is the order of every sum here.
-bool factor_plainly(mlMatrix & a, mlVector & diagonal) {
+[[nodiscard]] bool factor_unblocked(mlMatrix & a, mlVector & diagonal) {
     int const n = a.rows(), cols = a.cols();
     for (int i = 0; i < n; ++i) {
         double const * const row = a.data() + i * cols;
@@ -32,80 +37,83 @@ bool factor_plainly(mlMatrix & a, mlVector & diagonal) {
     return true;
 }
 
-/// The factorisation in blocks of rows of L. A block is kept transposed, so that a row of the copy is a column of L and
-/// its elements go side by side, while the columns that it reads again and again stay in the nearest cache.
+/// The factorisation in blocks of rows of L, from the first down. A block is kept transposed in a copy: line t of it is
+/// column t of L (or, at first, of A) in the rows of the block, so that these go side by side, while the columns that
+/// are read again and again stay in the nearest cache.
 class BlockFactorisation {
 public:
     BlockFactorisation(mlMatrix & a, mlVector & diagonal)
-        : a_(a.data()), cols_(a.cols()), diagonal_(diagonal.data()), end_(a.rows()), step_(ml_strip_cols(a.rows())),
-          columns_(static_cast<std::size_t>(a.rows()) * step_) {}
+        : a_(a.data()), cols_(a.cols()), diagonal_(diagonal.data()), end_(a.rows()),
+          block_rows_(ml_strip_cols(a.rows())), columns_(static_cast<std::size_t>(a.rows()) * block_rows_) {}
 
-    bool factor(int n) {
-        for (int first = 0; first < n; first += step_) {
-            int const rows = std::min(n - first, step_);
-            take_known_columns(first, rows);
+    [[nodiscard]] bool factor(int n) {
+        for (int first = 0; first < n; first += block_rows_) {
+            int const rows = std::min(n - first, block_rows_);
+            solve_known_columns(first, rows);
             if (first < end_) factor_own_columns(first, rows);
         }
         return end_ == n;
     }
 
 private:
-    double * column(int t) { return columns_.data() + t * step_; }
+    double * column(int t) { return columns_.data() + t * block_rows_; }
     mlTriangle triangle(double const * diagonal) const { return {a_, cols_, 1, diagonal, 1}; }
     void copy_columns(int begin, int end, int first, int rows);
-    void take_known_columns(int first, int rows);
+    void solve_known_columns(int first, int rows);
     void factor_own_columns(int first, int rows);
 
     double * a_;
     std::ptrdiff_t cols_;
     double * diagonal_;
-    int end_;        // the columns of L before this one exist: all, until a pivot fails; rows behind it still get these
-    int const step_; // rows of a block
-    mlScratch<8192> columns_;
+    int end_; // the columns of L before this one exist: all, until a pivot fails; rows after it still get these
+    int const block_rows_;
+    coScratch<ml_tuning::strip_scratch> columns_;
 };
 
+/// Copies A(t, first .. first + rows - 1), from above the diagonal, to the lines t of [begin, end), padded by zeros.
 void BlockFactorisation::copy_columns(int begin, int end, int first, int rows) {
     for (int t = begin; t < end; ++t) {
         std::copy_n(a_ + t * cols_ + first, rows, column(t));
-        std::fill_n(column(t) + rows, ml_padded_cols(rows) - rows, 0.0);
+        std::fill_n(column(t) + rows, ml_padded(rows) - rows, 0.0);
     }
 }
 
-/// The elements of rows [first, first + rows) in the columns before `first`, whose own rows are known.
-void BlockFactorisation::take_known_columns(int first, int rows) {
+/// L in rows [first, first + rows) and the columns before `first`, whose own rows are known.
+void BlockFactorisation::solve_known_columns(int first, int rows) {
     int const known = std::min(first, end_);
     copy_columns(0, known, first, rows);
-    ml_kernels().solve_latest_first(0, known, ml_padded_cols(rows), triangle(diagonal_), {column(0), step_});
-    ml_kernels().copy_transposed(known, rows, {column(0), step_}, {a_ + first * cols_, cols_});
+    ml_kernels().solve_latest_first(0, known, ml_padded(rows), triangle(diagonal_), {column(0), block_rows_});
+    ml_kernels().copy_transposed(known, rows, {column(0), block_rows_}, {a_ + first * cols_, cols_});
 }
 
-/// And those in the columns of these rows themselves, whose pivots come up one by one.
+/// And in the columns of these rows themselves, whose pivots come up one by one.
 void BlockFactorisation::factor_own_columns(int first, int rows) {
     mlKernels const & kernels = ml_kernels();
-    int const width = ml_padded_cols(rows);
+    int const width = ml_padded(rows);
     copy_columns(first, first + rows, first, rows);
     for (int i = 0; i < rows; ++i) {
-        int const t = first + i, done = i / 8 * 8; // whole vectors of rows that are above the diagonal
-        kernels.solve_latest_first(t, t + 1, width - done, triangle(nullptr), {column(0) + done, step_});
+        int const t = first + i, above = ml_padded_down(i); // whole vectors of rows that are above the diagonal
+        kernels.solve_latest_first(t, t + 1, width - above, triangle(nullptr), {column(0) + above, block_rows_});
         double const pivot = column(t)[i];
         if (pivot <= 0.0) {
             end_ = t;
             return;
         }
         diagonal_[t] = std::sqrt(pivot);
-        kernels.divide(width - done, column(t) + done, diagonal_[t]);
+        kernels.divide(width - above, column(t) + above, diagonal_[t]);
         for (int j = i + 1; j < rows; ++j)
             a_[(first + j) * cols_ + t] = column(t)[j];
     }
 }
 
 /// 1 when A is positive definite, else 0, with the columns of L as far as the factorisation came.
-int ml_cholesky_decompose(mlMatrix & a, mlVector & diagonal) {
+[[nodiscard]] int ml_cholesky_decompose(mlMatrix & a, mlVector & diagonal) {
     int const n = a.rows();
-    return n < worth_blocks ? factor_plainly(a, diagonal) : BlockFactorisation(a, diagonal).factor(n);
+    return n < ml_tuning::cholesky_blocked_min_rows ? factor_unblocked(a, diagonal)
+                                                    : BlockFactorisation(a, diagonal).factor(n);
 }
 
-/// L, and L^T from its end, as triangles for the n rows of a right-hand side.
+/// L, and L^T from its last row on, as lower triangles for the n rows of a right-hand side.
 mlTriangle lower_triangle(mlMatrix const & a, mlVector const & diagonal) {
     return {a.data(), a.cols(), 1, diagonal.data(), 1};
 }
@@ -114,7 +122,7 @@ mlTriangle upper_triangle(mlMatrix const & a, mlVector const & diagonal) {
     return {a.data() + last * (cols + 1), -1, -cols, diagonal.data() + last, -1};
 }
 
-// L L^T x = b in place, both triangles latest row first.
+// L L^T x = b in place: L y = b, then L^T x = y from the last row up, both taking their terms latest row first.
 void solve_one(mlMatrix const & a, mlVector const & diagonal, double * x) {
     int const n = a.rows();
     if (n < 1) return;
@@ -127,9 +135,9 @@ void solve_many(mlMatrix const & a, mlVector const & diagonal, double * x, int m
     int const n = a.rows();
     if (n < 1) return;
     ml_in_strips(n, m, {x, m}, [&](int width, mlBlock strip) {
-        mlBlock const from_its_end{strip.first + (n - 1) * strip.ld, -strip.ld};
+        mlBlock const from_last_row{strip.data + (n - 1) * strip.ld, -strip.ld};
         ml_kernels().solve_latest_first(0, n, width, lower_triangle(a, diagonal), strip);
-        ml_kernels().solve_latest_first(0, n, width, upper_triangle(a, diagonal), from_its_end);
+        ml_kernels().solve_latest_first(0, n, width, upper_triangle(a, diagonal), from_last_row);
     });
 }
 

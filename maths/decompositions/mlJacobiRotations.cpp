@@ -8,9 +8,6 @@
 
 namespace {
 
-/// Rows so short are rotated at once, without a kernel. Measured.
-int const few_cols = 12;
-
 /// Rotations keep the sum of the squares but for roundoff: no element of A ever overflows that starts below this.
 double const largest_element = 1e290;
 
@@ -55,7 +52,7 @@ mlEigenPair ml_eigen_pair(double a, double b, double c, double d) {
 }
 
 mlJacobiRotations::mlJacobiRotations(mlMatrix const & m)
-    : n_(m.rows()), ld_(n_ <= few_cols ? n_ : mlKernels::padded(n_)), exact_(m.rows() == m.cols()),
+    : n_(m.rows()), ld_(n_ <= ml_tuning::jacobi_plain_max_cols ? n_ : ml_padded(n_)), exact_(m.rows() == m.cols()),
       room_(2 * (ld_ + 1) * n_), a_(room_.data()), v_(a_ + n_ * ld_), largest_(v_ + n_ * ld_), place_(largest_ + n_) {
     for (int i = 0; i < n_ && exact_; ++i) {
         double * const row = a_ + i * ld_;
@@ -96,7 +93,8 @@ void mlJacobiRotations::finish() {
 }
 
 void mlJacobiRotations::rotate_rows(double * x, double * y, mlEigenPair const & pair) const {
-    if (n_ > few_cols) return ml_kernels().rotate(static_cast<int>(ld_), x, y, {pair.c, -pair.s});
+    if (n_ > ml_tuning::jacobi_plain_max_cols)
+        return ml_kernels().rotate(static_cast<int>(ld_), x, y, {pair.c, -pair.s});
     for (int j = 0; j < n_; ++j) {
         double const before = x[j];
         x[j] = pair.c * before - pair.s * y[j];

@@ -3,7 +3,8 @@
 #include <cstddef>
 
 #include "maths/core/mlMatrix.h"
-#include "maths/kernels/mlScratch.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/coScratch.h"
 
 /// Eigenvalues of the matrix {a, b; c, d}, which is symmetric but for roundoff, and their unit vectors e1 = (c, -s) and
 /// e2 = (s, c). Included by the symmetric eigen-solver.
@@ -65,7 +66,7 @@ private:
     std::ptrdiff_t ld_;
     bool exact_;
     bool rotated_ = false;
-    mlScratch<> room_;
+    coScratch<ml_tuning::jacobi_scratch> room_;
     double * a_;       // row by row
     double * v_;       // transposed, so that an eigenvector is contiguous
     double * largest_; // of each row of A: the largest magnitude above the diagonal,

@@ -9,59 +9,24 @@
 
 namespace {
 
-// L y = b in place, an element taking its terms in increasing k: those from above its block of rows come from the
-// kernel, which has many rows in flight, the rest from the plain method, where a term waits for the one before.
-void solve_unit_lower(mlMatrix const & lu, int n, double * y) {
-    int const worth_a_kernel = 48; // rows
-    int const step = n < worth_a_kernel ? n : 16;
-    for (int first = 0; first < n; first += step) {
-        int const end = std::min(first + step, n);
-        double const * const rows = lu.data() + first * lu.cols();
-        if (first > 0) ml_kernels().subtract_product_vector(end - first, first, {rows, lu.cols()}, y, y + first);
-        for (int i = first + 1; i < end; ++i) {
-            double const * const row = lu.data() + i * lu.cols();
-            double s = y[i];
-            for (int k = first; k < i; ++k)
-                s -= y[k] * row[k];
-            y[i] = s;
-        }
-    }
-}
+mlConstBlock block(mlMatrix const & m) { return {m.data(), m.cols()}; }
 
-/// U from its end.
+/// U, from its last row on, as a lower triangle.
 mlTriangle upper_triangle(mlMatrix const & lu, int n) {
     std::ptrdiff_t const cols = lu.cols();
     double const * const last_pivot = lu.data() + (n - 1) * (cols + 1);
     return {last_pivot, -cols, -1, last_pivot, -(cols + 1)};
 }
 
-// The same for the m columns of x, rows [first, end): a block of rows takes all that is above it in one product.
-void solve_unit_lower(mlMatrix const & lu, int first, int end, mlBlock x, int m) {
-    std::ptrdiff_t const cols = lu.cols();
-    auto const subtract_product = [&](int begin, int middle, int last) { // rows [begin, middle) from [middle, last)
-        ml_kernels().subtract_product(last - middle, m, middle - begin, {lu.data() + middle * cols + begin, cols},
-                                      {x.first + begin * x.ld, x.ld}, {x.first + middle * x.ld, x.ld});
-    };
-    if (end - first <= 16) {
-        for (int i = first + 1; i < end; ++i)
-            subtract_product(first, i, i + 1);
-        return;
-    }
-    int const middle = first + (end - first) / 2;
-    solve_unit_lower(lu, first, middle, x, m);
-    subtract_product(first, middle, end);
-    solve_unit_lower(lu, middle, end, x, m);
-}
-
 // U X = Y in place, the last row by the reciprocal of its pivot, the others by division: results depend on it.
 void solve_upper(mlMatrix const & lu, int n, mlBlock x, int m) {
     mlTriangle const upper = upper_triangle(lu, n);
     double const reciprocal = 1.0 / *upper.diagonal;
-    double * const last_row = x.first + (n - 1) * x.ld;
+    double * const last_row = x.data + (n - 1) * x.ld;
     for (int j = 0; j < m; ++j)
         last_row[j] *= reciprocal;
     ml_in_strips(n, m, x, [&](int width, mlBlock strip) {
-        ml_kernels().solve_latest_first(1, n, width, upper, {strip.first + (n - 1) * strip.ld, -strip.ld});
+        ml_kernels().solve_latest_first(1, n, width, upper, {strip.data + (n - 1) * strip.ld, -strip.ld});
     });
 }
 
@@ -134,7 +99,7 @@ void mlLUDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
         if (from != i) std::copy_n(b.data() + from * m, m, x.data() + i * m);
     }
 
-    solve_unit_lower(lu_, 0, n, {x.data(), m}, m);
+    ml_solve_unit_lower(0, n, m, block(lu_), {x.data(), m});
     solve_upper(lu_, n, {x.data(), m}, m);
 }
 
@@ -157,6 +122,6 @@ void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
     for (int i = 0; i < n; ++i) {
         if (permutation_[i] != i) v[i] = b[permutation_[i]];
     }
-    solve_unit_lower(lu_, n, v);
+    ml_solve_unit_lower(n, block(lu_), v);
     ml_solve_latest_first(n, upper_triangle(lu_, n), v + n - 1, -1); // U x = y
 }

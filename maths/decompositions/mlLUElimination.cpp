@@ -4,50 +4,55 @@
 #include <cmath>
 #include <utility>
 
+#include "maths/decompositions/mlTriangularSolve.h"
 #include "maths/kernels/mlKernels.h"
-#include "maths/kernels/mlScratch.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/coScratch.h"
+
+// Three levels do the elimination, with the same bits:
+//
+//     few rows        unblocked, row by row in place
+//     more            columns are halved: left half L1, its effect on the right half, right half. The effect is
+//                     the row exchanges, then U12 = L11^-1 A12 and A22 -= L21 U12
+//     few columns     a panel: copied, so that its columns are contiguous, factored by a kernel and copied back
+//
+// A panel exchanges rows of its own columns only; the columns beside it are exchanged when they are next needed.
 
 namespace {
 
-/// Up to this many rows the plain method is the faster one.
-int const few_rows = 20;
+using namespace ml_tuning;
 
-/// A panel's columns are copied together, one after the other: pivots are then sought along contiguous memory.
-int const panel_cols = 16;
-
-/// Up to this many rows the whole matrix is one panel.
-int const one_panel = 32;
-
-/// The elimination of a matrix of n rows and at least n columns, by a recursive split of its columns.
+/// The elimination of the first n columns of a matrix of n rows.
 class Elimination {
 public:
     Elimination(mlMatrix & a, intcoDynArr & permutation, int & swap_count, double pivot_tolerance)
         : a_(a), permutation_(permutation), swap_count_(swap_count), tolerance_(pivot_tolerance), n_(a.rows()),
           cols_(a.cols()) {}
 
-    /// Column by column and row by row.
-    bool eliminate_plainly();
-
-    bool eliminate_in_blocks();
+    /// Both return whether all pivots passed. The unblocked one includes the columns after the first n in every step.
+    [[nodiscard]] bool eliminate_unblocked();
+    [[nodiscard]] bool eliminate_blocked();
 
 private:
-    /// The columns [first, end) of the block: how many were eliminated, and whether the next one's pivot failed.
+    /// How far the elimination of some columns came.
     struct Progress {
-        int end;
-        bool failed;
+        int end;     // the column after the last one eliminated, counted in the whole matrix: an index, not a number
+        bool failed; // the pivot of column `end` is below the tolerance; its row exchange has been made
+
+        /// The column after the last one whose pivot was sought.
+        [[nodiscard]] int searched_end() const { return failed ? end + 1 : end; }
     };
 
-    mlBlock block(int row, int col) const { return {a_.data() + row * cols_ + col, cols_}; }
+    mlBlock block(int row, int col) { return {a_.data() + row * cols_ + col, cols_}; }
+    mlConstBlock const_block(int row, int col) const { return {a_.data() + row * cols_ + col, cols_}; }
 
     void note_exchange(int k, int p);
-    int plain_pivot_row(int k) const;
+    [[nodiscard]] int pivot_row(int k) const;
     void eliminate_below(int k);
-    Progress eliminate_columns(int first, int end);
-    Progress eliminate_panel(int first, int end);
+    [[nodiscard]] Progress eliminate_columns(int first, int end);
+    [[nodiscard]] Progress eliminate_panel(int first, int end);
     void exchange_rows(int first_pivot, int end_pivot, int first_col, int end_col);
     void update(int first, int end, int first_col, int end_col);
-    void solve_unit_lower(int first, int end, int first_col, int width);
-    void subtract_product(int first_row, int end_row, int first, int end, int first_col, int width);
 
     mlMatrix & a_;
     intcoDynArr & permutation_;
@@ -55,20 +60,23 @@ private:
     double const tolerance_;
     int const n_;
     int const cols_;
-    intcoDynArr pivot_rows_; // of the columns reached so far
+    intcoDynArr
+        pivot_rows_; // [k]: the row that changed places with row k, for the columns searched so far; blocked only
 };
 
+/// Rows k and p of the whole matrix change places, or will.
 void Elimination::note_exchange(int k, int p) {
     if (p == k) return;
     std::swap(permutation_[k], permutation_[p]);
     ++swap_count_;
 }
 
-int Elimination::plain_pivot_row(int k) const {
+/// The first row of the largest magnitude in column k, from row k on; a NaN in row k stays, and none replaces.
+int Elimination::pivot_row(int k) const {
     double const * const column = a_.data() + k;
     int best = k;
     double largest = std::fabs(column[k * cols_]);
-    for (int i = k + 1; i < n_; ++i) { // without a branch, which nobody could foretell
+    for (int i = k + 1; i < n_; ++i) { // without a branch, which could not be predicted
         double const magnitude = std::fabs(column[i * cols_]);
         best = magnitude > largest ? i : best;
         largest = magnitude > largest ? magnitude : largest;
@@ -88,9 +96,9 @@ void Elimination::eliminate_below(int k) {
     }
 }
 
-bool Elimination::eliminate_plainly() {
+bool Elimination::eliminate_unblocked() {
     for (int k = 0; k < n_; ++k) {
-        int const p = plain_pivot_row(k);
+        int const p = pivot_row(k);
         if (p != k) {
             note_exchange(k, p);
             double * __restrict const row = a_.data() + k * cols_;
@@ -104,52 +112,52 @@ bool Elimination::eliminate_plainly() {
     return true;
 }
 
-bool Elimination::eliminate_in_blocks() {
+bool Elimination::eliminate_blocked() {
     pivot_rows_.expand(n_);
     Progress const progress = eliminate_columns(0, n_);
-    int const exchanged = progress.end + progress.failed;
-    exchange_rows(0, exchanged, n_, cols_);
+    exchange_rows(0, progress.searched_end(), n_, cols_); // the right-hand sides
     update(0, progress.end, n_, cols_);
     return !progress.failed;
 }
 
-// The left half, its effect on the right one, the right half. A pivot that fails on the left still lets the right half
-// take the updates of the columns before it.
+/// Columns [first, end), which have received the updates of all columns before them, and their row exchanges. When a
+/// pivot of the left half fails, the right half still takes the row exchanges and the updates of the columns before it.
 Elimination::Progress Elimination::eliminate_columns(int first, int end) {
-    if (end - first <= panel_cols || n_ <= one_panel) return eliminate_panel(first, end);
-    int const middle = first + (end - first) / 2 / panel_cols * panel_cols;
-    int const split = middle > first ? middle : first + panel_cols;
-    Progress const left = eliminate_columns(first, split);
-    exchange_rows(first, left.end + left.failed, split, end);
-    update(first, left.end, split, end);
+    if (end - first <= lu_panel_cols || n_ <= lu_one_panel_max_rows) return eliminate_panel(first, end);
+    int const half = (end - first) / 2 / lu_panel_cols * lu_panel_cols;
+    int const middle = first + std::max(half, lu_panel_cols);
+    Progress const left = eliminate_columns(first, middle);
+    exchange_rows(first, left.searched_end(), middle, end);
+    update(first, left.end, middle, end);
     if (left.failed) return left;
-    Progress const right = eliminate_columns(split, end);
-    exchange_rows(split, right.end + right.failed, first, split);
+    Progress const right = eliminate_columns(middle, end);
+    exchange_rows(middle, right.searched_end(), first, middle);
     return right;
 }
 
+/// The same by one panel: rows first .. n - 1 of the columns [first, end), with row exchanges inside it.
 Elimination::Progress Elimination::eliminate_panel(int first, int end) {
     mlKernels const & kernels = ml_kernels();
     int const rows = n_ - first, width = end - first;
-    std::ptrdiff_t const ld = (rows + 7) / 8 * 8 | 8; // whole vectors, and columns apart in the sets of the cache
-    mlScratch<4096> columns(ld * width);
-    mlBlock const panel{columns.data(), ld}, rows_of_a = block(first, first);
-    kernels.copy_transposed(rows, width, {rows_of_a.first, cols_}, panel);
+    std::ptrdiff_t const ld = ml_leading_dimension(rows); // of the columns, which are contiguous here
+    coScratch<lu_panel_scratch> columns(ld * width);
+    mlBlock const panel{columns.data(), ld};
+    kernels.copy_transposed(rows, width, const_block(first, first), panel);
     for (int j = 0; j < width; ++j)
-        std::fill(panel.first + j * ld + rows, panel.first + (j + 1) * ld, 0.0);
+        std::fill(panel.data + j * ld + rows, panel.data + (j + 1) * ld, 0.0);
 
     int * const pivot_rows = pivot_rows_.data() + first;
-    int const done = kernels.factor_panel(rows, width, panel.first, ld, tolerance_, pivot_rows);
-    Progress const progress{first + done, done < width};
-    for (int k = 0; k < done + progress.failed; ++k) {
-        pivot_rows[k] += first;
-        note_exchange(first + k, pivot_rows[k]);
+    int const eliminated = kernels.factor_panel(rows, width, panel.data, ld, tolerance_, pivot_rows);
+    Progress const progress{first + eliminated, eliminated < width};
+    for (int k = first; k < progress.searched_end(); ++k) {
+        pivot_rows_[k] += first; // the panel counts its own rows
+        note_exchange(k, pivot_rows_[k]);
     }
-    kernels.copy_transposed(width, rows, {panel.first, ld}, rows_of_a);
+    kernels.copy_transposed(width, rows, {panel.data, ld}, block(first, first));
     return progress;
 }
 
-/// The exchanges made for pivots [first_pivot, end_pivot), for the columns [first_col, end_col).
+/// The row exchanges of pivots [first_pivot, end_pivot), in this order, for the columns [first_col, end_col).
 void Elimination::exchange_rows(int first_pivot, int end_pivot, int first_col, int end_col) {
     if (first_col >= end_col) return;
     for (int k = first_pivot; k < end_pivot; ++k) {
@@ -159,37 +167,19 @@ void Elimination::exchange_rows(int first_pivot, int end_pivot, int first_col, i
     }
 }
 
-/// The columns [first_col, end_col) take the updates of the eliminated columns [first, end).
+/// The columns [first_col, end_col) receive the updates of the eliminated columns [first, end): the rows [first, end)
+/// of theirs become U, and the rows below subtract the product of the multipliers and that.
 void Elimination::update(int first, int end, int first_col, int end_col) {
     if (first >= end || first_col >= end_col) return;
-    solve_unit_lower(first, end, first_col, end_col - first_col);
-    subtract_product(end, n_, first, end, first_col, end_col - first_col);
+    int const width = end_col - first_col;
+    ml_solve_unit_lower(first, end, width, const_block(0, 0), block(0, first_col));
+    if (end == n_) return; // no row below, of which no pointer may be taken
+    ml_kernels().gemm_subtract(n_ - end, width, end - first, const_block(end, first), const_block(first, first_col),
+                               block(end, first_col));
 }
 
-/// Rows [first, end) take the updates of the rows of theirs that stand above them.
-void Elimination::solve_unit_lower(int first, int end, int first_col, int width) {
-    if (end - first <= panel_cols) {
-        for (int i = first + 1; i < end; ++i)
-            subtract_product(i, i + 1, first, i, first_col, width);
-        return;
-    }
-    int const middle = first + (end - first) / 2;
-    solve_unit_lower(first, middle, first_col, width);
-    subtract_product(middle, end, first, middle, first_col, width);
-    solve_unit_lower(middle, end, first_col, width);
-}
-
-/// Rows [first_row, end_row) take the updates of rows [first, end), in this order.
-void Elimination::subtract_product(int first_row, int end_row, int first, int end, int first_col, int width) {
-    if (first_row >= end_row) return;
-    mlBlock const rows = block(first_row, first_col), multipliers = block(first_row, first),
-                  above = block(first, first_col);
-    ml_kernels().subtract_product(end_row - first_row, width, end - first, {multipliers.first, cols_},
-                                  {above.first, cols_}, rows);
-}
-
-// U x = c for the right-hand sides c that stand behind the n columns of the factors.
-void substitute_extra_columns(mlMatrix & a) {
+// U x = c for the right-hand sides c, the columns after the first n.
+void solve_right_hand_sides(mlMatrix & a) {
     int const n = a.rows();
     for (int c = n; c < a.cols(); ++c) {
         for (int i = n - 1; i >= 0; --i) {
@@ -209,7 +199,8 @@ int ml_lu_decompose(mlMatrix & a, intcoDynArr & permutation, int & swap_count, d
         permutation[i] = i;
     if (a.rows() > a.cols()) return 0;
     Elimination elimination(a, permutation, swap_count, pivot_tolerance);
-    bool const passed = a.rows() <= few_rows ? elimination.eliminate_plainly() : elimination.eliminate_in_blocks();
-    if (passed) substitute_extra_columns(a);
+    bool const passed =
+        a.rows() <= lu_unblocked_max_rows ? elimination.eliminate_unblocked() : elimination.eliminate_blocked();
+    if (passed) solve_right_hand_sides(a);
     return passed;
 }

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "maths/decompositions/mlTransposedSVD.h"
+#include "maths/decompositions/svd/mlTransposedSVD.h"
 
 namespace {
 
@@ -36,12 +36,12 @@ void mlPCA::do_pca(doublecoDynArr2D const & points) {
     mass_centre_.become(utCopy, mean);
 
     double const scale = std::sqrt(count - 1.0); // so that x x^T is the covariance matrix
-    mlFortranMatrix const x(dimension, count);
+    mlFortranMatrix x(dimension, count);
     for (int j = 0; j < dimension; ++j) {
         double * const row = x.row(j + 1);
         for (int i = 0; i < count; ++i)
             row[i] = points(i, j) - sums[j];
-        ml_kernels().divide(mlKernels::padded(count), row, scale);
+        ml_kernels().divide(ml_padded(count), row, scale);
     }
     doublecoDynArr variances;
     ml_transposed_ata_eigen(x, variances, axes_);

@@ -47,7 +47,7 @@ void mlQRDecomposition::decompose_with_Q_orthonormal() {
     qr_status_ = mlQRAdded;
 }
 
-// Appends the current vector to Q, made orthogonal, and answers Q's last row, -1 without any. Whether Gram-Schmidt took
+// Appends the current vector to Q, made orthogonal, and returns Q's last row, -1 without any. Whether Gram-Schmidt took
 // the vector is not looked at: for a dependent one this is the row before.
 int mlQRDecomposition::extend_basis() {
     mlVector v;

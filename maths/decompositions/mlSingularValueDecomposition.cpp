@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "maths/decompositions/mlTransposedSVD.h"
+#include "maths/decompositions/svd/mlTransposedSVD.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ mlSingularValueDecomposition::mlSingularValueDecomposition(mlMatrix const & a, m
     : source_(&a), invalid_flag_(!SVD(a, diagonal_, u_, v_, job_u + 10 * job_v)) {}
 
 int mlSingularValueDecomposition::SVD(mlMatrix const & a, mlVector & s, mlMatrix & u, mlMatrix & v, int job) {
-    mlFortranMatrix const x(a.cols(), a.rows());
+    mlFortranMatrix x(a.cols(), a.rows());
     ml_copy_transpose(a, x);
     return ml_transposed_svd(x, s, u, v, job);
 }

@@ -57,7 +57,7 @@ private:
         std::swap(numbers_[i], numbers_[j]);
     }
 
-    mlScratch<128> room_;
+    coScratch<ml_tuning::eigen_scratch> room_;
     double *squares_, *numbers_;
 };
 

@@ -1,17 +1,56 @@
 #include "maths/decompositions/mlTriangularSolve.h"
 
+#include <algorithm>
+
+#include "maths/kernels/mlTuning.h"
+
 // Each subtraction waits for the one before, and the first of a row for the division that ends the row before. That
 // chain is all the time there is, so nothing else may stand on it: the newest element comes from a register, since a
 // load would have to wait for its store.
-void ml_solve_latest_first(int n, mlTriangle const & l, double * x, std::ptrdiff_t x_step) {
+void ml_solve_latest_first(int n, mlTriangle const & l, double * x, std::ptrdiff_t x_stride) {
     double newest = 0.0;
     for (std::ptrdiff_t t = 0; t < n; ++t) {
-        double const * const factors = l.first + t * l.row_step;
-        double rest = x[t * x_step];
-        if (t > 0) rest -= factors[(t - 1) * l.step] * newest;
+        double const * const row = l.data + t * l.row_stride;
+        double rest = x[t * x_stride];
+        if (t > 0) rest -= row[(t - 1) * l.col_stride] * newest;
         for (std::ptrdiff_t s = t - 2; s >= 0; --s)
-            rest -= factors[s * l.step] * x[s * x_step];
-        newest = rest / l.diagonal[t * l.diagonal_step];
-        x[t * x_step] = newest;
+            rest -= row[s * l.col_stride] * x[s * x_stride];
+        newest = rest / l.diagonal[t * l.diagonal_stride];
+        x[t * x_stride] = newest;
     }
+}
+
+// A block of rows takes the terms from above it by the kernel, which has many rows in flight, and the rest plainly,
+// where a term waits for the one before.
+void ml_solve_unit_lower(int n, mlConstBlock l, double * y) {
+    int const step = n < ml_tuning::unit_lower_blocked_min_rows ? n : ml_tuning::unit_lower_block_rows;
+    for (int first = 0; first < n; first += step) {
+        int const end = std::min(first + step, n);
+        if (first > 0) ml_kernels().gemv_subtract(end - first, first, {l.data + first * l.ld, l.ld}, y, y + first);
+        for (int i = first + 1; i < end; ++i) {
+            double const * const row = l.data + i * l.ld;
+            double rest = y[i];
+            for (int k = first; k < i; ++k)
+                rest -= y[k] * row[k];
+            y[i] = rest;
+        }
+    }
+}
+
+// The upper half of the rows, its effect on the lower half in one product, the lower half.
+void ml_solve_unit_lower(int begin, int end, int cols, mlConstBlock l, mlBlock y) {
+    auto const subtract_from = [&](int first_row, int end_row, int known_end) { // rows [begin, known_end) are solved
+        ml_kernels().gemm_subtract(end_row - first_row, cols, known_end - begin,
+                                   {l.data + first_row * l.ld + begin, l.ld}, {y.data + begin * y.ld, y.ld},
+                                   {y.data + first_row * y.ld, y.ld});
+    };
+    if (end - begin <= ml_tuning::unit_lower_leaf_rows) {
+        for (int i = begin + 1; i < end; ++i)
+            subtract_from(i, i + 1, i);
+        return;
+    }
+    int const middle = begin + (end - begin) / 2;
+    ml_solve_unit_lower(begin, middle, cols, l, y);
+    subtract_from(middle, end, middle);
+    ml_solve_unit_lower(middle, end, cols, l, y);
 }

@@ -5,7 +5,8 @@
 #include <cstddef>
 
 #include "maths/kernels/mlKernels.h"
-#include "maths/kernels/mlScratch.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/coScratch.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ public:
 
     void copy_to(double * a);
 
-    /// Rotates every pair of columns that is not orthogonal; answers how many rotations that took.
+    /// Rotates every pair of columns that is not orthogonal; returns how many rotations that took.
     int sweep();
 
 private:
@@ -40,12 +41,12 @@ private:
     int rotations_ = 0; ///< of the sweep, as far as it is not known that a pair needs none
     double e2_;
     std::ptrdiff_t ld_;
-    mlScratch<> columns_;
+    coScratch<ml_tuning::jacobi_scratch> columns_;
 };
 
 OneSidedJacobi::OneSidedJacobi(double const * a, double * s2, int rows, int cols)
     : kernels_(ml_kernels()), s2_(s2), rows_(rows), cols_(cols), rank_(cols), e2_(rows * 10.0 * eps * eps),
-      ld_(mlKernels::padded(rows + cols)), columns_(cols * ld_) {
+      ld_(ml_padded(rows + cols)), columns_(cols * ld_) {
     kernels_.copy_transposed(rows, cols, {a, cols}, {columns_.data(), ld_});
     for (int j = 0; j < cols; ++j) {
         std::fill(column(j) + rows, column(j) + ld_, 0.0);

@@ -4,7 +4,8 @@
 #include <cmath>
 
 #include "maths/functions/mlStepHalving.h"
-#include "maths/kernels/mlScratch.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/coScratch.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ double mlIntegrateRomberg::integrate(mlFunction const & f, double a, double b) c
     converged = 1;
     mlStepHalving steps(f, a, b);
     double trapezoid = steps.mean_of_ends() * steps.step();
-    mlScratch<32> work(std::max(max_levels_, 0) + std::size_t{1});
+    coScratch<ml_tuning::romberg_scratch> work(std::max(max_levels_, 0) + std::size_t{1});
     double * const r = work.data();
     r[0] = trapezoid;
     double estimate = 0.0;

@@ -2,113 +2,125 @@
 
 #include <cstddef>
 
+#include "maths/kernels/mlLanes.h"
 #include "maths/maths_api.h"
 
 // The inner loops of the dense operations, once per instruction set. For use inside the library.
 //
 // Every element of a result has one order of operations, which is told here and is the same for all sets: a lane of a
-// vector register is an element, never a piece of one sum. Matrices are row-major, `ld` being the distance between
-// rows.
+// vector register is an element, never a piece of one sum. Matrices are row-major; their leading dimension `ld` is the
+// distance between rows. Numbers of rows and columns may be 0 and are never negative. What is written is apart from
+// what is read unless it is said to be the same. Checked builds stop at lengths and leading dimensions that break what
+// is asked for here.
 
-/// A matrix, or a block of one: element (r, c) is first[r * ld + c].
+/// A matrix, or a block of one: element (i, j) is data[i * ld + j].
 struct mlBlock {
-    double * first;
+    double * data;
     std::ptrdiff_t ld;
 };
 struct mlConstBlock {
-    double const * first;
+    double const * data;
     std::ptrdiff_t ld;
 };
 
-/// A lower triangle whose row t takes the rows before it: its factors are first[t * row_step + s * step], s < t, its
-/// divisor is diagonal[t * diagonal_step]. Steps may be negative, so that an upper triangle is solved from its end.
+/// A lower triangle L: element (t, s), s < t, is data[t * row_stride + s * col_stride], and element (t, t) is
+/// diagonal[t * diagonal_stride]. Strides may be negative, so that an upper triangle is one from its last row on.
 struct mlTriangle {
-    double const * first;
-    std::ptrdiff_t row_step;
-    std::ptrdiff_t step;
-    double const * diagonal; ///< null for rows that are not divided
-    std::ptrdiff_t diagonal_step;
+    double const * data;
+    std::ptrdiff_t row_stride;
+    std::ptrdiff_t col_stride;
+    double const * diagonal; ///< null for a unit diagonal
+    std::ptrdiff_t diagonal_stride;
 };
 
-/// The change of a matrix by the product of a column and a row. Elements of the row that don't count as non-zero, being
-/// below the smallest normalised number in magnitude or NaN, leave their columns alone. None when `column` is null.
-struct mlRankOne {
+/// A rank-one update A += u v^T, u the column and v the row. A(i, j) becomes A(i, j) + u_i v_j; columns whose v_j is
+/// below DBL_MIN (2.2e-308, the smallest normalised number) in magnitude, or NaN, are left unchanged.
+/// A null `column` stands for no update, whatever the row.
+struct mlRankOneUpdate {
     double const * column;
     double const * row;
 };
 
-/// A rotation by the angle whose cosine and sine these are: (x, y) becomes (c x + s y, c y - s x).
+/// The plane rotation (x, y) -> (c x + s y, c y - s x), c and s being the cosine and the sine of its angle.
 struct mlRotation {
     double c;
     double s;
 };
 
-/// `count` rotations of columns: of columns first and second, then of second and its neighbour, of that and its own,
-/// and so on.
-struct mlRotationRun {
-    /// The rows of the matrix come in strips of so many: a strip holds its elements of the first column, then those of
-    /// the second and so on.
-    static constexpr int strip_rows = 16;
-
+/// `count` rotations of pairs of columns: of (first, second), (second, second + 1), (second + 1, second + 2), ...
+/// Columns count from 0. A second column that is `first` again is not allowed.
+struct mlRotationChain {
     int first;
     int second;
     int count;
 };
 
 struct mlKernels {
-    /// The widest vector register holds one element more.
-    static constexpr int padding_cols = 7;
+    /// The rows of a strip of `rotate_strips`.
+    static constexpr int strip_rows = 2 * ml_max_lanes;
 
-    /// n, made a multiple of what the widest vector register holds.
-    static constexpr int padded(int n) { return (n + padding_cols) / (padding_cols + 1) * (padding_cols + 1); }
+    /// c = a b: c is rows x cols, a rows x inner, b inner x cols. c(i, j) is the sum of a(i, k) b(k, j) from 0.0 in
+    /// increasing k.
+    void (*gemm)(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c);
 
-    /// c = a b, rows x cols, each element a sum from 0.0 in increasing k < depth.
-    void (*multiply)(int rows, int cols, int depth, mlConstBlock a, mlConstBlock b, mlBlock c);
+    /// c -= a b, shapes as above: the products a(i, k) b(k, j) are subtracted from c(i, j) one by one in increasing k.
+    void (*gemm_subtract)(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c);
 
-    /// c -= a b: each element has its products subtracted one by one, in increasing k < depth.
-    void (*subtract_product)(int rows, int cols, int depth, mlConstBlock a, mlConstBlock b, mlBlock c);
+    /// y = a x for a rows x cols matrix a: y_i is the sum of a(i, k) x_k from 0.0 in increasing k. x and y are
+    /// contiguous.
+    void (*gemv)(int rows, int cols, mlConstBlock a, double const * x, double * y);
 
-    /// y = a x, each element a sum from 0.0 in increasing k < depth. x and y are contiguous and apart.
-    void (*multiply_vector)(int rows, int depth, mlConstBlock a, double const * x, double * y);
+    /// y -= a x: the products a(i, k) x_k are subtracted from y_i one by one in increasing k.
+    void (*gemv_subtract)(int rows, int cols, mlConstBlock a, double const * x, double * y);
 
-    /// y -= a x: each element has its products subtracted one by one, in increasing k < depth.
-    void (*subtract_product_vector)(int rows, int depth, mlConstBlock a, double const * x, double * y);
+    /// Solves rows [begin, end) of L X = B, X in B's place and rows before `begin` solved already: for t = begin ..
+    /// end - 1, x_t -= L(t, s) x_s for s from t - 1 down to 0, the latest row first, then x_t /= L(t, t).
+    /// x_t is row t of x, of `width` elements; width is a multiple of ml_max_lanes. x.ld may be negative.
+    void (*solve_latest_first)(int begin, int end, int width, mlTriangle l, mlBlock x);
 
-    /// Rows t of [first, end) of x, whose width is a multiple of 8: x_t -= factor(t, s) x_s for s from t - 1 down to 0,
-    /// then x_t /= divisor(t).
-    void (*solve_latest_first)(int first, int end, int width, mlTriangle l, mlBlock x);
+    /// LU factors with partial pivoting of a rows x cols panel, cols <= rows, in place. It is stored by columns: column
+    /// j is at panel + j * ld, and in each column the rows from `rows` up to the next multiple of ml_max_lanes, which
+    /// ld leaves room for, hold zeros before and numbers without meaning after.
+    ///
+    /// Column k = 0, 1, ...: the pivot is the first element of the largest magnitude in rows k .. rows - 1, except that
+    /// a NaN in row k is taken and one below it never is; its row's number goes to pivot_rows[k]. Rows k and
+    /// pivot_rows[k] of the whole panel change places. Then m_i = a(i, k) / a(k, k) takes the place of a(i, k) for
+    /// i > k, and a(i, j) -= m_i a(k, j) for i > k, j > k; every element takes its updates in increasing k.
+    ///
+    /// Returns how many columns were eliminated. That is less than `cols` when the next pivot is below the tolerance in
+    /// magnitude (a NaN is not): that column's rows are exchanged, its pivot_rows entry is written, it is not divided,
+    /// and it and all columns after it have received the updates of those before it, and no others.
+    int (*factor_panel)(int rows, int cols, double * panel, std::ptrdiff_t ld, double tolerance, int * pivot_rows);
 
-    /// Eliminates the columns of a panel, `width` <= `rows`, with exchanges of rows within it. Column j is at
-    /// panel + j * ld and goes on with zeros to a multiple of 8 rows. Row pivot_rows[k] became row k: of those from k
-    /// on, the first with the largest magnitude in column k, where nothing exceeds a NaN in row k and no other NaN
-    /// exceeds anything. Answers how many columns were eliminated: all, or those before the first whose pivot is below
-    /// the tolerance, whose updates all columns have taken.
-    int (*factor_panel)(int rows, int width, double * panel, std::ptrdiff_t ld, double tolerance, int * pivot_rows);
-
-    /// x /= divisor, for n elements, a multiple of 8.
+    /// x_i /= divisor for n elements, n a multiple of ml_max_lanes.
     void (*divide)(int n, double * x, double divisor);
 
-    /// b(c, r) = a(r, c). They are apart.
+    /// b = a^T for a rows x cols matrix a.
     void (*copy_transposed)(int rows, int cols, mlConstBlock a, mlBlock b);
 
-    /// Makes the change, then sums[j] += weights[i] x(i, j) in increasing i, for `cols` columns. Behind the last
-    /// column, x, the change's row and the sums have room for another padding_cols that are read and written.
-    void (*sum_columns)(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums);
+    /// The rank-one update of a rows x cols matrix. In this and the next two operations up to ml_max_lanes - 1 columns
+    /// past the last one are read and written too: rows of a, the update's row and, where it runs along the columns, z
+    /// have room for them, and nothing comes of what they hold.
+    void (*rank_one_update)(int rows, int cols, mlBlock a, mlRankOneUpdate update);
 
-    /// Makes the change, then sums[i] = sum of x(i, j) weights[j] from 0.0 in increasing j, without those j whose
-    /// weight doesn't count. Padding as above.
-    void (*sum_rows)(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums);
+    /// The rank-one update of the rows x cols matrix a, then z += a^T w: z_j takes the terms w_i a(i, j) one by one in
+    /// increasing i. w has `rows` elements, z `cols`.
+    void (*update_gemv_transposed)(int rows, int cols, mlBlock a, mlRankOneUpdate update, double const * w, double * z);
 
-    /// The change alone. Padding as above.
-    void (*add_rank_one)(int rows, int cols, mlBlock x, mlRankOne change);
+    /// The rank-one update of the rows x cols matrix a, then z = a w: z_i is the sum of a(i, j) w_j from 0.0 in
+    /// increasing j, without the terms whose w_j is below DBL_MIN in magnitude or NaN. w has `cols` elements, z `rows`,
+    /// and neither has padding.
+    void (*update_gemv)(int rows, int cols, mlBlock a, mlRankOneUpdate update, double const * w, double * z);
 
-    /// Rotates each pair of elements of x and y. n is a multiple of the widest vector register's number of elements.
+    /// Rotates (x_i, y_i) for n elements, n a multiple of ml_max_lanes.
     void (*rotate)(int n, double * x, double * y, mlRotation const & rotation);
 
-    /// Rotates the columns of x, which has `cols` of them in strips, run by run; the rotations are those of all runs.
-    void (*rotate_strips)(int strips, int cols, double * x, int run_count, mlRotationRun const * runs,
+    /// Rotates columns of a matrix of `cols` columns whose rows are stored in strips of strip_rows: a strip holds its
+    /// rows of column 0, then those of column 1 and so on, and `strips` strips follow each other. The chains are
+    /// applied in order, each from its first rotation on; `rotations` holds those of all chains one after the other.
+    void (*rotate_strips)(int strips, int cols, double * x, int chain_count, mlRotationChain const * chains,
                           mlRotation const * rotations);
 };
 
-/// The loops for the instruction set in use. Exported for the tests.
+/// The kernels for the instruction set in use. Exported for the tests.
 MATHS_API mlKernels const & ml_kernels();

@@ -5,21 +5,20 @@
 #include <string.h>
 
 #include "maths/kernels/mlKernels.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/utCheck.h"
 
 namespace ml_baseline {
 extern mlKernels const kernels;
 }
 
-// Four doubles at once, sixteen registers.
+// Four doubles in a register, sixteen registers.
 namespace ml_avx2 {
 
 namespace {
 
-constexpr int lanes = 4;
-constexpr int tile_rows = 4;
-constexpr int tile_vecs = 2;
-constexpr int strip_vecs = 8;
-constexpr int row_groups_in_flight = 2;
+constexpr mlKernelShape shape = ml_tuning::avx2;
+constexpr int lanes = shape.lanes;
 
 typedef __m256d Lanes;
 
@@ -62,17 +61,17 @@ inline int first_equal_lane(Lanes x, Lanes y) {
 
 } // namespace
 
-#include "maths/kernels/mlKernelSource.h"
+#include "maths/kernels/mlKernelSource.inl"
 
-#include "maths/kernels/mlMatrixVectorKernel.h"
-#include "maths/kernels/mlPanelKernel.h"
-#include "maths/kernels/mlProductKernel.h"
-#include "maths/kernels/mlReflectionKernel.h"
-#include "maths/kernels/mlRotationKernel.h"
-#include "maths/kernels/mlRowSumKernel.h"
-#include "maths/kernels/mlTransposeKernel.h"
-#include "maths/kernels/mlTriangularKernel.h"
+#include "maths/kernels/mlMatrixVectorKernel.inl"
+#include "maths/kernels/mlPanelKernel.inl"
+#include "maths/kernels/mlProductKernel.inl"
+#include "maths/kernels/mlRankOneKernel.inl"
+#include "maths/kernels/mlRotationKernel.inl"
+#include "maths/kernels/mlTransposeKernel.inl"
+#include "maths/kernels/mlTriangularKernel.inl"
+#include "maths/kernels/mlUpdateGemvKernel.inl"
 
-#include "maths/kernels/mlKernelTable.h"
+#include "maths/kernels/mlKernelTable.inl"
 
 } // namespace ml_avx2

@@ -5,6 +5,8 @@
 #include <string.h>
 
 #include "maths/kernels/mlKernels.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/utCheck.h"
 
 namespace ml_baseline {
 extern mlKernels const kernels;
@@ -13,15 +15,13 @@ namespace ml_avx2 {
 extern mlKernels const kernels;
 }
 
-// Eight doubles at once, thirty-two registers.
+// Eight doubles in a register, thirty-two registers.
 namespace ml_avx512 {
 
 namespace {
 
-constexpr int lanes = 8;
-constexpr int tile_rows = 4; // a row costs a broadcast, which is dear where a register is filled by halves
-constexpr int tile_vecs = 6;
-constexpr int strip_vecs = 8;
+constexpr mlKernelShape shape = ml_tuning::avx512;
+constexpr int lanes = shape.lanes;
 
 typedef __m512d Lanes;
 
@@ -54,38 +54,38 @@ inline void transpose(Lanes (&square)[lanes]) {
 
 } // namespace
 
-#include "maths/kernels/mlKernelSource.h"
+#include "maths/kernels/mlKernelSource.inl"
 
-#include "maths/kernels/mlProductKernel.h"
-#include "maths/kernels/mlReflectionKernel.h"
-#include "maths/kernels/mlRotationKernel.h"
-#include "maths/kernels/mlTransposeKernel.h"
-#include "maths/kernels/mlTriangularKernel.h"
+#include "maths/kernels/mlProductKernel.inl"
+#include "maths/kernels/mlRankOneKernel.inl"
+#include "maths/kernels/mlRotationKernel.inl"
+#include "maths/kernels/mlTransposeKernel.inl"
+#include "maths/kernels/mlTriangularKernel.inl"
 
 namespace {
 
 // Squares of eight are dearer to transpose than two of four: measured 1.1 to 1.8 times as slow at every order from 3.
-void multiply_vector(int rows, int depth, mlConstBlock a, double const * x, double * y) {
-    ml_avx2::kernels.multiply_vector(rows, depth, a, x, y);
+void gemv(int rows, int cols, mlConstBlock a, double const * x, double * y) {
+    ml_avx2::kernels.gemv(rows, cols, a, x, y);
 }
 
-void subtract_product_vector(int rows, int depth, mlConstBlock a, double const * x, double * y) {
-    ml_avx2::kernels.subtract_product_vector(rows, depth, a, x, y);
+void gemv_subtract(int rows, int cols, mlConstBlock a, double const * x, double * y) {
+    ml_avx2::kernels.gemv_subtract(rows, cols, a, x, y);
+}
+
+void update_gemv(int rows, int cols, mlBlock a, mlRankOneUpdate update, double const * w, double * z) {
+    ml_avx2::kernels.update_gemv(rows, cols, a, update, w, z);
 }
 
 // The chain of search, exchange and division is no shorter in wider registers: measured 1.1 to 1.3 times as slow.
-int factor_panel(int rows, int width, double * panel, ptrdiff_t ld, double tolerance, int * pivot_rows) {
-    return ml_avx2::kernels.factor_panel(rows, width, panel, ld, tolerance, pivot_rows);
+int factor_panel(int rows, int cols, double * panel, ptrdiff_t ld, double tolerance, int * pivot_rows) {
+    return ml_avx2::kernels.factor_panel(rows, cols, panel, ld, tolerance, pivot_rows);
 }
 
 void divide(int n, double * x, double divisor) { ml_avx2::kernels.divide(n, x, divisor); }
 
-void sum_rows(int rows, int cols, mlBlock x, mlRankOne change, double const * weights, double * sums) {
-    ml_avx2::kernels.sum_rows(rows, cols, x, change, weights, sums);
-}
-
 } // namespace
 
-#include "maths/kernels/mlKernelTable.h"
+#include "maths/kernels/mlKernelTable.inl"
 
 } // namespace ml_avx512

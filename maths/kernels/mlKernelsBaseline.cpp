@@ -4,19 +4,18 @@
 #include <string.h>
 
 #include "maths/kernels/mlKernels.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/utCheck.h"
 
-// Two doubles at once, sixteen registers: every x86-64, and other machines by the compiler's own means.
+// Two doubles in a register, sixteen registers: every x86-64, and other machines by the compiler's own means.
 namespace ml_baseline {
 
 extern mlKernels const kernels;
 
 namespace {
 
-constexpr int lanes = 2;
-constexpr int tile_rows = 4;
-constexpr int tile_vecs = 2;
-constexpr int strip_vecs = 8;
-constexpr int row_groups_in_flight = 4;
+constexpr mlKernelShape shape = ml_tuning::baseline;
+constexpr int lanes = shape.lanes;
 
 typedef double Lanes __attribute__((vector_size(16)));
 
@@ -36,17 +35,17 @@ inline int first_equal_lane(Lanes x, Lanes y) { return x[0] == y[0] ? 0 : x[1] =
 
 } // namespace
 
-#include "maths/kernels/mlKernelSource.h"
+#include "maths/kernels/mlKernelSource.inl"
 
-#include "maths/kernels/mlMatrixVectorKernel.h"
-#include "maths/kernels/mlPanelKernel.h"
-#include "maths/kernels/mlProductKernel.h"
-#include "maths/kernels/mlReflectionKernel.h"
-#include "maths/kernels/mlRotationKernel.h"
-#include "maths/kernels/mlRowSumKernel.h"
-#include "maths/kernels/mlTransposeKernel.h"
-#include "maths/kernels/mlTriangularKernel.h"
+#include "maths/kernels/mlMatrixVectorKernel.inl"
+#include "maths/kernels/mlPanelKernel.inl"
+#include "maths/kernels/mlProductKernel.inl"
+#include "maths/kernels/mlRankOneKernel.inl"
+#include "maths/kernels/mlRotationKernel.inl"
+#include "maths/kernels/mlTransposeKernel.inl"
+#include "maths/kernels/mlTriangularKernel.inl"
+#include "maths/kernels/mlUpdateGemvKernel.inl"
 
-#include "maths/kernels/mlKernelTable.h"
+#include "maths/kernels/mlKernelTable.inl"
 
 } // namespace ml_baseline

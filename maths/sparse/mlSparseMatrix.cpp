@@ -69,7 +69,7 @@ mlSparseMatrix & mlSparseMatrix::become(enum mlMatrixProduct, mlSparseMatrix con
     mlSparseRowSum sum;
     for (int i = 0; i < rows(); ++i) {
         for (mlSparseElement const & x : row(a, i))
-            sum.add_multiple(x.value, row(b, x.index).begin(), row(b, x.index).end());
+            sum.add_multiple(x.value, {row(b, x.index).begin(), row(b, x.index).end()});
         sum.move_to(row(i));
     }
     return *this;

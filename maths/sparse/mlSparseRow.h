@@ -19,7 +19,7 @@ public:
     mlSparseRow(enum utCopy, mlSparseRow const & other);
     mlSparseRow & become(enum utCopy, mlSparseRow const & other);
 
-    /// Adds an element behind the others, whatever its value.
+    /// Adds an element after the others, whatever its value.
     void append_element(int index, double value) {
         check_order(last_column_index(), index);
         if (size() == reserved_) reserve_for(reserved_ + 1);

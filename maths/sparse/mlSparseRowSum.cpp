@@ -2,64 +2,77 @@
 
 #include <algorithm>
 
+#include "maths/kernels/mlTuning.h"
+
 namespace {
 
-int const enough_terms = 16384; // to be added up before more come: they stay in a near cache, and memory is bounded
-
 int column_of(std::int64_t key) { return static_cast<int>(key >> 32); }
+int place_of(std::int64_t key) { return static_cast<int>(key & 0xffffffff); }
 
-// Merges two runs, first .. middle - 1 and middle .. last - 1. The result grows from both ends: each step waits for the
-// comparison before it, and two chains of them take little longer than one. No key occurs twice.
-template <class Key> void merge(Key const * first, Key const * middle, Key const * last, Key * to) {
-    Key const *a = first, *b = middle;        // the smallest left in each run
-    Key const *a_end = middle, *b_end = last; // behind the largest left
-    Key * back = to + (last - first);
-    for (auto n = std::min(middle - first, last - middle); n > 0; --n) { // neither run can be used up before
-        Key const x = *a, y = *b;
+// Merges two increasing runs, [first, middle) and [middle, last), without equal elements, to `to`, which lies apart.
+//
+// The result grows from both ends: each step waits for the comparison before it, and two chains of them take little
+// longer than one. There are as many steps as the shorter run has elements, and each puts the smallest left to the
+// front and the largest left to the back.
+//
+// A run can be used up before the last step, some of it from either end. Its two pointers have met then, and what they
+// look at was taken from the other end: at the front an element larger than all that is left, at the back one smaller
+// than all that is left, so that the run loses every further comparison. No pointer passes its run's end: it moves at
+// most once a step, and the run has at least as many elements as there are steps.
+void merge(std::int64_t const * first, std::int64_t const * middle, std::int64_t const * last, std::int64_t * to) {
+    std::int64_t const *a = first, *b = middle;        // the smallest left in each run
+    std::int64_t const *a_end = middle, *b_end = last; // past the largest left
+    std::int64_t * back = to + (last - first);
+    for (auto n = std::min(middle - first, last - middle); n > 0; --n) {
+        std::int64_t const x = *a, y = *b;
         bool const smaller = x < y;
         *to++ = smaller ? x : y;
         a += smaller;
         b += !smaller;
-        Key const x_back = a_end[-1], y_back = b_end[-1];
+        std::int64_t const x_back = a_end[-1], y_back = b_end[-1];
         bool const larger = x_back > y_back;
         *--back = larger ? x_back : y_back;
         a_end -= larger;
         b_end -= !larger;
     }
-    std::merge(a, a_end, b, b_end, to);
+    std::merge(a, a_end, b, b_end, to); // what is left of both, in the middle of the result
 }
 
 } // namespace
 
-void mlSparseRowSum::add_multiple(double s, mlSparseElement const * first, mlSparseElement const * last) {
-    if (size_ > enough_terms && size_ > 2 * sums_.size()) { // so that what was added up before is only a part of it
-        collapse();
-        append(1.0, sums_.begin(), sums_.end());
+void mlSparseRowSum::add_multiple(double s, std::span<mlSparseElement const> elements) {
+    // The second condition: sums that were added up before come in again, and are at most half of what is pending.
+    if (size_ > ml_tuning::sparse_pending_max_terms && size_ > 2 * sums_.size()) {
+        add_up();
+        append(1.0, {sums_.data(), static_cast<std::size_t>(sums_.size())}); // as the first terms of their columns
     }
-    append(s, first, last);
+    append(s, elements);
 }
 
 void mlSparseRowSum::move_to(mlSparseRow & row) {
-    collapse();
-    row.append_elements(sums_.begin(), sums_.size());
+    add_up();
+    row.append_elements(sums_.data(), sums_.size());
     sums_.clear(0);
 }
 
-void mlSparseRowSum::append(double s, mlSparseElement const * first, mlSparseElement const * last) {
-    int const size = coSize(size_ + static_cast<long long>(last - first));
+// Makes terms of the elements. A run begins where a column is not larger than the one before, which can be the last one
+// of an earlier call. (Of the arrays here `expand` never makes one shorter, and an assignment at size() appends.)
+void mlSparseRowSum::append(double s, std::span<mlSparseElement const> elements) {
+    int const size = coSize(size_ + static_cast<long long>(elements.size()));
     keys_.expand(size);
     terms_.expand(size);
     Key * const keys = keys_.data();
     double * const terms = terms_.data();
-    for (int i = size_; i < size; ++i, ++first) {
-        keys[i] = static_cast<Key>(first->index) << 32 | i;
-        terms[i] = s * first->value;
-        if (i > 0 && first->index <= column_of(keys[i - 1])) run_ends_[run_ends_.size()] = i;
+    mlSparseElement const * element = elements.data();
+    for (int i = size_; i < size; ++i, ++element) {
+        keys[i] = static_cast<Key>(element->index) << 32 | i;
+        terms[i] = s * element->value;
+        if (i > 0 && element->index <= column_of(keys[i - 1])) run_ends_[run_ends_.size()] = i;
     }
     size_ = size;
 }
 
-// Makes one run of all, in rounds of neighbours.
+// Makes one run of all, in rounds in which each two neighbours become one; of an odd number the last is copied.
 void mlSparseRowSum::merge_runs() {
     run_ends_[run_ends_.size()] = size_;
     merged_.expand(size_);
@@ -77,18 +90,19 @@ void mlSparseRowSum::merge_runs() {
     run_ends_.clear(0);
 }
 
-// Adds the terms up: the sums are left in `sums_`, the terms are gone.
-void mlSparseRowSum::collapse() {
+// Adds up what is pending: `sums_`, which is replaced, holds the sums in increasing column order; nothing is pending.
+void mlSparseRowSum::add_up() {
     merge_runs();
     sums_.expand(size_);
+    mlSparseElement * const sums = sums_.data();
     int count = 0;
     for (int i = 0; i < size_; ++i) {
         Key const key = keys_.data()[i];
-        double const term = terms_.data()[key & 0xffffffff];
-        if (count > 0 && column_of(key) == sums_.data()[count - 1].index)
-            sums_.data()[count - 1].value += term;
+        double const term = terms_.data()[place_of(key)];
+        if (count > 0 && column_of(key) == sums[count - 1].index)
+            sums[count - 1].value += term;
         else
-            sums_.data()[count++] = mlSparseElement(column_of(key), term);
+            sums[count++] = mlSparseElement(column_of(key), term);
     }
     sums_.shrink(count, 0);
     size_ = 0;

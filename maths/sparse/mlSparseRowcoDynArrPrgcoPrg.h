@@ -24,7 +24,7 @@ public:
 
     ~mlSparseRowcoDynArrPrgcoPrg() { delete row_; }
 
-    /// Frees the row but keeps the stale pointer: overwrite the handle at once, or the row is freed twice.
+    /// Frees the row but keeps the stale pointer: overwrite the handle immediately, or the row is freed twice.
     void delete_ptr() { delete row_; }
 
     mlSparseRow * ptr() const { return row_; }

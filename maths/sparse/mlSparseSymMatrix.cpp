@@ -49,9 +49,9 @@ mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixPremultiplyTranspose,
             mlSparseElement const * first = terms.end();
             while (first != terms.begin() && first[-1].index >= i) {
                 --first;
-                if (!ordered) sum.add_multiple(x.value, first, first + 1); // the later of two in one column comes first
+                if (!ordered) sum.add_multiple(x.value, {first, 1}); // the later of two in one column comes first
             }
-            if (ordered) sum.add_multiple(x.value, first, terms.end());
+            if (ordered) sum.add_multiple(x.value, {first, terms.end()});
         }
         sum.move_to(row(i));
     }

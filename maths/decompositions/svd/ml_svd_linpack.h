@@ -1,6 +1,6 @@
 #pragma once
 
-#include "maths/decompositions/mlFortranMatrix.h"
+#include "maths/decompositions/svd/mlFortranMatrix.h"
 
 /// Decomposes the n x p matrix x into u diag(s) v^T. For use inside the library.
 ///
@@ -12,5 +12,5 @@
 /// then as the last step left them.
 /// Bad input: NaN and infinite elements end too, in numbers without meaning.
 /// Source: Dongarra, Moler, Bunch & Stewart, LINPACK Users' Guide (1979), chapter 11.
-void ml_svd_linpack(mlFortranMatrix const & x, mlFortranVector const & s, mlFortranVector const & e,
-                    mlFortranMatrix const & u, mlFortranMatrix const & v, int job, int & info);
+void ml_svd_linpack(mlFortranMatrix & x, mlFortranVector & s, mlFortranVector & e, mlFortranMatrix & u,
+                    mlFortranMatrix & v, int job, int & info);

@@ -1,23 +1,24 @@
-#include "maths/decompositions/ml_svd_linpack.h"
+#include "maths/decompositions/svd/ml_svd_linpack.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "maths/decompositions/mlBidiagonalisation.h"
-#include "maths/decompositions/mlLevel1.h"
-#include "maths/decompositions/mlRotatedBasis.h"
+#include "maths/decompositions/svd/mlBidiagonalisation.h"
+#include "maths/decompositions/svd/mlLevel1.h"
+#include "maths/decompositions/svd/mlRotatedBasis.h"
 
 namespace {
 
-int const step_limit = 100;
+int const step_limit = 100; // QR steps without finding a value
 
-/// How far s(m)^2 lies above the eigenvalue nearest to it of the last 2 x 2 block of B^T B, B the bidiagonal matrix
-/// with these last diagonal elements, and super-diagonal element between them.
-double shift(double sm1, double em1, double sm) {
+/// Wilkinson's shift: s_m^2 - mu, mu the eigenvalue of the trailing 2 x 2 block of B^T B nearest to s_m^2, where B is
+/// the bidiagonal matrix that ends with the diagonal elements s_{m-1} and s_m and the super-diagonal element e_{m-1}
+/// between them. 0.0 when neither what mu depends on is non-zero.
+[[nodiscard]] double shift(double sm1, double em1, double sm) {
     double const b = ((sm1 + sm) * (sm1 - sm) + em1 * em1) / 2.0;
     double const c = (sm * em1) * (sm * em1);
-    if (!ml_counts(b) && !ml_counts(c)) return 0.0;
+    if (!ml_is_nonzero(b) && !ml_is_nonzero(c)) return 0.0;
     double const root = std::sqrt(b * b + c);
     return c / (b + (b < 0.0 ? -root : root));
 }
@@ -26,10 +27,10 @@ double shift(double sm1, double em1, double sm) {
 /// are taken one by one.
 class QRIteration {
 public:
-    QRIteration(mlSVDWork const & w, int order) : w_(w), u_(w.u), v_(w.v), order_(order), m_(order) {}
+    QRIteration(mlSVDWork & w, int order) : w_(w), u_(w.u), v_(w.v), order_(order), m_(order) {}
 
-    /// Answers the number of values not found.
-    int run();
+    /// Returns the number of values not found.
+    [[nodiscard]] int run();
 
     void finish_bases();
 
@@ -41,9 +42,9 @@ private:
     void chase_from_value();
     void step();
     void make_positive();
-    void sink();
+    void insert_sorted();
 
-    mlSVDWork const & w_;
+    mlSVDWork & w_;
     mlRotatedBasis u_;
     mlRotatedBasis v_;
     int const order_; // of the whole matrix
@@ -63,7 +64,7 @@ int QRIteration::run() {
             break;
         case Case::found:
             make_positive();
-            sink();
+            insert_sorted();
             steps_ = 0;
             --m_;
             break;
@@ -79,8 +80,8 @@ void QRIteration::finish_bases() {
 
 /// Sets what is negligible to zero, finds the block at work and says what it needs.
 QRIteration::Case QRIteration::inspect() {
-    mlFortranVector const & s = w_.s;
-    mlFortranVector const & e = w_.e;
+    mlFortranVector & s = w_.s;
+    mlFortranVector & e = w_.e;
     int l = m_ - 1;
     for (; l > 0; --l) {
         double const neighbours = std::fabs(s(l)) + std::fabs(s(l + 1));
@@ -107,7 +108,7 @@ QRIteration::Case QRIteration::inspect() {
 
 /// s(m) = 0: rotates e(m - 1) away, up column m.
 void QRIteration::chase_from_last_value() {
-    mlFortranVector const & e = w_.e;
+    mlFortranVector & e = w_.e;
     double f = e(m_ - 1);
     e(m_ - 1) = 0.0;
     for (int k = m_ - 1; k >= l_; --k) {
@@ -122,7 +123,7 @@ void QRIteration::chase_from_last_value() {
 
 /// s(l - 1) = 0: rotates e(l - 1) away, along row l - 1.
 void QRIteration::chase_from_value() {
-    mlFortranVector const & e = w_.e;
+    mlFortranVector & e = w_.e;
     double f = e(l_ - 1);
     e(l_ - 1) = 0.0;
     for (int k = l_; k <= m_; ++k) {
@@ -135,8 +136,8 @@ void QRIteration::chase_from_value() {
 }
 
 void QRIteration::step() {
-    mlFortranVector const & s = w_.s;
-    mlFortranVector const & e = w_.e;
+    mlFortranVector & s = w_.s;
+    mlFortranVector & e = w_.e;
     double const scale =
         std::max({std::fabs(s(m_)), std::fabs(s(m_ - 1)), std::fabs(e(m_ - 1)), std::fabs(s(l_)), std::fabs(e(l_))});
     double const sm = s(m_) / scale, sm1 = s(m_ - 1) / scale, em1 = e(m_ - 1) / scale;
@@ -146,16 +147,16 @@ void QRIteration::step() {
     for (int k = l_; k < m_; ++k) {
         mlRotation const right = ml_drotg(f, g);
         if (k != l_) e(k - 1) = f;
-        f = right.c * s(k) + right.s * e(k);
-        e(k) = right.c * e(k) - right.s * s(k);
+        f = s(k);
+        ml_rotate(f, e(k), right);
         g = right.s * s(k + 1);
         s(k + 1) = right.c * s(k + 1);
         if (w_.want_v) v_.rotate(k, k + 1, right);
 
         mlRotation const left = ml_drotg(f, g);
         s(k) = f;
-        f = left.c * e(k) + left.s * s(k + 1);
-        s(k + 1) = -left.s * e(k) + left.c * s(k + 1);
+        f = e(k);
+        ml_rotate(f, s(k + 1), left);
         g = left.s * e(k + 1);
         e(k + 1) = left.c * e(k + 1);
 
@@ -170,8 +171,8 @@ void QRIteration::make_positive() {
     if (w_.want_v) v_.negate(l_);
 }
 
-/// Lets the value found sink to its place among those found before.
-void QRIteration::sink() {
+/// Moves the value found down to its place among those found before, with its columns of the bases.
+void QRIteration::insert_sorted() {
     for (int l = l_; l != order_ && !(w_.s(l) >= w_.s(l + 1)); ++l) {
         std::swap(w_.s(l), w_.s(l + 1));
         if (w_.want_v && l < w_.p()) v_.exchange(l, l + 1);
@@ -181,11 +182,11 @@ void QRIteration::sink() {
 
 } // namespace
 
-void ml_svd_linpack(mlFortranMatrix const & x, mlFortranVector const & s, mlFortranVector const & e,
-                    mlFortranMatrix const & u, mlFortranMatrix const & v, int job, int & info) {
+void ml_svd_linpack(mlFortranMatrix & x, mlFortranVector & s, mlFortranVector & e, mlFortranMatrix & u,
+                    mlFortranMatrix & v, int job, int & info) {
     int const u_job = job % 100 / 10;
     int const n = x.rows(), p = x.cols();
-    mlSVDWork const w{x, s, e, u, v, u_job != 0, job % 10 != 0, u_job > 1 ? std::min(n, p) : n};
+    mlSVDWork w{x, s, e, u, v, u_job != 0, job % 10 != 0, u_job > 1 ? std::min(n, p) : n};
     int const order = ml_bidiagonalise(w);
     ml_generate_bases(w);
     QRIteration iteration(w, order);

@@ -1,0 +1,72 @@
+#include "maths/decompositions/svd/mlRotatedBasis.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "maths/kernels/mlTuning.h"
+
+namespace {
+
+bool immediate(int rows) { return rows <= ml_tuning::rotations_immediate_max_rows; }
+
+} // namespace
+
+mlRotatedBasis::mlRotatedBasis(mlFortranMatrix const & basis)
+    : kernels_(ml_kernels()), rows_(basis.rows()), cols_(basis.cols()),
+      strip_rows_(immediate(rows_) ? ml_padded(rows_) : mlKernels::strip_rows), // one strip, or many
+      strips_(strip_rows_ > 0 ? (rows_ + strip_rows_ - 1) / strip_rows_ : 0),
+      capacity_(immediate(rows_) ? 0 : ml_tuning::rotations_queue_length),
+      elements_(coTableSize(strips_ * strip_rows_, cols_)), chains_(capacity_), rotations_(capacity_), sources_(cols_) {
+    for (int first = 1; first <= rows_; first += strip_rows_) {
+        int const count = std::min(strip_rows_, rows_ - first + 1);
+        kernels_.copy_transposed(count, cols_, basis.block(first, 1), {address(first, 1), strip_rows_});
+        for (int j = 1; j <= cols_; ++j)
+            std::fill_n(address(first, j) + count, strip_rows_ - count, 0.0);
+    }
+    for (int j = 1; j <= cols_; ++j)
+        sources_.get()[j - 1] = j;
+}
+
+// A chain is (first, second, count), its columns counted from 0: its rotations are of (first, second), (second,
+// second + 1), (second + 1, second + 2), ... So one of the second column of the rotation before and its neighbour on
+// the right makes that chain longer; any other begins a new one.
+void mlRotatedBasis::rotate(int j, int k, mlRotation const & rotation) {
+    MATHS_CHECK(rows_ > 0 && j >= 1 && j <= cols_ && k >= 1 && k <= cols_ && j != k,
+                "rotated basis: columns %d and %d of %d x %d", j, k, rows_, cols_);
+    if (capacity_ == 0) return kernels_.rotate(strip_rows_, address(1, j), address(1, k), rotation);
+    if (queued_rotations_ == capacity_) flush();
+    mlRotationChain * const chains = chains_.get();
+    int const last = queued_chains_ - 1;
+    if (last >= 0 && j - 1 == chains[last].second + chains[last].count - 1 && k == j + 1)
+        ++chains[last].count;
+    else
+        chains[queued_chains_++] = {j - 1, k - 1, 1};
+    rotations_.get()[queued_rotations_++] = rotation;
+}
+
+void mlRotatedBasis::exchange(int j, int k) { std::swap(sources_.get()[j - 1], sources_.get()[k - 1]); }
+
+void mlRotatedBasis::negate(int j) { sources_.get()[j - 1] *= -1; }
+
+void mlRotatedBasis::finish(mlFortranMatrix & basis) {
+    flush();
+    for (int i = 1; i <= rows_; ++i) {
+        for (int j = 1; j <= cols_; ++j) {
+            int const source = sources_.get()[j - 1];
+            basis(i, j) = source > 0 ? *address(i, source) : *address(i, -source) * -1.0;
+        }
+    }
+}
+
+/// Applies the queued rotations and empties the queue.
+void mlRotatedBasis::flush() {
+    kernels_.rotate_strips(strips_, cols_, elements_.get(), queued_chains_, chains_.get(), rotations_.get());
+    queued_rotations_ = queued_chains_ = 0;
+}
+
+/// Of element (i, j) of the copy, before exchanges; a basis without columns does not have it.
+double * mlRotatedBasis::address(int i, int j) {
+    int const strip = (i - 1) / strip_rows_, row = (i - 1) % strip_rows_;
+    return elements_.get() + (static_cast<std::ptrdiff_t>(strip) * cols_ + j - 1) * strip_rows_ + row;
+}

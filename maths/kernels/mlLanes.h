@@ -1,0 +1,19 @@
+#pragma once
+
+// Lanes, padding and leading dimensions, of the kernels and of those who call them. For use inside the library.
+//
+// A lane is one double of a vector register. Kernels that work on whole registers ask for lengths that are a multiple
+// of every instruction set's lanes, or read and write up to ml_max_lanes - 1 columns past a row's end; mlKernels.h says
+// which ask for what, and checked builds hold their callers to it.
+
+/// The lanes of the widest register of all instruction sets. As many doubles fill a cache line.
+constexpr int ml_max_lanes = 8;
+
+/// n rounded up, and down, to a multiple of ml_max_lanes. n >= 0.
+constexpr int ml_padded(int n) { return (n + ml_max_lanes - 1) / ml_max_lanes * ml_max_lanes; }
+constexpr int ml_padded_down(int n) { return n / ml_max_lanes * ml_max_lanes; }
+
+/// The distance between lines of n elements (rows or columns, whichever are contiguous) in a copy made for the kernels:
+/// n padded, and an odd number of cache lines. An even number would put many lines into few sets of the cache, a power
+/// of two all into one, where they push each other out.
+constexpr int ml_leading_dimension(int n) { return ml_padded(n) | ml_max_lanes; }

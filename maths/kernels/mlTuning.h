@@ -1,0 +1,142 @@
+#pragma once
+
+// The constants that decide how an operation is done, never what it returns: whatever their values, every element keeps
+// its order of operations. Those of the kernels, of the decompositions that use them and of sparse row sums stand here,
+// each with where it is used and what is known of it, so that a test can take sizes on both sides of every one.
+// For use inside the library.
+//
+// A comment says by "<= this" or "< this" up to where the first of two methods goes. Sizes count doubles, rows or
+// columns. Where it says that something is faster, that was measured, and where it gives no figure, none was kept.
+// Figures are times of the second method as multiples of the first one's, medians of 41 rounds in which they took
+// turns, on a busy AMD EPYC with AVX-512 (32 KiB of first-level and 1 MiB of second-level cache); SSE2 was not
+// measured.
+
+/// What the kernels of an instruction set keep in registers.
+struct mlKernelShape {
+    int lanes;       ///< doubles in a register
+    int tile_rows;   ///< rows of c in a tile of gemm, and rows that a rank-one update treats together
+    int tile_vecs;   ///< registers across a tile of gemm
+    int solve_vecs;  ///< registers across a strip of `solve_latest_first`
+    int gemv_groups; ///< groups of `lanes` rows that the matrix-vector kernels have in flight
+};
+
+namespace ml_tuning {
+
+// ---- maths/kernels/, by instruction set ----
+
+/// SSE2 on x86-64, 16 registers. mlKernelsBaseline.cpp.
+constexpr mlKernelShape baseline{2, 4, 2, 8, 4};
+
+/// 16 registers. mlKernelsAvx2.cpp.
+constexpr mlKernelShape avx2{4, 4, 2, 8, 2};
+
+/// 32 registers. mlKernelsAvx512.cpp. Not more rows in a tile: a row costs a broadcast, which is dear where a register
+/// is filled by halves. No gemv_groups: the AVX2 kernels do that work.
+constexpr mlKernelShape avx512{8, 4, 6, 8, 0};
+
+// ---- gemm and gemm_subtract: mlProductKernel.inl ----
+
+/// Rows and columns of c <= this, both: gemm by the baseline's registers, which so small matrices fill best.
+constexpr int gemm_baseline_max = 4;
+
+/// Elements of b <= this (64 KiB), or rows of c <= a tile's: b is read in place. More: it is copied. Reading in place
+/// took 0.95 to 0.99 of the time of copying at orders 96 and 128, 1.00 to 1.04 at 256, 1.04 to 1.07 at 512, 1.10 at
+/// 768.
+constexpr int gemm_unpacked_max_elements = 8192;
+
+/// Inner dimension of a block of the copying method; c rests in memory between one and the next. 256 in place of 128
+/// took 0.97 to 1.05 of the time at orders up to 256 and 0.94 to 0.97 above, but needs twice the stack for b.
+constexpr int gemm_kc = 128;
+
+/// Rows of a block of a: mc x kc doubles are 256 KiB, which stay in the second-level cache while all of b passes.
+constexpr int gemm_mc = 256;
+
+/// Columns of b that are copied together: kc x nc doubles are 48 KiB. A multiple of every set's tile.
+constexpr int gemm_nc = 48;
+
+// ---- solve_latest_first: mlTriangularKernel.inl ----
+
+/// Rows t > this prefetch the next row of the triangle, since triangles of more rows don't stay in the near caches.
+constexpr int solve_prefetch_after_row = 256;
+
+// ---- factor_panel: mlPanelKernel.inl ----
+
+/// Eliminated columns whose updates the columns after them receive together, in one pass.
+constexpr int panel_group_cols = 4;
+
+// ---- products with a vector: maths/core/mlMatrixProducts.cpp ----
+
+/// Rows and columns <= this, both: plain loops. Measured: from 8 on the kernels, which transpose in registers, are
+/// faster.
+constexpr int gemv_plain_max = 7;
+
+// ---- strips of columns: mlColumnStrips.h, for many right-hand sides of LU and Cholesky and for the Cholesky factor --
+
+/// Rows <= this: strips of `strip_wide_cols`; more rows: of `strip_narrow_cols`. Narrower strips lose time to the
+/// latency of the subtractions, wider ones to that of the second-level cache. The Cholesky factor by strips of 16,
+/// beside strips of 32: 1.12 at order 100, 1.16 at 200, 1.04 at 224, 1.03 at 256, 0.80 at 300, 0.75 at 400. Both are
+/// multiples of ml_max_lanes.
+constexpr int strip_wide_max_rows = 224;
+constexpr int strip_wide_cols = 32;
+constexpr int strip_narrow_cols = 16;
+
+// ---- LU: mlLUElimination.cpp, mlTriangularSolve.cpp ----
+
+/// Rows <= this: eliminated row by row in place; more: in panels, 1.57 at order 8, 1.10 at 16, 0.97 at 20, 0.71 at 24,
+/// 0.45 at 32.
+constexpr int lu_unblocked_max_rows = 20;
+
+/// Rows <= this: the whole matrix is one panel.
+constexpr int lu_one_panel_max_rows = 32;
+
+/// Columns <= this are factored as one panel; more are halved, at a multiple of it. Panels of 32 took 0.99 to 1.04 of
+/// the time of those of 16 at orders from 40 to 500.
+constexpr int lu_panel_cols = 16;
+
+/// Rows of L <= this are solved one after the other, for many right-hand sides; more are halved.
+constexpr int unit_lower_leaf_rows = 16;
+
+/// Rows of L < this are solved plainly for one right-hand side; from here on in blocks of `unit_lower_block_rows`,
+/// each of which takes what is above it by gemv_subtract: 0.92 at order 20, 0.76 to 0.87 at 32, 0.72 at 48, 0.48 at
+/// 100.
+constexpr int unit_lower_blocked_min_rows = 48;
+constexpr int unit_lower_block_rows = 16;
+
+// ---- Cholesky: mlCholeskyDecomposition.cpp ----
+
+/// Rows < this: factored element by element; from here on in blocks of a strip's width: 1.65 at order 12, 1.25 at 16,
+/// 0.90 at 20, 0.69 at 24, 0.51 at 32.
+constexpr int cholesky_blocked_min_rows = 16;
+
+// ---- rotations of one-sided and two-sided Jacobi methods: mlJacobiRotations.cpp, ml_svd.cpp ----
+
+/// Columns <= this: rows of a symmetric matrix are rotated by a plain loop; more: by the kernel. Measured.
+constexpr int jacobi_plain_max_cols = 12;
+
+// ---- singular values: maths/decompositions/svd/mlRotatedBasis.cpp ----
+
+/// Rows <= this: rotations are applied immediately, while the processor waits for the square roots and divisions of
+/// the next one. More rows: they are queued and applied strip by strip.
+constexpr int rotations_immediate_max_rows = 200;
+
+/// Rotations that are queued at most: enough that fetching a strip is little beside rotating it, while they (16 bytes
+/// each) still fit the cache beside it.
+constexpr int rotations_queue_length = 2000;
+
+// ---- sums of sparse rows: maths/sparse/mlSparseRowSum.cpp ----
+
+/// Terms <= this are kept without being added up. More are added up before others come, so that they stay in a near
+/// cache (a term takes 24 bytes while they are merged) and memory is bounded.
+constexpr int sparse_pending_max_terms = 16384;
+
+// ---- scratch: counts of doubles <= these lie on the stack, more come from the library's storage ----
+
+constexpr int strip_scratch = 8192;      ///< mlColumnStrips.h, mlCholeskyDecomposition.cpp
+constexpr int lu_panel_scratch = 4096;   ///< mlLUElimination.cpp
+constexpr int reflection_scratch = 1024; ///< maths/decompositions/svd/mlBidiagonalisation.cpp
+constexpr int jacobi_scratch = 1024;     ///< maths/decompositions/mlJacobiRotations.h, ml_svd.cpp
+constexpr int eigen_scratch = 128;       ///< maths/decompositions/mlSymEigenVecs.cpp
+constexpr int gemv_scratch = 1024;       ///< maths/core/mlMatrixProducts.cpp: a slice's elements, gathered
+constexpr int romberg_scratch = 32;      ///< maths/functions/mlIntegrateRomberg.cpp: one an extrapolation level, and 1
+
+} // namespace ml_tuning
