@@ -252,7 +252,8 @@ void digest_programmes() {
                 digest(minimiser.multiplier(k));
                 digest(minimiser.is_active(k));
             }
-            minimiser.add_lower_bound(operands.below(n), operands.below(3) - 1.0);
+            int const bounded = operands.below(n); // by itself: arguments are evaluated in the compiler's order
+            minimiser.add_lower_bound(bounded, operands.below(3) - 1.0);
         }
     }
 }
@@ -313,7 +314,8 @@ void digest_windows() {
     ExactDigest digest("minima of functions of two variables, call by call");
     Operands operands(37);
     for (int i = 0; i < 300; ++i) {
-        BentValley const f(operands.number(), 2.0 * operands.number(), i % 2 * operands.number(), digest);
+        double const a = operands.number(), b = 2.0 * operands.number(), c = i % 2 * operands.number();
+        BentValley const f(a, b, c, digest);
         mlSquaredLengthFunc2 square(&f);
         square.highest_derivative_order = i % 3;
         double const u = 2.0 * operands.number(), v = 2.0 * operands.number();
