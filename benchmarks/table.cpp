@@ -96,7 +96,7 @@ void print(Result const & result) {
     if (share_of(result) > 0.0) std::snprintf(share, sizeof share, "%.2f", share_of(result));
     std::printf("%-21s %7d  %-11s %-7s %12.1f %12.1f %7.2f %6s  %-3s  %s\n", result.operation.c_str(), result.size,
                 result.peer.c_str(), name_of(result.set), result.own_nanoseconds, result.peer_nanoseconds, result.ratio,
-                text, verdict(result));
+                text, verdict(result), share);
     std::fflush(stdout);
 }
 
