@@ -7,6 +7,7 @@
 #include <gsl/gsl_blas.h>
 #include <gsl/gsl_linalg.h>
 
+#include "benchmarks/fused_eigen.h"
 #include "benchmarks/peers.h"
 #include "benchmarks/race.h"
 #include "maths/maths.h"
@@ -46,9 +47,10 @@ auto product(Race & race) {
     Operands const of(n);
     mlMatrix c;
     EigenMatrix eigen_c(n, n);
-    Values blas_c(n * n);
+    Values blas_c(n * n), fused_c(n * n);
     race.add_for_each_set(c, [&] { multiply(of.a, of.b, c); });
     race.add("eigen", eigen_c, [&] { eigen_c.noalias() = of.eigen_a * of.eigen_b; });
+    race.add("eigen-fused", fused_c, [&] { fused_eigen::multiply(n, of.a.data(), of.b.data(), fused_c.data()); });
     if (n >= 16 && n <= 512)
         race.add("openblas", blas_c, [&] { // by columns it is the product of the transposes, swapped
             double const one = 1.0, zero = 0.0;
@@ -101,6 +103,7 @@ auto lu_factor(Race & race) {
 
     race.add_for_each_set(own, [&] { mlLUDecomposition const lu(of.a); });
     race.add("eigen", eigen, [&] { Eigen::PartialPivLU<EigenMatrix> const lu(of.eigen_a); });
+    race.add("eigen-fused", eigen, [&] { fused_eigen::factor_lu(n, of.a.data()); });
     race.add("openblas", blas, blas_factor);
     return race.run();
 }
@@ -152,7 +155,7 @@ bool const entered = enter("product", {3, 4, 5, 6, 8, 16, 32, 64, 128, 256, 512,
                      enter("scalar_product", {3, 10, 100, 1000, 100000}, scalar_product) &&
                      enter("lu_factor", {10, 20, 50, 100, 200, 500, 1000}, lu_factor) &&
                      enter("lu_solve", {10, 50, 100, 300, 1000}, lu_solve) &&
-                     enter("lu_inverse", {50, 100, 200, 500}, lu_inverse) &&
+                     enter("lu_inverse", {3, 4, 50, 100, 200, 500}, lu_inverse) &&
                      enter("lu_solve_many", {50, 100, 200, 500}, lu_solve_many);
 
 } // namespace

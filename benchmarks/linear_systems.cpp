@@ -4,6 +4,7 @@
 #include <Eigen/Dense>
 #include <gsl/gsl_linalg.h>
 
+#include "benchmarks/fused_eigen.h"
 #include "benchmarks/peers.h"
 #include "benchmarks/race.h"
 #include "maths/maths.h"
@@ -43,6 +44,7 @@ auto cholesky_factor(Race & race) {
     gsl_linalg_cholesky_svx(of.gsl_l.get(), &x.vector);
     race.add_for_each_set(own, [&] { mlCholeskyDecomposition const cholesky(of.a); });
     race.add("eigen", eigen, [&] { Eigen::LLT<EigenMatrix> const llt(of.eigen_a); });
+    race.add("eigen-fused", eigen, [&] { fused_eigen::factor_cholesky(race.size(), of.a.data()); });
     race.add("gsl", gsl, [&] {
         GslMatrix const l = gsl_copy(of.eigen_a);
         gsl_linalg_cholesky_decomp1(l.get());
@@ -123,10 +125,10 @@ auto tridiagonal(Race & race, bool periodic) {
 }
 
 bool const entered =
-    enter("cholesky_factor", {10, 50, 100, 200, 500, 1000}, cholesky_factor) &&
-    enter("cholesky_solve", {3, 10, 50, 100, 300, 1000}, cholesky_solve) &&
+    enter("cholesky_factor", {3, 10, 20, 50, 100, 200, 500, 1000}, cholesky_factor) &&
+    enter("cholesky_solve", {3, 10, 20, 50, 100, 300, 1000}, cholesky_solve) &&
     enter("cholesky_inverse", {50, 200}, cholesky_inverse) &&
-    enter("tridiagonal", {100, 1000, 100000}, [](Race & race) { return tridiagonal(race, false); }) &&
+    enter("tridiagonal", {10, 100, 1000, 100000}, [](Race & race) { return tridiagonal(race, false); }) &&
     enter("periodic_tridiagonal", {100, 1000, 100000}, [](Race & race) { return tridiagonal(race, true); });
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <gsl/gsl_eigen.h>
 #include <gsl/gsl_linalg.h>
 
+#include "benchmarks/fused_eigen.h"
 #include "benchmarks/peers.h"
 #include "benchmarks/race.h"
 #include "maths/maths.h"
@@ -76,6 +77,7 @@ auto svd_of_shape(Race & race, int m, int n) {
     Eigen::Map<Eigen::MatrixXd>(columns.data(), m, n) = eigen_a;
     mlVector own;
     EigenVector eigen;
+    Values fused(n);
     LapackSVD lapack(m, n);
     GslSVD gsl(m, n);
     race.add("maths", own, [&] { own.become(utCopy, mlSingularValueDecomposition(a).diagonal()); });
@@ -84,6 +86,8 @@ auto svd_of_shape(Race & race, int m, int n) {
         race.add("eigen", eigen, [&] {
             eigen = Eigen::BDCSVD<EigenMatrix>(eigen_a, Eigen::ComputeFullU | Eigen::ComputeFullV).singularValues();
         });
+    if (n <= 300)
+        race.add("eigen-fused", fused, [&] { fused_eigen::singular_values(m, n, values.data(), fused.data()); });
     if (n >= 100) race.add("gsl", gsl.s, [&] { gsl.run(values); });
     return race.run();
 }
@@ -91,9 +95,32 @@ auto svd_of_shape(Race & race, int m, int n) {
 auto svd(Race & race) { return svd_of_shape(race, race.size(), race.size()); }
 auto svd_tall(Race & race) { return svd_of_shape(race, 2 * race.size(), race.size()); }
 
-// --- Symmetric eigenvalues: the size is the order
-
 template <class Vector> void sort(Vector & values) { std::sort(values.data(), values.data() + values.size()); }
+
+auto jacobi_svd_of_shape(Race & race, int m, int n) {
+    Values const values = uniform_values(m * n);
+    Values a((m + n) * n), squares(n), own(n);
+    GslSVD gsl(m, n);
+    race.add("maths", own, [&] {
+        std::copy(values.begin(), values.end(), a.begin());
+        ml_svd(a.data(), squares.data(), m, n);
+        for (int j = 0; j < n; ++j)
+            own[j] = std::sqrt(squares[j]);
+        sort(own);
+    });
+    race.add("gsl", gsl.s, [&] {
+        std::copy(values.begin(), values.end(), gsl.a->data);
+        gsl_vector_view found = gsl_vector_view_array(gsl.s.data(), gsl.s.size());
+        gsl_linalg_SV_decomp_jacobi(gsl.a.get(), gsl.v.get(), &found.vector);
+        sort(gsl.s);
+    });
+    return race.run();
+}
+
+auto jacobi_svd(Race & race) { return jacobi_svd_of_shape(race, race.size(), race.size()); }
+auto jacobi_svd_tall(Race & race) { return jacobi_svd_of_shape(race, 2 * race.size(), race.size()); }
+
+// --- Symmetric eigenvalues: the size is the order
 
 auto symmetric_eigen(Race & race) {
     int const n = race.size();
@@ -102,7 +129,7 @@ auto symmetric_eigen(Race & race) {
     mlMatrix const own_a(utConvert, a.data(), n, n);
     mlVector own;
     EigenVector eigen;
-    Values lapack(n), work(64 * n), gsl(n);
+    Values lapack(n), work(64 * n), gsl(n), fused(n);
     GslMatrix const vectors(gsl_matrix_alloc(n, n), gsl_matrix_free);
     std::unique_ptr<gsl_eigen_symmv_workspace, void (*)(gsl_eigen_symmv_workspace *)> const gsl_work(
         gsl_eigen_symmv_alloc(n), gsl_eigen_symmv_free);
@@ -120,6 +147,7 @@ auto symmetric_eigen(Race & race) {
         dsyev_("V", "U", &n, copy.data(), &n, lapack.data(), work.data(), &lwork, &info);
     });
     race.add("eigen", eigen, [&] { eigen = Eigen::SelfAdjointEigenSolver<EigenMatrix>(a).eigenvalues(); });
+    race.add("eigen-fused", fused, [&] { fused_eigen::eigenvalues(n, a.data(), fused.data()); });
     race.add("gsl", gsl, [&] {
         GslMatrix const copy = gsl_copy(a);
         gsl_vector_view found = gsl_vector_view_array(gsl.data(), n);
@@ -159,9 +187,11 @@ auto principal_components(Race & race, int d) {
     return race.run();
 }
 
-bool const entered = enter("svd", {20, 50, 100, 200, 300, 500}, svd) && enter("svd_tall", {20, 100}, svd_tall) &&
-                     enter("symmetric_eigen", {4, 16, 48}, symmetric_eigen) &&
-                     enter("pca_3", {1000, 10000, 100000}, [](Race & race) { return principal_components(race, 3); }) &&
-                     enter("pca_8", {1000, 10000, 100000}, [](Race & race) { return principal_components(race, 8); });
+bool const entered =
+    enter("svd", {3, 20, 50, 100, 200, 300, 500}, svd) && enter("svd_tall", {20, 100}, svd_tall) &&
+    enter("jacobi_svd", {3, 10, 50, 200}, jacobi_svd) && enter("jacobi_svd_tall", {200}, jacobi_svd_tall) &&
+    enter("symmetric_eigen", {2, 3, 4, 10, 20, 50, 100}, symmetric_eigen) &&
+    enter("pca_3", {10, 1000, 10000, 100000}, [](Race & race) { return principal_components(race, 3); }) &&
+    enter("pca_8", {1000, 10000, 100000}, [](Race & race) { return principal_components(race, 8); });
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <gsl/gsl_version.h>
 
 #include "benchmarks/goals.h"
+#include "benchmarks/reference.h"
 #include "maths/version.h"
 
 extern "C" char * openblas_get_config();
@@ -30,6 +31,33 @@ double goal_of(Result const & result) {
         double const by_set[] = {goal.baseline, goal.avx2, goal.widest};
         return by_set[result.set] > 0.0 || result.set < ml_instruction_set() ? by_set[result.set] : goal.widest;
     }
+    return 0.0;
+}
+
+/// Additions and multiplications, where their count is known; else 0.
+double operations_of(Result const & result) {
+    struct Count {
+        char const * operation;
+        double factor; // of n^3
+    };
+    for (Count const count : {Count{"product", 2.0}, Count{"lu_factor", 2.0 / 3.0}, Count{"cholesky_factor", 1.0 / 3.0},
+                              Count{"lu_inverse", 2.0}, Count{"lu_solve_many", 2.0}})
+        if (result.operation == count.operation) return count.factor * result.size * result.size * result.size;
+    return 0.0;
+}
+
+/// The bytes that it can't do without, where these are its limit; else 0.
+double bytes_of(Result const & result) {
+    bool const beyond_caches = result.operation == "matrix_vector" && result.size >= 2000;
+    return beyond_caches ? 8.0 * result.size * result.size : 0.0;
+}
+
+/// What the library reaches of the machine's limit: of the unfused peak, or of the memory's bandwidth; 0 when neither
+/// tells.
+double share_of(Result const & result) {
+    double const seconds = 1e-9 * result.own_nanoseconds;
+    if (bytes_of(result) > 0.0) return bytes_of(result) / seconds / stream_bandwidth();
+    if (operations_of(result) > 0.0) return operations_of(result) / seconds / unfused_peak(result.set);
     return 0.0;
 }
 
@@ -63,19 +91,20 @@ char const compiler[] = "GCC " __VERSION__;
 void print(Result const & result) {
     if (!wanted(result)) return;
     double const goal = goal_of(result);
-    char text[16] = "";
+    char text[16] = "", share[16] = "";
     if (goal > 0.0) std::snprintf(text, sizeof text, "%.2f", goal);
-    std::printf("%-21s %7d  %-9s %-7s %12.1f %12.1f %7.2f %6s  %s\n", result.operation.c_str(), result.size,
+    if (share_of(result) > 0.0) std::snprintf(share, sizeof share, "%.2f", share_of(result));
+    std::printf("%-21s %7d  %-11s %-7s %12.1f %12.1f %7.2f %6s  %-3s  %s\n", result.operation.c_str(), result.size,
                 result.peer.c_str(), name_of(result.set), result.own_nanoseconds, result.peer_nanoseconds, result.ratio,
-                text, verdict(result));
+                text, verdict(result), share);
     std::fflush(stdout);
 }
 
 } // namespace
 
 bool TableReporter::ReportContext(Context const &) {
-    std::printf("%-21s %7s  %-9s %-7s %12s %12s %7s %6s  %s\n", "operation", "size", "peer", "set", "maths [ns]",
-                "peer [ns]", "ratio", "goal", "met");
+    std::printf("%-21s %7s  %-11s %-7s %12s %12s %7s %6s  %-3s  %s\n", "operation", "size", "peer", "set", "maths [ns]",
+                "peer [ns]", "ratio", "goal", "met", "share");
     return true;
 }
 
@@ -104,13 +133,17 @@ void write(std::FILE * file, std::vector<Result> const & results) {
     std::fprintf(file, "# Eigen %d.%d.%d, GSL %s, %s, Boost %d.%d, Ceres %s\n", EIGEN_WORLD_VERSION,
                  EIGEN_MAJOR_VERSION, EIGEN_MINOR_VERSION, GSL_VERSION, openblas_get_config(), BOOST_VERSION / 100000,
                  BOOST_VERSION / 100 % 1000, CERES_VERSION_STRING);
-    std::fprintf(file, "operation,size,peer,set,maths_ns,peer_ns,ratio,goal,met\n");
+    std::fprintf(file, "# instruction sets %s; unfused peak [GFlop/s]", instruction_sets().c_str());
+    for (auto const set : {mlInstructionSetBaseline, mlInstructionSetAvx2, mlInstructionSetAvx512})
+        if (unfused_peak(set) > 0.0) std::fprintf(file, " %s %.1f", name_of(set), 1e-9 * unfused_peak(set));
+    std::fprintf(file, "; memory %.1f GB/s\n", 1e-9 * stream_bandwidth());
+    std::fprintf(file, "operation,size,peer,set,maths_ns,peer_ns,ratio,goal,met,share\n");
     for (Result const & result : results) {
         if (!wanted(result)) continue;
         char text[16] = "";
         if (goal_of(result) > 0.0) std::snprintf(text, sizeof text, "%.2f", goal_of(result));
-        std::fprintf(file, "%s,%d,%s,%s,%.4g,%.4g,%.3f,%s,%s\n", result.operation.c_str(), result.size,
+        std::fprintf(file, "%s,%d,%s,%s,%.4g,%.4g,%.3f,%s,%s,%.3f\n", result.operation.c_str(), result.size,
                      result.peer.c_str(), name_of(result.set), result.own_nanoseconds, result.peer_nanoseconds,
-                     result.ratio, text, verdict(result));
+                     result.ratio, text, verdict(result), share_of(result));
     }
 }

@@ -6,6 +6,7 @@
 
 #include "maths/decompositions/mlSymEigenVecs.h"
 #include "maths/decompositions/ml_svd.h"
+#include "maths/kernels/mlInstructionSet.h"
 #include "platform/doublecoQuickSortIndex.h"
 #include "tests/support/matrices.h"
 #include "tests/support/values.h"
@@ -196,6 +197,7 @@ int sweep_in_order(Values & a, Values & s2, int rows, int cols, int rank) {
 }
 
 TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
+    enum mlInstructionSet const widest = ml_instruction_set();
     for (auto const & [rows, cols] : {std::pair(5, 1), {3, 2}, {9, 5}, {4, 9}, {20, 10}, {40, 23}}) {
         for (int const negligible : {0, 1, cols / 2}) {
             mlRandom random(rows);
@@ -212,11 +214,18 @@ TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
                 while (rank >= 3 && squares[rank - 1] <= squares[0] * tol + tol * tol)
                     --rank;
             }
-            ml_svd(found.data(), found_squares.data(), rows, cols);
-            EXPECT_EQ(first_difference(expected, found), -1) << rows << " x " << cols;
-            EXPECT_EQ(first_difference(squares, found_squares), -1) << rows << " x " << cols;
+            Values const a = found;
+            for (int set = widest; set >= 0; --set) {
+                SCOPED_TRACE(testing::Message() << rows << " x " << cols << ", set " << set);
+                ASSERT_TRUE(ml_use_instruction_set(mlInstructionSet(set)));
+                found = a;
+                ml_svd(found.data(), found_squares.data(), rows, cols);
+                EXPECT_EQ(first_difference(expected, found), -1);
+                EXPECT_EQ(first_difference(squares, found_squares), -1);
+            }
         }
     }
+    ml_use_instruction_set(widest);
 }
 
 } // namespace

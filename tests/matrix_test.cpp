@@ -113,13 +113,13 @@ TEST(Matrix, MultipliesASliceOfNeighboursWhereItIs) {
 }
 
 TEST(Matrix, ProductsAccumulateEachElementInIncreasingOrder) {
-    for (int rows : {3, 50}) {
+    for (auto const & [rows, inner] : {std::pair(3, 3), {3, 5}, {50, 5}}) { // order 3 has a way of its own
         mlMatrix a, b, c;
         mlVector y(mlVectorZero, 2 * rows);
-        make_matrix(a, Kind::graded_cols, rows, 5, rows);
-        fill_random(b, 5, rows, 1);
-        a(0, 0) = b(4, 0) = 0.0;
-        a(rows - 1, 4) = b(0, rows - 1) = infinity; // meet the zeros: no term is skipped
+        make_matrix(a, Kind::graded_cols, rows, inner, rows);
+        fill_random(b, inner, rows, 1);
+        a(0, 0) = b(inner - 1, 0) = 0.0;
+        a(rows - 1, inner - 1) = b(0, rows - 1) = infinity; // meet the zeros: no term is skipped
         multiply(a, b, c);
         for (int j = 0; j < rows; ++j) {
             multiply(a, b.col(j), y);
@@ -129,6 +129,9 @@ TEST(Matrix, ProductsAccumulateEachElementInIncreasingOrder) {
         multiply(a, b, b); // in place
         EXPECT_TRUE(y.size() == rows && b.rows() == rows && b.cols() == rows && equal(c, b, 0.0));
     }
+    mlMatrix c;
+    multiply(Matrix(3, 3, {-0.0, -0.0, -0.0, 1, 1, 1, 1, 1, 1}), Matrix(3, 3, {1, 1, 1, 1, 1, 1, 1, 1, 1}), c);
+    EXPECT_FALSE(std::signbit(c(0, 0)) || std::signbit(c(0, 2))); // sums start from 0.0
 }
 
 TEST(Matrix, ComparesStoredValuesWhateverTheShapeAndPrintsARowPerLine) {

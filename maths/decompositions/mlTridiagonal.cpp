@@ -4,14 +4,16 @@
 #include <cstdio>
 
 #include "maths/core/mlVectorRuns.h"
+#include "maths/kernels/mlTuning.h"
+#include "platform/coScratch.h"
 
 namespace {
 
 using Run = mlStridedRun<double const>;
 
-void copy(mlVector & v, mlSlice const & s, int n) {
-    v.expand(n);
-    ml_run_update(ml_run(v), ml_run(s), n, mlAssign());
+double * copy(double * to, mlSlice const & s, int n) {
+    ml_run_update(mlDenseRun<double>{to}, ml_run(s), n, mlAssign());
+    return to;
 }
 
 // The right-hand sides y become their solutions, the diagonal d its pivots. Side by side, each solution has the bits
@@ -74,11 +76,11 @@ void mlTridiagonal::solve(mlSlice const & r, mlSlice & x) const {
     if (n_ < 1) return;
     ml_check_length("tridiagonal solve, right-hand side", n_, r.length());
     ml_check_length("tridiagonal solve, solution", n_, x.length());
-    mlVector d, y;
-    copy(d, diagonal_, n_);
-    copy(y, r, n_);
-    solve_in_place(ml_run(lower_), d.data(), ml_run(upper_), n_, {y.data()});
-    ml_run_update(ml_run(x), ml_run(y), n_, mlAssign());
+    coScratch<ml_tuning::tridiagonal_scratch> scratch(2 * static_cast<std::size_t>(n_));
+    double * const d = copy(scratch.data(), diagonal_, n_);
+    double * const y = copy(d + n_, r, n_);
+    solve_in_place(ml_run(lower_), d, ml_run(upper_), n_, {y});
+    ml_run_update(ml_run(x), mlDenseRun<double const>{y}, n_, mlAssign());
 }
 
 // A = A' + u v^T, where A' has no corners: x - f y of the plain solutions A' x = r and A' y = u.
@@ -89,8 +91,10 @@ void mlTridiagonal::solve_periodic(mlSlice const & r, mlSlice & x) const {
     int const last = n_ - 1;
     double const upper_right = lower_[0], lower_left = upper_[last];
     mlVector d, solution, u(mlVectorZero, n_), v(mlVectorZero, n_);
-    copy(d, diagonal_, n_);
-    copy(solution, r, n_);
+    d.expand(n_);
+    solution.expand(n_);
+    copy(d.data(), diagonal_, n_);
+    copy(solution.data(), r, n_);
     if (same_sign_corners()) { // one after the other, here and below: of order 1, the ends are the same element
         u[0] = -1.0;
         u[last] = 1.0;

@@ -13,7 +13,7 @@ namespace {
 double const eps = 1e-22;
 double const tolerance = 0.1 * eps;
 
-/// Enough that the processor is busy while every sum waits for its last add, and few enough for its registers.
+/// What one kernel takes together.
 int const rows_at_once = 4;
 
 /// The rows x cols matrix whose columns are made orthogonal, with the rotations accumulated in the rows below it. It is
@@ -29,7 +29,9 @@ public:
 
 private:
     double * column(int j) { return columns_.data() + j * ld_; }
-    template <int pairs> void orthogonalise(int j, int k);
+    void orthogonalise(int j, int k);
+    void orthogonalise_four(int j, int k);
+    void rotate_pair(int j, int k, double p, double q, double w);
     bool find_rotation(double p, double q, double w, mlRotation & rotation) const;
     void drop_negligible_columns();
 
@@ -61,7 +63,7 @@ void OneSidedJacobi::copy_to(double * a) {
 int OneSidedJacobi::sweep() {
     rotations_ = rank_ * (rank_ - 1) / 2;
     for (int k = 1; k < rank_; ++k)
-        orthogonalise<1>(0, k);
+        orthogonalise(0, k);
     // From here on s2[0] stays as it is. The pairs come row by row, (1, 2), (1, 3) ... (2, 3) ... A pair needs those
     // before it that share a column with it, and no others: four rows proceed together, each two columns behind the
     // one before it.
@@ -70,42 +72,46 @@ int OneSidedJacobi::sweep() {
         for (int k = j + 1; k < rank_ + rows - 1; ++k) {
             int const first = std::max(0, k - rank_ + 1), end = std::min(rows, (k - j + 1) / 2);
             if (end - first == rows_at_once) {
-                orthogonalise<rows_at_once>(j, k);
+                orthogonalise_four(j, k);
                 continue;
             }
             for (int m = first; m < end; ++m)
-                orthogonalise<1>(j + m, k - m);
+                orthogonalise(j + m, k - m);
         }
     }
     drop_negligible_columns();
     return rotations_;
 }
 
-/// Pairs (j, k), (j + 1, k - 1) ..., which have no column in common: their sums are taken side by side, since each
-/// alone would wait for its adds.
-template <int pairs> void OneSidedJacobi::orthogonalise(int j, int k) {
-    double const *x[pairs], *y[pairs];
-    for (int m = 0; m < pairs; ++m) {
-        x[m] = column(j + m);
-        y[m] = column(k - m);
-    }
-    double p[pairs] = {}, q[pairs] = {}, w[pairs] = {};
+void OneSidedJacobi::orthogonalise(int j, int k) {
+    double const *x = column(j), *y = column(k);
+    double p = 0.0, q = 0.0, w = 0.0;
     for (int i = 0; i < rows_; ++i) {
-        for (int m = 0; m < pairs; ++m) {
-            p[m] += x[m][i] * y[m][i];
-            q[m] += x[m][i] * x[m][i];
-            w[m] += y[m][i] * y[m][i];
-        }
+        p += x[i] * y[i];
+        q += x[i] * x[i];
+        w += y[i] * y[i];
     }
-    for (int m = 0; m < pairs; ++m) {
-        s2_[j + m] = q[m];
-        s2_[k - m] = w[m];
-        mlRotation rotation;
-        if (find_rotation(p[m], q[m], w[m], rotation))
-            kernels_.rotate(static_cast<int>(ld_), column(j + m), column(k - m), rotation);
-        else
-            --rotations_;
-    }
+    rotate_pair(j, k, p, q, w);
+}
+
+/// Pairs (j, k), (j + 1, k - 1), (j + 2, k - 2) and (j + 3, k - 3), which have no column in common: their sums are
+/// taken side by side, since each alone would wait for its adds.
+void OneSidedJacobi::orthogonalise_four(int j, int k) {
+    double sums[12];
+    kernels_.sum_four_pairs(rows_, {column(j), ld_}, {column(k), -ld_}, sums);
+    for (int m = 0; m < 4; ++m)
+        rotate_pair(j + m, k - m, sums[m], sums[4 + m], sums[8 + m]);
+}
+
+/// Rotates columns j and k, given their product and the squares of their lengths.
+void OneSidedJacobi::rotate_pair(int j, int k, double p, double q, double w) {
+    s2_[j] = q;
+    s2_[k] = w;
+    mlRotation rotation;
+    if (find_rotation(p, q, w, rotation))
+        kernels_.rotate(static_cast<int>(ld_), column(j), column(k), rotation);
+    else
+        --rotations_;
 }
 
 /// The rotation that makes two columns orthogonal, the longer one first, by their product and the squares of their

@@ -13,4 +13,5 @@ mlKernels const kernels = {gemm,
                            update_gemv_transposed,
                            update_gemv,
                            rotate,
+                           sum_four_pairs,
                            rotate_strips};

@@ -115,6 +115,11 @@ struct mlKernels {
     /// Rotates (x_i, y_i) for n elements, n a multiple of ml_max_lanes.
     void (*rotate)(int n, double * x, double * y, mlRotation const & rotation);
 
+    /// Scalar products of four pairs of vectors of n elements: x_m is at x.data + m * x.ld, y_m at y.data + m * y.ld,
+    /// m = 0 .. 3, and the strides may be negative. sums[m] = x_m . y_m, sums[4 + m] = x_m . x_m and
+    /// sums[8 + m] = y_m . y_m, each from 0.0 in increasing i.
+    void (*sum_four_pairs)(int n, mlConstBlock x, mlConstBlock y, double * sums);
+
     /// Rotates columns of a matrix of `cols` columns whose rows are stored in strips of strip_rows: a strip holds its
     /// rows of column 0, then those of column 1 and so on, and `strips` strips follow each other. The chains are
     /// applied in order, each from its first rotation on; `rotations` holds those of all chains one after the other.

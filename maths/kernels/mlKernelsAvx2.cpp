@@ -64,6 +64,7 @@ inline int first_equal_lane(Lanes x, Lanes y) {
 #include "maths/kernels/mlKernelSource.inl"
 
 #include "maths/kernels/mlMatrixVectorKernel.inl"
+#include "maths/kernels/mlPairSumKernel.inl"
 #include "maths/kernels/mlPanelKernel.inl"
 #include "maths/kernels/mlProductKernel.inl"
 #include "maths/kernels/mlRankOneKernel.inl"

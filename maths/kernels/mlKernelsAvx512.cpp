@@ -73,6 +73,10 @@ void gemv_subtract(int rows, int cols, mlConstBlock a, double const * x, double 
     ml_avx2::kernels.gemv_subtract(rows, cols, a, x, y);
 }
 
+void sum_four_pairs(int n, mlConstBlock x, mlConstBlock y, double * sums) {
+    ml_avx2::kernels.sum_four_pairs(n, x, y, sums);
+}
+
 void update_gemv(int rows, int cols, mlBlock a, mlRankOneUpdate update, double const * w, double * z) {
     ml_avx2::kernels.update_gemv(rows, cols, a, update, w, z);
 }

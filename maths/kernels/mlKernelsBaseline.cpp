@@ -38,6 +38,7 @@ inline int first_equal_lane(Lanes x, Lanes y) { return x[0] == y[0] ? 0 : x[1] =
 #include "maths/kernels/mlKernelSource.inl"
 
 #include "maths/kernels/mlMatrixVectorKernel.inl"
+#include "maths/kernels/mlPairSumKernel.inl"
 #include "maths/kernels/mlPanelKernel.inl"
 #include "maths/kernels/mlProductKernel.inl"
 #include "maths/kernels/mlRankOneKernel.inl"

@@ -136,6 +136,7 @@ constexpr int lu_panel_scratch = 4096;   ///< mlLUElimination.cpp
 constexpr int reflection_scratch = 1024; ///< maths/decompositions/svd/mlBidiagonalisation.cpp
 constexpr int jacobi_scratch = 1024;     ///< maths/decompositions/mlJacobiRotations.h, ml_svd.cpp
 constexpr int eigen_scratch = 128;       ///< maths/decompositions/mlSymEigenVecs.cpp
+constexpr int tridiagonal_scratch = 256; ///< maths/decompositions/mlTridiagonal.cpp: two vectors of the order
 constexpr int gemv_scratch = 1024;       ///< maths/core/mlMatrixProducts.cpp: a slice's elements, gathered
 constexpr int romberg_scratch = 32;      ///< maths/functions/mlIntegrateRomberg.cpp: one an extrapolation level, and 1
 
