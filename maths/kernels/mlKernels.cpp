@@ -8,7 +8,7 @@
 namespace ml_baseline {
 extern mlKernels const kernels;
 }
-#if defined(MATHS_X86_KERNELS)
+#if defined(__x86_64__)
 namespace ml_avx2 {
 extern mlKernels const kernels;
 }
@@ -20,7 +20,7 @@ extern mlKernels const kernels;
 namespace {
 
 mlKernels const * kernels_of(enum mlInstructionSet set) {
-#if defined(MATHS_X86_KERNELS)
+#if defined(__x86_64__)
     __builtin_cpu_init();
     if (set == mlInstructionSetAvx512 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq"))
         return &ml_avx512::kernels;

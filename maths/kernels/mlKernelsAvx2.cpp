@@ -1,3 +1,5 @@
+#if defined(__x86_64__)
+
 #include <float.h>
 #include <immintrin.h>
 #include <math.h>
@@ -76,3 +78,5 @@ inline int first_equal_lane(Lanes x, Lanes y) {
 #include "maths/kernels/mlKernelTable.inl"
 
 } // namespace ml_avx2
+
+#endif

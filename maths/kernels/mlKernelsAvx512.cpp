@@ -1,3 +1,5 @@
+#if defined(__x86_64__)
+
 #include <float.h>
 #include <immintrin.h>
 #include <math.h>
@@ -93,3 +95,5 @@ void divide(int n, double * x, double divisor) { ml_avx2::kernels.divide(n, x, d
 #include "maths/kernels/mlKernelTable.inl"
 
 } // namespace ml_avx512
+
+#endif

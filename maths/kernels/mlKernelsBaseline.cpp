@@ -7,7 +7,7 @@
 #include "maths/kernels/mlTuning.h"
 #include "platform/utCheck.h"
 
-// Two doubles in a register, sixteen registers: every x86-64, and other machines by the compiler's own means.
+// Two doubles in a register: every x86-64, and other machines by the compiler's own means.
 namespace ml_baseline {
 
 extern mlKernels const kernels;
