@@ -97,6 +97,7 @@ auto svd_tall(Race & race) { return svd_of_shape(race, 2 * race.size(), race.siz
 
 template <class Vector> void sort(Vector & values) { std::sort(values.data(), values.data() + values.size()); }
 
+// Up to 50 columns: from 80 or so on GSL 2.7.1 returns values that are not singular values, with success.
 auto jacobi_svd_of_shape(Race & race, int m, int n) {
     Values const values = uniform_values(m * n);
     Values a((m + n) * n), squares(n), own(n);
@@ -189,7 +190,7 @@ auto principal_components(Race & race, int d) {
 
 bool const entered =
     enter("svd", {3, 20, 50, 100, 200, 300, 500}, svd) && enter("svd_tall", {20, 100}, svd_tall) &&
-    enter("jacobi_svd", {3, 10, 50, 200}, jacobi_svd) && enter("jacobi_svd_tall", {200}, jacobi_svd_tall) &&
+    enter("jacobi_svd", {3, 10, 50}, jacobi_svd) && enter("jacobi_svd_tall", {50}, jacobi_svd_tall) &&
     enter("symmetric_eigen", {2, 3, 4, 10, 20, 50, 100}, symmetric_eigen) &&
     enter("pca_3", {10, 1000, 10000, 100000}, [](Race & race) { return principal_components(race, 3); }) &&
     enter("pca_8", {1000, 10000, 100000}, [](Race & race) { return principal_components(race, 8); });
