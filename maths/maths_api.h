@@ -8,12 +8,13 @@
 #include <maths needs C++20: compile with -std=c++20>
 #endif
 
-#include <float.h>
+#include <cfloat>
+#include <limits>
 
 static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
               "maths needs every operation rounded to double: the x87's registers hold more");
-static_assert(FLT_RADIX == 2 && DBL_MANT_DIG == 53 && DBL_MAX_EXP == 1024 && DBL_MIN_EXP == -1021,
-              "maths needs doubles to be the 64-bit ones of IEEE 754");
+static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<double>::digits == 53,
+              "maths needs doubles to be the 64-bit ones of IEEE 754, infinities and NaN included");
 static_assert(sizeof(void *) == 8, "maths needs 64-bit pointers: compile for a 64-bit system");
 
 /// What the shared library exports; everything without one of these stays inside.

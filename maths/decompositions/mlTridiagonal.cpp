@@ -19,6 +19,7 @@ double * copy(double * to, mlSlice const & s, int n) {
 // The right-hand sides y become their solutions, the diagonal d its pivots. Side by side, each solution has the bits
 // that it has alone.
 template <int count> void solve_in_place(Run a, double * d, Run c, int n, double * const (&y)[count]) {
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): n is not 0, and all of d was copied
     double pivot = d[0]; // kept, like `before`, out of memory, which a step would wait for
     double before[count];
     for (int k = 0; k < count; ++k)
