@@ -46,6 +46,7 @@ private:
     template <class Number> bool correction(int i, Number z, Number share, Number partner, Phase phase, Number & step);
     template <class Number>
     bool accept(int i, Number z, mlScaledValue<Number> const & at, Number share, double slope_error);
+    bool meets_stopping_test(double value, double sum) const;
     template <class Number> Number share_of_others(Number z, int i, int j) const;
 
     static int scale_of(double x, double y);
@@ -58,6 +59,8 @@ private:
     void enclose(int i);
     void make_double_point(int i);
     void leave_scale(int i);
+    void list_out_of_range(int i);
+    bool stands_the_test(int i);
 
     int n_ = 0;
     double const * a_ = nullptr; // the caller's, for the time of a call
