@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "maths/polynomials/mlRootIteration.h"
+#include "maths/polynomials/all_roots/mlRootIteration.h"
 
 mlPolynomialSolver::mlPolynomialSolver() : iteration_(new mlRootIteration) {}
 

@@ -1,10 +1,10 @@
-#include "maths/polynomials/mlRootIteration.h"
+#include "maths/polynomials/all_roots/mlRootIteration.h"
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
-#include "maths/polynomials/mlBinaryScale.h"
+#include "maths/polynomials/all_roots/mlBinaryScale.h"
 
 namespace {
 

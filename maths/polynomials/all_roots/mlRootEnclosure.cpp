@@ -1,9 +1,9 @@
-#include "maths/polynomials/mlRootEnclosure.h"
+#include "maths/polynomials/all_roots/mlRootEnclosure.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "maths/polynomials/mlBinaryScale.h"
+#include "maths/polynomials/all_roots/mlBinaryScale.h"
 
 namespace {
 

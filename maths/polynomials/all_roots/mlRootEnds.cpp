@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "maths/polynomials/mlBinaryScale.h"
-#include "maths/polynomials/mlRootIteration.h"
+#include "maths/polynomials/all_roots/mlBinaryScale.h"
+#include "maths/polynomials/all_roots/mlRootIteration.h"
 #include "maths/polynomials/mlRootSolve.h"
 
 namespace {

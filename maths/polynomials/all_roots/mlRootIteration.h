@@ -1,8 +1,8 @@
 #pragma once
 
-#include "maths/polynomials/mlNewtonPolygon.h"
-#include "maths/polynomials/mlRootEnclosure.h"
-#include "maths/polynomials/mlScaledPolynomial.h"
+#include "maths/polynomials/all_roots/mlNewtonPolygon.h"
+#include "maths/polynomials/all_roots/mlRootEnclosure.h"
+#include "maths/polynomials/all_roots/mlScaledPolynomial.h"
 
 /// All roots at once of a polynomial of which neither end coefficient is zero, for use inside the library.
 ///
