@@ -233,7 +233,7 @@ TEST(PolynomialSolver, KeepsMultipleRootsTogether) {
                 nearest = std::min(nearest, std::abs(root(solver, i) - z));
             EXPECT_LE(nearest, solver.error_bound(i)) << k;
             EXPECT_LT(solver.error_bound(i), std::pow(1e-16, 1.0 / k)) << k;
-            found += std::abs(root(solver, i) - Point(1.25)) < std::pow(1e-23, 1.0 / k);
+            found += std::abs(root(solver, i) - Point(1.25)) < std::pow(1e-29, 1.0 / k);
         }
         EXPECT_EQ(found, k);
     }
@@ -249,14 +249,18 @@ TEST(PolynomialSolver, TellsTheTwoRootsOfMignottesPolynomialsWithinTheirBounds) 
         a[n] = 1.0;
         solve(solver, a);
         expect_sound(solver, a, "Mignotte");
-        Extended const distance = std::pow(0.1L, n / 2.0L) / (10.0L * std::sqrt(2.0L));
+        Extended side = -1.0L;
         int close = 0;
         for (int i = 0; i < n; ++i) {
-            Extended const d = std::abs(std::abs(root(solver, i) - Point(0.1L)) - distance);
             if (std::abs(root(solver, i)) > 0.2L) continue;
-            ++close;
-            EXPECT_LE(d, solver.error_bound(i) + 0.05L * distance) << n;
+            Extended distance = 0.0L; // 10 t - 1 is plus or minus the root of t^n / 2
+            for (int k = 0; k < 50; ++k)
+                distance = 0.1L * std::pow(0.1L + side * distance, n / 2.0L) / std::sqrt(2.0L);
+            Extended const error = std::abs(root(solver, i) - Point(0.1L) - side * distance);
+            EXPECT_LE(error, std::min<Extended>(solver.error_bound(i), 1e-16L)) << n;
             EXPECT_LT(solver.error_bound(i), 1e-9) << n;
+            side = 1.0L;
+            ++close;
         }
         EXPECT_EQ(close, 2);
     }
@@ -304,12 +308,30 @@ TEST(PolynomialSolver, FindsRootsOfAllMagnitudesInOnePolynomial) {
     EXPECT_NEAR(solver.real_part(0) / 1e290, -1.0, 1e-14);
 }
 
-TEST(PolynomialSolver, ListsARootOutOfRangeAsTheLargestDouble) {
+TEST(PolynomialSolver, ListsARootOutOfRangeAtTheEndOfTheRange) {
     mlPolynomialSolver solver;
-    EXPECT_EQ(solve(solver, {1e300, 1e-300}), mlPolynomialSolverIterationLimit);
-    EXPECT_EQ(solver.num_roots(), 1);
-    EXPECT_EQ(solver.real_part(0), -largest_double);
-    EXPECT_EQ(solver.error_bound(0), infinity);
+    for (Values const & a : {Values{1e300, 1e-300}, Values{1.0, 5e-324}, Values{1e308, 1e308, 1e308, -1e308, -1e-308},
+                             Values{1e-300, -1e-200, 1.0, 1e-309}, Values{1e308, 0.0, -5e-324}}) {
+        ASSERT_EQ(solve(solver, a), mlPolynomialSolverIterationLimit);
+        EXPECT_EQ(solver.real_part(0), -largest_double);
+        for (int i = 0; i < solver.num_roots(); ++i)
+            EXPECT_EQ(solver.error_bound(i) == infinity, std::fabs(solver.real_part(i)) == largest_double) << a[0];
+    }
+    ASSERT_EQ(solve(solver, {1e308, 0.0, 5e-324}), mlPolynomialSolverIterationLimit);
+    EXPECT_EQ(solver.imaginary_part(1), largest_double);
+    EXPECT_EQ(solver.error_bound(0) + solver.error_bound(1), infinity);
+}
+
+TEST(PolynomialSolver, JudgesARootBelowTheNormalNumbersAsItIsListed) {
+    mlPolynomialSolver solver;
+    EXPECT_EQ(solve(solver, {0x1p-1070, 4.0}), mlPolynomialSolverSolved);
+    EXPECT_EQ(solver.real_part(0), -0x1p-1072);
+    for (Values const & a : {Values{0x1p-1070, 3.0}, Values{0x1p-1070, 3.0, 1.0}}) {
+        EXPECT_EQ(solve(solver, a), mlPolynomialSolverIterationLimit);
+        EXPECT_NEAR(solver.real_part(solver.num_roots() - 1), -0x1p-1070 / 3.0, 0x1p-1074);
+        EXPECT_LE(solver.error_bound(solver.num_roots() - 1), 0x1p-1070);
+    }
+    EXPECT_EQ(solve(solver, {1e-300, 1e300}), mlPolynomialSolverIterationLimit); // its root is listed as 0
 }
 
 TEST(PolynomialSolver, LeavesQuadraticsToTheClosedFormWhereItIsExactEnough) {
