@@ -332,6 +332,8 @@ TEST(PolynomialSolver, JudgesARootBelowTheNormalNumbersAsItIsListed) {
         EXPECT_LE(solver.error_bound(solver.num_roots() - 1), 0x1p-1070);
     }
     EXPECT_EQ(solve(solver, {1e-300, 1e300}), mlPolynomialSolverIterationLimit); // its root is listed as 0
+    EXPECT_EQ(solve(solver, {1e-300, 1e300, 1e300}), mlPolynomialSolverIterationLimit);
+    EXPECT_NEAR(solver.real_part(1), 0.0, solver.error_bound(1));
 }
 
 TEST(PolynomialSolver, LeavesQuadraticsToTheClosedFormWhereItIsExactEnough) {
