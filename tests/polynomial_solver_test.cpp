@@ -266,6 +266,23 @@ TEST(PolynomialSolver, TellsTheTwoRootsOfMignottesPolynomialsWithinTheirBounds) 
     }
 }
 
+// (t - 45/32)^2 (t^2000 - 1): t^2002 overflows where its reciprocal does not.
+TEST(PolynomialSolver, BoundsADoubleRootFarOutsideOfManyOthers) {
+    Values a(2003, 0.0);
+    Values const square{2025.0 / 1024.0, -2.8125, 1.0};
+    for (int i = 0; i < 3; ++i) {
+        a[i] = -square[i];
+        a[2000 + i] = square[i];
+    }
+    mlPolynomialSolver solver;
+    ASSERT_EQ(solve(solver, a), mlPolynomialSolverSolved);
+    for (int const i : {2000, 2001}) {
+        Extended const error = std::abs(root(solver, i) - Point(1.40625L));
+        EXPECT_LE(error, std::min(solver.error_bound(i), 1e-14));
+        EXPECT_LT(solver.error_bound(i), 0.1);
+    }
+}
+
 // Powers of two in the coefficients and in the variable change nothing but exponents.
 TEST(PolynomialSolver, ScalesWithPowersOfTwo) {
     Values const a = polynomial({-4, 0.25, 7}, {{0.25, 0.5}, {-4, 1}});
@@ -310,8 +327,9 @@ TEST(PolynomialSolver, FindsRootsOfAllMagnitudesInOnePolynomial) {
 
 TEST(PolynomialSolver, ListsARootOutOfRangeAtTheEndOfTheRange) {
     mlPolynomialSolver solver;
-    for (Values const & a : {Values{1e300, 1e-300}, Values{1.0, 5e-324}, Values{1e308, 1e308, 1e308, -1e308, -1e-308},
-                             Values{1e-300, -1e-200, 1.0, 1e-309}, Values{1e308, 0.0, -5e-324}}) {
+    for (Values const & a :
+         {Values{1e300, 1e-300}, Values{1.0, 5e-324}, Values{1.0, 1e-309}, Values{1e308, 1e308, 1e308, -1e308, -1e-308},
+          Values{1e-300, -1e-200, 1.0, 1e-309}, Values{1e308, 0.0, -5e-324}}) {
         ASSERT_EQ(solve(solver, a), mlPolynomialSolverIterationLimit);
         EXPECT_EQ(solver.real_part(0), -largest_double);
         for (int i = 0; i < solver.num_roots(); ++i)

@@ -5,7 +5,6 @@
 
 #include "maths/polynomials/all_roots/mlBinaryScale.h"
 #include "maths/polynomials/all_roots/mlRootIteration.h"
-#include "maths/polynomials/mlRootSolve.h"
 
 namespace {
 
@@ -58,16 +57,13 @@ void mlRootIteration::place_edge(int edge, int & first_pair, int & last_real) {
     }
 }
 
-// Both roots of a quadratic as `mlRootSolve` has them, where they are real and meet the stopping test.
-bool mlRootIteration::use_closed_form() {
-    double roots[2];
-    if (mlRootSolve::quadratic_solve(a_[2], a_[1], a_[0], roots[0], roots[1]) != mlRootTypeTwo) return false;
-    for (int i = 0; i < 2; ++i) {
-        x_[i] = wide_ ? roots[i] : ml_scale(roots[i], -scaled_.exponent());
+bool mlRootIteration::take(double const * known) {
+    for (int i = 0; i < n_; ++i) {
+        x_[i] = wide_ ? known[i] : ml_scale(known[i], -scaled_.exponent());
         y_[i] = 0.0;
         if (!(std::fabs(x_[i]) > 0.0 && std::fabs(x_[i]) < infinite)) return false;
     }
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < n_; ++i) {
         focus(i);
         auto const at = scaled_.evaluate_precisely(px_[i], false);
         if (!meets_stopping_test(ml_size(at.value) + scaled_.value_error(at), at.sum)) return false;

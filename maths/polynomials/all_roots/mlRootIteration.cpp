@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "maths/polynomials/all_roots/mlBinaryScale.h"
+#include "platform/coSize.h"
 
 namespace {
 
@@ -233,7 +234,7 @@ bool mlRootIteration::settles(double moved, double size, Phase phase) const {
     return moved <= (phase == plain ? 0x1p-12 / n_ : 2.0 * unit) * size;
 }
 
-bool mlRootIteration::solve(int n, double const * a) {
+bool mlRootIteration::solve(int n, double const * a, double const * known) {
     n_ = n;
     a_ = a;
     all_met_ = true;
@@ -241,7 +242,7 @@ bool mlRootIteration::solve(int n, double const * a) {
     polygon_.become(n, a);
     choose_scale();
     std::fill(bound_, bound_ + n, -1.0);
-    if (n != 2 || !use_closed_form()) {
+    if (known == nullptr || !take(known)) {
         place_starts();
         sweep_all(plain);
         sweep_all(precise);
@@ -250,8 +251,8 @@ bool mlRootIteration::solve(int n, double const * a) {
 }
 
 void mlRootIteration::make_room() {
-    numbers_.expand(5 * n_);
-    integers_.expand(2 * n_);
+    numbers_.expand(coTableSize(5, n_));
+    integers_.expand(coTableSize(2, n_));
     x_ = numbers_.data();
     y_ = x_ + n_;
     local_x_ = y_ + n_;

@@ -19,7 +19,8 @@
 class mlRootIteration {
 public:
     /// Finds the roots of a[0] + a[1] t + ... + a[n] t^n, n >= 1; false when some don't meet the stopping test.
-    bool solve(int n, double const * a);
+    /// `known` may be n real numbers, which are the roots if they meet that test, or nullptr.
+    bool solve(int n, double const * a, double const * known);
 
     /// Root i of n, in the order of the slots: a pair's upper one comes right before its lower one.
     double real_part(int i) const { return x_[i]; }
@@ -33,7 +34,7 @@ private:
     void choose_scale();
     void place_starts();
     void place_edge(int edge, int & first_pair, int & last_real);
-    bool use_closed_form();
+    bool take(double const * known);
 
     void sweep_all(Phase phase);
     bool sweep(Phase phase);
