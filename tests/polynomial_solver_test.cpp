@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "maths/core/mlRandom.h"
+#include "maths/polynomials/all_roots/mlRootEnclosure.h"
 #include "maths/polynomials/mlPolynomialSolver.h"
 #include "maths/polynomials/mlRootSolve.h"
 #include "tests/support/ratios.h"
@@ -280,6 +281,31 @@ TEST(PolynomialSolver, BoundsADoubleRootFarOutsideOfManyOthers) {
         Extended const error = std::abs(root(solver, i) - Point(1.40625L));
         EXPECT_LE(error, std::min(solver.error_bound(i), 1e-14));
         EXPECT_LT(solver.error_bound(i), 0.1);
+    }
+}
+
+// The least of the bounds of all orders k is at most 1.45 n times the distance, and roots of order k are rounded up.
+TEST(RootEnclosure, HoldsTheNearestRootAndLittleMore) {
+    for (Values const & roots : {Values{1.0}, Values{1.0, 1.0, 1.0, 1.0, 1.0, 1.0}, Values{1.0, 1.0, 1.0, -0.5, 2.0},
+                                 Values{1.0, 1.0 + 0x1p-10, 0.75, 1.5}, Values{1.0, 1.0, 1.0, -3.0}}) {
+        Values const a = polynomial(roots);
+        int const n = static_cast<int>(roots.size());
+        mlScaledPolynomial scaled;
+        scaled.become(n, a.data(), 0);
+        mlRootEnclosure enclosure;
+        for (double distance = 1.0; distance > 1e-3; distance *= 0.75)
+            for (Point const turn : {Point(-1.0L), Point(1.0L), Point(0.0L, 1.0L), Point(-0.8L, 0.6L)}) {
+                Point const w = Point(1.0L) + turn * static_cast<Extended>(distance);
+                mlComplex const z{static_cast<double>(w.real()), static_cast<double>(w.imag())};
+                if (z.re == 0.0 && z.im == 0.0) continue;
+                Extended nearest = infinity;
+                for (double const root : roots)
+                    nearest = std::min(nearest, std::abs(Point(z.re, z.im) - Point(root)));
+                double value, sum;
+                double const bound = enclosure.distance(scaled, z, value, sum);
+                EXPECT_GE(bound, nearest) << n << ' ' << w;
+                EXPECT_LE(bound, 1.55L * n * nearest + 1e-20L) << n << ' ' << w;
+            }
     }
 }
 
