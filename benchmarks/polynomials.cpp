@@ -1,9 +1,12 @@
 // Polynomials beside GSL: values at 1000 points and the coefficients through samples, where the size is the degree, and
-// closed-form roots, where it is the number of polynomials. All roots at once beside GSL and Eigen,
-// where the size is the degree.
+// closed-form roots, where it is the number of polynomials. All roots at once beside GSL and Eigen, where the size is
+// the degree; their errors go to the standard error.
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
+#include <cstdio>
+#include <limits>
 #include <memory>
 #include <numbers>
 
@@ -128,51 +131,71 @@ Values uniform_coefficients(int degree) {
     return a;
 }
 
-/// The moduli of the roots in ascending order: what contestants can be compared by whose lists differ in order.
-void sort_moduli(double * moduli, int count) { std::sort(moduli, moduli + count); }
+using Roots = std::vector<std::complex<double>>;
+
+/// The largest |p(z)| of the roots z, as a multiple of eps times the sum of the magnitudes of p's terms, which is what
+/// rounded coefficients do: with 1, the error of z is eps times its condition. Rounding z alone can make it n / 2.
+double worst_error(int degree, double const * a, Roots const & roots) {
+    long double worst = 0.0L;
+    for (std::complex<long double> const z : roots) {
+        std::complex<long double> value;
+        long double sum = 0.0L;
+        for (int i = degree; i >= 0; --i) {
+            value = value * z + static_cast<long double>(a[i]);
+            sum = sum * std::abs(z) + std::fabs(a[i]);
+        }
+        worst = std::max(worst, std::abs(value) / sum);
+    }
+    return static_cast<double>(worst / std::numeric_limits<double>::epsilon());
+}
+
+/// Adds a contestant whose `solve` writes the roots of one polynomial, and tells their largest error on the standard
+/// error. The moduli in ascending order are what is compared: the lists differ in theirs.
+template <class Solve>
+void add_all_roots(Race & race, char const * library, Values const & a, Values & moduli, Solve solve) {
+    int const degree = race.size();
+    double error = 0.0;
+    Roots z(degree);
+    for (int k = 0; k < many; ++k) {
+        solve(&a[k * (degree + 1)], z);
+        error = std::max(error, worst_error(degree, &a[k * (degree + 1)], z));
+    }
+    std::fprintf(stderr, "all_roots %d: %s is wrong by %.2f eps times the condition of a root\n", degree, library,
+                 error);
+    race.add(
+        library, moduli,
+        [&a, &moduli, degree, z, solve]() mutable {
+            for (int k = 0; k < many; ++k) {
+                solve(&a[k * (degree + 1)], z);
+                for (int i = 0; i < degree; ++i)
+                    moduli[k * degree + i] = std::abs(z[i]);
+                std::sort(&moduli[k * degree], &moduli[k * degree] + degree);
+            }
+        },
+        many);
+}
 
 auto all_roots(Race & race) {
     int const degree = race.size();
     Values const a = uniform_coefficients(degree);
     Values own(many * degree), gsl(many * degree), eigen(many * degree);
+    mlPolynomialSolver solver;
+    add_all_roots(race, "maths", a, own, [&solver, degree](double const * p, Roots & z) {
+        solver.solve(degree, p);
+        for (int i = 0; i < degree; ++i)
+            z[i] = {solver.real_part(i), solver.imaginary_part(i)};
+    });
     std::unique_ptr<gsl_poly_complex_workspace, void (*)(gsl_poly_complex_workspace *)> const work(
         gsl_poly_complex_workspace_alloc(degree + 1), gsl_poly_complex_workspace_free);
-    Values z(2 * degree);
-    mlPolynomialSolver solver;
-    race.add(
-        "maths", own,
-        [&, degree] {
-            for (int k = 0; k < many; ++k) {
-                solver.solve(degree, &a[k * (degree + 1)]);
-                for (int i = 0; i < degree; ++i)
-                    own[k * degree + i] = std::hypot(solver.real_part(i), solver.imaginary_part(i));
-                sort_moduli(&own[k * degree], degree);
-            }
-        },
-        many);
-    race.add(
-        "gsl", gsl,
-        [&, degree] {
-            for (int k = 0; k < many; ++k) {
-                gsl_poly_complex_solve(&a[k * (degree + 1)], degree + 1, work.get(), z.data());
-                for (int i = 0; i < degree; ++i)
-                    gsl[k * degree + i] = std::hypot(z[2 * i], z[2 * i + 1]);
-                sort_moduli(&gsl[k * degree], degree);
-            }
-        },
-        many);
+    add_all_roots(race, "gsl", a, gsl, [&work, degree](double const * p, Roots & z) {
+        gsl_poly_complex_solve(p, degree + 1, work.get(), reinterpret_cast<double *>(z.data()));
+    });
+    if (degree > 20) return race.run(); // Eigen's are wrong in the third digit
     Eigen::PolynomialSolver<double, Eigen::Dynamic> eigen_solver;
-    race.add(
-        "eigen", eigen,
-        [&, degree] {
-            for (int k = 0; k < many; ++k) {
-                eigen_solver.compute(Eigen::Map<Eigen::VectorXd const>(&a[k * (degree + 1)], degree + 1));
-                for (int i = 0; i < degree; ++i)
-                    eigen[k * degree + i] = std::abs(eigen_solver.roots()[i]);
-                sort_moduli(&eigen[k * degree], degree);
-            }
-        },
-        many);
+    add_all_roots(race, "eigen", a, eigen, [&eigen_solver, degree](double const * p, Roots & z) {
+        eigen_solver.compute(Eigen::Map<Eigen::VectorXd const>(p, degree + 1));
+        std::copy_n(eigen_solver.roots().data(), degree, z.data());
+    });
     return race.run();
 }
 

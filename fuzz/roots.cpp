@@ -61,8 +61,8 @@ void check_all_roots(Bytes & script) {
         a[i] = any ? script.any_double() : script.byte() - 128.0;
     mlPolynomialSolver solver;
     mlPolynomialSolverStatus const status = solver.solve(n, a);
-    bool const finite = std::all_of(a, a + n + 1, [](double c) { return std::isfinite(c); });
-    bool const zero = std::all_of(a, a + n + 1, [](double c) { return c == 0.0; });
+    bool const finite = std::all_of(a, a + (n + 1), [](double c) { return std::isfinite(c); });
+    bool const zero = std::all_of(a, a + (n + 1), [](double c) { return c == 0.0; });
     require((status == mlPolynomialSolverNotFinite) == !finite, "a coefficient is not finite");
     require((status == mlPolynomialSolverEverywhere) == zero, "no roots, or all numbers");
     require(any || status == mlPolynomialSolverSolved || zero, "solved");
@@ -70,6 +70,7 @@ void check_all_roots(Bytes & script) {
     for (int i = 0; i < solver.num_roots(); ++i) {
         double const x = solver.real_part(i), y = solver.imaginary_part(i);
         require(std::isfinite(x) && std::isfinite(y) && solver.error_bound(i) >= 0.0, "a root and its bound");
+        require(status != mlPolynomialSolverSolved || std::isfinite(solver.error_bound(i)), "a bound of a solved root");
         require(i == 0 || solver.real_part(i - 1) <= x, "ascending real parts");
         require(!(y < 0.0) || (i + 1 < solver.num_roots() && solver.imaginary_part(i + 1) == -y), "a pair together");
         real += y == 0.0;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "maths/core/mlRandom.h"
+#include "maths/polynomials/all_roots/mlRootEnclosure.h"
 #include "maths/polynomials/mlPolynomialSolver.h"
 #include "maths/polynomials/mlRootSolve.h"
 #include "tests/support/ratios.h"
@@ -233,7 +234,7 @@ TEST(PolynomialSolver, KeepsMultipleRootsTogether) {
                 nearest = std::min(nearest, std::abs(root(solver, i) - z));
             EXPECT_LE(nearest, solver.error_bound(i)) << k;
             EXPECT_LT(solver.error_bound(i), std::pow(1e-16, 1.0 / k)) << k;
-            found += std::abs(root(solver, i) - Point(1.25)) < std::pow(1e-23, 1.0 / k);
+            found += std::abs(root(solver, i) - Point(1.25)) < std::pow(1e-29, 1.0 / k);
         }
         EXPECT_EQ(found, k);
     }
@@ -249,16 +250,62 @@ TEST(PolynomialSolver, TellsTheTwoRootsOfMignottesPolynomialsWithinTheirBounds) 
         a[n] = 1.0;
         solve(solver, a);
         expect_sound(solver, a, "Mignotte");
-        Extended const distance = std::pow(0.1L, n / 2.0L) / (10.0L * std::sqrt(2.0L));
+        Extended side = -1.0L;
         int close = 0;
         for (int i = 0; i < n; ++i) {
-            Extended const d = std::abs(std::abs(root(solver, i) - Point(0.1L)) - distance);
             if (std::abs(root(solver, i)) > 0.2L) continue;
-            ++close;
-            EXPECT_LE(d, solver.error_bound(i) + 0.05L * distance) << n;
+            Extended distance = 0.0L; // 10 t - 1 is plus or minus the root of t^n / 2
+            for (int k = 0; k < 50; ++k)
+                distance = 0.1L * std::pow(0.1L + side * distance, n / 2.0L) / std::sqrt(2.0L);
+            Extended const error = std::abs(root(solver, i) - Point(0.1L) - side * distance);
+            EXPECT_LE(error, std::min<Extended>(solver.error_bound(i), 1e-16L)) << n;
             EXPECT_LT(solver.error_bound(i), 1e-9) << n;
+            side = 1.0L;
+            ++close;
         }
         EXPECT_EQ(close, 2);
+    }
+}
+
+// (t - 45/32)^2 (t^2000 - 1): t^2002 overflows where its reciprocal does not.
+TEST(PolynomialSolver, BoundsADoubleRootFarOutsideOfManyOthers) {
+    Values a(2003, 0.0);
+    Values const square{2025.0 / 1024.0, -2.8125, 1.0};
+    for (int i = 0; i < 3; ++i) {
+        a[i] = -square[i];
+        a[2000 + i] = square[i];
+    }
+    mlPolynomialSolver solver;
+    ASSERT_EQ(solve(solver, a), mlPolynomialSolverSolved);
+    for (int const i : {2000, 2001}) {
+        Extended const error = std::abs(root(solver, i) - Point(1.40625L));
+        EXPECT_LE(error, std::min(solver.error_bound(i), 1e-14));
+        EXPECT_LT(solver.error_bound(i), 0.1);
+    }
+}
+
+// The least of the bounds of all orders k is at most 1.45 n times the distance, and roots of order k are rounded up.
+TEST(RootEnclosure, HoldsTheNearestRootAndLittleMore) {
+    for (Values const & roots : {Values{1.0}, Values{1.0, 1.0, 1.0, 1.0, 1.0, 1.0}, Values{1.0, 1.0, 1.0, -0.5, 2.0},
+                                 Values{1.0, 1.0 + 0x1p-10, 0.75, 1.5}, Values{1.0, 1.0, 1.0, -3.0}}) {
+        Values const a = polynomial(roots);
+        int const n = static_cast<int>(roots.size());
+        mlScaledPolynomial scaled;
+        scaled.become(n, a.data(), 0);
+        mlRootEnclosure enclosure;
+        for (double distance = 1.0; distance > 1e-3; distance *= 0.75)
+            for (Point const turn : {Point(-1.0L), Point(1.0L), Point(0.0L, 1.0L), Point(-0.8L, 0.6L)}) {
+                Point const w = Point(1.0L) + turn * static_cast<Extended>(distance);
+                mlComplex const z{static_cast<double>(w.real()), static_cast<double>(w.imag())};
+                if (z.re == 0.0 && z.im == 0.0) continue;
+                Extended nearest = infinity;
+                for (double const root : roots)
+                    nearest = std::min(nearest, std::abs(Point(z.re, z.im) - Point(root)));
+                double value, sum;
+                double const bound = enclosure.distance(scaled, z, value, sum);
+                EXPECT_GE(bound, nearest) << n << ' ' << w;
+                EXPECT_LE(bound, 1.55L * n * nearest + 1e-20L) << n << ' ' << w;
+            }
     }
 }
 
@@ -304,12 +351,33 @@ TEST(PolynomialSolver, FindsRootsOfAllMagnitudesInOnePolynomial) {
     EXPECT_NEAR(solver.real_part(0) / 1e290, -1.0, 1e-14);
 }
 
-TEST(PolynomialSolver, ListsARootOutOfRangeAsTheLargestDouble) {
+TEST(PolynomialSolver, ListsARootOutOfRangeAtTheEndOfTheRange) {
     mlPolynomialSolver solver;
-    EXPECT_EQ(solve(solver, {1e300, 1e-300}), mlPolynomialSolverIterationLimit);
-    EXPECT_EQ(solver.num_roots(), 1);
-    EXPECT_EQ(solver.real_part(0), -largest_double);
-    EXPECT_EQ(solver.error_bound(0), infinity);
+    for (Values const & a :
+         {Values{1e300, 1e-300}, Values{1.0, 5e-324}, Values{1.0, 1e-309}, Values{1e308, 1e308, 1e308, -1e308, -1e-308},
+          Values{1e-300, -1e-200, 1.0, 1e-309}, Values{1e308, 0.0, -5e-324}}) {
+        ASSERT_EQ(solve(solver, a), mlPolynomialSolverIterationLimit);
+        EXPECT_EQ(solver.real_part(0), -largest_double);
+        for (int i = 0; i < solver.num_roots(); ++i)
+            EXPECT_EQ(solver.error_bound(i) == infinity, std::fabs(solver.real_part(i)) == largest_double) << a[0];
+    }
+    ASSERT_EQ(solve(solver, {1e308, 0.0, 5e-324}), mlPolynomialSolverIterationLimit);
+    EXPECT_EQ(solver.imaginary_part(1), largest_double);
+    EXPECT_EQ(solver.error_bound(0) + solver.error_bound(1), infinity);
+}
+
+TEST(PolynomialSolver, JudgesARootBelowTheNormalNumbersAsItIsListed) {
+    mlPolynomialSolver solver;
+    EXPECT_EQ(solve(solver, {0x1p-1070, 4.0}), mlPolynomialSolverSolved);
+    EXPECT_EQ(solver.real_part(0), -0x1p-1072);
+    for (Values const & a : {Values{0x1p-1070, 3.0}, Values{0x1p-1070, 3.0, 1.0}}) {
+        EXPECT_EQ(solve(solver, a), mlPolynomialSolverIterationLimit);
+        EXPECT_NEAR(solver.real_part(solver.num_roots() - 1), -0x1p-1070 / 3.0, 0x1p-1074);
+        EXPECT_LE(solver.error_bound(solver.num_roots() - 1), 0x1p-1070);
+    }
+    EXPECT_EQ(solve(solver, {1e-300, 1e300}), mlPolynomialSolverIterationLimit); // its root is listed as 0
+    EXPECT_EQ(solve(solver, {1e-300, 1e300, 1e300}), mlPolynomialSolverIterationLimit);
+    EXPECT_NEAR(solver.real_part(1), 0.0, solver.error_bound(1));
 }
 
 TEST(PolynomialSolver, LeavesQuadraticsToTheClosedFormWhereItIsExactEnough) {

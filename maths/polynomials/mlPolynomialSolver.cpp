@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <limits>
 
-#include "maths/polynomials/mlRootIteration.h"
+#include "maths/polynomials/all_roots/mlRootIteration.h"
+#include "maths/polynomials/mlRootSolve.h"
+#include "platform/coSize.h"
 
 mlPolynomialSolver::mlPolynomialSolver() : iteration_(new mlRootIteration) {}
 
@@ -21,15 +23,22 @@ mlPolynomialSolverStatus mlPolynomialSolver::solve(int n, double const * a) {
     while (a[zeros] == 0.0)
         ++zeros;
 
-    numbers_.expand(3 * n);
+    numbers_.expand(coTableSize(3, n));
     real_ = numbers_.data();
     imaginary_ = real_ + n;
     bound_ = imaginary_ + n;
     order_.expand(n);
-    bool const met = zeros == n || iteration_->solve(n - zeros, a + zeros);
+    bool const met = zeros == n || find(n - zeros, a + zeros);
     num_roots_ = n;
     list_roots(zeros);
     return status_ = met ? mlPolynomialSolverSolved : mlPolynomialSolverIterationLimit;
+}
+
+bool mlPolynomialSolver::find(int n, double const * a) {
+    double roots[2];
+    bool const closed_form =
+        n == 2 && mlRootSolve::quadratic_solve(a[2], a[1], a[0], roots[0], roots[1]) == mlRootTypeTwo;
+    return iteration_->solve(n, a, closed_form ? roots : nullptr);
 }
 
 // One entry of `order_` for each real root and for the upper one of each pair; -1 for a root 0.

@@ -35,8 +35,9 @@ enum mlPolynomialSolverStatus : int {
 /// A polynomial of degree two, zero roots not counted, goes through `mlRootSolve::quadratic_solve` where the roots that
 /// it finds are real and meet the stopping test, else it is solved like all others.
 /// Range: coefficients and roots from 1e-300 to 1e300, all in one polynomial if need be; scaling is by powers of two.
-/// A root too large for a double is listed as the largest one, its bound is infinite, and the status is
-/// `mlPolynomialSolverIterationLimit`.
+/// A root too large for a double, from 1.74e308 on, is listed at the end of the range, in its direction as far as that
+/// is known, with an infinite bound; one below the normal numbers may be too coarse to meet the stopping test. The
+/// status is `mlPolynomialSolverIterationLimit` then.
 ///
 /// Failure: the status; std::bad_alloc, after which no roots are listed. The method has no proof of convergence; after
 /// 120 sweeps in either of its two phases the points found so far are the roots, and are judged by the stopping test.
@@ -82,6 +83,7 @@ private:
         MATHS_CHECK(i >= 0 && i < num_roots_, "polynomial root: index %d of %d roots", i, num_roots_);
         return i;
     }
+    bool find(int n, double const * a);
     void list_roots(int zeros);
 
     mlPolynomialSolverStatus status_ = mlPolynomialSolverEverywhere;

@@ -1,15 +1,16 @@
-#include "maths/polynomials/mlRootEnclosure.h"
+#include "maths/polynomials/all_roots/mlRootEnclosure.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "maths/polynomials/mlBinaryScale.h"
+#include "maths/polynomials/all_roots/mlBinaryScale.h"
 
 namespace {
 
 double const unit = std::numeric_limits<double>::epsilon() / 2.0;
 double const infinite = std::numeric_limits<double>::infinity();
-double const upwards = 1.0 + 1e-9; // covers the rounding of a bound's own computation
+double const least_magnitude = 1e-280; // far above what underflow can do
+double const upwards = 1.0 + 1e-9;     // covers the rounding of a bound's own computation
 
 double power(double x, int k) {
     double result = 1.0;
@@ -88,7 +89,8 @@ double mlRootEnclosure::distance_from(mlComplex w, double value_bound, double sl
         if (magnitude > 0.0) least = std::min(least, root_from_above(ways * upwards * value_bound / magnitude, k));
         if (least < 1e-6 * r || (k >= 12 && least < 0.01 * r) || (k >= 64 && least < 0.5 * r) || k >= 256) break;
     }
-    return std::min(least, root_from_above(value_bound / std::fabs(re_[n_]), n_));
+    double const leading = std::fabs(re_[n_]);
+    return leading > least_magnitude ? std::min(least, root_from_above(value_bound / leading, n_)) : least;
 }
 
 // One more row of Horner's rule leaves C_k in the k-th place; its lower bound, or 0. A coefficient comes by at most
@@ -103,6 +105,6 @@ double mlRootEnclosure::next_coefficient(int k, mlComplex w, double r) {
         im[i] += product.im;
         magnitude[i] += magnitude[i + 1] * r;
     }
-    if (!(magnitude[k] < 1e290)) return 0.0;
+    if (!(magnitude[k] > least_magnitude && magnitude[k] < 1e290)) return 0.0;
     return ml_modulus(mlComplex{re[k], im[k]}) / upwards - 10.0 * unit * (n_ + k + 4.0) * magnitude[k];
 }

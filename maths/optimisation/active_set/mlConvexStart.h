@@ -1,6 +1,6 @@
 #pragma once
 
-#include "maths/optimisation/mlNearestPoint.h"
+#include "maths/optimisation/active_set/mlNearestPoint.h"
 
 /// The solution but for rounding, and its active set, of a quadratic programme whose G is well positive definite.
 /// For use inside the library.

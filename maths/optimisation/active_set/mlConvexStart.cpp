@@ -1,9 +1,9 @@
-#include "maths/optimisation/mlConvexStart.h"
+#include "maths/optimisation/active_set/mlConvexStart.h"
 
 #include <algorithm>
 
 #include "maths/decompositions/mlCholeskyDecomposition.h"
-#include "maths/optimisation/mlDenseRuns.h"
+#include "maths/optimisation/active_set/mlDenseRuns.h"
 
 namespace {
 

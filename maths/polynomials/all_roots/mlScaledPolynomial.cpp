@@ -1,10 +1,10 @@
-#include "maths/polynomials/mlScaledPolynomial.h"
+#include "maths/polynomials/all_roots/mlScaledPolynomial.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "maths/polynomials/mlBinaryScale.h"
-#include "maths/polynomials/mlExactArithmetic.h"
+#include "maths/polynomials/all_roots/mlBinaryScale.h"
+#include "maths/polynomials/all_roots/mlExactHorner.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <limits>
 
-#include "maths/optimisation/mlActiveSetSearch.h"
-#include "maths/optimisation/mlDenseRuns.h"
-#include "maths/optimisation/mlPreciseSum.h"
+#include "maths/core/mlExactArithmetic.h"
+#include "maths/optimisation/active_set/mlActiveSetSearch.h"
+#include "maths/optimisation/active_set/mlDenseRuns.h"
 
 namespace {
 

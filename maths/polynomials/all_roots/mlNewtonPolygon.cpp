@@ -1,6 +1,6 @@
-#include "maths/polynomials/mlNewtonPolygon.h"
+#include "maths/polynomials/all_roots/mlNewtonPolygon.h"
 
-#include "maths/polynomials/mlBinaryScale.h"
+#include "maths/polynomials/all_roots/mlBinaryScale.h"
 
 void mlNewtonPolygon::become(int n, double const * a) {
     logs_.expand(n + 1);

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <limits>
 
-#include "maths/polynomials/mlBinaryScale.h"
-#include "maths/polynomials/mlRootIteration.h"
-#include "maths/polynomials/mlRootSolve.h"
+#include "maths/polynomials/all_roots/mlBinaryScale.h"
+#include "maths/polynomials/all_roots/mlRootIteration.h"
 
 namespace {
 
-double const unit = std::numeric_limits<double>::epsilon() / 2.0;
 double const infinite = std::numeric_limits<double>::infinity();
+double const largest = std::numeric_limits<double>::max();
 double const half_turn = 3.14159265358979323846;
 
 /// The rotation by an angle near `angle`, at most 0.8 of a half turn: exactly a rotation, whatever its half tangent is.
@@ -30,15 +29,18 @@ void mlRootIteration::place_starts() {
 }
 
 // The points of an edge from i to j stand around 0 as the roots of a_i + a_j t^(j - i) do, turned a little where their
-// number is even, since a polynomial in t^2 would keep them symmetric for ever.
+// number is even, since a polynomial in t^2 would keep them symmetric for ever. They stay there when all roots of the
+// edge are out of the range of doubles: none is smaller than the radius divided by 2 n.
 void mlRootIteration::place_edge(int edge, int & first_pair, int & last_real) {
     int const i = polygon_.first(edge), j = polygon_.last(edge), count = j - i;
     double const log_radius = polygon_.log_radius(edge) - (wide_ ? 0 : scaled_.exponent());
     double const radius = ml_rough_exp2(std::clamp(log_radius, -1070.0, 1023.0));
+    double const start_bound = polygon_.log_radius(edge) > 1025.0 + ml_rough_log2(4.0 * n_) ? infinite : -1.0;
     double angle = 1.25 * half_turn / count; // of the first pair
     if (count % 2 == 1) {
         bool const positive = (a_[i] < 0.0) != (a_[j] < 0.0);
         x_[last_real] = positive ? radius : -radius;
+        bound_[last_real] = start_bound;
         y_[last_real--] = 0.0;
         angle = (positive ? 2.0 : 1.0) * half_turn / count;
     }
@@ -49,24 +51,22 @@ void mlRootIteration::place_edge(int edge, int & first_pair, int & last_real) {
         x_[first_pair] = x_[first_pair + 1] = radius * direction.re;
         y_[first_pair] = radius * std::fabs(direction.im);
         y_[first_pair + 1] = -y_[first_pair];
+        bound_[first_pair] = bound_[first_pair + 1] = start_bound;
         first_pair += 2;
         direction = direction * next;
     }
 }
 
-// Both roots of a quadratic as `mlRootSolve` has them, where they are real and meet the stopping test.
-bool mlRootIteration::use_closed_form() {
-    double roots[2];
-    if (mlRootSolve::quadratic_solve(a_[2], a_[1], a_[0], roots[0], roots[1]) != mlRootTypeTwo) return false;
-    for (int i = 0; i < 2; ++i) {
-        x_[i] = wide_ ? roots[i] : ml_scale(roots[i], -scaled_.exponent());
+bool mlRootIteration::take(double const * known) {
+    for (int i = 0; i < n_; ++i) {
+        x_[i] = wide_ ? known[i] : ml_scale(known[i], -scaled_.exponent());
         y_[i] = 0.0;
         if (!(std::fabs(x_[i]) > 0.0 && std::fabs(x_[i]) < infinite)) return false;
     }
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < n_; ++i) {
         focus(i);
         auto const at = scaled_.evaluate_precisely(px_[i], false);
-        if (!(ml_size(at.value) + scaled_.value_error(at) <= 8.0 * unit * at.sum)) return false;
+        if (!meets_stopping_test(ml_size(at.value) + scaled_.value_error(at), at.sum)) return false;
     }
     return true;
 }
@@ -100,10 +100,10 @@ void mlRootIteration::enclose(int i) {
     mlComplex const z{ml_scale(px_[i], -k), ml_scale(py_[i], -k)};
     double value, sum;
     double bound = enclosure_.distance(scaled, z, value, sum);
-    if (!(value <= 7.9 * n_ * unit * sum && mlScaledPolynomial::is_safe(sum))) all_met_ = false;
-    if (!(bound < infinite)) { // no root is further from 0 than twice the largest radius
-        double const log_radius = polygon_.log_radius(polygon_.num_edges() - 1) - scaled.exponent();
-        bound = ml_modulus(z) + ml_rough_exp2(std::clamp(log_radius + 2.0, -1000.0, 1020.0));
+    if (!meets_stopping_test(value, sum)) all_met_ = false;
+    if (!(bound < infinite)) { // a root is no further from 0 than n times the smallest radius
+        double const log_radius = polygon_.log_radius(0) - scaled.exponent();
+        if (log_radius < 900.0) bound = ml_modulus(z) + 2.0 * n_ * ml_rough_exp2(std::max(log_radius, -900.0));
     }
     put_bound(i, ml_scale(bound * (1.0 + 1e-9), k));
 }
@@ -115,8 +115,28 @@ void mlRootIteration::leave_scale(int i) {
         bound_[i] = ml_scale(bound_[i], k);
         if (bound_[i] < 0x1p-900) bound_[i] += 0x1p-1071; // for what underflow has rounded
     }
-    if (bound_[i] < infinite && std::fabs(x_[i]) < 0x1.fp1023 && std::fabs(y_[i]) < 0x1.fp1023) return;
-    all_met_ = false; // a root out of the range of doubles
-    x_[i] = std::clamp(x_[i], -0x1.fffffffffffffp1023, 0x1.fffffffffffffp1023);
-    y_[i] = std::clamp(y_[i], -0x1.fffffffffffffp1023, 0x1.fffffffffffffp1023);
+    double const far = std::max(std::fabs(x_[i]), std::fabs(y_[i]));
+    if (!(bound_[i] < infinite && far < 0x1.fp1023)) {
+        list_out_of_range(i);
+    } else if (far < 0x1p-1022) { // may have lost digits
+        all_met_ = all_met_ && far > 0.0 && stands_the_test(i);
+    }
+}
+
+// Keeps the direction.
+void mlRootIteration::list_out_of_range(int i) {
+    all_met_ = false;
+    bound_[i] = infinite;
+    double const x = std::clamp(x_[i], -largest, largest), y = std::clamp(y_[i], -largest, largest);
+    double const factor = largest / std::max(std::fabs(x), std::fabs(y));
+    x_[i] = std::clamp(factor * x, -largest, largest);
+    y_[i] = std::clamp(factor * y, -largest, largest);
+}
+
+// For a point in the caller's scale.
+bool mlRootIteration::stands_the_test(int i) {
+    int const k = scale_of(x_[i], y_[i]);
+    scaled_for_bound_.become(n_, a_, k);
+    auto const at = scaled_for_bound_.evaluate_precisely(mlComplex{ml_scale(x_[i], -k), ml_scale(y_[i], -k)}, false);
+    return meets_stopping_test(ml_modulus(at.value) + scaled_for_bound_.value_error(at), at.sum);
 }

@@ -1,36 +1,12 @@
 #pragma once
 
-#include "maths/polynomials/mlComplex.h"
+#include "maths/core/mlExactArithmetic.h"
+#include "maths/polynomials/all_roots/mlComplex.h"
 
-// Error-free transformations, for use inside the library: sums and products with their rounding errors, which are
-// doubles too as long as nothing overflows (beyond 2^996) or underflows.
+// Steps of Horner's rule with their rounding errors, for use inside the library.
 //
-// Source: Dekker, A floating-point technique for extending the available precision (1971); Knuth, The Art of Computer
-// Programming 2; Graillat & Menissier-Morain, Accurate summation, dot product and polynomial evaluation in complex
-// floating point arithmetic (2012).
-
-/// a + b; gives `error` what the sum lost.
-inline double ml_exact_sum(double a, double b, double & error) {
-    double const sum = a + b, virtual_b = sum - a;
-    error = (a - (sum - virtual_b)) + (b - virtual_b);
-    return sum;
-}
-
-/// A double as the sum of two of 26 bits.
-struct mlSplit {
-    mlSplit() = default;
-    explicit mlSplit(double x) {
-        double const c = 134217729.0 * x; // 2^27 + 1
-        high = c - (c - x);
-        low = x - high;
-    }
-    double high, low;
-};
-
-/// What `product`, the rounded product of two numbers, has lost.
-inline double ml_product_error(double product, mlSplit a, mlSplit b) {
-    return ((a.high * b.high - product) + a.high * b.low + a.low * b.high) + a.low * b.low;
-}
+// Source: Graillat & Menissier-Morain, Accurate summation, dot product and polynomial evaluation in complex floating
+// point arithmetic (2012).
 
 /// A factor of many products, real or complex: `value` and what that value is short of the number it stands for.
 template <class Number> struct mlFactor;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "maths/polynomials/mlComplex.h"
+#include "maths/polynomials/all_roots/mlComplex.h"
 #include "platform/coDynArr.h"
 
 /// A polynomial at a point z: `value` is p(z), `slope` z p'(z) and `sum` the sum of |a_i| |z|^i, rounded, all three

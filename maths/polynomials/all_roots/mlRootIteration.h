@@ -1,8 +1,8 @@
 #pragma once
 
-#include "maths/polynomials/mlNewtonPolygon.h"
-#include "maths/polynomials/mlRootEnclosure.h"
-#include "maths/polynomials/mlScaledPolynomial.h"
+#include "maths/polynomials/all_roots/mlNewtonPolygon.h"
+#include "maths/polynomials/all_roots/mlRootEnclosure.h"
+#include "maths/polynomials/all_roots/mlScaledPolynomial.h"
 
 /// All roots at once of a polynomial of which neither end coefficient is zero, for use inside the library.
 ///
@@ -19,7 +19,8 @@
 class mlRootIteration {
 public:
     /// Finds the roots of a[0] + a[1] t + ... + a[n] t^n, n >= 1; false when some don't meet the stopping test.
-    bool solve(int n, double const * a);
+    /// `known` may be n real numbers, which are the roots if they meet that test, or nullptr.
+    bool solve(int n, double const * a, double const * known);
 
     /// Root i of n, in the order of the slots: a pair's upper one comes right before its lower one.
     double real_part(int i) const { return x_[i]; }
@@ -33,7 +34,7 @@ private:
     void choose_scale();
     void place_starts();
     void place_edge(int edge, int & first_pair, int & last_real);
-    bool use_closed_form();
+    bool take(double const * known);
 
     void sweep_all(Phase phase);
     bool sweep(Phase phase);
@@ -46,6 +47,7 @@ private:
     template <class Number> bool correction(int i, Number z, Number share, Number partner, Phase phase, Number & step);
     template <class Number>
     bool accept(int i, Number z, mlScaledValue<Number> const & at, Number share, double slope_error);
+    bool meets_stopping_test(double value, double sum) const;
     template <class Number> Number share_of_others(Number z, int i, int j) const;
 
     static int scale_of(double x, double y);
@@ -58,6 +60,8 @@ private:
     void enclose(int i);
     void make_double_point(int i);
     void leave_scale(int i);
+    void list_out_of_range(int i);
+    bool stands_the_test(int i);
 
     int n_ = 0;
     double const * a_ = nullptr; // the caller's, for the time of a call

@@ -1,10 +1,10 @@
-#include "maths/optimisation/mlActiveNormals.h"
+#include "maths/optimisation/active_set/mlActiveNormals.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "maths/decompositions/mlSingularValueDecomposition.h"
-#include "maths/optimisation/mlDenseRuns.h"
+#include "maths/optimisation/active_set/mlDenseRuns.h"
 
 namespace {
 

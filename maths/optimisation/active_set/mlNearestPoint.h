@@ -1,7 +1,7 @@
 #pragma once
 
-#include "maths/optimisation/mlActiveNormals.h"
-#include "maths/optimisation/mlConstraintRows.h"
+#include "maths/optimisation/active_set/mlActiveNormals.h"
+#include "maths/optimisation/active_set/mlConstraintRows.h"
 
 /// Finds the point nearest to a given one that meets linear constraints. For use inside the library.
 ///

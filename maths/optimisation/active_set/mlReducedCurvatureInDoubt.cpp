@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "maths/decompositions/mlSingularValueDecomposition.h"
-#include "maths/optimisation/mlDenseRuns.h"
-#include "maths/optimisation/mlReducedCurvature.h"
+#include "maths/optimisation/active_set/mlDenseRuns.h"
+#include "maths/optimisation/active_set/mlReducedCurvature.h"
 
 namespace {
 

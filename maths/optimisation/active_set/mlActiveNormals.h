@@ -1,7 +1,7 @@
 #pragma once
 
 #include "maths/core/mlMatrix.h"
-#include "maths/optimisation/mlConstraintRows.h"
+#include "maths/optimisation/active_set/mlConstraintRows.h"
 #include "platform/coDynArr.h"
 
 /// The normals of the active constraints, linearly independent, in a factored form A^T = Y R with R upper triangular

@@ -1,10 +1,10 @@
-#include "maths/optimisation/mlNearestPoint.h"
+#include "maths/optimisation/active_set/mlNearestPoint.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-#include "maths/optimisation/mlDenseRuns.h"
+#include "maths/optimisation/active_set/mlDenseRuns.h"
 
 namespace {
 

@@ -1,10 +1,11 @@
-#include "maths/polynomials/mlRootIteration.h"
+#include "maths/polynomials/all_roots/mlRootIteration.h"
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
-#include "maths/polynomials/mlBinaryScale.h"
+#include "maths/polynomials/all_roots/mlBinaryScale.h"
+#include "platform/coSize.h"
 
 namespace {
 
@@ -17,7 +18,7 @@ bool is_finite(double x) { return x - x == 0.0; }
 
 void mlRootIteration::sweep_all(Phase phase) {
     for (int i = 0; i < n_; ++i)
-        done_[i] = 0;
+        done_[i] = bound_[i] >= 0.0;
     for (int count = 0; count < max_sweeps && !sweep(phase); ++count) {
     }
 }
@@ -111,12 +112,12 @@ bool mlRootIteration::accept(int i, Number z, mlScaledValue<Number> const & at, 
     double const curvature = 4.0 * n_rho * n_rho * at.sum, noise = scaled_.value_error(at);
     if (!(curvature <= 16.0 * unit * ml_size(at.slope) || curvature <= noise)) return false;
     double const slope = ml_size(at.slope) * 0.70710678 - slope_error - 3.0 * n_ * n_rho * at.sum;
-    if (!(slope > 0.25 * ml_size(at.slope)) || !mlScaledPolynomial::is_safe(at.sum)) return false;
+    if (!(slope > 0.25 * ml_size(at.slope))) return false;
 
     Number const left = at.value + at.slope * ml_quotient(moved, z);
     double const value = ml_size(left) + noise + 2.0 * rho * slope_error + curvature +
                          8.0 * unit * (ml_size(at.value) + 2.0 * rho * ml_size(at.slope));
-    if (!(value <= 7.9 * n_ * unit * at.sum)) return false;
+    if (!meets_stopping_test(value, at.sum)) return false;
     put_bound(i, n_ * value / slope * ml_modulus(z) * (1.0 + 1e-9));
     if constexpr (sizeof(Number) == sizeof(double)) {
         put(i, next, 0.0);
@@ -124,6 +125,11 @@ bool mlRootIteration::accept(int i, Number z, mlScaledValue<Number> const & at, 
         put(i, next.re, next.im);
     }
     return true;
+}
+
+// 4 n eps of the sum, and a little less for what computing both has rounded.
+bool mlRootIteration::meets_stopping_test(double value, double sum) const {
+    return value <= 7.9 * n_ * unit * sum && mlScaledPolynomial::is_safe(sum);
 }
 
 void mlRootIteration::move_pair(int i, Phase phase) {
@@ -228,7 +234,7 @@ bool mlRootIteration::settles(double moved, double size, Phase phase) const {
     return moved <= (phase == plain ? 0x1p-12 / n_ : 2.0 * unit) * size;
 }
 
-bool mlRootIteration::solve(int n, double const * a) {
+bool mlRootIteration::solve(int n, double const * a, double const * known) {
     n_ = n;
     a_ = a;
     all_met_ = true;
@@ -236,7 +242,7 @@ bool mlRootIteration::solve(int n, double const * a) {
     polygon_.become(n, a);
     choose_scale();
     std::fill(bound_, bound_ + n, -1.0);
-    if (n != 2 || !use_closed_form()) {
+    if (known == nullptr || !take(known)) {
         place_starts();
         sweep_all(plain);
         sweep_all(precise);
@@ -245,8 +251,8 @@ bool mlRootIteration::solve(int n, double const * a) {
 }
 
 void mlRootIteration::make_room() {
-    numbers_.expand(5 * n_);
-    integers_.expand(2 * n_);
+    numbers_.expand(coTableSize(5, n_));
+    integers_.expand(coTableSize(2, n_));
     x_ = numbers_.data();
     y_ = x_ + n_;
     local_x_ = y_ + n_;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "maths/polynomials/mlScaledPolynomial.h"
+#include "maths/polynomials/all_roots/mlScaledPolynomial.h"
 
 /// How far the nearest root of a polynomial can be from a point, for use inside the library. Serves clusters too.
 ///

@@ -1,4 +1,4 @@
-#include "maths/optimisation/mlConstraintRows.h"
+#include "maths/optimisation/active_set/mlConstraintRows.h"
 
 #include <algorithm>
 #include <bit>
@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <limits>
 
+#include "maths/core/mlExactArithmetic.h"
 #include "maths/core/mlSlice.h"
-#include "maths/optimisation/mlDenseRuns.h"
-#include "maths/optimisation/mlPreciseSum.h"
+#include "maths/optimisation/active_set/mlDenseRuns.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "maths/optimisation/mlReducedCurvature.h"
+#include "maths/optimisation/active_set/mlReducedCurvature.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "maths/optimisation/mlDenseRuns.h"
+#include "maths/optimisation/active_set/mlDenseRuns.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "maths/optimisation/mlActiveNormals.h"
+#include "maths/optimisation/active_set/mlActiveNormals.h"
 
 class mlSingularValueDecomposition;
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "maths/optimisation/mlConvexStart.h"
-#include "maths/optimisation/mlReducedCurvature.h"
+#include "maths/optimisation/active_set/mlConvexStart.h"
+#include "maths/optimisation/active_set/mlReducedCurvature.h"
 
 /// Minimises 1/2 x^T G x + g·x over the points that meet linear constraints: a primal active-set method in the null
 /// space of the active normals. For use inside the library.
