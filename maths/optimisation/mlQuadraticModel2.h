@@ -15,6 +15,8 @@ struct mlSymmetric2 {
     bool is_finite() const { return std::isfinite(uu) && std::isfinite(uv) && std::isfinite(vv); }
     /// No direction of it is flat, up to roundoff of its determinant, or bends down.
     bool is_positive() const { return uu > 0.0 && vv > 0.0 && 1.0 - uv / uu * (uv / vv) > singular; }
+    /// Its determinant is below `fraction` of the product of its diagonal, in magnitude.
+    bool is_nearly_singular(double fraction) const { return std::fabs(1.0 - uv / uu * (uv / vv)) < fraction; }
     double diagonal(int i) const { return i == 0 ? uu : vv; }
 
     /// The rank-one update that makes the matrix map s to y, where it is well determined; else the least symmetric one.

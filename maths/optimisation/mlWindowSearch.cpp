@@ -14,6 +14,7 @@ double const collapse = 1e-3;    // of the resolution: a trust region as small i
 double const coarse_step = 1e-6; // in units: beside steps as long the curvature changes
 int const most_rejections = 60;
 int const most_escapes = 3;
+int const most_detours = 5; // from one point
 
 } // namespace
 
@@ -89,13 +90,40 @@ mlWindowSearch::End mlWindowSearch::try_step(mlPair const & s) {
     mlPair const x = function_.moved(point_.x, s);
     if (is_unbounded(x)) return mlMinimiser2Failed; // it falls for ever
     double const f = function_.value(x);
-    if (!(f < point_.f)) return reject(s, f, predicted);
+    if (!(f < point_.f)) {
+        if (try_two_steps({x, f}, predicted)) return std::nullopt;
+        return reject(s, f, predicted);
+    }
     double const gain = point_.f - f, size = function_.length(s);
     model_.judge(s, gain);
     last_step_was_free_ = size < 0.99 * radius_;
     adapt_radius(gain / predicted, size);
     move_to({x, f});
     return std::nullopt;
+}
+
+// Across a bend of a narrow valley a step climbs the wall, from where Newton's next one leads down to the floor.
+bool mlWindowSearch::try_two_steps(mlWindowPoint const & first, double predicted) {
+    bool const climbs = first.f - point_.f > 3.0 * predicted && predicted > point_.noise();
+    if (!climbs || !std::isfinite(first.f) || rejections_ > most_detours) return false;
+    mlLocalModel2 const model = model_;
+    mlWindowPoint const start = point_;
+    point_ = first;
+    model_.forget_curvature();
+    if (model_.move_to(first)) {
+        mlPair const x = function_.moved(first.x, model_step());
+        double const f = is_unbounded(x) ? first.f : function_.value(x);
+        if (f < start.f - 0.1 * predicted) {
+            radius_ = std::max(radius_, 4.0 * function_.length({x[0] - start.x[0], x[1] - start.x[1]}));
+            last_step_was_free_ = false;
+            model_.forget_curvature();
+            move_to({x, f});
+            return true;
+        }
+    }
+    point_ = start;
+    model_ = model;
+    return false;
 }
 
 void mlWindowSearch::adapt_radius(double ratio, double size) {

@@ -29,6 +29,7 @@ private:
     End iterate();
     End try_step(mlPair const & s);
     bool try_longer_step(mlPair const & s);
+    bool try_two_steps(mlWindowPoint const & first, double predicted);
     End reject(mlPair const & s, double f, double predicted);
     End settle(mlPair s);
     End confirm();
