@@ -181,7 +181,10 @@ bool mlWindowSearch::try_longer_step(mlPair const & s) {
     double const f = function_.value(x);
     bool const lower = f < point_.f + model_.quadratic().change(s);
     lengthening_ = lower ? 10.0 * lengthening_ : 10.0;
-    if (!lower) return function_.has_met_absolute_minimum();
+    if (!lower) {
+        if (++failed_lengthenings_ % 2 == 0) model_.forget_curvature(); // steps are short, but not for want of curvature
+        return function_.has_met_absolute_minimum();
+    }
     radius_ = std::max(radius_, factor * function_.length(s));
     model_.distrust();
     move_to({x, f});
@@ -256,9 +259,12 @@ mlWindowSearch::End mlWindowSearch::sample() {
 // A minimum, unless a lower value is known or close by.
 mlWindowSearch::End mlWindowSearch::finish() {
     if (function_.has_met_absolute_minimum()) return std::nullopt;
-    bool lower = point_.is_above(function_.lowest().f);
+    mlWindowPoint const & lowest = function_.lowest(); // met by differences, or by a step refused as roundoff
+    mlPair const to_lowest = {lowest.x[0] - point_.x[0], lowest.x[1] - point_.x[1]};
+    if (lowest.f < point_.f && function_.is_below_resolution(point_.x, to_lowest, 1.0)) point_ = lowest;
+    bool lower = point_.is_above(lowest.f);
     if (lower)
-        move_to(function_.lowest());
+        move_to(lowest);
     else if (!sampling_)
         lower = is_lower_at_an_end_nearby() || (is_flat() ? escape() : is_lower_down_the_slope());
     else

@@ -61,6 +61,7 @@ private:
     double radius_ = 0.0; // of the trust region, in units; 0 before the first model
     double growth_ = 2.0; // of the radius, when it next grows
     double lengthening_ = 10.0;
+    int failed_lengthenings_ = 0;
     int escapes_ = 0;
     int rejections_ = 0;              // at this point
     bool last_step_was_free_ = false; // of the trust region
