@@ -8,7 +8,6 @@ namespace {
 
 double const epsilon = std::numeric_limits<double>::epsilon();
 double const near = 0.03; // in units: a curvature that is clear there does not change its kind here
-double const narrow = 0.05; // a valley, whose floor the curvature must be known well for: as is_nearly_singular says
 int const patience = 3;   // bad predictions before a curvature without second derivatives is made afresh
 
 } // namespace
@@ -85,10 +84,7 @@ bool mlLocalModel2::is_nearly_fresh() const {
 
 bool mlLocalModel2::confirm(mlWindowPoint const & point) {
     if (fresh_ || is_nearly_fresh()) return true;
-    if (!function_->curvature_is_partial()) {
-        bool const clear = model_.b.is_positive() && !model_.b.is_nearly_singular(narrow);
-        return (function_->order() == 1 && clear) || renew(point);
-    }
+    if (!function_->curvature_is_partial()) return renew(point);
     if (has_last_step_) return true;
     fresh_ = true;
     if (!renew_by_gradients(point)) return false;
@@ -125,7 +121,7 @@ bool mlLocalModel2::renew_by_gradients(mlWindowPoint const & point) {
             x[i] = function_->moved(point.x, i, h > function_->high(i) - point.x[i] ? -h : h);
             if (side < 0) x[i] = function_->moved(point.x, i, point.x[i] - x[i]);
             double const s = x[i] - point.x[i];
-            if (s == 0.0) continue; // no room
+            if (s == 0.0) continue;                                     // no room
             if (function_->curvature_is_partial()) function_->value(x); // the gradient needs it
             if (!function_->gradient(x, g) || function_->has_met_absolute_minimum()) return false;
             for (int j : {0, 1}) {
@@ -172,11 +168,12 @@ bool mlLocalModel2::renew_by_values(mlWindowPoint const & point) {
         slope[i] = rise_up - 0.5 * bend[i] * up;
     }
     double twist = has_model_ ? model_.b.uv : 0.0;
-    if (offset[0] != 0.0 && offset[1] != 0.0 && (!has_model_ || bad_predictions_ > 0 || model_.b.is_nearly_singular(narrow))) {
+    if (offset[0] != 0.0 && offset[1] != 0.0 &&
+        (!has_model_ || bad_predictions_ > 0 || model_.b.is_nearly_singular(mlSymmetric2::narrow))) {
         double const corner = function_->value({point.x[0] + offset[0], point.x[1] + offset[1]});
         twist = ((corner - f[0]) - (f[1] - point.f)) / offset[0] / offset[1];
-        bool const across = (offset[0] > 0.0) == (opposite[0] < 0.0) && (offset[1] > 0.0) == (opposite[1] < 0.0);
-        if (across && mlSymmetric2{bend[0], twist, bend[1]}.is_nearly_singular(narrow)) {
+        bool const both_sides = (offset[0] > 0.0) == (opposite[0] < 0.0) && (offset[1] > 0.0) == (opposite[1] < 0.0);
+        if (both_sides && mlSymmetric2{bend[0], twist, bend[1]}.is_nearly_singular(mlSymmetric2::narrow)) {
             double const other = function_->value({point.x[0] + opposite[0], point.x[1] + opposite[1]});
             double const twist_there = ((other - g[0]) - (g[1] - point.f)) / opposite[0] / opposite[1];
             twist = 0.5 * (twist + twist_there);

@@ -26,8 +26,8 @@ public:
     /// Whether there are second derivatives, made so near that a clear curvature there is of the same kind here.
     bool is_nearly_fresh() const;
 
-    /// Sees to it that the curvature may confirm a minimum at the current point: that it is fresh where there are
-    /// second derivatives or values alone, and complete where no step has corrected a partial one. False as above.
+    /// Sees to it that the curvature may confirm a minimum at the current point: that it is fresh, or complete where no
+    /// step has corrected a partial one. False as above.
     bool confirm(mlWindowPoint const & point);
 
     /// Forgets what was learned at other points.

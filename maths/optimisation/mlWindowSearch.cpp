@@ -9,11 +9,15 @@ namespace {
 double const largest_radius = 1e300;
 double const first_convex_radius = 2.0; // Newton steps may be that long at once
 double const first_radius = 1.0;
-double const negligible = 1e-3;  // of the resolution: a step that needs no confirmation
-double const collapse = 1e-3;    // of the resolution: a trust region as small is of no use
-double const coarse_step = 1e-6; // in units: beside steps as long the curvature changes
+double const negligible = 1e-3;   // of the resolution: a step that needs no confirmation
+double const collapse = 1e-3;     // of the resolution: a trust region as small is of no use
+double const short_step = 1e-3;   // in units
+double const near_the_end = 3e-3; // in units: Newton's steps as long are among the last few
+double const coarse_step = 1e-6;  // in units: beside steps as long the curvature changes
 int const most_rejections = 60;
 int const most_escapes = 3;
+int const most_level_steps = 4;
+int const most_restarts = 5;
 int const most_detours = 5; // from one point
 
 } // namespace
@@ -45,11 +49,24 @@ mlWindowSearch::End mlWindowSearch::iterate() {
         if (radius_ == 0.0) set_first_radius();
     }
     if (function_.order() == 2 && model_.is_doubtful() && !model_.renew(point_)) return start_sampling(1.0);
-    mlPair const s = model_step();
+    mlPair s = model_step();
+    if (has_to_be_renewed_near_the_end(s)) {
+        if (!model_.renew(point_)) return start_sampling(1.0);
+        s = model_step();
+    }
     if (is_within_resolution(s)) return settle(s);
     if (try_longer_step(s)) return std::nullopt;
     return try_step(s);
 }
+
+// Second derivatives that confirm the minimum serve for the last steps too, when they are asked for before those.
+bool mlWindowSearch::has_to_be_renewed_near_the_end(mlPair const & s) const {
+    if (function_.order() != 2 || model_.is_fresh() || model_.is_nearly_fresh() || is_held()) return false;
+    return function_.length(s) < near_the_end;
+}
+
+// Whether ends hold both parameters: then this is a minimum, whatever the curvature.
+bool mlWindowSearch::is_held() const { return held_by_an_end(0) && held_by_an_end(1); }
 
 void mlWindowSearch::set_first_radius() {
     radius_ = model_.curvature().is_positive() ? first_convex_radius : first_radius;
@@ -90,6 +107,11 @@ mlWindowSearch::End mlWindowSearch::try_step(mlPair const & s) {
     mlPair const x = function_.moved(point_.x, s);
     if (is_unbounded(x)) return mlMinimiser2Failed; // it falls for ever
     double const f = function_.value(x);
+    if (f == point_.f && function_.order() > 0 && predicted <= point_.noise() && level_steps_ < most_level_steps) {
+        ++level_steps_; // derivatives tell more than values
+        move_to({x, f});
+        return std::nullopt;
+    }
     if (!(f < point_.f)) {
         if (try_two_steps({x, f}, predicted)) return std::nullopt;
         return reject(s, f, predicted);
@@ -182,9 +204,11 @@ bool mlWindowSearch::try_longer_step(mlPair const & s) {
     bool const lower = f < point_.f + model_.quadratic().change(s);
     lengthening_ = lower ? 10.0 * lengthening_ : 10.0;
     if (!lower) {
-        if (++failed_lengthenings_ % 2 == 0) model_.forget_curvature(); // steps are short, but not for want of curvature
+        if (++failed_lengthenings_ % 2 == 0)
+            model_.forget_curvature(); // steps are short, but not for want of curvature
         return function_.has_met_absolute_minimum();
     }
+    lengthened_ = true;
     radius_ = std::max(radius_, factor * function_.length(s));
     model_.distrust();
     move_to({x, f});
@@ -193,13 +217,17 @@ bool mlWindowSearch::try_longer_step(mlPair const & s) {
 
 // The model's minimum lies within the resolution: goes there, and looks whether it is one.
 mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
+    if (is_held() && s == mlPair{0.0, 0.0}) return finish();
     bool const fresh = model_.is_fresh();
-    if (!model_.confirm(point_)) return start_sampling(1.0);
+    bool const proven =
+        function_.order() == 1 && !function_.curvature_is_partial() && (shrinks_fast(s) || !is_narrow());
+    if (!proven && !model_.confirm(point_)) return start_sampling(1.0);
     if (!fresh || function_.curvature_is_partial()) {
         radius_ = std::max(radius_, 10.0 * function_.coarse_resolution());
         s = model_step();
         if (!is_within_resolution(s)) return try_step(s);
     }
+    settled_quickly_ = shrinks_fast(s) && !is_narrow();
     mlPair const x = function_.moved(point_.x, s);
     if (x == point_.x || (function_.is_below_resolution(point_.x, s, negligible) && !changes_ends(x))) return finish();
     double const predicted = -model_.quadratic().change(s);
@@ -210,10 +238,21 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
         if (-gain <= point_.noise() || (by_values && predicted <= 1e3 * point_.noise())) return finish();
         return reject(s, f, predicted);
     }
-    bool const sure = function_.is_below_resolution(point_.x, s, negligible) ||
+    bool const sure = settled_quickly_ || function_.is_below_resolution(point_.x, s, negligible) ||
                       (predicted <= point_.noise() && (function_.order() != 1 || function_.curvature_is_partial()));
     move_to({x, f});
     return sure ? finish() : confirm();
+}
+
+// Whether this may be the wall of a valley with a long way to go, which the curvature must be known well to tell.
+bool mlWindowSearch::is_narrow() const {
+    return !held_by_an_end(0) && !held_by_an_end(1) && model_.curvature().is_narrow();
+}
+
+// Whether steps are short, and shrink so fast that the next ones do not matter.
+bool mlWindowSearch::shrinks_fast(mlPair const & s) const {
+    double const last = model_.has_last_step() ? function_.length(model_.last_step()) : 1.0;
+    return last < short_step && function_.length(s) < 0.1 * last;
 }
 
 // Whether a parameter reaches or leaves an end of the window on the way to x.
@@ -270,6 +309,7 @@ mlWindowSearch::End mlWindowSearch::finish() {
     else
         lower = is_lower_at_an_end_nearby();
     if (lower) {
+        if (++restarts_ > most_restarts) return start_sampling(10.0 * function_.coarse_resolution());
         modelled_ = false;
         radius_ = 0.0;
         model_.forget();
@@ -310,6 +350,7 @@ bool mlWindowSearch::is_lower(mlPair const & x) {
 // A few resolutions away, where the curvature was not asked of the function itself.
 bool mlWindowSearch::is_lower_down_the_slope() {
     if (function_.order() == 2) return false;
+    if (settled_quickly_ && !(lengthened_ && function_.order() == 1)) return false;
     mlPair g = model_.gradient();
     for (int i : {0, 1})
         if (held_by_an_end(i)) g[i] = 0.0;
