@@ -11,17 +11,23 @@
 /// central ones where the curvature is made afresh, else forward ones, corrected by the curvature known.
 class mlLocalModel2 {
 public:
-    explicit mlLocalModel2(mlWindowFunction & function) : function_(function) {}
+    explicit mlLocalModel2(mlWindowFunction & function) : function_(&function) {}
 
     /// Makes the model at a point other than the last one; a step that came from there updates the curvature. False
     /// where the numbers are not finite, or the absolute minimum was met on the way.
     bool move_to(mlWindowPoint const & point);
 
+    /// The next point's curvature is made afresh, not by an update; a partial one's correction is kept.
+    void forget_curvature() { has_model_ = has_model_ && function_->curvature_is_partial(); }
+
     /// Makes the curvature, and by differences the gradient too, afresh at the current point; false as above.
     bool renew(mlWindowPoint const & point);
 
-    /// Sees to it that the curvature may confirm a minimum at the current point: that it is fresh where there are
-    /// second derivatives or values alone, and complete where no step has corrected a partial one. False as above.
+    /// Whether there are second derivatives, made so near that a clear curvature there is of the same kind here.
+    bool is_nearly_fresh() const;
+
+    /// Sees to it that the curvature may confirm a minimum at the current point: that it is fresh, or complete where no
+    /// step has corrected a partial one. False as above.
     bool confirm(mlWindowPoint const & point);
 
     /// Forgets what was learned at other points.
@@ -36,7 +42,7 @@ public:
     bool is_doubtful() const;
 
     /// Whether the curvature was made at the current point, or is partial, which cannot be made better.
-    bool is_fresh() const { return fresh_ || function_.curvature_is_partial(); }
+    bool is_fresh() const { return fresh_ || function_->curvature_is_partial(); }
     mlQuadraticModel2 const & quadratic() const { return model_; }
     mlSymmetric2 const & curvature() const { return model_.b; }
     mlPair const & gradient() const { return model_.g; }
@@ -49,12 +55,11 @@ private:
     bool difference_gradient(mlWindowPoint const & point, mlPair & g);
     void update_curvature(mlPair const & g);
     void use_correction(bool use);
-    bool is_nearly_fresh() const;
     double central_step(mlWindowPoint const & point, int i) const;
     double forward_step(mlWindowPoint const & point, int i) const;
     double scale(mlPair const & x, int i) const;
 
-    mlWindowFunction & function_;
+    mlWindowFunction * function_;
     mlQuadraticModel2 model_;
     mlSymmetric2 partial_;
     mlSymmetric2 correction_; // of the partial curvature

@@ -29,6 +29,7 @@ private:
     End iterate();
     End try_step(mlPair const & s);
     bool try_longer_step(mlPair const & s);
+    bool try_two_steps(mlWindowPoint const & first, double predicted);
     End reject(mlPair const & s, double f, double predicted);
     End settle(mlPair s);
     End confirm();
@@ -44,6 +45,10 @@ private:
     bool changes_ends(mlPair const & x) const;
     bool is_flat() const;
     bool held_by_an_end(int i) const;
+    bool is_held() const;
+    bool is_narrow() const;
+    bool shrinks_fast(mlPair const & s) const;
+    bool has_to_be_renewed_near_the_end(mlPair const & s) const;
     bool escape();
     bool is_lower(mlPair const & x);
     bool is_lower_down_the_slope();
@@ -60,7 +65,12 @@ private:
     double radius_ = 0.0; // of the trust region, in units; 0 before the first model
     double growth_ = 2.0; // of the radius, when it next grows
     double lengthening_ = 10.0;
+    int failed_lengthenings_ = 0;
     int escapes_ = 0;
+    int restarts_ = 0;
+    int level_steps_ = 0;
+    bool lengthened_ = false;
+    bool settled_quickly_ = false;
     int rejections_ = 0;              // at this point
     bool last_step_was_free_ = false; // of the trust region
 };

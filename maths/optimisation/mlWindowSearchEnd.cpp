@@ -1,0 +1,167 @@
+#include "maths/optimisation/mlWindowSearch.h"
+
+#include <algorithm>
+#include <cmath>
+
+// How a search ends: whether a step within the resolution leads to a minimum.
+
+namespace {
+
+double const negligible = 1e-3;  // of the resolution: a step that needs no confirmation
+double const short_step = 1e-3;  // in units
+double const coarse_step = 1e-6; // in units: beside steps as long the curvature changes
+int const most_escapes = 3;
+int const most_restarts = 5;
+double const escape_distance = 1.0; // in units
+
+} // namespace
+
+// The model's minimum lies within the resolution: goes there, and looks whether it is one.
+mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
+    if (is_held() && s == mlPair{0.0, 0.0}) return finish();
+    bool const fresh = model_.is_fresh();
+    bool const proven =
+        function_.order() == 1 && !function_.curvature_is_partial() && (shrinks_fast(s) || !is_narrow());
+    if (!proven && !model_.confirm(point_)) return start_sampling(1.0);
+    if (!fresh || function_.curvature_is_partial()) {
+        radius_ = std::max(radius_, 10.0 * function_.coarse_resolution());
+        s = model_step();
+        if (!is_within_resolution(s)) return try_step(s);
+    }
+    settled_quickly_ = shrinks_fast(s) && !is_narrow();
+    mlPair const x = function_.moved(point_.x, s);
+    if (x == point_.x || (function_.is_below_resolution(point_.x, s, negligible) && !changes_ends(x))) return finish();
+    double const predicted = -model_.quadratic().change(s);
+    double const f = function_.value(x);
+    double const gain = point_.f - f;
+    bool const by_values = function_.order() == 0;
+    if (!(gain >= 0.0)) {
+        if (-gain <= point_.noise() || (by_values && predicted <= 1e3 * point_.noise())) return finish();
+        return reject(s, f, predicted);
+    }
+    bool const sure = settled_quickly_ || function_.is_below_resolution(point_.x, s, negligible) ||
+                      (predicted <= point_.noise() && (function_.order() != 1 || function_.curvature_is_partial()));
+    move_to({x, f});
+    return sure ? finish() : confirm();
+}
+
+// Whether this may be the wall of a valley with a long way to go, which the curvature must be known well to tell.
+bool mlWindowSearch::is_narrow() const {
+    return !held_by_an_end(0) && !held_by_an_end(1) && model_.curvature().is_narrow();
+}
+
+// Whether steps are short, and shrink so fast that the next ones do not matter.
+bool mlWindowSearch::shrinks_fast(mlPair const & s) const {
+    double const last = model_.has_last_step() ? function_.length(model_.last_step()) : 1.0;
+    return last < short_step && function_.length(s) < 0.1 * last;
+}
+
+// Whether a parameter reaches or leaves an end of the window on the way to x.
+bool mlWindowSearch::changes_ends(mlPair const & x) const {
+    for (int i : {0, 1})
+        if (x[i] != point_.x[i] && (function_.at_end(x, i) || function_.at_end(point_.x, i))) return true;
+    return false;
+}
+
+// After a step within the resolution: the next one must be much shorter.
+mlWindowSearch::End mlWindowSearch::confirm() {
+    if (!model_.move_to(point_)) return start_sampling(1.0);
+    modelled_ = true;
+    bool const coarse = function_.length(model_.last_step()) > coarse_step;
+    if (coarse && !model_.is_fresh() && !model_.renew(point_)) return start_sampling(1.0);
+    mlPair const next = model_step();
+    bool const shrinks = function_.length(next) <= 0.25 * function_.length(model_.last_step());
+    if (function_.is_below_resolution(point_.x, next, shrinks ? 1.0 : negligible)) return finish();
+    if (!model_.is_fresh()) model_.distrust();
+    return std::nullopt;
+}
+
+// A minimum, unless a lower value is known or close by.
+mlWindowSearch::End mlWindowSearch::finish() {
+    if (function_.has_met_absolute_minimum()) return std::nullopt;
+    mlWindowPoint const & lowest = function_.lowest(); // met by differences, or by a step refused as roundoff
+    mlPair const to_lowest = {lowest.x[0] - point_.x[0], lowest.x[1] - point_.x[1]};
+    if (lowest.f < point_.f && function_.is_below_resolution(point_.x, to_lowest, 1.0)) point_ = lowest;
+    bool lower = point_.is_above(lowest.f);
+    if (lower)
+        move_to(lowest);
+    else if (!sampling_)
+        lower = is_lower_at_an_end_nearby() || (is_flat() ? escape() : is_lower_down_the_slope());
+    else
+        lower = is_lower_at_an_end_nearby();
+    if (lower) {
+        if (++restarts_ > most_restarts) return start_sampling(10.0 * function_.coarse_resolution());
+        modelled_ = false;
+        radius_ = 0.0;
+        model_.forget();
+        return std::nullopt;
+    }
+    if (function_.at_end(point_.x, 0)) return function_.at_end(point_.x, 1) ? mlMinimiser2AtCorner : mlMinimiser2AtUEnd;
+    return function_.at_end(point_.x, 1) ? mlMinimiser2AtVEnd : mlMinimiser2Converged;
+}
+
+// Whether the parameter is at an end, from which the model rises inwards.
+bool mlWindowSearch::held_by_an_end(int i) const {
+    double const g = model_.gradient()[i];
+    return (function_.at_low(point_.x, i) && g > 0.0) || (function_.at_high(point_.x, i) && g < 0.0);
+}
+
+// Whether ends hold both parameters by slopes beyond roundoff: then this is a minimum, whatever the curvature.
+bool mlWindowSearch::is_held() const {
+    for (int i : {0, 1}) {
+        bool const clear = 1e-3 * function_.unit(i) * std::fabs(model_.gradient()[i]) > point_.noise();
+        if (!held_by_an_end(i) || !clear) return false;
+    }
+    return function_.order() > 0;
+}
+
+// Whether the curvature leaves open, in a direction that an end of the window does not close, if this is a minimum.
+bool mlWindowSearch::is_flat() const {
+    bool const free_u = !held_by_an_end(0), free_v = !held_by_an_end(1);
+    mlSymmetric2 const & b = model_.curvature();
+    return (free_u && !(b.uu > 0.0)) || (free_v && !(b.vv > 0.0)) || (free_u && free_v && !b.is_positive());
+}
+
+// Looks further around; where that has to be done again and again, sampling does it better.
+bool mlWindowSearch::escape() {
+    if (++escapes_ > most_escapes) start_sampling(escape_distance);
+    return pattern_.escape(point_) || sampling_;
+}
+
+// Moves to x if the value is lower there.
+bool mlWindowSearch::is_lower(mlPair const & x) {
+    if (x == point_.x) return false;
+    double const f = function_.value(x);
+    if (!(f < point_.f)) return false;
+    point_ = {x, f};
+    return true;
+}
+
+// A few resolutions away, where the curvature was not asked of the function itself.
+bool mlWindowSearch::is_lower_down_the_slope() {
+    if (function_.order() == 2) return false;
+    if (settled_quickly_ && !(lengthened_ && function_.order() == 1)) return false;
+    mlPair g = model_.gradient();
+    for (int i : {0, 1})
+        if (held_by_an_end(i)) g[i] = 0.0;
+    double const largest = std::max(std::fabs(g[0]), std::fabs(g[1]));
+    if (!(largest > 0.0)) return false;
+    mlPair const unit = {g[0] / largest, g[1] / largest};
+    double const distance = -3.0 * function_.resolution() / std::sqrt(unit[0] * unit[0] + unit[1] * unit[1]);
+    return is_lower(function_.moved(point_.x, {distance * unit[0], distance * unit[1]}));
+}
+
+// A minimum within the resolution of an end may be on it.
+bool mlWindowSearch::is_lower_at_an_end_nearby() {
+    mlPair x = point_.x;
+    for (int i : {0, 1}) {
+        if (function_.at_end(x, i)) continue;
+        if (x[i] - function_.low(i) < function_.resolution())
+            x[i] = function_.low(i);
+        else if (function_.high(i) - x[i] < function_.resolution())
+            x[i] = function_.high(i);
+        if (is_lower(x)) return true;
+        x = point_.x;
+    }
+    return false;
+}
