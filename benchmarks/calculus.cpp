@@ -25,7 +25,7 @@ template <class Operation> double calls_of(Operation operation) {
     return calls;
 }
 
-/// Adds a contestant that answers one number, timed by the call. The number is added to 1: minima may be zero.
+/// Adds a contestant whose result is one number, timed by the call. The number is added to 1: minima may be zero.
 template <class Operation> void add(Race & race, char const * library, Values & found, Operation operation) {
     race.add(
         library, found, [&found, operation] { found[0] = 1.0 + operation(); }, calls_of(operation));

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Appends n copies of the element to the array and answers its size. Not inlined: the array is someone else's.
+/// Appends n copies of the element to the array and returns its size. Not inlined, as if the array came from elsewhere.
 template <class Array, class Element> [[gnu::noinline]] double append_to(Array & array, int n, Element element) {
     for (int i = 0; i < n; ++i)
         array[i] = element;

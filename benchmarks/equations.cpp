@@ -12,7 +12,7 @@ template <class X> double broyden(X const & x, int n, int i) {
     return (3.0 - 2.0 * x[i]) * x[i] - (i > 0 ? x[i - 1] : 0.0) - 2.0 * (i < n - 1 ? x[i + 1] : 0.0) + 1.0;
 }
 
-/// Writes the Jacobian's rows one behind the other.
+/// Writes the Jacobian row by row, without gaps.
 template <class X> void broyden_jacobian(X const & x, int n, double * j) {
     for (int i = 0; i < n; ++i, j += n) {
         std::fill_n(j, n, 0.0);

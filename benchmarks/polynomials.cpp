@@ -61,7 +61,7 @@ auto polynomial_fit(Race & race) {
 /// Writes the roots r of the monic polynomial p, leading coefficient first, in ascending order.
 using Solver = void (*)(double const * p, double * r);
 
-/// Monic polynomials with roots in [-1, 1), [3, 5), [7, 9), ... one after the other.
+/// Monic polynomials with roots in [-1, 1), [3, 5), [7, 9), ... in this order.
 Values monic_polynomials(int count, int degree) {
     mlRandom random(count);
     Values coefficients(count * (degree + 1));

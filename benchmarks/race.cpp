@@ -85,7 +85,7 @@ bool Race::agree() {
     return true;
 }
 
-/// Finds how many operations take long enough to be timed, and answers the time of one round.
+/// Finds how many operations take long enough to be timed, and returns the time of one round.
 double Race::calibrate() {
     double round = 0.0;
     for (Contestant & contestant : contestants_) {

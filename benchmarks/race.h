@@ -58,7 +58,7 @@ private:
         std::function<void(long)> repeat; ///< does the operation so many times
         std::function<std::span<double const>()> found;
         double count;
-        long batch = 1;    ///< operations timed at once
+        long batch = 1;    ///< operations timed together
         Values times = {}; ///< of one thing counted, by round
     };
 
@@ -84,8 +84,8 @@ private:
     std::vector<Result> results_;
 };
 
-/// Makes an operation a benchmark of the program; answers true. For each size `event` adds the contestants to a race,
-/// runs it and answers whether they agreed.
+/// Makes an operation a benchmark of the program; returns true. For each size `event` adds the contestants to a race,
+/// runs it and returns whether they agreed.
 bool enter(char const * operation, std::vector<int> const & sizes, std::function<bool(Race &)> event);
 
 /// The results of all races run so far, in the order of the table.

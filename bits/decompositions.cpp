@@ -126,7 +126,7 @@ void digest_svd() {
     }
 }
 
-void digest_large_svd() { // of so many rows that rotations are carried out in strips
+void digest_large_svd() { // of so many rows that rotations are applied in strips
     ExactDigest digest("singular values of tall and wide matrices");
     Operands operands(40);
     for (auto const & [rows, cols] : {std::pair(201, 12), std::pair(300, 80), std::pair(20, 260)}) {

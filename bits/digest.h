@@ -9,7 +9,8 @@
 /// Prints or compares a digest of `count` results, as the program was called.
 void report_digest(char const * list, char const * name, int count, unsigned long long digest);
 
-/// Takes a digest of results of misuse off the list, when this is a checked build, which would stop: answers whether.
+/// In a checked build, which stops at misuse, removes a digest of results of misuse from the list and returns true;
+/// else returns false.
 bool stops_at_misuse(char const * name);
 
 /// Condenses results to 64 bits, every bit of theirs included but the sign and payload of a NaN, which are the

@@ -252,7 +252,7 @@ void digest_programmes() {
                 digest(minimiser.multiplier(k));
                 digest(minimiser.is_active(k));
             }
-            int const bounded = operands.below(n); // by itself: arguments are evaluated in the compiler's order
+            int const bounded = operands.below(n); // first: the order of arguments is the compiler's choice
             minimiser.add_lower_bound(bounded, operands.below(3) - 1.0);
         }
     }

@@ -96,7 +96,7 @@ private:
 };
 
 void digest_searches_for_roots() {
-    if (stops_at_misuse("searches for roots, call by call")) return; // likewise
+    if (stops_at_misuse("searches for roots, call by call")) return; // brackets without a change of sign
     ExactDigest digest("searches for roots, call by call");
     Operands operands(43);
     for (int i = 0; i < 1000; ++i) {

@@ -53,7 +53,7 @@ write_basic_package_version_file(mathsConfigVersion.cmake COMPATIBILITY ${compat
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mathsConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/mathsConfigVersion.cmake
     DESTINATION ${config_dir} COMPONENT development)
 
-# The prefix is told from where the file lies, so that a tree can be moved and cmake --install can be given another
+# The prefix follows from where the file lies, so that a tree can be moved and cmake --install can be given another
 # prefix; a library directory outside the prefix leaves only the one that was configured.
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
     set(pkgconfig_prefix ${CMAKE_INSTALL_PREFIX})

@@ -1,4 +1,4 @@
-# run_program(place program expected_file): runs a program of the documentation, behind the `emulator` if there is one.
+# run_program(place program expected_file): runs a program of the documentation, through the `emulator` if there is one.
 # It must succeed, and print the contents of the file unless that is empty.
 function(run_program place program expected_file)
     execute_process(COMMAND ${emulator} ${program} RESULT_VARIABLE status OUTPUT_VARIABLE found ERROR_VARIABLE errors)

@@ -4,7 +4,7 @@
 #include "fuzz/support/bytes.h"
 #include "maths/maths.h"
 
-// Scripts of edits on the library's arrays and on std::vector, which must come out the same.
+// Scripts of edits on the library's arrays and on std::vector, which must have equal results.
 
 namespace {
 

@@ -46,7 +46,7 @@ template <class Print, class Expected> void check(int choice, int tabs, int blan
 
     std::ostringstream indenting;
     set_up(indenting, choice);
-    indenting.width(0); // which the first text would take, behind the indentation
+    indenting.width(0); // which would otherwise apply to the first text, after the indentation
     reference.str("");
     set_up(reference, choice);
     reference.width(0);

@@ -6,9 +6,9 @@
 #include "maths/polynomials/mlPolynomialSolver.h"
 #include "maths/polynomials/mlRootSolve.h"
 
-// Roots in closed form, and all roots of polynomials of any degree (see below). Whatever the coefficients, the answer
-// is a number of roots. Where the leading coefficient is not negligible, the roots are numbers in ascending order, and
-// each is one of a polynomial with nearly the same coefficients.
+// Roots in closed form, and all roots of polynomials of any degree (see below). For all coefficients the result is a
+// number of roots. Where the leading coefficient is not negligible, the roots are numbers in ascending order, and each
+// is one of a polynomial with nearly the same coefficients.
 
 namespace {
 
@@ -51,7 +51,7 @@ int solve(double const * p, int degree, double * r) {
     }
 }
 
-// All roots: whatever the coefficients, the list is in order, pairs stand together and are opposite to the bit, every
+// All roots: whatever the coefficients, the list is in order, pairs are adjacent and exactly conjugate, every
 // number is one, and what the status says of the coefficients holds.
 void check_all_roots(Bytes & script) {
     int const n = script.below(24) - 1;

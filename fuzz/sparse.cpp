@@ -5,7 +5,7 @@
 #include "fuzz/support/bytes.h"
 #include "maths/maths.h"
 
-// Scripts of operations on sparse matrices and on a dense model, which must come out the same. All values are small
+// Scripts of operations on sparse matrices and on a dense model, which must have equal results. All values are small
 // integers, so that every result is exact.
 
 namespace {

@@ -19,8 +19,8 @@ static_assert(sizeof(void *) == 8, "maths needs 64-bit pointers: compile for a 6
 
 /// What the shared library exports; everything without one of these stays inside.
 ///
-/// - `MATHS_API` stands before ordinary classes (`class MATHS_API mlMatrix`) and free functions.
-/// - A template that the library instantiates for its callers bears one macro in the header and one in the source:
+/// - `MATHS_API` precedes the names of ordinary classes (`class MATHS_API mlMatrix`) and free functions.
+/// - A template that the library instantiates for its callers has one macro in the header and one in the source:
 ///
 ///       #if MATHS_EXTERN_TEMPLATES
 ///       extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<double>;     // header
@@ -30,11 +30,11 @@ static_assert(sizeof(void *) == 8, "maths needs 64-bit pointers: compile for a 6
 ///   GCC and Clang want the attribute on the declaration and ignore it, with a warning, on the definition;
 ///   clang-cl wants the export on the definition and only the import on the declaration. On Windows, GCC
 ///   exports no member of such a template that is defined in its class, so there callers get no declaration: they
-///   compile these members themselves and find the others in the DLL all the same.
+///   compile these members themselves and still find the others in the DLL.
 ///
 /// `MATHS_BUILDING_DLL` is defined while the shared library itself is compiled, `MATHS_STATIC` where the library is a
-/// static one, also for its users: nothing is exported then. The Windows half is tested with MinGW's GCC; what stands
-/// here for clang-cl has not been tried.
+/// static one, also for its users: nothing is exported then. The Windows half is tested with MinGW's GCC; the
+/// part for clang-cl has not been tried.
 #if defined(MATHS_STATIC)
 #define MATHS_API
 #elif defined(_WIN32)

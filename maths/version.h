@@ -1,7 +1,7 @@
 #pragma once
 
 /// The version, here and nowhere else: the build reads it from this file. A new major version may break callers, and
-/// until 1.0.0 a new minor one too, which the name of the shared library tells: libmaths.so.0.1, then libmaths.so.1.
+/// until 1.0.0 a new minor one too, as the name of the shared library shows: libmaths.so.0.1, then libmaths.so.1.
 #define MATHS_VERSION_MAJOR 0
 #define MATHS_VERSION_MINOR 1
 #define MATHS_VERSION_PATCH 0

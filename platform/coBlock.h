@@ -8,7 +8,7 @@
 #include "platform/coSize.h"
 #include "platform/coStorage.h"
 
-/// Copies an element of an array. A type whose assignment checks what it is given has an overload of its own.
+/// Copies an element of an array. A type whose assignment checks sizes overloads this.
 template <class T> void coAssignElement(T & to, T const & from) { to = from; }
 
 /// Owner of the block of an array while it is being filled: `count` slots of T, none when `count` is below 1.
@@ -36,7 +36,7 @@ public:
 
     T * get() const { return slots_; }
 
-    /// Hands the slots over to the caller.
+    /// Passes ownership of the slots to the caller.
     T * release() { return std::exchange(slots_, nullptr); }
 
     static std::size_t bytes(int count) { return count < 1 ? 0 : coByteCount(count, sizeof(T)); }
@@ -76,6 +76,6 @@ template <class T> T * coRelocateBlock(T * slots, int old_count, int used, int n
     }
     coBlock<T> fresh(new_count);
     coBlock<T>::assign(fresh.get(), slots, used < new_count ? used : new_count);
-    coBlock<T> const old(slots, old_count); // freed on the way out, when nothing can fail any more
+    coBlock<T> const old(slots, old_count); // freed on return, when nothing can fail any more
     return fresh.release();
 }

@@ -11,7 +11,7 @@
 #include "platform/utCheck.h"
 #include "platform/utTags.h"
 
-/// Other derives from Array and is larger: there is more to it than its elements.
+/// Other derives from Array and is larger: it has members besides the elements.
 template <class Other, class Array>
 concept coExtendedArray = std::derived_from<Other, Array> && sizeof(Other) != sizeof(Array);
 
@@ -53,16 +53,16 @@ public:
 
     ~coDynArr() { coBlock<T> const block(data_, capacity_); }
 
-    int size() const { return size_; }
-    int capacity() const { return capacity_; }
-    int increment() const { return increment_; }
+    [[nodiscard]] int size() const { return size_; }
+    [[nodiscard]] int capacity() const { return capacity_; }
+    [[nodiscard]] int increment() const { return increment_; }
 
-    T * data() { return data_; }
-    T const * data() const { return data_; }
-    T * begin() { return data_; }
-    T * end() { return data_ + size_; }
-    T const * begin() const { return data_; }
-    T const * end() const { return data_ + size_; }
+    [[nodiscard]] T * data() { return data_; }
+    [[nodiscard]] T const * data() const { return data_; }
+    [[nodiscard]] T * begin() { return data_; }
+    [[nodiscard]] T * end() { return data_ + size_; }
+    [[nodiscard]] T const * begin() const { return data_; }
+    [[nodiscard]] T const * end() const { return data_ + size_; }
 
     /// Element i; an i at or past the end extends the array to i + 1 elements.
     T & operator[](int i) {
@@ -73,7 +73,7 @@ public:
         }
         return data_[i];
     }
-    T const & operator[](int i) const {
+    [[nodiscard]] T const & operator[](int i) const {
         MATHS_CHECK(i >= 0 && i < size_, "array element: index %d of %d elements", i, size_);
         return data_[i];
     }
@@ -84,21 +84,21 @@ public:
     /// Makes the array empty; the block is kept for `release` = 0, else freed.
     void clear(int release);
 
-    /// Raises capacity and size to at least n; never shrinks. Answers 1.
+    /// Raises capacity and size to at least n; never shrinks. Returns 1.
     int expand(int n) {
         reserve(n);
         if (n > size_) size_ = n;
         return 1;
     }
 
-    /// Raises the capacity to at least n. Answers 1.
+    /// Raises the capacity to at least n. Returns 1.
     int reserve(int n) {
         if (n > capacity_) resize(n - 1);
         return 1;
     }
 
     /// Cuts the size down to n when it is larger. With `release` the block shrinks to n elements too, and is freed for
-    /// n = 0. Nothing happens for n < 0. Answers 1.
+    /// n = 0. Nothing happens for n < 0. Returns 1.
     int shrink(int n, int release);
 
     /// Exchanges the contents of two arrays in constant time.
@@ -109,12 +109,12 @@ public:
         std::swap(increment_, other.increment_);
     }
 
-    /// Not with an array that is more than its elements: a matrix would keep its shape.
+    /// Not with an array that has members besides its elements: a matrix would keep its shape.
     template <coExtendedArray<coDynArr> Other> void swap(Other &) = delete;
 
 protected:
-    /// Makes `index` a valid slot by the growth rule, which holds literally: an index below the capacity shrinks the
-    /// block. Answers 1.
+    /// Makes `index` a valid slot by the growth rule. Returns 1. Deliberate: the rule holds literally, so an index
+    /// below the capacity shrinks the block.
     [[gnu::cold]] int resize(int index);
 
 private:

@@ -21,25 +21,25 @@ public:
     coDynArr2D(coDynArr2D const &) = delete;
     coDynArr2D & operator=(coDynArr2D const &) = delete;
 
-    int rows() const { return rows_; }
-    int cols() const { return cols_; }
+    [[nodiscard]] int rows() const { return rows_; }
+    [[nodiscard]] int cols() const { return cols_; }
 
     T & operator()(int row, int col) {
         MATHS_CHECK(row >= 0 && col >= 0, "2D array element: (%d, %d) is negative", row, col);
         if (row >= rows_ || col >= cols_) expand(coSizeSum(row, 1), coSizeSum(col, 1));
         return cells_.data()[position(row, col)];
     }
-    T const & operator()(int row, int col) const {
+    [[nodiscard]] T const & operator()(int row, int col) const {
         MATHS_CHECK(row >= 0 && row < rows_ && col >= 0 && col < cols_, "2D array element: (%d, %d) of %d x %d", row,
                     col, rows_, cols_);
         return cells_.data()[position(row, col)];
     }
 
-    /// Raises the numbers of rows and columns to at least `rows` and `cols`; never shrinks. Answers 1.
+    /// Raises the numbers of rows and columns to at least `rows` and `cols`; never shrinks. Returns 1.
     int expand(int rows, int cols);
 
 protected:
-    /// Makes (row, col) a valid place by the growth rule. Answers 1.
+    /// Makes (row, col) a valid place by the growth rule. Returns 1.
     int resize(int row, int col);
 
 private:

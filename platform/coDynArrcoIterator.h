@@ -20,13 +20,13 @@ public:
         index_ = 0;
     }
 
-    /// Restarts and answers element 0, a null pointer when the array is empty.
+    /// Restarts and returns element 0, or a null pointer when the array is empty.
     T const * first() {
         reset();
         return element();
     }
 
-    /// Steps and answers the next element, a null pointer past the end.
+    /// Steps and returns the next element, or a null pointer past the end.
     T const * next() {
         if (current_ != end_) {
             ++current_;
@@ -36,10 +36,10 @@ public:
     }
 
     /// Index of the current element.
-    int index() const { return index_; }
+    [[nodiscard]] int index() const { return index_; }
 
-    /// 1 while the iterator still fits the array: the same storage and the same number of elements.
-    int invariant() const {
+    /// 1 while the iterator is still valid: the same storage and the same number of elements.
+    [[nodiscard]] int invariant() const {
         T const * const start = current_ - index_;
         return start == array_->data() && end_ - start == array_->size();
     }

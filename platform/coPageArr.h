@@ -19,8 +19,8 @@ extern template class MATHS_API_TEMPLATE_DECLARATION coDynArr<void *>;
 /// extends the array; added elements are not initialised. Bulk transfers copy page by page.
 /// An element type of stricter alignment than std::max_align_t does not compile.
 /// Bad input: nothing is checked; counts below 1 transfer nothing. Failure: an allocation that fails, or a size that
-/// leaves int, throws std::bad_alloc and leaves elements and size as they were, but for `become`, which frees them
-/// first, and `shrink`, which has cut them. Threads: one at a time.
+/// leaves int, throws std::bad_alloc and leaves elements and size as they were, except in `become`, which has freed
+/// them by then, and in `shrink`, which has cut them. Threads: one at a time.
 template <class T> class coPageArr {
     static_assert(std::is_trivially_copyable_v<T>);
     static_assert(alignof(T) <= alignof(std::max_align_t), "the storage of arrays is not aligned for such elements");
@@ -58,10 +58,10 @@ public:
 
     ~coPageArr() { free_pages_from(0); }
 
-    int size() const { return size_; }
-    int blocks() const { return blocks_; }
-    int page_size() const { return page_size_; }
-    int page_shift() const { return page_shift_; }
+    [[nodiscard]] int size() const { return size_; }
+    [[nodiscard]] int blocks() const { return blocks_; }
+    [[nodiscard]] int page_size() const { return page_size_; }
+    [[nodiscard]] int page_shift() const { return page_shift_; }
 
     /// Element i; an i at or past the end extends the array to i + 1 elements.
     T & operator[](int i) {
@@ -69,13 +69,13 @@ public:
         if (i >= size_) extend(i);
         return *slot(i);
     }
-    T const & operator[](int i) const {
+    [[nodiscard]] T const & operator[](int i) const {
         MATHS_CHECK(i >= 0 && i < size_, "paged array element: index %d of %d elements", i, size_);
         return *slot(i);
     }
 
     /// First element of a page that exists.
-    T const * page(int index) const { return static_cast<T const *>(pages_[index]); }
+    [[nodiscard]] T const * page(int index) const { return static_cast<T const *>(pages_[index]); }
 
     /// Frees what it holds and takes page size and elements of `other`.
     coPageArr & become(enum utCopy, coPageArr const & other);
@@ -101,13 +101,13 @@ public:
     /// are freed.
     void shrink(int n, int release);
 
-    /// Returns what a short array does not need of its pages: an array below one page gets one page of the smallest
-    /// fitting power of two, or none when it is empty. Answers the number of element slots saved.
+    /// Frees the memory that a short array does not need: an array of less than one page gets a single page of the
+    /// smallest power of two that holds it, or none when it is empty. Returns the number of element slots saved.
     /// Element addresses change.
     int repaginate();
 
 protected:
-    /// Makes pages until page `page` exists. Answers 1.
+    /// Makes pages until page `page` exists. Returns 1.
     int get_block(int page);
 
 private:

@@ -10,7 +10,7 @@ template <class T> class coPageArr;
 ///
 ///     for (T const * p = it.first(); p != nullptr; p = it.next()) ...
 ///
-/// Lifetime: a view of the array's pages, valid until pages are freed; `reset` takes up a size that has changed.
+/// Lifetime: a view of the array's pages, valid until pages are freed; `reset` reads the size anew.
 template <class T> class coPageArrcoIterator {
 public:
     explicit coPageArrcoIterator(coPageArr<T> const * array) : array_(array) { reset(); }
@@ -18,7 +18,7 @@ public:
     /// Back to element 0.
     void reset() { do_first(); }
 
-    /// Restarts and answers element 0, a null pointer when the array is empty.
+    /// Restarts and returns element 0, or a null pointer when the array is empty.
     T const * first() { return do_first(); }
     T const * do_first() {
         size_ = array_->size();
@@ -27,7 +27,7 @@ public:
         return current_;
     }
 
-    /// Steps and answers the next element, a null pointer past the end.
+    /// Steps and returns the next element, or a null pointer past the end.
     T const * next() {
         if (current_ == nullptr) return nullptr;
         ++index_;
@@ -36,11 +36,11 @@ public:
     }
 
     /// Index of the current element.
-    int index() const { return index_; }
+    [[nodiscard]] int index() const { return index_; }
 
-    /// 1 while the iterator still fits the array: the same number of elements and, unless it is past the end, the same
+    /// 1 while the iterator is still valid: the same number of elements and, unless it is past the end, the same
     /// page under it.
-    int invariant() const {
+    [[nodiscard]] int invariant() const {
         int const place = index_ & (array_->page_size() - 1);
         if (size_ != array_->size() || index_ > size_) return 0;
         if (index_ == size_) return current_ == nullptr;

@@ -11,7 +11,7 @@ void coArrInterface::arr_put_copy(void *, int, void const *) const {}
 
 void coQuickSort::sort(void * array, int n) const {
     if (n < 2) return;
-    arr_get(array, n - 1); // an array that extends on access does so now, not while addresses are held
+    arr_get(array, n - 1); // an array that grows on access grows now, while no addresses are held
     int const depth_of_even_splits = std::bit_width(static_cast<unsigned>(n));
     sort_range(array, 0, n - 1, 2 * depth_of_even_splits);
 }
@@ -47,7 +47,7 @@ void coQuickSort::move_median_to_front(void * array, int first, int last) const 
     if (compare(array, middle, first) > 0) arr_swap(array, middle, first);
 }
 
-// Splits around the object at `first` and answers its final place. Both scans stop at objects equal to it, so that an
+// Splits around the object at `first` and returns its final place. Both scans stop at objects equal to it, so that an
 // array of equal objects is cut in half.
 int coQuickSort::partition(void * array, int first, int last) const {
     int low = first;

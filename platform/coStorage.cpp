@@ -18,13 +18,13 @@ bool must_fail() {
     return left == 0;
 }
 
-// Stands before every block, which so keeps malloc's alignment.
+// Precedes every block, and is as aligned as what malloc returns, so that the block is too.
 struct alignas(std::max_align_t) Header {
-    std::size_t room; // bytes behind it
+    std::size_t room; // bytes of the block after it
 };
 
-// A block that grows gets as much room again, so that growth by small steps copies each element only once or twice. No
-// more than this, though: the C runtime moves large blocks by their pages.
+// A block that grows doubles its room, so that growth by small steps copies each element only once or twice, but gets
+// at most this much more than it needs: the C runtime moves large blocks page by page, without copying.
 std::size_t const most_in_reserve = 16 * 1024 * 1024;
 
 Header * header_of(void * block) { return block == nullptr ? nullptr : static_cast<Header *>(block) - 1; }

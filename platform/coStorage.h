@@ -4,12 +4,12 @@
 
 #include "maths/maths_api.h"
 
-/// Gives a block of `bytes` bytes that starts with the contents of `block`, which it replaces (a null `block` has
-/// none); contents past the old size are not initialised. The answer is null when `bytes` is 0.
+/// Returns a block of `bytes` bytes that starts with the contents of `block`, which it replaces (a null `block` has
+/// none); contents past the old size are not initialised. Returns null when `bytes` is 0.
 ///
 /// The storage of every array of the library comes from here and goes back through `coReleaseStorage`. A block begins
-/// at a multiple of the alignment of std::max_align_t. One that has grown can have up to as much room again, which its
-/// next growth takes up without a move. Failure: throws std::bad_alloc, and `block` stays as it was.
+/// at a multiple of the alignment of std::max_align_t. A block that has grown can have up to twice the room that was
+/// asked for, and then grows into it without being moved. Failure: throws std::bad_alloc, and `block` stays as it was.
 MATHS_API void * coResizeStorage(void * block, std::size_t bytes);
 
 /// Gives a block back; a null `block` is ignored.

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-// GCOV_EXCL_START: active in the checked build, and a program that stops here counts no lines
+// GCOV_EXCL_START: active in the checked build, and a program that stops here writes no coverage data
 void utCheckFailed(char const * format, ...) {
     std::fputs("maths: ", stderr);
     std::va_list arguments;

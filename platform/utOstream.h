@@ -10,7 +10,7 @@
 /// Selects a stream that is nested in another one.
 enum utOstreamTab { utOstreamTab };
 
-/// The manipulators with an argument: std::setprecision, std::setw, std::setfill, std::setiosflags and their kin.
+/// The manipulators with an argument: std::setprecision, std::setw, std::setfill, std::setiosflags and the like.
 template <class T, class... Kinds> inline constexpr bool utIsOneOf = (std::is_same_v<T, Kinds> || ...);
 template <class T>
 concept utManipulator =
@@ -21,8 +21,8 @@ concept utManipulator =
 /// Writes to a standard stream, each line indented.
 ///
 /// The indentation is written just before a line's first text, so an empty line stays empty; newlines inside a text
-/// end lines. Streams nested in one another share their line: one that goes on with a half-written line adds no
-/// indentation to it. Numbers are formatted by the standard stream, `get_ostream()`.
+/// end lines. Nested streams share the current line: a stream that continues a line which another has begun adds no
+/// indentation. Numbers are formatted by the standard stream, `get_ostream()`.
 /// Lifetime: the standard stream and the parent must outlive the object. Failure: that of the standard stream.
 class utOstream {
 public:
@@ -46,7 +46,7 @@ public:
     MATHS_API utOstream & operator<<(double number);
     MATHS_API utOstream & operator<<(int number);
 
-    /// std::endl, std::flush and their kin. Inline, because a program and a shared library may each have an address
+    /// std::endl, std::flush and the like. Inline, because a program and a shared library may each have an address
     /// of their own for std::endl, and it must be recognised in the module that wrote it.
     utOstream & operator<<(std::ostream & (*manipulator)(std::ostream &)) {
         manipulator(stream_);
@@ -54,7 +54,7 @@ public:
         return *this;
     }
 
-    /// std::fixed, std::scientific and their kin.
+    /// std::fixed, std::scientific and the like.
     utOstream & operator<<(std::ios_base & (*manipulator)(std::ios_base &)) {
         manipulator(stream_);
         return *this;

@@ -10,7 +10,7 @@ die() {
     exit 1
 }
 
-# takes USAGE ARGUMENT...: --help alone is answered with the usage, a line or two, and ends the script.
+# takes USAGE ARGUMENT...: --help alone prints the usage, a line or two, and ends the script.
 takes() {
     usage=$1
     [ "$#/${2-}" != 2/--help ] || {
@@ -25,7 +25,7 @@ refuse() {
 usage: $usage"
 }
 
-# alive LOG: every half minute, until it is killed or the script has ended, the last line that stands in LOG.
+# alive LOG: every half minute, until it is killed or the script has ended, the last line of LOG.
 alive() {
     local seconds=0 nap=
     trap 'kill $nap 2>/dev/null; exit' TERM
@@ -52,7 +52,7 @@ watch_over() {
     return $status
 }
 
-# step LOG TITLE COMMAND...: says what begins and watches over it; what it prints is shown only when it fails.
+# step LOG TITLE COMMAND...: prints the title and watches over the command; its output is shown only when it fails.
 step() {
     local log=$1 title=$2 status=0
     shift 2

@@ -8,9 +8,10 @@
 #include "tests/support/traces.h"
 #include "tests/support/values.h"
 
-// Every story of operations below is told again and again while its first, second, third ... request for memory fails,
-// and all that follow. Arrays fail through the library's hook; `operator new` asks the hook too, so that one count
-// covers both. Nobody asks it for more than malloc's alignment. What a failure leaks, the address sanitizer tells.
+// Every sequence of operations below is run again and again; each time its first, second, third ... request for memory
+// fails, and all requests after that. Arrays fail through the library's hook; `operator new` calls the hook too, so
+// that one count covers both; no caller needs more than malloc's alignment. The address sanitizer reports what a
+// failure leaks.
 
 namespace {
 
@@ -18,9 +19,9 @@ bool counts_requests = false;
 
 } // namespace
 
-// Not inlined: to GCC, one of a pair that is would look like the wrong partner of the other.
+// Not inlined: where GCC inlines one of new and delete, it warns that they do not match.
 [[gnu::noinline]] void * operator new(std::size_t bytes) {
-    if (counts_requests) coReleaseStorage(coResizeStorage(nullptr, 1)); // throws when it is this request's turn
+    if (counts_requests) coReleaseStorage(coResizeStorage(nullptr, 1)); // throws when this request has to fail
     if (void * const block = std::malloc(bytes)) return block;
     throw std::bad_alloc();
 }
@@ -50,7 +51,7 @@ template <class Operation, class Intact> void all_or_nothing(Operation operation
     }
 }
 
-/// What outlives a failure: it is still sound, and the story can be told with it once more.
+/// The objects that outlive a failure: they are still valid, and the same operations can run on them again.
 struct Objects {
     bool sound() const {
         bool sound = m.rows() * m.cols() <= m.size() && n.rows() * n.cols() <= n.size();
@@ -243,7 +244,7 @@ TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
                 EXPECT_TRUE(objects.sound());
             }
             fail_after(-1);
-            EXPECT_FALSE(finished && k == 0) << "nothing was asked for";
+            EXPECT_FALSE(finished && k == 0) << "no memory was requested";
             if (HasFailure()) ADD_FAILURE() << "story " << story << ", request " << k;
         }
     }

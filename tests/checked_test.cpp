@@ -42,7 +42,7 @@ TEST(CheckedDeathTest, KernelsStopWithoutTheRoomTheyAskFor) {
     EXPECT_DEATH(kernels.factor_panel(n + 1, 2, x, n, 0.0, pivot_rows), "factor_panel: 17 x 2, leading dimension 16");
     EXPECT_DEATH(kernels.solve_latest_first(0, 2, 3, {x, 1, 1, nullptr, 0}, a), "width 3");
     EXPECT_DEATH(kernels.copy_transposed(2, 3, {x, 2}, a), "leading dimensions 2 and 16");
-    kernels.divide(0, x, 2.0); // nothing is no misuse
+    kernels.divide(0, x, 2.0); // dividing no elements is no misuse
 }
 
 TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndItsOperands) {
@@ -73,7 +73,7 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
         {[&] { tiny = longer.slice(0, 1, 2); }, "fixed-size vector: 3 components wanted, 2 given"},
         {[&] { pages.copyout(out, 4, 0, 0); }, "copyout: 4 elements from 0 on of 3"},
     });
-    v[5] = 1.0; // growth is no misuse, nor are longer operands where a contract has them
+    v[5] = 1.0; // growth is no misuse, nor are longer operands where a contract allows them
     v.slice(9, 1, 0);
     shapeless(0, 7) = shapeless[9] = shaped(3, 1) = 1.0;
     n.append_col(longer);

@@ -53,7 +53,8 @@ TEST(Simplex, FindsMinimaFromASimplexWhoseLastVertexIsTheStart) {
 
 TEST(Simplex, ExpandsContractsAndShrinksByTheReflectedValue) {
     // The vertices (0.1, 0), (0, 0.1), (0, 0) have the values 3, 2, 1, and the first is reflected to (-0.1, 0.1), which
-    // has the first of the values given. The others are those at the points asked for after it; (x, y) comes next.
+    // has the first of the values given. The others are the values at the points of the next calls; the call after
+    // those is at (x, y).
     auto const expect = [](Values values, double x, double y) {
         values.insert(values.begin(), {3, 2, 1});
         auto const answer = [&, k = 0u](mlSlice const &) mutable {
@@ -155,7 +156,7 @@ TEST(Powell, LeavesTheStartAloneWhereEverySweepEndsAtInfinity) {
 }
 
 TEST(Powell, SearchesTheWayOfASweepWithoutReplacingADirectionWhenNoneHasDecreased) {
-    // The first line answers NaN alone, so neither line counts as a decrease, and yet the sweep ends lower.
+    // The first line gives nothing but NaN, so neither line counts as a decrease, and yet the sweep ends lower.
     bool first = true;
     TracedFunctionN1 f(2, [&](mlSlice const & x) {
         if (std::exchange(first, false)) return 5.0;

@@ -60,7 +60,7 @@ TEST(ApproxDeriv, OfTwoVariablesHoldsTheOtherOneFixed) {
     EXPECT_EQ(f.points, (Points{{0.75, 3}, {0.25, 3}, {9.0, 3.75}, {9.0, 3.25}}));
     EXPECT_EQ((Values{by_u.u_min(), by_u.u_max(), by_u.v_min(), by_u.v_max()}), (Values{0, 1, 2, 4}));
     EXPECT_EQ((Values{by_v.u_min(), by_v.u_max(), by_v.v_min(), by_v.v_max()}), (Values{2, 4, 2, 4}))
-        << "the range of v stands for that of u";
+        << "the range of v is returned for that of u";
     EXPECT_EQ(by_v.uv_function_derivative(1, 1, 0.5, 3.0), -666.0);
     EXPECT_EQ((Values{f.mlFunction2::u_min(), f.mlFunction2::u_max(), f.mlFunction2::v_min(), f.mlFunction2::v_max()}),
               (Values{-largest_double, largest_double, -largest_double, largest_double}));
@@ -105,7 +105,7 @@ TEST(FunctionN1, HasDifferencesWhoseErrorsArePartsOfItsMagnitude) {
     EXPECT_TRUE(0.001 < mixed && mixed < 0.02) << mixed;
 }
 
-/// Two functions of two variables that answer ten times which call this is, and the orders.
+/// Two functions of two variables whose values are ten times the number of the call, plus the orders.
 struct Counted : mlFunctionN {
     Counted() { input_dimension = output_dimension = 2; }
     void function(mlSlice const & at, mlVector & y) const override {
@@ -113,7 +113,7 @@ struct Counted : mlFunctionN {
     }
     void function_gradient(mlSlice const &, mlMatrix &) const override { FAIL() << "never to be called"; }
     void function_derivative(mlSlice const & at, int * const orders, mlVector & y) const override {
-        mlFunctionN::function_derivative(at, orders, y); // which leaves the answer as it is
+        mlFunctionN::function_derivative(at, orders, y); // which leaves y as it is
         ++calls;
         if (at[0] == 13.0) throw std::bad_alloc();
         y.become(utConvert, Values{10.0 * calls + orders[0], 10.0 * calls + orders[1]}.data(), 2);
@@ -122,7 +122,7 @@ struct Counted : mlFunctionN {
 };
 
 struct CachedFunction : testing::Test, Counted {
-    /// The call that answered.
+    /// The number of the call whose result is returned.
     int ask(double first, double second = 0.0) {
         cache.function(Vector{first, second}.slice(), y);
         return static_cast<int>(y[0]) / 10;
@@ -136,11 +136,11 @@ TEST_F(CachedFunction, RemembersTheLastArgumentUntilCancelledButNoNaNAndNoEmptyM
     EXPECT_EQ(ask(0.0, 5.0), 2);
     EXPECT_EQ(ask(0.0), 3) << "one argument at a time";
     cache.function(Vector{0, 0, 0, 9}.slice(2, 1, 2), y);
-    EXPECT_EQ(y[0], 30.0) << "arguments are told apart from the storage's beginning: start and stride are ignored";
+    EXPECT_EQ(y[0], 30.0) << "arguments are compared from the storage's beginning: start and stride are ignored";
     cache.cancel_cache();
     EXPECT_EQ(ask(0.0), 4);
     EXPECT_THROW(ask(13.0), std::bad_alloc);
-    EXPECT_EQ(ask(0.0), 6) << "a call that failed leaves no answer";
+    EXPECT_EQ(ask(0.0), 6) << "a call that failed leaves no result";
     EXPECT_EQ(ask(mlUnboundedMin) + ask(mlUnboundedMin), 7 + 8);
     EXPECT_EQ(ask(0.0, nan_value) + ask(0.0, nan_value), 9 + 10);
     EXPECT_EQ(y.size(), checked_build ? 2 : 1);

@@ -1,4 +1,4 @@
-// The three integrators: what they ask, when they stop and how fast they converge.
+// The three integrators: where they evaluate, when they stop and how fast they converge.
 
 #include <cmath>
 #include <limits>

@@ -59,7 +59,7 @@ TEST(LevenbergMarquardt, ReachesTheCertifiedValuesOfReferenceFits) {
         ColumnTable const table(std::string(MATHS_EXAMPLE_DATA) + problem.data, 2);
         NistFit model(problem, table.column(0), table.column(1));
         EXPECT_EQ(model.n_independent_parameters() + model.get_last_square_distance(), model.n_parameters());
-        mlLevenbergMarquardt fitter(model); // reused: a fit owes nothing to the one before
+        mlLevenbergMarquardt fitter(model); // reused: a fit must not depend on the one before
         for (int fit = 0; fit < 4; ++fit) {
             int const strict = fit % 2, n = model.n_parameters();
             fitter.set_strict(strict);

@@ -96,7 +96,7 @@ TEST(MinimiserSearch, TakesANewtonStepAndConfirmsItWithSamples) {
     std::vector<Call> const asked = {{0, 0.0}, {1, 0.0}, {2, 0.0}, {0, 3.0}, {1, 3.0}, {0, 3.125}, {0, 2.875}};
     EXPECT_EQ(f.calls, asked);
     f.calls.clear();
-    EXPECT_EQ(Flags(m), Flags(3.0, 1, 0, 0)); // goes on from there: what is known of the point is not asked again
+    EXPECT_EQ(Flags(m), Flags(3.0, 1, 0, 0)); // continues from there: what is known of the point is not evaluated again
     EXPECT_EQ(f.calls, (std::vector<Call>{{0, 3.125}, {0, 2.875}}));
 }
 
@@ -171,7 +171,7 @@ TEST(MinimiserSearch, TakesTheDefaultAnswerForASlopeWhenTheOrderOfDerivativesIsN
 TEST(FunctionValue, CopiesWhatIsKnownAndForgetsDerivatives) {
     mlFunctionValue source(1.0), target(2.0);
     target.first_derivative = target.second_derivative = 7.0;
-    source.first_derivative = source.second_derivative = 9.0; // behind an unknown value: nothing
+    source.first_derivative = source.second_derivative = 9.0; // after an unknown value these count for nothing
     target = source;
     EXPECT_TRUE(target.t == 1.0 && target.first_derivative == 7.0);
     source.value = 3.0;

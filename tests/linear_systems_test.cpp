@@ -24,7 +24,7 @@ TEST(Cholesky, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
             for (int i = 0; i < n; ++i) {
                 upper(i, i) += lift;
                 for (int j = 0; j < i; ++j)
-                    upper(i, j) = nan_value; // which nobody should read
+                    upper(i, j) = nan_value; // which must not be read
             }
             mlCholeskyDecomposition const cholesky(upper);
             ASSERT_EQ(cholesky.is_singular(), 0);
@@ -73,7 +73,7 @@ TEST(Cholesky, StopsAtTheFirstSquareThatIsNotPositive) {
 TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
     Matrix dependent(5, 3, {1, 0, 0, 1, 1, 0, 3, 2, 0, 0, 0, 1, 5, 5, 5});
     EXPECT_EQ(mlGramSchmidt(&dependent).status(), mlGSRowRemoved);
-    EXPECT_EQ(contents(dependent), (Values{1, 0, 0, 0, 1, 0})); // the first such row goes, and all behind it
+    EXPECT_EQ(contents(dependent), (Values{1, 0, 0, 0, 1, 0})); // the first such row is removed, and all after it
     mlMatrix m;
     mlGramSchmidt basis(&m);
     EXPECT_EQ(basis.status(), mlGSNothingDone);
@@ -83,7 +83,7 @@ TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
     };
     add({9e-6, 0}, 1, mlGSNegligible, 0.0, {9e-6, 0}, 0);
     add({2, 0}, 1, mlGSSucceeded, 4.0, {2, 0}, 1);
-    add({1e-6}, 1, mlGSWrongSize, 0.0, {1e-6}, 1); // the size is looked at first
+    add({1e-6}, 1, mlGSWrongSize, 0.0, {1e-6}, 1); // the size is tested first
     add({3, 9e-6}, 1, mlGSRowRemoved, 0.0, {3, 9e-6}, 1);
     add({3, 5}, 0, mlGSSucceeded, 25.0, {0, 5}, 1);
     add({3, 7}, 1, mlGSSucceeded, 49.0, {0, 7}, 2);
@@ -127,7 +127,7 @@ TEST(QR, TellsByItsStatusWhatBecameOfAVector) {
     };
     EXPECT_EQ(plain.status(), mlQRNothingDone);
     add(plain, {1, 0}, mlQRAdded, {1});
-    add(plain, {9e-6}, mlQRNegligible, {1}); // the length is looked at first
+    add(plain, {9e-6}, mlQRNegligible, {1}); // the length is tested first
     add(plain, {1, 2, 3}, mlQRWrongSize, {1});
     add(plain, {5, 0}, mlQRAdded, {5}); // dependent, and yet: its coefficients replace the last row
     add(unit, {3, 4}, mlQRAdded, {5});
@@ -168,7 +168,7 @@ TEST(Tridiagonal, AnswersForItsEndRowsAndCornersLiterally) {
     EXPECT_EQ(answers({9, 1, 1}, {0, 2, 1}, {1, 1, 9}), std::pair(0, 0));
     EXPECT_EQ(answers({9, 1, 1}, {1, 1.9, 1}, {1, 1, 9}), std::pair(0, 1));
     EXPECT_EQ(answers({9, 1, 1}, {1, 2, -0.0}, {1, 1, 9}), std::pair(0, 0));
-    EXPECT_EQ(answers({0}, {-3}, {4}), std::pair(0, 1)); // of order 1, both corners are asked about
+    EXPECT_EQ(answers({0}, {-3}, {4}), std::pair(0, 1)); // for order 1 both corners are tested
     EXPECT_EQ(answers({4}, {-3}, {0}), std::pair(0, 1));
     Vector two{2}, nine{9}, x{12};
     mlSlice solution = x.slice();

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// u^2 v^3 on a box, writing down what it is asked.
+/// u^2 v^3 on a box, which records its calls.
 class Monomial : public mlFunction2 {
 public:
     double function(double u, double v) const override { return u * u * v * v * v; }
@@ -42,7 +42,7 @@ TEST(LineOnFunction2, StaysInsideTheWindowBetweenItsEnds) {
     Monomial const f;
     for (auto const & c : cases) {
         mlLineOnFunction2 line(c.du, c.dv, 1.0, 1.0, &f);
-        line.t_max(); // the window that follows must undo what this has computed
+        static_cast<void>(line.t_max()); // the next window must discard the interval that this has computed
         line.set_window(c.window[0], c.window[1], c.window[2], c.window[3]);
         EXPECT_TRUE(line.t_min() == c.t_min && line.t_max() == c.t_max) << c.du << ", " << c.dv;
     }
@@ -59,12 +59,12 @@ TEST(LineOnFunction2, AsksForTheDomainOnceAndForTheDerivativesThatHaveAWeight) {
     EXPECT_EQ(line.function_derivative(0, 0.5), -4 / 32.0); // it is 4 t^2 (-t^3)
     EXPECT_EQ(line.function_derivative(3, 0.5), -240 / 4.0);
     f.trace.clear();
-    mlLineOnFunction2(1.0, 0.0, 0.0, 0.0, &f).function_derivative(2, 0.5);
-    line.function_derivative(2, 0.5);
+    static_cast<void>(mlLineOnFunction2(1.0, 0.0, 0.0, 0.0, &f).function_derivative(2, 0.5));
+    static_cast<void>(line.function_derivative(2, 0.5));
     EXPECT_EQ(f.trace, "u_min u_max v_min v_max 20 02 11 20 ");
 }
 
-/// (u^2 v, u + v^2) and its derivatives at (2, 3), writing down which it is asked for.
+/// (u^2 v, u + v^2) and its derivatives at (2, 3), which records the orders of its calls.
 struct Pair : mlFunctionN {
     Pair() { input_dimension = output_dimension = 2; }
     void function(mlSlice const & x, mlVector & y) const override {

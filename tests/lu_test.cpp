@@ -25,7 +25,7 @@ TEST(LU, FactorsSolvesAndInvertsWithinAFewRoundoffs) {
             make_matrix(a, kind, n, n, 100 + n);
             fill_random(b, n, 1, 200 + n);
             wide.become(utCopy, a);
-            wide.expand(n, n + 2, 1.0); // the further columns are solved in place, out of sight
+            wide.expand(n, n + 2, 1.0); // the further columns are solved in place, without effect on the result
             mlLUDecomposition const lu(wide);
             Factors const f(lu);
             EXPECT_LT(factor_ratio(f.lower, f.upper, mlMatrix(mlMatrixProduct, f.permutation, a)), 30.0);

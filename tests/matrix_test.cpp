@@ -49,7 +49,7 @@ TEST(Matrix, BecomesWhatItsTagsSay) {
     m.become(utCopy, transpose);
     expect_table(m.become(utCopy, m), {{1, 4}, {2, 5}, {3, 6}});
     expect_table(m.become(mlMatrixHilbert, 2), {{1, 1 / 2.0}, {1 / 2.0, 1 / 3.0}});
-    expect_table(m.become(1, 2), {{1, 1 / 2.0}});              // whatever the storage holds
+    expect_table(m.become(1, 2), {{1, 1 / 2.0}});              // with the values that the storage holds
     EXPECT_THROW(m.expand(70000, 70000, 0.0), std::bad_alloc); // more than an int can count
     expect_table(m, {{1, 1 / 2.0}});
     EXPECT_THROW(m.become(mlMatrixZero, 1 << 16, 1 << 16), std::bad_alloc);
@@ -113,7 +113,7 @@ TEST(Matrix, MultipliesASliceOfNeighboursWhereItIs) {
 }
 
 TEST(Matrix, ProductsAccumulateEachElementInIncreasingOrder) {
-    for (auto const & [rows, inner] : {std::pair(3, 3), {3, 5}, {50, 5}}) { // order 3 has a way of its own
+    for (auto const & [rows, inner] : {std::pair(3, 3), {3, 5}, {50, 5}}) { // order 3 has code of its own
         mlMatrix a, b, c;
         mlVector y(mlVectorZero, 2 * rows);
         make_matrix(a, Kind::graded_cols, rows, inner, rows);
@@ -138,7 +138,7 @@ TEST(Matrix, ComparesStoredValuesWhateverTheShapeAndPrintsARowPerLine) {
     Values const values = {1, -5, 3, 4, nan_value, 6};
     mlMatrix const a(utConvert, values.data(), 2, 2), b(utConvert, values.data(), 2, 3);
     mlMatrix c(utConvert, values.data(), 4, 1);
-    EXPECT_TRUE(a == c && !(a != b) && !(b == b)); // b only goes on
+    EXPECT_TRUE(a == c && !(a != b) && !(b == b)); // b only has further elements
     EXPECT_EQ(equal(b, b, 0.0), 1);                // a NaN difference exceeds no tolerance
     c[3] += 0.5;
     EXPECT_TRUE(equal(a, c, 0.5) && !equal(a, c, 0.49));

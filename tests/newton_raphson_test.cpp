@@ -9,7 +9,7 @@
 namespace {
 
 /// An equation with a value and a slope for each step, the last of them for ever. `trace` gets a v for each value and a
-/// j for each Jacobian asked for; `best` is the first point of the smallest value.
+/// j for each Jacobian; `best` is the first point of the smallest value.
 struct Script : mlFunctionN {
     Script(Values const & its_values, Values const & its_slopes) : values(its_values), slopes(its_slopes) {
         input_dimension = output_dimension = 1;
@@ -37,7 +37,7 @@ struct Script : mlFunctionN {
 std::string steps(int n) { return n > 0 ? steps(n - 1) + "jv" : "v"; }
 
 TEST(NewtonRaphson, StopsByItsRulesAtTheBestPoint) {
-    mlNewtonRaphson solver(mlNRDim, 1); // reused: a solve owes nothing to the one before
+    mlNewtonRaphson solver(mlNRDim, 1); // reused: a solve must not depend on the one before
     auto const expect = [&](mlNRStatus status, std::string const & trace, Script const & f, double tolerance) {
         Vector x{0};
         int converged = -1;

@@ -29,7 +29,7 @@ TEST(PageArr, KeepsElementsInPlaceAndTakesOnlyThePagesThatTheyNeed) {
     array.shrink(20, 1);
     EXPECT_TRUE(array.size() == 8 && array.blocks() == 5);
     array.clear(1);
-    array.copyin(nullptr, 0, 6, 0); // nothing comes in, yet the array reaches up to there
+    array.copyin(nullptr, 0, 6, 0); // nothing is copied, yet the array is extended up to there
     EXPECT_TRUE(array.size() == 6 && array.blocks() == 2);
 }
 

@@ -42,7 +42,7 @@ TYPED_TEST_SUITE(PolynomialsOver, Coefficients);
 
 TYPED_TEST(PolynomialsOver, DifferentiateWhatTheyIntegrateAndPassThroughTheirSamples) {
     using Polynomial = PolynomialOver<TypeParam>;
-    Polynomial fitter; // reused: what a fit leaves behind must not matter
+    Polynomial fitter; // reused: a fit must not depend on the one before
     for (int const n : {6, 0, 1, 3}) {
         auto const y = random_coefficients<TypeParam>(n, 10 + n);
         auto a = y, b = y, c = y;
@@ -78,7 +78,7 @@ TYPED_TEST(PolynomialsOver, HaveTheValuesOfTheirSumsAndProducts) {
     Polynomial().multiply(4, factor.data(), degree, product.data());
     Polynomial::multiply(-0.5, 4, sum.data());
     Polynomial::add(3, b.data(), 4, sum.data());
-    Polynomial::subtract(4, a.data(), 0, sum.data()); // whatever degree is told, coefficients 0 .. 4 change
+    Polynomial::subtract(4, a.data(), 0, sum.data()); // the second degree is ignored: coefficients 0 .. 4 change
     if constexpr (std::is_same_v<TypeParam, double>)
         Polynomial::multiply(4, a.data(), 3, b.data(), d, dots.data());
     else

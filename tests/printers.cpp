@@ -1,6 +1,6 @@
 #include "maths/maths.h"
 
-// Objects for a debugger to show. What it is to say of each stands behind its definition.
+// Objects for a debugger to show. The comment after each definition has what it must print.
 
 void stop_here(mlSlice const &, mlSlice const &) {}
 

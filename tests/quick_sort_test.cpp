@@ -15,8 +15,8 @@ namespace {
 
 using Ints = std::vector<int>;
 
-/// Sorts an array of ints by the keys that they refer to and counts the comparisons. It decides a key that is INT_MAX
-/// while the sort asks, so that the pivots are as bad as can be.
+/// Sorts an array of ints by the keys that they refer to and counts the comparisons. Keys start as INT_MAX and are
+/// given their values during the comparisons, so that the pivots are as bad as can be.
 /// Source: McIlroy, A killer adversary for quicksort (1999).
 struct CountingSort : mlQuickSortDynArrInt {
     explicit CountingSort(Ints const & given) : keys(given) {}

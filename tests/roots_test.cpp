@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The type that a closed-form solver answers for these coefficients, highest power first, and all the roots it writes.
+/// The type that a closed-form solver returns for these coefficients, highest power first, and all the roots it writes.
 struct Solution {
     explicit Solution(Values const & p) : roots(p.size() - 1, nan_value) {
         Values & r = roots;

@@ -1,5 +1,5 @@
 # Has gdb show the objects of printers.cpp (`source`) in `program` through `printers`, and compares each with what the
-# source says behind //= at its definition.
+# source says after //= at its definition.
 file(STRINGS ${source} lines REGEX "^ .* //= ")
 set(commands -ex "set disable-randomization off" -ex "set confirm off" -ex "source ${printers}"
     -ex "break stop_here" -ex run -ex up)

@@ -68,7 +68,7 @@ TEST(SingularValues, JudgeRankRelativelyButASingleValueAbsolutely) {
         SVD const svd(a);
         EXPECT_TRUE(svd.rank(tolerance) == rank && svd.is_singular(tolerance) == singular) << a << tolerance;
         EXPECT_TRUE(svd.U().rows() == a.rows() && svd.V().rows() == a.cols());
-        svd.inverse(1e-7); // whatever the shape
+        svd.inverse(1e-7); // of every shape
     };
     expect(Matrix(2, 2, {1, 0, 0, 1e-9}), 1e-7, 1, 1);
     expect(Matrix(2, 2, {0, 0, 0, 0}), 1e-7, 2, 0);

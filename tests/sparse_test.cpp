@@ -36,7 +36,7 @@ Dense sum(mlMatrix const & a, mlMatrix const & b, double sign = 1.0, int row = 0
     });
 }
 
-// They show what deriving classes may use to all.
+// They make protected members public.
 struct General : mlSparseMatrix {
     explicit General(mlMatrix const & dense) : mlSparseMatrix(mlMatrixZero, dense.rows(), dense.cols()) {
         for (int k = 0; k < dense.rows() * dense.cols(); ++k)
@@ -149,11 +149,11 @@ TEST(SparseRow, DoublesItsRoomFromEight) {
         EXPECT_EQ(row.capacity(), i < 8 ? 8 : i < 16 ? 16 : i < 32 ? 32 : 64);
     }
     row.clear(0);
-    EXPECT_EQ(mlSparseRow(utCopy, row).capacity(), 64); // a copy asks for as much
+    EXPECT_EQ(mlSparseRow(utCopy, row).capacity(), 64); // a copy gets as much room
     row.clear(1);
     row.append_element(3, 1.0);
     EXPECT_EQ(row.capacity(), 8);
-    row.shrink(1, 1); // behind the row's back: until it asks for room again, it grows by its increment
+    row.shrink(1, 1); // as an array, without the row: until the row reserves again, it grows by its increment
     row.append_element(4, 1.0);
     EXPECT_EQ(row.capacity(), 2);
 }
@@ -209,7 +209,7 @@ TEST(SparseMatrix, MultipliesRowsOfMoreTermsThanItKeepsAtOnce) {
     expect_acts_like(mlMatrix(mlMatrixProduct, a, b), mlSparseMatrix(mlMatrixProduct, General(a), General(b)));
 }
 
-// The sanitizers judge what this leaves behind.
+// The address sanitizer reports what this leaks.
 TEST(SparseMatrix, EmptiesItsRowsOwnsEachOnceAndKeepsItsShape) {
     for (int const rows : {0, 2, 9}) {
         General m(mlMatrix(mlMatrixIdentity, 5));

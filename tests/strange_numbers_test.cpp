@@ -7,12 +7,12 @@
 #include "maths/maths.h"
 #include "tests/support/values.h"
 
-// Whatever numbers an iterative routine meets, as arguments and as answers of the user's function: it ends.
+// An iterative routine ends whatever numbers it is given, as arguments and as values of the user's function.
 
 namespace {
 
-/// Functions of every interface whose answers are strange numbers: the same one for ever, for the first seeds, or one
-/// after the other mixed with ordinary ones.
+/// Functions of every interface whose values are strange numbers: always the same one, for the first seeds, or a
+/// sequence of them mixed with ordinary ones.
 struct Strange : mlFunction, mlFunctionN1, mlFunctionN, mlDistanceLeastSquares {
     static int const constants = 10;
 
@@ -65,7 +65,7 @@ TEST_P(StrangeNumbers, EndInFunctionsOfOneVariable) {
     if (!checked_build) { // a bracket without a change of sign is misuse
         mlRootSolve::newton_raphson(f, a, b, tolerance, flag, 100);
         mlRootSolve::regula_falsi(f, a, b, tolerance, flag, 100);
-    } else if (!(a < b)) { // so is a range that is none
+    } else if (!(a < b)) { // so is an inverted range
         a = 0.0, b = 1.0;
     }
     mlIntegrateTrapezoid(tolerance, 8).integrate(f, a, b);

@@ -32,7 +32,7 @@ TEST(TypedArrays, VectorsThatLandInFreshSlotsComeOutEmpty) {
         v.become(mlVectorZero, 3).fill(1.0);
     target.become(utCopy, ones);
     EXPECT_EQ(target[0].size() + mlVectorcoDynArr(utCopy, ones)[1].size(), 0);
-    target[0].become(mlVectorZero, 2); // slots that hold vectors take as many values as those hold
+    target[0].become(mlVectorZero, 2); // a slot that holds a vector takes as many values as that vector has elements
     target.become(utCopy, ones);
     EXPECT_EQ(printed(target), "coDynArr {\n  size 2\n  < 1.000000 1.000000 > \n\n  < > \n\n}\n");
     ones.clear(0);

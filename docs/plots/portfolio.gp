@@ -19,7 +19,7 @@ plot frontier index 0 using 2:1 with lines linetype 1 linewidth 3, \
 
 set size 0.5, 1
 set origin 0.5, 0
-# The weights from column i on, one above the other; Tobacco and Sharon Steel are in none.
+# The weights from column i on, stacked; Tobacco and Sharon Steel are in none.
 set title 'What the mixtures hold'
 set xlabel 'average return of a year'
 set ylabel 'percent'

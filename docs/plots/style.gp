@@ -11,5 +11,5 @@ set linetype 3 linecolor rgb '#2e8b57' linewidth 2 pointtype 9 pointsize 1.1
 set linetype 4 linecolor rgb '#b8860b' linewidth 2 pointtype 13 pointsize 1.2
 set linetype 5 linecolor rgb '#6a4c93' linewidth 2 pointtype 11 pointsize 1.1
 
-# The lines of a text file behind the first that matches `heading`, up to the next empty line.
+# The lines of a text file after the first that matches `heading`, up to the next empty line.
 table(file, heading) = sprintf("< sed -n '/%s/,/^$/p' '%s/%s.txt' | tail -n +2", heading, folder, file)

@@ -1,7 +1,7 @@
 // Fitting and solving: published regression problems and shapes by Levenberg-Marquardt, a curve through a profile by
 // chord-length interpolation, the angles of a robot's arm by Newton-Raphson.
 //
-// fit [folder]     The folder holds the regression problems' observations; the default is the one that comes along.
+// fit [folder]     The folder holds the regression problems' observations; the default is in examples/data.
 
 #include <algorithm>
 #include <cmath>
@@ -34,7 +34,7 @@ void fit_from_start(NistProblem const & problem, ColumnTable const & table, int 
     fit.iterations = model.gradients / model.n_points();
     fit.tries = model.distances / model.n_points();
 
-    // The fit's own answer is the mean one step before the result.
+    // What the fit returns is the mean one step before the result.
     model.set_parameters(fit.parameters);
     fit.residual_sum = 0.0;
     for (int i = 0; i < model.n_points(); ++i) {

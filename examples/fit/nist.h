@@ -11,7 +11,7 @@
 
 /// Model, starts and certified parameters of one problem.
 struct NistProblem {
-    /// Answers the model's value at x for parameters b and writes its derivatives with respect to b.
+    /// Returns the model's value at x for parameters b and writes its derivatives with respect to b.
     using Formula = double (*)(double const * b, double x, double * derivatives);
 
     char const * name;

@@ -4,7 +4,7 @@
 
 #include "maths/maths.h"
 
-// Shapes whose signed distance from points is fitted to nought.
+// Shapes that are fitted to points: their signed distances are to be 0.
 
 /// A circle with centre (p[0], p[1]) and radius p[2], and points of the plane.
 class CircleFit : public mlDistanceLeastSquares {

@@ -163,7 +163,7 @@ private:
 double outline_radius(double angle) { return 1.0 + 0.3 * std::cos(3.0 * angle); }
 
 /// A spline through n points of the outline, with the distances between them for parameter, as if points were all that
-/// is known. Answers the area inside, and how far the curve is from the outline at most.
+/// is known. Returns the area inside, and how far the curve is from the outline at most.
 double spline_area(int n, double & deviation) {
     mlVector x(mlVectorZero, n), y(mlVectorZero, n), h(mlVectorZero, n);
     for (int i = 0; i < n; ++i) {

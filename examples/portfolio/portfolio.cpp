@@ -41,7 +41,7 @@ struct Market {
     mlMatrix covariance;
 };
 
-/// The mixture of the least variance among those that return at least what was asked for.
+/// The mixture of the least variance among those that return at least what was demanded.
 class Mixture {
 public:
     explicit Mixture(Market const & market)

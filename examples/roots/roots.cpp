@@ -1,7 +1,7 @@
 // Roots of polynomials: the poles of Bessel filters from their published coefficients, each with the bound of its
 // error, and Wilkinson's polynomial, whose roots lose ten digits when its coefficients are rounded but no more after.
 //
-// roots [file]     The file holds order, power and coefficient in columns; the default is the one that comes along.
+// roots [file]     The file holds order, power and coefficient in columns; the default is in examples/data.
 
 #include <algorithm>
 #include <cmath>

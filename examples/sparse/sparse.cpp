@@ -2,7 +2,7 @@
 // whose matrix comes from its incidence matrix. Both are solved by conjugate gradients, written here on top of the
 // product with a vector.
 //
-// sparse           The network comes along.
+// sparse           The network is part of the examples' data.
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Solves A x = b for a positive definite A, from x = 0, until the residual is 1e-12 of b. Answers the number of
+/// Solves A x = b for a positive definite A, from x = 0, until the residual is 1e-12 of b. Returns the number of
 /// iterations, and prints the residual after every `print_every`-th one, when that isn't 0.
 /// Source: Hestenes & Stiefel, Methods of Conjugate Gradients for Solving Linear Systems, 1952.
 int conjugate_gradients(mlSparseSymMatrix const & a, mlVector const & b, mlVector & x, int print_every) {
@@ -132,7 +132,7 @@ void solve_poisson() {
     std::printf("\nConjugate gradients on %d unknowns\n  iteration   residual / right side\n", LShape(32).unknowns());
     LShape(32).integral(10, iterations);
 
-    // The corner costs accuracy: the error is of order h^(4/3), with a term of order h^2 behind it.
+    // The corner costs accuracy: the error is of order h^(4/3), followed by a term of order h^2.
     double const published = 0.2140758036, corner = std::pow(2.0, 4.0 / 3.0);
     double coarser = 0.0, coarser_corrected = 0.0;
     std::printf("\nThe integral of u, and what extrapolation makes of it; published: %.10f\n", published);

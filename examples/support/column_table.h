@@ -16,7 +16,7 @@
 ///
 /// The file starts with a line `# ...` that names its source; more lines of that kind may follow. Every other line is a
 /// row of `columns` finite numbers between blanks; empty lines are skipped.
-/// Failure: an example has nobody to hand an error to. A file that can't be read, doesn't name its source, or has no
+/// Failure: errors end the program: a file that can't be read, doesn't name its source, or has no
 /// row or a malformed one ends the program with exit status 2, after one line "file:line: reason" on standard error.
 class ColumnTable {
 public:

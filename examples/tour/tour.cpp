@@ -1,7 +1,7 @@
 // A tour of the library: a fit of real measurements with a minimiser, linear systems that lose their digits, and the
 // printed forms of a few objects.
 //
-// tour [file]      The file holds pressures and volumes in two columns; the default is the one that comes along.
+// tour [file]      The file holds pressures and volumes in two columns; the default is in examples/data.
 
 #include <algorithm>
 #include <cmath>

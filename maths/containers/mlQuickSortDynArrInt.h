@@ -13,7 +13,7 @@ public:
     /// Address of int i; an i past the end extends the array, as its own element access does.
     void * arr_get(void * array, int i) const override;
 
-    /// Exchanges ints i and j, extending likewise.
+    /// Exchanges ints i and j; also extends the array.
     void arr_swap(void * array, int i, int j) const override;
 
 private:

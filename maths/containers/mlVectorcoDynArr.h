@@ -6,11 +6,11 @@
 
 /// Growable array of vectors.
 ///
-/// Elements are copied by `mlVector`'s assignment, which fills the destination's own size, and fresh slots hold empty
-/// vectors. So every vector that lands in a fresh slot comes out empty: after growth (appending included), a shrink
-/// with release, both copying constructors, the list constructor, and a `become` that had to grow. Size the vectors
-/// once the array has its size, and then assign. `clear(0)` keeps the vectors in their slots, with their elements: an
-/// array that is filled again finds them there.
+/// Elements are copied by `mlVector`'s assignment, which copies only as many elements as the destination has, and fresh
+/// slots hold empty vectors. Deliberate: so every vector that is copied to a fresh slot comes out empty: after growth
+/// (appending included), a shrink with release, both copying constructors, the list constructor, and a `become` that
+/// had to grow. Size the vectors once the array has its size, and then assign. `clear(0)` keeps the vectors in their
+/// slots, with their elements: an array that is filled again finds them there.
 using mlVectorcoDynArr = coDynArr<mlVector>;
 using mlVectorcoDynArrcoIterator = coDynArrcoIterator<mlVector>;
 

@@ -5,20 +5,20 @@
 /// Higher derivatives of elementary functions, and straight lines between two points. Only static operations.
 class MATHS_API mlMath {
 public:
-    /// The n-th derivative of sin or cos at x; -666.6, the library's mark for an order that makes no sense, when the
+    /// The n-th derivative of sin or cos at x. Deliberate: -666.6, which marks an order outside the contract, when the
     /// remainder of n by 4 is negative.
-    static double sin_derivative(int n, double x);
-    static double cos_derivative(int n, double x);
+    [[nodiscard]] static double sin_derivative(int n, double x);
+    [[nodiscard]] static double cos_derivative(int n, double x);
 
-    /// The n-th derivative of sinh or cosh at x. Any n with a non-zero remainder by 2 is odd, a negative one too.
-    static double sinh_derivative(int n, double x);
-    static double cosh_derivative(int n, double x);
+    /// The n-th derivative of sinh or cosh at x. Any n with a non-zero remainder by 2 counts as odd, negative n too.
+    [[nodiscard]] static double sinh_derivative(int n, double x);
+    [[nodiscard]] static double cosh_derivative(int n, double x);
 
     /// a for t <= 0, b for t >= 1, between them (b - a) t + a, never outside the interval between a and b.
-    static double interpolate(double t, double a, double b);
+    [[nodiscard]] static double interpolate(double t, double a, double b);
 
     /// The straight line through (x0, y0) and (x1, y1) at x, as (x - x0) / (x1 - x0) y1 + (x1 - x) / (x1 - x0) y0.
-    static double rescale(double x, double x0, double x1, double y0, double y1);
+    [[nodiscard]] static double rescale(double x, double x0, double x1, double y0, double y1);
 
 protected:
     mlMath() = default;

@@ -77,7 +77,7 @@ mlMatrix & mlMatrix::become(enum utCopy, mlMatrix const & m) {
 }
 
 mlMatrix & mlMatrix::become(int rows, int cols) {
-    clear(0); // what the matrix is should the storage fail
+    clear(0); // so that the matrix is 0 x 0 if the allocation fails
     doublecoDynArr::expand(coTableSize(rows, cols));
     rows_ = rows;
     cols_ = cols;

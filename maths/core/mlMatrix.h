@@ -12,11 +12,11 @@ enum mlMatrixTranspose { mlMatrixTranspose };
 
 /// Dense matrix of doubles, stored row by row without gaps: element (r, c) is data()[r * cols() + c].
 ///
-/// The storage is that of a `doublecoDynArr`. Its size is at least rows() * cols() and can be larger: `expand` never
-/// shrinks it, and an empty matrix made by zero, identity, conversion, copy or product keeps one element. Comparison
-/// and `max_absolute_value` run over the storage's whole size. What would part the shape from the storage, the array's
-/// own `swap`, `clear` and `shrink`, is replaced or deleted here.
-/// Each constructor with a tag has a `become` that gives an existing matrix the same value.
+/// The storage is that of a `doublecoDynArr`. Deliberate: its size is at least rows() * cols() and can be larger:
+/// `expand` never shrinks it, and an empty matrix made by zero, identity, conversion, copy or product keeps one
+/// element. Comparison and `max_absolute_value` run over the storage's whole size. The array's own `swap`, `clear` and
+/// `shrink`, which would change the storage and not the shape, are replaced or deleted here. Each constructor with a
+/// tag has a `become` that gives an existing matrix the same value.
 /// Lifetime: slices are valid until the shape changes. Bad input: no index, shape or size is checked.
 /// Failure: growth, and a shape of more elements than an int can count, throws std::bad_alloc. Editing operations then
 /// leave the matrix as it was, `become` and products leave it 0 x 0. Threads: one at a time.
@@ -53,7 +53,7 @@ public:
     mlMatrix & become(enum utConvert, double const * src, int rows, int cols);
     mlMatrix & become(enum utCopy, mlMatrix const & m);
 
-    /// rows x cols, with whatever values the storage holds.
+    /// rows x cols, with the values that the storage happens to hold.
     mlMatrix & become(int rows, int cols);
 
     // clang-format off
@@ -75,8 +75,8 @@ public:
     /// The storage holds the shape: `delete_row`, `delete_col` and `expand` shrink a matrix.
     int shrink(int n, int release) = delete;
 
-    int rows() const { return rows_; }
-    int cols() const { return cols_; }
+    [[nodiscard]] int rows() const { return rows_; }
+    [[nodiscard]] int cols() const { return cols_; }
 
     /// Element (row, col); non-const access extends the storage, not the shape. A checked build lets it go below the
     /// last row, but not right of the last column, unless the matrix is 0 x 0.
@@ -87,7 +87,7 @@ public:
         if (i >= size()) extend_storage(i);
         return data()[i];
     }
-    double const & operator()(int row, int col) const {
+    [[nodiscard]] double const & operator()(int row, int col) const {
         MATHS_CHECK(row >= 0 && row < rows_ && col >= 0 && col < cols_, "matrix element: (%d, %d) of %d x %d", row, col,
                     rows_, cols_);
         return data()[row * cols_ + col];
@@ -100,20 +100,20 @@ public:
                     size(), rows_, cols_);
         return doublecoDynArr::operator[](i);
     }
-    double const & operator[](int i) const {
+    [[nodiscard]] double const & operator[](int i) const {
         MATHS_CHECK(i >= 0 && i < size(), "matrix storage: element %d of %d, of a %d x %d matrix", i, size(), rows_,
                     cols_);
         return data()[i];
     }
 
-    mlSlice row(int r) { return row_view(r); }
-    mlSlice const row(int r) const { return row_view(r); }
-    mlSlice col(int c) { return col_view(c); }
-    mlSlice const col(int c) const { return col_view(c); }
+    [[nodiscard]] mlSlice row(int r) { return row_view(r); }
+    [[nodiscard]] mlSlice const row(int r) const { return row_view(r); }
+    [[nodiscard]] mlSlice col(int c) { return col_view(c); }
+    [[nodiscard]] mlSlice const col(int c) const { return col_view(c); }
 
     /// The min(rows, cols) elements (i, i).
-    mlSlice diagonal() { return diagonal_view(); }
-    mlSlice const diagonal() const { return diagonal_view(); }
+    [[nodiscard]] mlSlice diagonal() { return diagonal_view(); }
+    [[nodiscard]] mlSlice const diagonal() const { return diagonal_view(); }
 
     /// Adds v as the last row; a matrix without columns gets as many as v has elements, and other rows of zeros.
     void append_row(mlVector const & v);
@@ -130,10 +130,10 @@ public:
     /// dropped. The storage never shrinks, and grows to the new shape at most.
     void expand(int new_rows, int new_cols, double fill);
 
-    /// The magnitude of the element that comes last in a run of growing ones: an element x counts when x itself, with
-    /// its sign, exceeds the magnitude found so far. So { 1, -5 } gives 1 and { -5, 1 } gives 5; callers rely on it.
-    /// The most negative finite double for an empty storage. `mlVector::max_absolute_value` is the true maximum.
-    double max_absolute_value() const;
+    /// A running maximum in storage order. Deliberate: an element x replaces it, by |x|, when x itself, with its sign,
+    /// exceeds it. So { 1, -5 } gives 1 and { -5, 1 } gives 5; callers rely on it. The most negative finite double for
+    /// an empty storage. `mlVector::max_absolute_value` is the true maximum.
+    [[nodiscard]] double max_absolute_value() const;
 
 private:
     bool has_shape() const { return rows_ != 0 || cols_ != 0; }
@@ -158,23 +158,23 @@ private:
 };
 
 /// 1 when each stored value of a equals that of b, exactly; a NaN equals nothing. Shapes are not compared.
-MATHS_API int operator==(mlMatrix const & a, mlMatrix const & b);
-inline int operator!=(mlMatrix const & a, mlMatrix const & b) { return !(a == b); }
+[[nodiscard]] MATHS_API int operator==(mlMatrix const & a, mlMatrix const & b);
+[[nodiscard]] inline int operator!=(mlMatrix const & a, mlMatrix const & b) { return !(a == b); }
 
-/// 1 unless some stored values differ by more than the tolerance. A difference that is NaN does not exceed it, and so
-/// counts as equal, the opposite of `operator==`. Shapes are not compared.
-MATHS_API int equal(mlMatrix const & a, mlMatrix const & b, double tolerance);
+/// 1 unless some stored values differ by more than the tolerance. Deliberate: a difference that is NaN does not exceed
+/// it, and so counts as equal, the opposite of `operator==`. Shapes are not compared.
+[[nodiscard]] MATHS_API int equal(mlMatrix const & a, mlMatrix const & b, double tolerance);
 
 /// c = a b, a.rows() x b.cols(): each element is a sum from 0.0 in increasing k of a(i, k) b(k, j), k < a.cols().
 /// c may be a or b, at the cost of a temporary matrix. O(rows cols k).
 MATHS_API void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c);
 
 /// y = a x, of just a.rows() elements, each a sum from 0.0 in increasing k. y must not be x, nor be viewed by it.
-/// A slice whose elements are not neighbours is copied together first, beyond 1024 elements into storage of its own;
+/// A slice whose stride is not 1 is first copied into contiguous scratch, which is allocated beyond 1024 elements;
 /// nothing else but y is allocated. Failure: std::bad_alloc; y stays as it was.
 MATHS_API void multiply(mlMatrix const & a, mlVector const & x, mlVector & y);
 MATHS_API void multiply(mlMatrix const & a, mlSlice const & x, mlVector & y);
 
 /// Prints a line per row: "| ", each element followed by a blank, "| ", in fixed-point format with 6 decimals. The
-/// stream's flags are restored, its precision stays 6.
+/// stream's flags are restored. Deliberate: its precision stays 6.
 MATHS_API std::ostream & operator<<(std::ostream & stream, mlMatrix const & m);

@@ -25,7 +25,7 @@ template <int rows> void multiply_rows(mlConstBlock a, int inner, double const *
         y[r] = sums[r];
 }
 
-/// y = a x, in the way that is the faster one while there are few elements.
+/// y = a x without a kernel, which is faster while there are few elements.
 void multiply_little(int rows, int inner, mlConstBlock a, double const * x, double * y) {
     int r = 0;
     for (; r + 4 <= rows; r += 4)
@@ -41,7 +41,7 @@ void multiply_vector(mlMatrix const & a, double const * x, double * y) {
     method(a.rows(), a.cols(), block(a), x, y);
 }
 
-/// c = a b of order 3, whose 27 products take no longer than the way to a kernel.
+/// c = a b of order 3, whose 27 products take no longer than calling a kernel would.
 void multiply_3(double const * a, double const * b, double * c) {
     for (int i = 0; i < 9; i += 3) {
         double const x = a[i], y = a[i + 1], z = a[i + 2];

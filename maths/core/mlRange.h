@@ -6,35 +6,36 @@
 
 /// Closed interval [low, high] of doubles, or the empty range, whose two ends are the largest double and its negative.
 ///
-/// A plain value. The largest double is reserved: merging it does nothing. Bad input: nothing is checked; a range with
-/// low > high other than the empty one is handled as its two ends say.
+/// A plain value. The largest double is reserved for the empty range: merging it does nothing. Bad input: nothing is
+/// checked; a range with low > high other than the empty one is computed with as it stands.
 class MATHS_API mlRange {
 public:
     /// The empty range.
     mlRange() : mlRange(largest, -largest) {}
     mlRange(double low_end, double high_end) : low(low_end), high(high_end) {}
 
-    int empty() const { return low == largest && high == -largest; }
+    [[nodiscard]] int empty() const { return low == largest && high == -largest; }
 
     /// The point of the range nearest to x.
-    double clip(double x) const;
+    [[nodiscard]] double clip(double x) const;
 
     /// 1 unless the lows or the highs differ by more than the tolerance; a NaN does not differ.
-    int coincident(mlRange const & r, double tolerance) const;
+    [[nodiscard]] int coincident(mlRange const & r, double tolerance) const;
 
     /// 1 when the closed intervals share a point.
-    int crosses(mlRange const & r) const;
+    [[nodiscard]] int crosses(mlRange const & r) const;
 
     /// The point at t in [0, 1] from low to high, clamped: see `mlMath::interpolate`.
-    double interpolate(double t) const;
+    [[nodiscard]] double interpolate(double t) const;
 
-    /// (x - low) / (high - low), but 1.0 above the range, 0.0 below it and 0.0 in a range narrower than 1e-10.
-    double position_in_range(double x) const;
+    /// (x - low) / (high - low), but 1.0 above the range, 0.0 below it. Deliberate: 0.0 too in a range narrower than
+    /// 1e-10.
+    [[nodiscard]] double position_in_range(double x) const;
 
     /// The common part; empty when there is none.
     void intersect(mlRange const & r);
 
-    /// Grows the range just so that it holds x, or the ends of r. An empty r changes nothing.
+    /// Grows the range by no more than it takes to hold x, or the ends of r. An empty r changes nothing.
     void merge(double x);
     void merge(mlRange const & r);
 
@@ -46,4 +47,4 @@ private:
 };
 
 /// The common part of two ranges; empty when there is none.
-MATHS_API mlRange intersect(mlRange const & a, mlRange const & b);
+[[nodiscard]] MATHS_API mlRange intersect(mlRange const & a, mlRange const & b);

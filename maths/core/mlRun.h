@@ -1,12 +1,18 @@
 #pragma once
 
 #include <cmath>
+#include <concepts>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 // The arithmetic that vectors, slices and fixed-size vectors share, over runs of doubles that are contiguous or
 // strided. For use inside the library. Every sum starts from 0.0 and goes in index order: results are fixed to the last
 // bit.
+
+/// A run: element i is x[i], a double or converted to one.
+template <class X>
+concept mlRunOfDoubles = std::convertible_to<decltype(std::declval<X const &>()[0]), double>;
 
 /// Element i is first[i].
 template <class Double> struct mlDenseRun {
@@ -45,29 +51,30 @@ struct mlDivide {
 };
 
 /// change(x[i], y[i]) for i = 0 .. n - 1, in this order: x and y may overlap.
-template <class X, class Y, class Change> void ml_run_update(X x, Y y, int n, Change change) {
+template <mlRunOfDoubles X, mlRunOfDoubles Y, std::invocable<double &, double> Change>
+void ml_run_update(X x, Y y, int n, Change change) {
     for (int i = 0; i < n; ++i)
         change(x[i], y[i]);
 }
 
-/// The running maximum that nothing has entered yet.
+/// The running maximum before the first element.
 inline constexpr double mlLeastDouble = -std::numeric_limits<double>::max();
 
-template <class X> double ml_run_sum(X x, int n) {
+template <mlRunOfDoubles X> double ml_run_sum(X x, int n) {
     double sum = 0.0;
     for (int i = 0; i < n; ++i)
         sum += x[i];
     return sum;
 }
 
-template <class X, class Y> double ml_run_scalar_product(X x, Y y, int n) {
+template <mlRunOfDoubles X, mlRunOfDoubles Y> double ml_run_scalar_product(X x, Y y, int n) {
     double sum = 0.0;
     for (int i = 0; i < n; ++i)
         sum += x[i] * y[i];
     return sum;
 }
 
-template <class X, class Y> double ml_run_distance_squared(X x, Y y, int n) {
+template <mlRunOfDoubles X, mlRunOfDoubles Y> double ml_run_distance_squared(X x, Y y, int n) {
     double sum = 0.0;
     for (int i = 0; i < n; ++i) {
         double const difference = x[i] - y[i];
@@ -77,7 +84,7 @@ template <class X, class Y> double ml_run_distance_squared(X x, Y y, int n) {
 }
 
 /// The largest of magnitude(0 .. n - 1); a NaN never replaces the running maximum.
-template <class Magnitude> double ml_run_maximum(Magnitude magnitude, int n) {
+template <std::regular_invocable<int> Magnitude> double ml_run_maximum(Magnitude magnitude, int n) {
     double maximum = mlLeastDouble;
     for (int i = 0; i < n; ++i) {
         double const m = magnitude(i);
@@ -86,15 +93,15 @@ template <class Magnitude> double ml_run_maximum(Magnitude magnitude, int n) {
     return maximum;
 }
 
-template <class X> double ml_run_max_absolute_value(X x, int n) {
+template <mlRunOfDoubles X> double ml_run_max_absolute_value(X x, int n) {
     return ml_run_maximum([x](int i) { return std::fabs(x[i]); }, n);
 }
 
-template <class X, class Y> double ml_run_norm_diff(X x, Y y, int n) {
+template <mlRunOfDoubles X, mlRunOfDoubles Y> double ml_run_norm_diff(X x, Y y, int n) {
     return ml_run_maximum([x, y](int i) { return std::fabs(x[i] - y[i]); }, n);
 }
 
-template <class X, class Y> int ml_run_equal(X x, Y y, int n) {
+template <mlRunOfDoubles X, mlRunOfDoubles Y> int ml_run_equal(X x, Y y, int n) {
     for (int i = 0; i < n; ++i) {
         if (!(x[i] == y[i])) return 0;
     }

@@ -14,9 +14,9 @@ class utOstream;
 /// Element i is data()[start() + i * stride()]; the stride may be negative. The length governs every operation: an
 /// operand must have at least as many elements. A slice never grows or allocates.
 /// Assignment writes through into the viewed storage; copy construction makes another view of it.
-/// Const objects give out `mlSlice const`, which nothing is written through: keep it const, since a copy is writable.
-/// Where a constructor makes the copy from a const temporary, as in `std::make_unique<mlSlice>(m.row(0))`, it does not
-/// compile; in `mlSlice s = m.row(0)` no constructor is asked, and the language has no way to refuse it.
+/// The slice of a const object is an `mlSlice const`, through which nothing can be written: keep it const, since a copy
+/// is writable. A copy that a constructor makes from such a temporary, as in `std::make_unique<mlSlice>(m.row(0))`,
+/// does not compile; `mlSlice s = m.row(0)` calls no constructor, and the language cannot refuse it.
 /// Lifetime: valid until the viewed storage is freed or reallocated. Bad input: nothing is checked.
 /// Threads: writing through a slice while another thread reads its source is a data race.
 class MATHS_API mlSlice {
@@ -27,16 +27,16 @@ public:
     mlSlice(mlSlice &&) = default;
     explicit mlSlice(mlSlice const &&) = delete; // explicit: a function may still return a const view
 
-    double * data() const { return data_; }
-    int start() const { return start_; }
-    int length() const { return length_; }
-    int stride() const { return stride_; }
+    [[nodiscard]] double * data() const { return data_; }
+    [[nodiscard]] int start() const { return start_; }
+    [[nodiscard]] int length() const { return length_; }
+    [[nodiscard]] int stride() const { return stride_; }
 
     double & operator[](int i) {
         MATHS_CHECK(i >= 0 && i < length_, "slice element: index %d of %d elements", i, length_);
         return data_[start_ + i * stride_];
     }
-    double const & operator[](int i) const {
+    [[nodiscard]] double const & operator[](int i) const {
         MATHS_CHECK(i >= 0 && i < length_, "slice element: index %d of %d elements", i, length_);
         return data_[start_ + i * stride_];
     }
@@ -48,19 +48,19 @@ public:
     void operator-=(double x);
 
     /// 1 when the first length() doubles from data() on equal those from s.data() on, exactly; a NaN equals nothing.
-    /// Start and stride are ignored, for slices as for whole vectors: the function caches rely on it.
-    int operator==(mlSlice const & s) const;
-    int operator!=(mlSlice const & s) const { return !(*this == s); }
+    /// Deliberate: start and stride are ignored, as if both were whole vectors; the function caches rely on it.
+    [[nodiscard]] int operator==(mlSlice const & s) const;
+    [[nodiscard]] int operator!=(mlSlice const & s) const { return !(*this == s); }
 
     /// Sums in index order, 0.0 when empty.
-    double sum() const;
-    double modulus_squared() const;
+    [[nodiscard]] double sum() const;
+    [[nodiscard]] double modulus_squared() const;
 
     /// The largest magnitude; NaN elements are passed over. The most negative finite double when there is none.
-    double max_absolute_value() const;
+    [[nodiscard]] double max_absolute_value() const;
 
     /// Elements first, first + step, ... of this slice, `length` of them.
-    mlSlice const slice(int first, int step, int length) const {
+    [[nodiscard]] mlSlice const slice(int first, int step, int length) const {
         return mlSlice(data_, start_ + stride_ * first, length, stride_ * step);
     }
 
@@ -72,14 +72,14 @@ private:
 };
 
 /// Sum of a[i] b[i] over the elements of a, in index order.
-MATHS_API double scalar_product(mlSlice const & a, mlSlice const & b);
+[[nodiscard]] MATHS_API double scalar_product(mlSlice const & a, mlSlice const & b);
 
 /// Sum of (a[i] - b[i])^2 over the elements of a, in index order.
-MATHS_API double distance_squared(mlSlice const & a, mlSlice const & b);
+[[nodiscard]] MATHS_API double distance_squared(mlSlice const & a, mlSlice const & b);
 
 /// The largest |a[i] - b[i]| over the elements of a, NaN passed over; the most negative finite double when there is
 /// none.
-MATHS_API double norm_diff(mlSlice const & a, mlSlice const & b);
+[[nodiscard]] MATHS_API double norm_diff(mlSlice const & a, mlSlice const & b);
 
 /// Prints "<", the elements separated by "," and ">", in the stream's current number format.
 MATHS_API std::ostream & operator<<(std::ostream & stream, mlSlice const & s);

@@ -16,13 +16,13 @@ public:
         squares_ += deviation * (x - mean_);
     }
 
-    long long count() const { return count_; }
+    [[nodiscard]] long long count() const { return count_; }
 
     /// 0.0 when there are no values.
-    double mean() const { return mean_; }
+    [[nodiscard]] double mean() const { return mean_; }
 
     /// Sample variance, with the divisor count() - 1; 0.0 for fewer than two values.
-    double variance() const { return count_ < 2 ? 0.0 : squares_ / static_cast<double>(count_ - 1); }
+    [[nodiscard]] double variance() const { return count_ < 2 ? 0.0 : squares_ / static_cast<double>(count_ - 1); }
 
 private:
     long long count_ = 0;

@@ -30,7 +30,7 @@ public:
         MATHS_CHECK(i >= 0 && i < N, "fixed-size vector: component %d of %d", i, N);
         return components_[i];
     }
-    double const & operator[](int i) const {
+    [[nodiscard]] double const & operator[](int i) const {
         MATHS_CHECK(i >= 0 && i < N, "fixed-size vector: component %d of %d", i, N);
         return components_[i];
     }
@@ -44,7 +44,7 @@ public:
     void operator-=(double x) { update(mlConstantRun{x}, mlSubtract()); }
     void operator*=(double x) { update(mlConstantRun{x}, mlMultiply()); }
 
-    /// Multiplies by the reciprocal of x, formed once, unlike `mlVector`, which divides.
+    /// Deliberate: multiplies by the reciprocal of x, formed once, unlike `mlVector`, which divides.
     void operator/=(double x) { *this *= 1.0 / x; }
 
     void fill(double x) { update(mlConstantRun{x}, mlAssign()); }
@@ -91,19 +91,19 @@ public:
     /// m v, as `multiply`.
     mlTinyVector & become(enum mlMatrixProduct, mlMatrix const & m, mlTinyVector const & v);
 
-    double sum() const { return ml_run_sum(run(), N); }
-    double modulus_squared() const { return scalar_product(*this, *this); }
+    [[nodiscard]] double sum() const { return ml_run_sum(run(), N); }
+    [[nodiscard]] double modulus_squared() const { return scalar_product(*this, *this); }
 
     /// The largest magnitude; NaN components are passed over.
-    double max_absolute_value() const { return ml_run_max_absolute_value(run(), N); }
+    [[nodiscard]] double max_absolute_value() const { return ml_run_max_absolute_value(run(), N); }
 
     /// All components; or those start, start + stride, ..., `length` of them.
-    mlSlice slice() { return view(0, 1, N); }
-    mlSlice const slice() const { return view(0, 1, N); }
-    mlSlice slice(int start, int stride, int length) { return view(start, stride, length); }
-    mlSlice const slice(int start, int stride, int length) const { return view(start, stride, length); }
+    [[nodiscard]] mlSlice slice() { return view(0, 1, N); }
+    [[nodiscard]] mlSlice const slice() const { return view(0, 1, N); }
+    [[nodiscard]] mlSlice slice(int start, int stride, int length) { return view(start, stride, length); }
+    [[nodiscard]] mlSlice const slice(int start, int stride, int length) const { return view(start, stride, length); }
 
-    mlDenseRun<double const> run() const { return {components_}; }
+    [[nodiscard]] mlDenseRun<double const> run() const { return {components_}; }
 
 private:
     template <class X, class Change> void update(X const & x, Change change) {
@@ -125,7 +125,7 @@ private:
 };
 
 /// a[0] b[0] + a[1] b[1] + ..., from the first product on.
-template <int N> double scalar_product(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
+template <int N> [[nodiscard]] double scalar_product(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
     double sum = a[0] * b[0];
     for (int i = 1; i < N; ++i)
         sum += a[i] * b[i];
@@ -133,20 +133,22 @@ template <int N> double scalar_product(mlTinyVector<N> const & a, mlTinyVector<N
 }
 
 /// Sum of (a[i] - b[i])^2, from 0.0 on.
-template <int N> double distance_squared(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
+template <int N> [[nodiscard]] double distance_squared(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
     return ml_run_distance_squared(a.run(), b.run(), N);
 }
 
 /// The largest |a[i] - b[i]|; NaN is passed over.
-template <int N> double norm_diff(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
+template <int N> [[nodiscard]] double norm_diff(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
     return ml_run_norm_diff(a.run(), b.run(), N);
 }
 
 /// 1 when all components are equal, exactly; a NaN equals nothing.
-template <int N> int operator==(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
+template <int N> [[nodiscard]] int operator==(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
     return ml_run_equal(a.run(), b.run(), N);
 }
-template <int N> int operator!=(mlTinyVector<N> const & a, mlTinyVector<N> const & b) { return !(a == b); }
+template <int N> [[nodiscard]] int operator!=(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
+    return !(a == b);
+}
 
 /// out = m v: the rows of m say how many components are written and its columns how many of v are read, up to N of
 /// each. Every one is a sum from 0.0 in increasing column order. out must not be v.
@@ -180,7 +182,8 @@ extern template class MATHS_API_TEMPLATE_DECLARATION mlTinyVector<6>;
 #endif
 
 /// c . (a x b), the volume of the box that the three span.
-inline double scalar_triple_product(mlTinyVector3 const & a, mlTinyVector3 const & b, mlTinyVector3 const & c) {
+[[nodiscard]] inline double scalar_triple_product(mlTinyVector3 const & a, mlTinyVector3 const & b,
+                                                  mlTinyVector3 const & c) {
     mlTinyVector3 product;
     product.vector_product(a, b);
     return scalar_product(product, c);

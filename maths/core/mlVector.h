@@ -11,11 +11,11 @@ class utOstream;
 
 /// Growable vector of doubles.
 ///
-/// Elements: v[i]; non-const access past the end extends the vector, and the elements that it skips are not
-/// initialised. Storage and growth are those of `doublecoDynArr`, and the object is just as large.
-/// Assignment and compound assignment never resize: they run over this vector's own elements and read as many of the
-/// other operand, which must have them. Size the vector first, with `become(mlVectorZero, n)`; a checked build stops at
-/// an assignment of more elements than the vector has.
+/// Elements: v[i]. Deliberate: non-const access past the end extends the vector, and the elements that it skips are not
+/// initialised. Storage and growth are those of `doublecoDynArr`, and the object is just as large. Assignment and
+/// compound assignment never resize: they run over this vector's own elements and read as many of the other operand,
+/// which must have them. Size the vector first, with `become(mlVectorZero, n)`; a checked build stops at an assignment
+/// of more elements than the vector has.
 /// Lifetime: slices are valid until the vector grows, shrinks or is cleared.
 /// Bad input: nothing is checked. Failure: growth throws std::bad_alloc and changes nothing. Threads: one at a time.
 class MATHS_API mlVector : public doublecoDynArr {
@@ -30,10 +30,10 @@ public:
 
     using doublecoDynArr::become;
 
-    /// At least n elements, all of them zero; a longer vector keeps its size.
+    /// At least n elements, all of them zero. Deliberate: a longer vector keeps its size.
     mlVector & become(enum mlVectorZero, int n);
 
-    /// At least n elements, the first n of them copied from src; a longer vector keeps its other elements.
+    /// At least n elements, the first n of them copied from src. Deliberate: a longer vector keeps its other elements.
     mlVector & become(enum utConvert, double const * src, int n);
 
     /// m v, of m.rows() elements. v must not be this vector, nor view its storage.
@@ -54,29 +54,29 @@ public:
     void operator-=(double x);
     void operator*=(double x);
 
-    /// Divides every element, and does not multiply by 1 / x.
+    /// Divides every element; does not multiply by 1 / x.
     void operator/=(double x);
 
     /// Sets every element to x.
     void fill(double x);
 
-    /// Removes element i; those behind it move down by one place.
+    /// Removes element i; those after it move down by one place.
     void delete_element(int i);
 
     /// Sums in index order, 0.0 when empty.
-    double sum() const;
-    double modulus_squared() const;
+    [[nodiscard]] double sum() const;
+    [[nodiscard]] double modulus_squared() const;
 
     /// The largest magnitude; NaN elements are passed over. The most negative finite double when there is none.
-    double max_absolute_value() const;
+    [[nodiscard]] double max_absolute_value() const;
 
     /// The whole vector.
-    mlSlice slice() { return mlSlice(data(), 0, size(), 1); }
-    mlSlice const slice() const { return view(0, 1, size()); }
+    [[nodiscard]] mlSlice slice() { return mlSlice(data(), 0, size(), 1); }
+    [[nodiscard]] mlSlice const slice() const { return view(0, 1, size()); }
 
     /// Elements start, start + stride, ..., `length` of them.
-    mlSlice slice(int start, int stride, int length) { return view(start, stride, length); }
-    mlSlice const slice(int start, int stride, int length) const { return view(start, stride, length); }
+    [[nodiscard]] mlSlice slice(int start, int stride, int length) { return view(start, stride, length); }
+    [[nodiscard]] mlSlice const slice(int start, int stride, int length) const { return view(start, stride, length); }
 
 private:
     mlSlice view(int start, int stride, int length) const {
@@ -87,22 +87,24 @@ private:
     }
 };
 
-/// The assignment of an array's element: no misuse when fresh slots, being empty, take nothing.
+/// Assigns an element of an array of vectors. A fresh slot holds an empty vector, so nothing is assigned to it, which
+/// no checked build reports.
 MATHS_API void coAssignElement(mlVector & to, mlVector const & from);
 
 /// Sum of a[i] b[i] over the elements of a, in index order.
-MATHS_API double scalar_product(mlVector const & a, mlVector const & b);
+[[nodiscard]] MATHS_API double scalar_product(mlVector const & a, mlVector const & b);
 
 /// Sum of (a[i] - b[i])^2 over the elements of a, in index order.
-MATHS_API double distance_squared(mlVector const & a, mlVector const & b);
+[[nodiscard]] MATHS_API double distance_squared(mlVector const & a, mlVector const & b);
 
 /// The largest |a[i] - b[i]| over the elements of a, NaN passed over; the most negative finite double when there is
 /// none.
-MATHS_API double norm_diff(mlVector const & a, mlVector const & b);
+[[nodiscard]] MATHS_API double norm_diff(mlVector const & a, mlVector const & b);
 
-/// 1 when each element of a equals that of b, exactly; a NaN equals nothing. Elements of b past those of a are ignored.
-MATHS_API int operator==(mlVector const & a, mlVector const & b);
-inline int operator!=(mlVector const & a, mlVector const & b) { return !(a == b); }
+/// 1 when each element of a equals that of b, exactly; a NaN equals nothing. Deliberate: only as many elements as a has
+/// are compared, so a longer b can be equal.
+[[nodiscard]] MATHS_API int operator==(mlVector const & a, mlVector const & b);
+[[nodiscard]] inline int operator!=(mlVector const & a, mlVector const & b) { return !(a == b); }
 
 /// Prints "< ", each element followed by a blank, "> " and a newline, in fixed-point format and the stream's precision.
 MATHS_API std::ostream & operator<<(std::ostream & stream, mlVector const & v);

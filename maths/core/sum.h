@@ -3,4 +3,4 @@
 #include "maths/maths_api.h"
 
 /// Sum of n integers, added from the last to the first, wrapping on overflow; 0 for n < 1.
-MATHS_API int sum(int * values, int n);
+[[nodiscard]] MATHS_API int sum(int * values, int n);

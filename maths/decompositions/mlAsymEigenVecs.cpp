@@ -38,11 +38,11 @@ void mlAsymEigenVecs::calculate_eigen_space(double lambda, int k, mlMatrix & out
         out.col(c) = svd.V().col(n - 1 - c);
 }
 
-/// m becomes A - lambda 1; true when nothing is left of it.
+/// m becomes A - lambda 1; true when all its elements are below the tolerance in magnitude.
 bool mlAsymEigenVecs::shifted_matrix(double lambda, mlMatrix & m) const {
     m.become(utCopy, *matrix_);
     m.diagonal() -= lambda;
-    // The true largest magnitude: the matrix's own `max_absolute_value` heeds signs.
+    // The true largest magnitude: the matrix's own `max_absolute_value` depends on signs.
     return tolerance_ > ml_run_max_absolute_value(mlDenseRun<double const>{m.data()}, m.rows() * m.cols());
 }
 

@@ -5,10 +5,10 @@
 /// What the solvers for small general matrices share: eigenvectors for eigenvalues that are known.
 ///
 /// The eigenvalues are the real roots of the characteristic polynomial; complex ones are left out, so there can be
-/// fewer than the matrix has rows, or none. Ask `num_real_eigen_values`: the status is `mlEigenVecsCalculated` in every
-/// case. They come in order of decreasing magnitude, of equal ones the larger first, and eigenvectors have unit length.
-/// Of a double or triple eigenvalue that has too few eigenvectors, as in (2 1; 0 2), the further vectors are none: they
-/// only are at right angles to the others.
+/// fewer than the matrix has rows, or none. See `num_real_eigen_values`: the status is `mlEigenVecsCalculated` in every
+/// case. They come in order of decreasing magnitude, the larger one first where magnitudes are equal, and eigenvectors
+/// have unit length. Where a double or triple eigenvalue has too few eigenvectors, as in (2 1; 0 2), the further
+/// vectors stored are not eigenvectors: they are only orthogonal to the others.
 /// Failure: std::bad_alloc.
 class MATHS_API mlAsymEigenVecs : public mlEigenVecs {
 public:
@@ -17,8 +17,8 @@ public:
 protected:
     explicit mlAsymEigenVecs(mlMatrix const & m);
 
-    /// Writes a null vector of A - lambda 1 into out: the right singular vector of the smallest singular value, or
-    /// (1, 0, ..., 0) when no element of it is above the tolerance in magnitude.
+    /// Writes a null vector of A - lambda 1 into out: the right singular vector of the smallest singular value, or (1,
+    /// 0, ..., 0) when no element of A - lambda 1 is above the tolerance in magnitude.
     virtual void calculate_eigen_vector(double lambda, mlSlice & out) const;
 
     /// out becomes n x k: as columns the right singular vectors of the k smallest singular values, the smallest first,

@@ -4,8 +4,8 @@
 
 /// Real eigenvalues and eigenvectors of a general 2 x 2 matrix.
 ///
-/// Eigenvectors are calculated for two eigenvalues only. A single one, which the root solver answers when the
-/// determinant or the trace exceeds 1e11 in magnitude, has none, unlike with `mlAsymEigenVecs3`.
+/// Deliberate: eigenvectors are calculated only when there are two eigenvalues. A single one, which the root solver
+/// returns when the determinant or the trace exceeds 1e11 in magnitude, has none, unlike in `mlAsymEigenVecs3`.
 class MATHS_API mlAsymEigenVecs2 : public mlAsymEigenVecs {
 public:
     explicit mlAsymEigenVecs2(mlMatrix const & m);

@@ -7,12 +7,12 @@
 /// Only the diagonal and the upper triangle of A are read; the object keeps copies and no reference to A.
 /// Singular: `is_singular()` is 1 when some value under the square root is not above zero, exactly, and so A is not
 /// positive definite. The columns of L before that one are then complete, its remaining diagonal is 0, and the other
-/// queries compute with that, unchecked: ask `is_singular` first. A NaN under the root passes. A matrix without rows
+/// queries compute with that, unchecked: call `is_singular` first. A NaN under the root passes. A matrix without rows
 /// is not singular and has determinant 1.
 /// Outputs are sized by the operations. Bad input: A must be square; shapes are not checked.
 /// Failure: std::bad_alloc. Threads: const queries may run in parallel.
 /// Cost: the factor 1/3 n^3 operations and, while it is made, up to 32 n doubles; a right-hand side 2 n^2 operations,
-/// each of which waits for the one before. Several right-hand sides go side by side: solve for them at once.
+/// each of which waits for the one before. Several right-hand sides overlap: solve for them in one call.
 /// Source: Golub & Van Loan, Matrix Computations.
 class MATHS_API mlCholeskyDecomposition {
 public:
@@ -20,11 +20,11 @@ public:
     mlCholeskyDecomposition(mlCholeskyDecomposition const &) = delete;
     mlCholeskyDecomposition & operator=(mlCholeskyDecomposition const &) = delete;
 
-    int dimension() const { return matrix_.rows(); }
-    int is_singular() const { return singular_; }
+    [[nodiscard]] int dimension() const { return matrix_.rows(); }
+    [[nodiscard]] int is_singular() const { return singular_; }
 
     /// The square of the product of L's diagonal.
-    double determinant() const;
+    [[nodiscard]] double determinant() const;
 
     /// The inverse of A.
     void inverse(mlMatrix & out) const;

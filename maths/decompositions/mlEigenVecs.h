@@ -8,8 +8,8 @@ enum mlEigenVecsStatus : int {
     mlEigenVecsCalculated = 2
 };
 
-/// Eigenvalues and eigenvectors of a matrix, as the solvers that derive from it find them with their `calculate`, which
-/// runs once for an object.
+/// Eigenvalues and eigenvectors of a matrix, found by `calculate` of the solvers that derive from it, which may be
+/// called once for an object.
 ///
 /// Column i of `eigen_vectors()` belongs to eigenvalue i.
 /// Lifetime: the matrix must outlive the object until `calculate` has run. Bad input: no index is checked.
@@ -19,11 +19,11 @@ public:
     mlEigenVecs(mlEigenVecs const &) = delete;
     mlEigenVecs & operator=(mlEigenVecs const &) = delete;
 
-    double eigen_value(int i) const {
+    [[nodiscard]] double eigen_value(int i) const {
         check_index("eigen_value", i, eigen_values_.size());
         return eigen_values_[i];
     }
-    doublecoDynArr const & eigen_values() const {
+    [[nodiscard]] doublecoDynArr const & eigen_values() const {
         check_calculated("eigen_values");
         return eigen_values_;
     }
@@ -34,22 +34,22 @@ public:
         out.become(utConvert, eigen_values_.data(), eigen_values_.size());
     }
 
-    mlSlice const eigen_vector(int i) const {
+    [[nodiscard]] mlSlice const eigen_vector(int i) const {
         check_index("eigen_vector", i, eigen_vectors_.cols());
         return eigen_vectors_.col(i);
     }
-    mlMatrix const & eigen_vectors() const {
+    [[nodiscard]] mlMatrix const & eigen_vectors() const {
         check_calculated("eigen_vectors");
         return eigen_vectors_;
     }
 
     /// The number of eigenvalues found.
-    int num_real_eigen_values() const { return eigen_values_.size(); }
+    [[nodiscard]] int num_real_eigen_values() const { return eigen_values_.size(); }
 
     /// What counts as zero in the matrix: the magnitude of t, 1e-6 at first.
     void set_tolerance(double t);
 
-    mlEigenVecsStatus status() const { return status_; }
+    [[nodiscard]] mlEigenVecsStatus status() const { return status_; }
 
 protected:
     explicit mlEigenVecs(mlMatrix const & m);

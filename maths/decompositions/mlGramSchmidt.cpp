@@ -51,7 +51,8 @@ void mlGramSchmidt::orthogonalize(int first) {
     }
 }
 
-// row k -= row j (row k . row j / |row j|^2) for one j after the other: each sees what those before it left.
+// row k -= row j (row k . row j / |row j|^2) for j in increasing order, each from the row as the step before it left
+// it.
 void mlGramSchmidt::make_orthogonal_to_those_above(int k) {
     int const cols = basis_->cols();
     mlDenseRun<double> const row{basis_->data() + k * cols};

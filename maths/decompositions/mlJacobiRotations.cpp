@@ -2,17 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <concepts>
 
 #include "maths/core/mlRun.h"
 #include "maths/kernels/mlKernels.h"
 
 namespace {
 
-/// Rotations keep the sum of the squares but for roundoff: no element of A ever overflows that starts below this.
+/// Rotations keep the sum of the squares up to roundoff: while all elements of A start below this, none overflows.
 double const largest_element = 1e290;
 
 /// The first of the largest of number(begin) ... number(end - 1), of which there is at least one and no NaN.
-template <class Number> int first_largest(int begin, int end, Number number) {
+template <std::regular_invocable<int> Number> int first_largest(int begin, int end, Number number) {
     constexpr int chains = 4; // a comparison waits for the one before it
     if (end - begin <= 2 * chains) {
         int first = begin;
@@ -102,8 +103,8 @@ void mlJacobiRotations::rotate_rows(double * x, double * y, mlEigenPair const & 
     }
 }
 
-/// The elements of row i in columns p and q have got these magnitudes, negative for one below the diagonal. Among equal
-/// ones the first counts.
+/// Updates the largest element of row i after those in columns p and q have changed to these magnitudes; a negative
+/// number means an element that is not above the diagonal. Of equal magnitudes the first counts.
 void mlJacobiRotations::update_largest(int i, int p, int q, double in_p, double in_q) {
     double const changed = in_q > in_p ? in_q : in_p;
     int const col = in_q > in_p ? q : p;
@@ -111,7 +112,7 @@ void mlJacobiRotations::update_largest(int i, int p, int q, double in_p, double 
         largest_[i] = changed;
         place_[i] = col;
     } else if (place_[i] == p || place_[i] == q) {
-        find_largest(i); // it was one of these, and has lost in magnitude or to one in between
+        find_largest(i); // the largest was one of these two and is now smaller, or an equal one may lie between them
     }
 }
 
@@ -127,8 +128,8 @@ void mlJacobiRotations::rotate_cols(int p, int q, double c, double s) {
         rotate();
         if (i == p) continue;
         double const in_p = i < p ? std::fabs(row[p]) : -1.0, in_q = std::fabs(row[q]);
-        // In most rows neither counts. That is asked first, and all at once: which of the two is the larger can't be
-        // predicted, and guessing it took half of the time.
+        // In most rows neither changes the maximum, so one branch tests both: which of the two is the larger is
+        // unpredictable, and mispredicted branches took half of the time.
         if ((in_p >= largest_[i]) | (in_q >= largest_[i]) | (place_[i] == p) | (place_[i] == q))
             update_largest(i, p, q, in_p, in_q);
     }

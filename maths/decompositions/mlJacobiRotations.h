@@ -24,14 +24,13 @@ struct mlJacobiPivot {
 /// that the full products give. For use inside the library.
 ///
 /// R is the identity but for columns p and q. An element outside of rows and columns p and q is then a sum of zeros and
-/// itself, and comes out as it was. An element x of row p, beside y in row q, becomes the sum of zeros, c x, zeros, -s
-/// y and zeros, in this order, and y that of s x and c y; columns p and q follow, after the rows. Zeros change nothing
-/// in a sum but the sign of a zero: the products' sums start from 0.0, so a rotation leaves no -0.0 anywhere. No other
+/// itself, and stays as it was. An element x of row p, beside y in row q, becomes the sum of zeros, c x, zeros, -s y
+/// and zeros, in this order, and y that of s x and c y; columns p and q follow, after the rows. Zeros change nothing in
+/// a sum but the sign of a zero: the products' sums start from 0.0, so a rotation leaves no -0.0 anywhere. No other
 /// number depends on that sign, neither a magnitude nor a sum nor a quotient by a length above 0, and so +0.0 is added
-/// once, before results are read.
-/// All this needs finite numbers, since 0.0 times an infinity is NaN. They are finite as long as A's elements are
-/// bounded at first and R is a rotation, which leaves the sum of the squares as it is: `exact` and `rotate` tell when
-/// that ends.
+/// once, before results are read. All this needs finite numbers, since 0.0 times an infinity is NaN. They are finite as
+/// long as A's elements are bounded at first and R is a rotation, which leaves the sum of the squares as it is: `exact`
+/// and `rotate` return false when that no longer holds.
 /// Lifetime: independent of the matrix. Failure: std::bad_alloc, by the constructor.
 class mlJacobiRotations {
 public:

@@ -7,7 +7,7 @@ enum mlPCAStatus : int {
     mlPCANotComputed = 0,
     mlPCAComputed = 1,
     mlPCANotEnoughData = 2,
-    mlPCAAxisOutOfRange = 3 ///< answered by `axis` and `least_axis`, never stored
+    mlPCAAxisOutOfRange = 3 ///< returned by `axis` and `least_axis`, never stored
 };
 
 /// Principal components of N points in d dimensions: the orthogonal axes along which they vary most, and by how much.
@@ -16,7 +16,7 @@ enum mlPCAStatus : int {
 /// the status is `mlPCANotEnoughData` and nothing else is set.
 /// The eigenvalues are the variances along the axes (divisor N - 1), non-increasing, and column i of the axes, of unit
 /// length, belongs to eigenvalue i. They are found from the centred points without forming the covariance matrix.
-/// Lifetime: the points are needed by the constructor only. Bad input: queries that answer a slice check nothing.
+/// Lifetime: the points are needed by the constructor only. Bad input: queries that return a slice check nothing.
 /// Failure: std::bad_alloc. Threads: const queries may run in parallel.
 class MATHS_API mlPCA {
 public:
@@ -25,34 +25,34 @@ public:
     mlPCA & operator=(mlPCA const &) = delete;
     ~mlPCA();
 
-    /// Axis i, 0 for that of the largest variance. Writes out, which is sized here, only when it answers
-    /// `mlPCAComputed`; a wrong index comes before any other status, so data that could not be used answer
-    /// `mlPCAAxisOutOfRange`.
+    /// Axis i, 0 for that of the largest variance. Writes out, which is sized here, only when it returns
+    /// `mlPCAComputed`. Deliberate: a wrong index is reported before any other status, so after `mlPCANotEnoughData`
+    /// this returns `mlPCAAxisOutOfRange`.
     mlPCAStatus axis(int i, mlVector & out) const;
-    mlSlice const axis(int i) const {
+    [[nodiscard]] mlSlice const axis(int i) const {
         MATHS_CHECK(i >= 0 && i < eigenvalues_.size(), "principal components: axis %d of %d", i, eigenvalues_.size());
         return axes_.col(i);
     }
 
-    /// The axis of the largest variance; answers the status when there is none.
+    /// The axis of the largest variance; returns the status when there is none.
     mlPCAStatus principal_axis(mlVector & out) const;
     mlSlice const principal_axis() const { return axis(0); }
 
-    /// The axis of the smallest variance; answers `mlPCAAxisOutOfRange` when there is none.
+    /// The axis of the smallest variance; returns `mlPCAAxisOutOfRange` when there is none.
     mlPCAStatus least_axis(mlVector & out) const;
     mlSlice const least_axis() const { return axis(eigenvalues_.size() - 1); }
 
     /// The variance along axis i, or the largest double when there are no axes.
-    double eigenvalue(int i) const;
+    [[nodiscard]] double eigenvalue(int i) const;
 
-    /// Writes out, which is sized here, only when it answers `mlPCAComputed`.
+    /// Writes out, which is sized here, only when it returns `mlPCAComputed`.
     mlPCAStatus eigenvalues(mlVector & out) const;
     mlVector const & eigenvalues() const { return eigenvalues_; }
 
     /// The mean of the points.
-    doublecoDynArr const & mass_centre() const { return mass_centre_; }
+    [[nodiscard]] doublecoDynArr const & mass_centre() const { return mass_centre_; }
 
-    mlPCAStatus status() const { return status_; }
+    [[nodiscard]] mlPCAStatus status() const { return status_; }
 
 private:
     void do_pca(doublecoDynArr2D const & points);

@@ -27,7 +27,8 @@ void mlQRDecomposition::decompose() {
     if (norm < qr_threshold_) return reject_row(last);
     q_norms_[q_norms_.size()] = norm;
     r_matrix_->expand(last + 1, last + 1, 0.0);
-    for (int j = 0; j <= last; ++j) // of the vector itself: what Gram-Schmidt left of it has lost these coefficients
+    // Products with the vector itself: Gram-Schmidt has removed these components from Q's row.
+    for (int j = 0; j <= last; ++j)
         (*r_matrix_)(last, j) = scalar_product(current_->slice(), q_matrix_->row(j)) / q_norms_[j];
     qr_status_ = mlQRAdded;
 }
@@ -35,7 +36,8 @@ void mlQRDecomposition::decompose() {
 void mlQRDecomposition::decompose_with_Q_orthonormal() {
     int const last = extend_basis();
     double const length = std::sqrt(squared_length_of_row(last));
-    if (length < qr_threshold_) return reject_row(last); // the length, not its square as above: results depend on it
+    // Deliberate: the length, not its square as above; results depend on it.
+    if (length < qr_threshold_) return reject_row(last);
     mlVector direction;
     direction.expand(q_matrix_->cols());
     direction = q_matrix_->row(last);
@@ -47,8 +49,8 @@ void mlQRDecomposition::decompose_with_Q_orthonormal() {
     qr_status_ = mlQRAdded;
 }
 
-// Appends the current vector to Q, made orthogonal, and returns Q's last row, -1 without any. Whether Gram-Schmidt took
-// the vector is not looked at: for a dependent one this is the row before.
+// Appends the current vector to Q, made orthogonal, and returns Q's last row, -1 without any. Deliberate: whether
+// Gram-Schmidt accepted the vector is ignored, so for a dependent one this is the row of the vector before.
 int mlQRDecomposition::extend_basis() {
     mlVector v;
     v.become(utCopy, *current_);

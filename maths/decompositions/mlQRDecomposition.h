@@ -18,10 +18,10 @@ enum mlQRStatus : int {
 ///     v = R(k, 0) Q.row(0) + ... + R(k, k) Q.row(k),
 /// so the vectors are the rows of R Q, and R is k x k and lower triangular, with a diagonal of ones up to roundoff. In
 /// orthonormal mode a copy of Q is kept whose rows have length 1, and R has the coefficients with respect to those.
-/// Dependent vectors: when the part of v that is orthogonal to Q has a squared length below 1e-10, Q stays as it was,
-/// the last row of R is overwritten by the coefficients of v, and `status` is `mlQRAdded` all the same: callers rely on
-/// it. Q's number of rows, which did not grow, tells. Start afresh then, without v: the last row's norm, or orthonormal
-/// copy, was stored again, and the coefficients of later vectors are off by that one place.
+/// Deliberate: for a dependent v, whose part orthogonal to Q has a squared length below 1e-10, Q stays as it was, the
+/// last row of R is overwritten by the coefficients of v, and `status` is `mlQRAdded` nevertheless; callers rely on it.
+/// Compare Q's number of rows before and after: it did not grow. A dependent vector also leaves a duplicate of the last
+/// row's norm, or orthonormal copy, and later coefficients are then wrong: start again without v.
 /// Lifetime: Q and R belong to the caller and must outlive the object; both are to be empty when it is made. Made on a
 /// Q that has rows, its results are undefined. The last vector's address is remembered and not used again.
 /// Failure: std::bad_alloc. Threads: one at a time. Cost: the k-th vector of n elements 6 k n operations and a copy
@@ -42,7 +42,7 @@ public:
     /// The orthonormal copy of Q, its vectors as columns; empty in the default mode.
     void get_orthonormal_Q(mlMatrix & out) const { out.become(mlMatrixTranspose, orthonormal_q_); }
 
-    mlQRStatus status() const { return qr_status_; }
+    [[nodiscard]] mlQRStatus status() const { return qr_status_; }
 
 private:
     void decompose();

@@ -2,14 +2,15 @@
 
 #include "maths/core/mlMatrix.h"
 
-/// Decomposes an m x n matrix A into U diag(s) V^T, U and V orthogonal, and answers its rank, pseudo-inverse and
+/// Decomposes an m x n matrix A into U diag(s) V^T, U and V orthogonal, and gives rank, pseudo-inverse and
 /// least-squares solutions from that.
 ///
 /// Column k of U and of V is the k-th left and right singular vector; `diagonal()` holds the min(m, n) singular values,
-/// none negative, in non-increasing order. Numbers below 2.2250738585072014e-308 count as zero on the way, which costs
-/// accuracy when the largest element is below about 1e-292; from about 1e307 on, norms overflow.
-/// Failure: `invalid()` is 1 when 100 steps in a row did not find the next value; what was reached can be read, and no
-/// query asks for the flag. NaN or infinite elements end too, in numbers without meaning. std::bad_alloc.
+/// none negative, in non-increasing order. Intermediate results below 2.2250738585072014e-308 count as zero, which
+/// costs accuracy when the largest element is below about 1e-292; from about 1e307 on, norms overflow.
+/// Failure: `invalid()` is 1 when 100 steps in a row did not find the next value; the values reached by then can be
+/// read, and no query looks at the flag. With NaN or infinite elements the iteration also ends, with meaningless
+/// results. std::bad_alloc.
 /// Lifetime: A is needed by the constructor only. Bad input: nothing is checked.
 /// Threads: const queries may run in parallel, but the first `inverse` or `solve` writes the cache and must run alone.
 /// Cost: about 4 m^2 n + 8 m n^2 + 9 n^3 operations with both bases.
@@ -33,33 +34,33 @@ public:
     mlSingularValueDecomposition(mlSingularValueDecomposition const &) = delete;
     mlSingularValueDecomposition & operator=(mlSingularValueDecomposition const &) = delete;
 
-    mlMatrix const & U() const { return u_; }
-    mlMatrix const & V() const { return v_; }
-    mlVector const & diagonal() const { return diagonal_; }
+    [[nodiscard]] mlMatrix const & U() const { return u_; }
+    [[nodiscard]] mlMatrix const & V() const { return v_; }
+    [[nodiscard]] mlVector const & diagonal() const { return diagonal_; }
 
     /// 1 when the iteration did not converge, else 0.
-    int invalid() const { return invalid_flag_; }
+    [[nodiscard]] int invalid() const { return invalid_flag_; }
 
     /// The n x m pseudo-inverse V diag(1/s) U^T, in which values not above tolerance * s[0] are left out, s[0] only
-    /// when it is 0. It is kept: later calls, with other tolerances too, answer the one of the first. Needs U and V.
+    /// when it is 0. Deliberate: it is kept, and later calls return it, whatever their tolerance. Needs U and V.
     mlMatrix const & inverse(double tolerance) const;
 
     /// 1 when some value is below tolerance * s[0]; with one value alone, when it is below the tolerance itself; and
-    /// without values. So a zero matrix of two or more values is not singular.
-    int is_singular(double tolerance) const;
+    /// without values. Deliberate: so a zero matrix of two or more values is not singular.
+    [[nodiscard]] int is_singular(double tolerance) const;
 
     /// The number of values before the first that is below tolerance * s[0], which itself counts always; with one value
-    /// alone, 0 when it is below the tolerance itself. So a zero matrix of k > 1 values has rank k.
-    int rank(double tolerance) const;
+    /// alone, 0 when it is below the tolerance itself. Deliberate: so a zero matrix of k > 1 values has rank k.
+    [[nodiscard]] int rank(double tolerance) const;
 
-    /// The least-squares solution of A X = B of the smallest norm: inverse(1e-7) B, with B of m rows. An `inverse`
-    /// asked for earlier, with whatever tolerance, is what is used. X and x may be B and b. Needs U and V.
+    /// The least-squares solution of A X = B of the smallest norm: inverse(1e-7) B, with B of m rows. If `inverse` was
+    /// called earlier, its result is used, whatever its tolerance. X and x may be B and b. Needs U and V.
     void solve(mlMatrix const & b, mlMatrix & x) const;
     void solve(mlVector const & b, mlVector & x) const;
 
 protected:
     /// The decomposition of a into u diag(s) v^T for job = mlJOB_U + 10 mlJOB_V; s, u and v are sized here.
-    /// Answers 1 when it converged, else 0.
+    /// Returns 1 when it converged, else 0.
     static int SVD(mlMatrix const & a, mlVector & s, mlMatrix & u, mlMatrix & v, int job);
 
 private:
@@ -67,6 +68,6 @@ private:
     mlMatrix u_;
     mlVector diagonal_;
     mlMatrix v_;
-    mutable mlMatrix pseudo_inverse_; // without rows until it is asked for
+    mutable mlMatrix pseudo_inverse_; // without rows until `inverse` or `solve` is called
     int invalid_flag_;
 };

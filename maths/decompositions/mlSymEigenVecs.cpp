@@ -23,12 +23,12 @@ mlJacobiPivot find_pivot(mlMatrix const & a) {
     return pivot;
 }
 
-/// Strange numbers are no asymmetry.
+/// NaN and infinities do not count as asymmetry.
 [[maybe_unused]] bool is_finite(mlMatrix const & a) {
     return std::all_of(a.begin(), a.end(), [](double x) { return std::isfinite(x); });
 }
 
-/// The numbers of values by ascending squares, in the order that doublecoQuickSortIndex gives them.
+/// The indices of the values by ascending squares, in the order that doublecoQuickSortIndex gives.
 class OrderBySquares final : private coQuickSort {
 public:
     explicit OrderBySquares(mlSlice const & values)
@@ -40,7 +40,7 @@ public:
         }
         if (values.length() != 2)
             sort(squares_, values.length());
-        else if (!(squares_[0] < squares_[1])) // what the sort does, equal ones included, in a tenth of the time
+        else if (!(squares_[0] < squares_[1])) // as the sort does, for equal values too, in a tenth of the time
             arr_swap(squares_, 0, 1);
     }
 
@@ -97,7 +97,7 @@ void mlSymEigenVecs::calculate() {
     multiply_out(a, v, rotations);
 }
 
-/// What `calculate` does, literally. Infinities and NaNs spread as they do here and in no shorter way.
+/// The method of `calculate` by full products. Infinities and NaNs spread as they do here; no shortcut reproduces that.
 void mlSymEigenVecs::multiply_out(mlMatrix & a, mlMatrix & v, int rotations) {
     mlMatrix r, r_transposed, left_product, block(mlMatrixZero, 2, 2);
     mlVector e1(mlVectorZero, 2), e2(mlVectorZero, 2);
@@ -128,7 +128,7 @@ void mlSymEigenVecs::multiply_out(mlMatrix & a, mlMatrix & v, int rotations) {
     sort(a.diagonal(), v);
 }
 
-// GCOV_EXCL_START: asked in checked builds alone, otherwise `calculate` trusts its matrix
+// GCOV_EXCL_START: called in checked builds only; otherwise `calculate` trusts its matrix
 int mlSymEigenVecs::check_symmetric(mlMatrix const & m) const {
     for (int i = 0; i < m.rows(); ++i) {
         for (int j = 0; j < i; ++j) {

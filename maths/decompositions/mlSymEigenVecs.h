@@ -8,12 +8,12 @@
 /// diagonal is less than a hundredth of the tolerance in magnitude, an absolute test: scale a matrix that is small as a
 /// whole, or set the tolerance, which must not be 0. From elements of about 1e8 on roundoff stays above that threshold,
 /// and so does an asymmetry beyond it: the rotations then run out. From 1e154 on squares overflow, and NaNs come out.
-/// The order is that of the squares, which tell magnitudes apart between 1.5e-162 and 1.3e154.
-/// Failure: after 10,000,000 rotations the status is `mlEigenVecsIterationLimit` and nothing is stored. NaN and
-/// infinite elements end too, in numbers without meaning. std::bad_alloc. Bad input: symmetry is trusted; a checked
-/// build stops where elements differ from their mirror images by more than the tolerance. Cost: O(n) a rotation, of
-/// which there are about 2 n^2; 4 n^3 operations a rotation once an element is infinite, NaN or beyond 1e290. Source:
-/// Jacobi's method; Golub & Van Loan, Matrix Computations.
+/// The order is that of the squares, which distinguish magnitudes between 1.5e-162 and 1.3e154.
+/// Failure: after 10,000,000 rotations the status is `mlEigenVecsIterationLimit` and nothing is stored. With NaN and
+/// infinite elements the rotations also end, with meaningless results. std::bad_alloc. Deliberate: symmetry is trusted;
+/// a checked build stops where elements differ from their mirror images by more than the tolerance. Cost: O(n) a
+/// rotation, of which there are about 2 n^2; 4 n^3 operations a rotation once an element is infinite, NaN or beyond
+/// 1e290. Source: Jacobi's method; Golub & Van Loan, Matrix Computations.
 class MATHS_API mlSymEigenVecs : public mlEigenVecs {
 public:
     explicit mlSymEigenVecs(mlMatrix const & m);

@@ -5,8 +5,8 @@
 #include "maths/kernels/mlTuning.h"
 
 // Each subtraction waits for the one before, and the first of a row for the division that ends the row before. That
-// chain is all the time there is, so nothing else may stand on it: the newest element comes from a register, since a
-// load would have to wait for its store.
+// chain of waits determines the time, so nothing else may lengthen it: the newest element is read from a register,
+// since a load would have to wait for its store.
 void ml_solve_latest_first(int n, mlTriangle const & l, double * x, std::ptrdiff_t x_stride) {
     double newest = 0.0;
     for (std::ptrdiff_t t = 0; t < n; ++t) {
@@ -20,8 +20,8 @@ void ml_solve_latest_first(int n, mlTriangle const & l, double * x, std::ptrdiff
     }
 }
 
-// A block of rows takes the terms from above it by the kernel, which has many rows in flight, and the rest plainly,
-// where a term waits for the one before.
+// The terms of a block of rows from above it are subtracted by the kernel, which works on many rows at the same time,
+// and the others by plain substitution, in which each term waits for the one before.
 void ml_solve_unit_lower(int n, mlConstBlock l, double * y) {
     int const step = n < ml_tuning::unit_lower_blocked_min_rows ? n : ml_tuning::unit_lower_block_rows;
     for (int first = 0; first < n; first += step) {

@@ -16,11 +16,11 @@ double * copy(double * to, mlSlice const & s, int n) {
     return to;
 }
 
-// The right-hand sides y become their solutions, the diagonal d its pivots. Side by side, each solution has the bits
-// that it has alone.
+// Overwrites the right-hand sides y by their solutions, and the diagonal d by its pivots. Several right-hand sides are
+// solved together, each with the bits that it has alone.
 template <int count> void solve_in_place(Run a, double * d, Run c, int n, double * const (&y)[count]) {
     // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): n is not 0, and all of d was copied
-    double pivot = d[0]; // kept, like `before`, out of memory, which a step would wait for
+    double pivot = d[0]; // in a register, like `before`: a step would have to wait for memory
     double before[count];
     for (int k = 0; k < count; ++k)
         before[k] = y[k][0];
@@ -38,7 +38,7 @@ template <int count> void solve_in_place(Run a, double * d, Run c, int n, double
     }
 }
 
-// Tells, in a checked build, what the others keep to themselves.
+// Checked builds report the dropped corners; the others drop them silently.
 void note_dropped_corners([[maybe_unused]] double upper_right, [[maybe_unused]] double lower_left) {
 #if defined(MATHS_CHECKED)
     std::fprintf(stderr, "maths: periodic solve: the corners %g and %g, whose signs disagree, count as 0\n",
@@ -96,7 +96,7 @@ void mlTridiagonal::solve_periodic(mlSlice const & r, mlSlice & x) const {
     solution.expand(n_);
     copy(d.data(), diagonal_, n_);
     copy(solution.data(), r, n_);
-    if (same_sign_corners()) { // one after the other, here and below: of order 1, the ends are the same element
+    if (same_sign_corners()) { // in two statements, here and below: for order 1 both change the same element
         u[0] = -1.0;
         u[last] = 1.0;
         v[0] = lower_left;

@@ -9,8 +9,8 @@
 /// lower[0] and upper[n-1] are the corners, in row 0, column n-1 and in row n-1, column 0: only the periodic solve and
 /// `same_sign_corners` read them, and, when n is 1, both tests of `diagonally_dominant`.
 /// Lifetime: the three are views of the caller's storage, which must outlive this object and is never written.
-/// Bad input: nothing is checked. A zero pivot yields infinities or NaNs: ask `diagonally_dominant` and
-/// `non_zero_diagonal` first. Orders below 1 have nothing to solve.
+/// Bad input: nothing is checked. A zero pivot yields infinities or NaNs: call `diagonally_dominant` and
+/// `non_zero_diagonal` first. For orders below 1 nothing happens.
 /// Failure: std::bad_alloc. Threads: immutable; concurrent solves are safe.
 /// Source: Thomas's algorithm; Sherman & Morrison's formula; Golub & Van Loan, Matrix Computations.
 class MATHS_API mlTridiagonal {
@@ -24,24 +24,23 @@ public:
     mlTridiagonal(mlTridiagonal const &) = default;
     mlTridiagonal & operator=(mlTridiagonal const &) = delete; // a slice's assignment would write through the views
 
-    int size() const { return n_; }
+    [[nodiscard]] int size() const { return n_; }
 
     /// 1 when |diagonal| >= |lower| + |upper| in every row, the corners left out; equality and NaN pass.
-    int diagonally_dominant() const;
+    [[nodiscard]] int diagonally_dominant() const;
 
     /// 1 when no element of the diagonal is 0, of either sign.
-    int non_zero_diagonal() const;
+    [[nodiscard]] int non_zero_diagonal() const;
 
     /// 1 when both corners and both ends of the diagonal are >= 0, or all four <= 0.
-    int same_sign_corners() const;
+    [[nodiscard]] int same_sign_corners() const;
 
     /// Writes the solution into x[0 .. n-1]; the corners are ignored. x may view r's storage, not a diagonal's.
     void solve(mlSlice const & r, mlSlice & x) const;
 
-    /// Writes the solution of the system with its corners into x[0 .. n-1]; x as above. Of order 1, lower[0] is added
-    /// to the diagonal, and upper[0] is left out.
-    /// Unless `same_sign_corners`, the corners are dropped without notice, and the solution is that of `solve`; a
-    /// checked build says so on standard error.
+    /// Writes the solution of the system with its corners into x[0 .. n-1]; x as above. For order 1, lower[0] is added
+    /// to the diagonal, and upper[0] is ignored. Deliberate: unless `same_sign_corners`, the corners are dropped
+    /// silently, and the solution is that of `solve`; a checked build says so on standard error.
     void solve_periodic(mlSlice const & r, mlSlice & x) const;
 
 private:

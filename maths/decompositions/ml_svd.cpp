@@ -13,7 +13,7 @@ namespace {
 double const eps = 1e-22;
 double const tolerance = 0.1 * eps;
 
-/// What one kernel takes together.
+/// Rows of pairs that proceed together: as many pairs as one kernel call takes.
 int const rows_at_once = 4;
 
 /// The rows x cols matrix whose columns are made orthogonal, with the rotations accumulated in the rows below it. It is
@@ -64,9 +64,9 @@ int OneSidedJacobi::sweep() {
     rotations_ = rank_ * (rank_ - 1) / 2;
     for (int k = 1; k < rank_; ++k)
         orthogonalise(0, k);
-    // From here on s2[0] stays as it is. The pairs come row by row, (1, 2), (1, 3) ... (2, 3) ... A pair needs those
-    // before it that share a column with it, and no others: four rows proceed together, each two columns behind the
-    // one before it.
+    // From here on s2[0] stays as it is. The pairs come row by row, (1, 2), (1, 3) ... (2, 3) ... A pair depends only
+    // on earlier pairs that share a column with it, so four rows proceed together, each lagging two columns after the
+    // row before it.
     for (int j = 1; j < rank_ - 1; j += rows_at_once) {
         int const rows = std::min(rows_at_once, rank_ - 1 - j);
         for (int k = j + 1; k < rank_ + rows - 1; ++k) {
@@ -95,7 +95,7 @@ void OneSidedJacobi::orthogonalise(int j, int k) {
 }
 
 /// Pairs (j, k), (j + 1, k - 1), (j + 2, k - 2) and (j + 3, k - 3), which have no column in common: their sums are
-/// taken side by side, since each alone would wait for its adds.
+/// formed together, since in a single sum each addition waits for the one before.
 void OneSidedJacobi::orthogonalise_four(int j, int k) {
     double sums[12];
     kernels_.sum_four_pairs(rows_, {column(j), ld_}, {column(k), -ld_}, sums);

@@ -44,7 +44,7 @@ void mlCachedFunctionN::cancel_cache() const {
 
 void mlCachedFunctionN::forget(int slot) const {
     mlVector & argument = arguments_[slot];
-    if (argument.size() > 0) argument[0] = mlUnboundedMin; // without variables no answer is ever found
+    if (argument.size() > 0) argument[0] = mlUnboundedMin; // without variables no result is ever found
 }
 
 bool mlCachedFunctionN::known(int slot, mlSlice const & x) const {
@@ -55,7 +55,7 @@ bool mlCachedFunctionN::known(int slot, mlSlice const & x) const {
 void mlCachedFunctionN::function(mlSlice const & x, mlVector & y) const {
     check_room(y, cached_output_dimension_);
     if (!known(0, x)) {
-        forget(0); // should the function throw, the slot holds no answer
+        forget(0); // if the function throws, the slot holds no result
         base_function_->function(x, values_[0]);
         arguments_[0] = x;
     }

@@ -9,5 +9,5 @@
 inline constexpr double mlUnboundedMax = std::numeric_limits<double>::max();
 inline constexpr double mlUnboundedMin = -mlUnboundedMax;
 
-/// What a scalar derivative operation answers when its class does not provide that derivative.
+/// What a scalar derivative operation returns when its class does not provide that derivative.
 inline constexpr double mlNoDerivative = -666.0;

@@ -9,19 +9,20 @@
 class MATHS_API mlFunction {
 public:
     /// The value f(t).
-    virtual double function(double t) const = 0;
+    [[nodiscard]] virtual double function(double t) const = 0;
 
-    /// The derivative of the given order, 1 or 2, at t. By default -666.0, whatever is asked: not provided.
-    virtual double function_derivative(int order, double t) const;
+    /// The derivative of the given order, 1 or 2, at t. Deliberate: by default -666.0 for every order, which means that
+    /// it is not provided.
+    [[nodiscard]] virtual double function_derivative(int order, double t) const;
 
     /// The domain; by default the whole real line, whose ends are the largest double and its negative.
-    virtual double t_min() const;
-    virtual double t_max() const;
+    [[nodiscard]] virtual double t_min() const;
+    [[nodiscard]] virtual double t_max() const;
 
     virtual ~mlFunction();
 
-    /// How many orders `function_derivative` answers; minimisers ask for no more. 2 unless the deriving class sets it:
-    /// one that supplies no derivative sets it to 0, because they believe it.
+    /// How many orders `function_derivative` provides; minimisers call it for no others. Deliberate: 2 unless the
+    /// deriving class sets it, even where it provides none; such a class has to set it to 0.
     int highest_derivative_order;
 
 protected:

@@ -12,11 +12,11 @@ public:
     mlFunction2ApproxUDeriv(mlFunction2 const & f, double h);
     mlFunction2ApproxUDeriv(mlFunction2 const && f, double h) = delete; // a temporary does not outlive the object
 
-    double function(double u, double v) const override;
-    double u_min() const override;
-    double u_max() const override;
-    double v_min() const override;
-    double v_max() const override;
+    [[nodiscard]] double function(double u, double v) const override;
+    [[nodiscard]] double u_min() const override;
+    [[nodiscard]] double u_max() const override;
+    [[nodiscard]] double v_min() const override;
+    [[nodiscard]] double v_max() const override;
 
 private:
     double step_;

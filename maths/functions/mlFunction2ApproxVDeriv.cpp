@@ -9,7 +9,7 @@ double mlFunction2ApproxVDeriv::function(double u, double v) const {
     return ml_forward_difference(f, v, step_, v_min(), v_max());
 }
 
-double mlFunction2ApproxVDeriv::u_min() const { return base_function_->v_min(); } // of v: see the header
+double mlFunction2ApproxVDeriv::u_min() const { return base_function_->v_min(); } // deliberate: of v, see the header
 double mlFunction2ApproxVDeriv::u_max() const { return base_function_->v_max(); }
 double mlFunction2ApproxVDeriv::v_min() const { return base_function_->v_min(); }
 double mlFunction2ApproxVDeriv::v_max() const { return base_function_->v_max(); }

@@ -6,18 +6,18 @@
 /// within [v_min, v_max], as `mlFunctionApproxDeriv` forms them; u is held fixed.
 ///
 /// Two evaluations of the wrapped function a call. Its own derivatives are not provided.
-/// Its range of u is reported as the wrapped function's range of v: callers rely on it.
+/// Deliberate: `u_min` and `u_max` return the wrapped function's range of v; callers rely on it.
 /// Lifetime: the wrapped function must outlive the object.
 class MATHS_API mlFunction2ApproxVDeriv : public mlFunction2 {
 public:
     mlFunction2ApproxVDeriv(mlFunction2 const & f, double h);
     mlFunction2ApproxVDeriv(mlFunction2 const && f, double h) = delete; // a temporary does not outlive the object
 
-    double function(double u, double v) const override;
-    double u_min() const override;
-    double u_max() const override;
-    double v_min() const override;
-    double v_max() const override;
+    [[nodiscard]] double function(double u, double v) const override;
+    [[nodiscard]] double u_min() const override;
+    [[nodiscard]] double u_max() const override;
+    [[nodiscard]] double v_min() const override;
+    [[nodiscard]] double v_max() const override;
 
 private:
     double step_;

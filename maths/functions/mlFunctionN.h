@@ -21,5 +21,5 @@ public:
     virtual ~mlFunctionN();
 
     int input_dimension = 0;  ///< n; the deriving class sets it
-    int output_dimension = 0; ///< m; likewise
+    int output_dimension = 0; ///< m; the deriving class sets it
 };

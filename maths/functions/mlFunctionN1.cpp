@@ -62,7 +62,8 @@ void mlFunctionN1::calculate_hessian_by_finite_differences(mlSlice const & x, ml
     }
 }
 
-// The second derivative by variables i and j at x. w comes as a copy of x and leaves with i and j displaced.
+// The second derivative by variables i and j at x. w is a copy of x on entry; on return its elements i and j are
+// displaced.
 double mlFunctionN1::mixed_difference(mlSlice const & x, mlVector & w, int i, int j) const {
     auto const value_at = [&](double w_i) {
         w[i] = w_i;
@@ -74,12 +75,12 @@ double mlFunctionN1::mixed_difference(mlSlice const & x, mlVector & w, int i, in
     w[j] = x[j] + hessian_step;
     double const j_upper = value_at(x[i] - hessian_step);
     double const both_upper = value_at(x[i] + hessian_step);
-    // One product a difference, in this order: the results are fixed to the last bit.
+    // One product for each difference, in this order: the results are fixed to the last bit.
     return ((both_upper - j_upper) * per_double_hessian_step - (i_upper - both_lower) * per_double_hessian_step) *
            per_double_hessian_step;
 }
 
-// Likewise by variable i twice.
+// The same by variable i twice.
 double mlFunctionN1::second_difference(mlSlice const & x, mlVector & w, int i) const {
     double const middle = function(w.slice());
     w[i] = x[i] - hessian_step;

@@ -9,7 +9,7 @@
 class MATHS_API mlFunctionN1 {
 public:
     /// The value at x.
-    virtual double function(mlSlice const & x) const = 0;
+    [[nodiscard]] virtual double function(mlSlice const & x) const = 0;
 
     /// Writes the n first derivatives at x into g, which is given that size.
     virtual void gradient(mlSlice const & x, mlVector & g) const;

@@ -9,8 +9,8 @@
 
 namespace {
 
-// Cancels the error terms h^2, h^4, ... one after the other, from the newest estimate r[k] down: r[0] becomes the most
-// extrapolated one and r[k] stays.
+// Cancels the error terms h^2, h^4, ... in turn, from the newest estimate r[k] down: r[0] becomes the most extrapolated
+// one and r[k] stays.
 void extrapolate(double * r, int k) {
     for (int i = k, m = 1; i >= 1; --i, ++m) {
         double const divisor = static_cast<double>((1LL << 2 * m) - 1);

@@ -2,13 +2,12 @@
 
 #include "maths/functions/mlIntegrate.h"
 
-/// Integrates by Romberg's method: trapezoid estimates for ever halved steps, extrapolated to the step 0, until the
-/// result changes by less than the tolerance.
+/// Integrates by Romberg's method: trapezoid estimates for repeatedly halved steps, extrapolated to the step 0, until
+/// the result changes by less than the tolerance.
 ///
 /// `max_levels` counts halvings: at most 2^max_levels + 1 evaluations, f(b) first, f(a) second. Without levels the
-/// answer is 0.0. The tolerance is absolute and first tested after the second halving.
-/// Failure is told by `converged` alone: the last estimate is answered all the same. NaN never converges.
-/// std::bad_alloc for want of max_levels + 1 doubles.
+/// result is 0.0. The tolerance is absolute and first tested after the second halving. Failure: `converged` is 0, and
+/// the last estimate is returned. NaN never converges. std::bad_alloc, for max_levels + 1 doubles.
 /// Bad input: more than 31 levels need more evaluations than an int counts.
 /// Threads: `integrate` writes `converged`: one integration at a time.
 /// Source: Romberg, Vereinfachte numerische Integration (1955); Press et al., Numerical Recipes.
@@ -23,6 +22,7 @@ private:
     double tolerance_;
 
 public:
-    /// 1 when the last `integrate` stopped on the tolerance, 0 when it ran out of levels; not set before the first.
+    /// 1 when the last `integrate` stopped on the tolerance, 0 when it ran out of levels. Deliberate: not initialised
+    /// before the first.
     mutable int converged;
 };

@@ -5,9 +5,9 @@
 /// Integrates by Simpson's rule, halving the step until an estimate changes by less than the tolerance.
 ///
 /// `max_levels` counts estimates, the first of which has three points: at most 2^max_levels + 1 evaluations, f(b)
-/// first, f(a) second. Without levels the answer is 0.0. The tolerance is absolute and first tested on the second
+/// first, f(a) second. Without levels the result is 0.0. The tolerance is absolute and first tested on the second
 /// estimate.
-/// Failure is told by `converged` alone: the last estimate is answered all the same. NaN never converges.
+/// Failure: `converged` is 0, and the last estimate is returned. NaN never converges.
 /// Bad input: more than 31 levels need more evaluations than an int counts.
 /// Threads: `integrate` writes `converged`: one integration at a time. Source: Press et al., Numerical Recipes.
 class MATHS_API mlIntegrateSimpson : public mlIntegrate {
@@ -21,6 +21,7 @@ private:
     double tolerance_;
 
 public:
-    /// 1 when the last `integrate` stopped on the tolerance, 0 when it ran out of levels; not set before the first.
+    /// 1 when the last `integrate` stopped on the tolerance, 0 when it ran out of levels. Deliberate: not initialised
+    /// before the first.
     mutable int converged;
 };

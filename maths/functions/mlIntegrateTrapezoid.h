@@ -6,7 +6,7 @@
 ///
 /// `max_levels` counts estimates, the first one, of a single step, included: at most 2^(max_levels - 1) + 1
 /// evaluations, f(b) first, f(a) second. The tolerance is absolute.
-/// Failure is told by `converged` alone: the last estimate is answered all the same. NaN never converges.
+/// Failure: `converged` is 0, and the last estimate is returned. NaN never converges.
 /// Bad input: more than 31 levels need more evaluations than an int counts.
 /// Threads: `integrate` writes `converged`: one integration at a time. Source: Press et al., Numerical Recipes.
 class MATHS_API mlIntegrateTrapezoid : public mlIntegrate {
@@ -20,6 +20,7 @@ private:
     double tolerance_;
 
 public:
-    /// 1 when the last `integrate` stopped on the tolerance, 0 when it ran out of levels; not set before the first.
+    /// 1 when the last `integrate` stopped on the tolerance, 0 when it ran out of levels. Deliberate: not initialised
+    /// before the first.
     mutable int converged;
 };

@@ -8,23 +8,22 @@
 /// A window in u and v, at first the function's own domain, bounds the line: beyond it u and v are clamped, each on its
 /// own, so the function is defined for every t. `t_min` and `t_max` are the ends of the interval on which the line is
 /// inside the window; where the window is unbounded, so is the interval. A variable that the line keeps constant sets
-/// no bound, even outside the window; otherwise a line that misses the window gets t_min > t_max. They are computed
-/// when first asked for.
-/// `highest_derivative_order` is that of the wrapped function.
+/// no bound, even outside the window; otherwise a line that misses the window gets t_min > t_max. They are computed by
+/// the first call of either. `highest_derivative_order` is that of the wrapped function.
 /// Lifetime: the wrapped function must outlive the object. Bad input: nothing is checked.
 /// Threads: const operations write the cached interval: one thread at a time.
 class MATHS_API mlLineOnFunction2 : public mlFunction {
 public:
     mlLineOnFunction2(double du, double dv, double u_origin, double v_origin, mlFunction2 const * f);
 
-    double function(double t) const override;
+    [[nodiscard]] double function(double t) const override;
 
-    /// The derivative of the given order along the line, by the binomial expansion over `uv_function_derivative`; terms
-    /// whose power of (du, dv) is exactly 0 are not asked for. 0.0 for a negative order.
-    double function_derivative(int order, double t) const override;
+    /// The derivative of the given order along the line, by the binomial expansion over `uv_function_derivative`;
+    /// derivatives whose coefficient in (du, dv) is exactly 0 are not called for. 0.0 for a negative order.
+    [[nodiscard]] double function_derivative(int order, double t) const override;
 
-    double t_min() const override;
-    double t_max() const override;
+    [[nodiscard]] double t_min() const override;
+    [[nodiscard]] double t_max() const override;
 
     /// Replaces the window.
     void set_window(double u_min, double u_max, double v_min, double v_max);

@@ -6,7 +6,7 @@
 /// A function of n variables on the straight line point + t direction, as a function of t on the whole real line.
 ///
 /// Point and direction are read afresh by every call and may be changed in between. Derivatives are not provided,
-/// although `highest_derivative_order` stays at 2.
+/// although (deliberate) `highest_derivative_order` stays at 2.
 /// Shapes: n is the point's size when the object is made; the direction has as many elements.
 /// Lifetime: function, point and direction must outlive the object. Failure: std::bad_alloc, in the constructor only.
 /// Threads: `function` writes a work vector: one thread at a time.
@@ -19,7 +19,7 @@ public:
     mlLineOnFunctionN1(mlVector const & point, mlVector const && direction, mlFunctionN1 * f) = delete;
     mlLineOnFunctionN1(mlVector const && point, mlVector const && direction, mlFunctionN1 * f) = delete;
 
-    double function(double t) const override;
+    [[nodiscard]] double function(double t) const override;
 
 private:
     mlFunctionN1 * function_n1_;

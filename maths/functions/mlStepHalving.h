@@ -15,7 +15,7 @@ public:
     double mean_of_ends() const { return mean_of_ends_; }
     double step() const { return step_; }
 
-    /// Halves the steps and answers the sum of f over the new points between them.
+    /// Halves the steps and returns the sum of f over the new points between them.
     double halve() {
         step_ *= 0.5;
         double const sum = ml_sum(f_, a_ + step_, 2.0 * step_, static_cast<int>(count_));

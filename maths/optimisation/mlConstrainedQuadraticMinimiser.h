@@ -38,7 +38,7 @@ enum mlConstrainedQuadraticStatus : int {
 /// Accuracy: the conditions above hold to a few roundoffs of their terms, by iterative refinement. Normals may be
 /// scaled as you please, since each is rescaled; G should not span more than ten decades, as eigenvalues of the reduced
 /// matrix below some 7e-15 (n + 4) of the largest magnitude in G count as zero.
-/// Bad input: NaN or infinity in a number of the problem or of the start is told by the status, and x is left alone.
+/// Bad input: NaN or infinity in a number of the problem or of the start is reported by the status, and x is unchanged.
 /// Lifetime: everything is copied. Failure: std::bad_alloc. Threads: one object, one thread.
 /// Cost: O(n^2 + n m) operations an iteration with m constraints, mostly some n iterations; O(n^3) before and after.
 /// Source: Goldfarb & Idnani, A numerically stable dual method for solving strictly convex quadratic programs (1983)
@@ -50,7 +50,7 @@ public:
     mlConstrainedQuadraticMinimiser & operator=(mlConstrainedQuadraticMinimiser const &) = delete;
     ~mlConstrainedQuadraticMinimiser();
 
-    /// Each adds a constraint and answers its number. `normal` has n elements.
+    /// Each adds a constraint and returns its number. `normal` has n elements.
     int add_equality(mlSlice const & normal, double value);   ///< normal·x = value
     int add_inequality(mlSlice const & normal, double bound); ///< normal·x >= bound
     int add_lower_bound(int i, double bound);                 ///< x[i] >= bound
@@ -59,24 +59,24 @@ public:
     /// Minimises from x where it has n elements, else from 0; the start need not meet the constraints. x gets n
     /// elements: the solution, or the last point when there is none.
     /// After another call the search begins with the active set of that one (a warm start), also when constraints were
-    /// added in between; hand x back for a start that is near.
+    /// added in between; pass the same x again for a start that is near.
     mlConstrainedQuadraticStatus minimise(mlVector & x);
 
-    /// The last answer of `minimise`, 3 before the first.
-    mlConstrainedQuadraticStatus status() const { return status_; }
+    /// What the last `minimise` returned; `mlConstrainedQuadraticIterationLimit` before the first.
+    [[nodiscard]] mlConstrainedQuadraticStatus status() const { return status_; }
 
     /// The function's value at x, NaN when nothing was computed.
-    double value() const { return value_; }
+    [[nodiscard]] double value() const { return value_; }
 
     /// Of a constraint at the solution; 0.0 and 0 when there is none. Of dependent constraints that hold with equality
     /// an independent set is active. A multiplier may be 0.0 for an active one, too.
-    double multiplier(int constraint) const;
-    int is_active(int constraint) const;
+    [[nodiscard]] double multiplier(int constraint) const;
+    [[nodiscard]] int is_active(int constraint) const;
 
-    int num_constraints() const;
+    [[nodiscard]] int num_constraints() const;
 
     /// Changes of the active set and steps of the last search, at most 1000 + 50 (n + num_constraints()).
-    int iterations() const;
+    [[nodiscard]] int iterations() const;
 
 private:
     bool finite() const;

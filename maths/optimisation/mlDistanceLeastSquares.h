@@ -30,24 +30,24 @@ public:
 
     /// The square distance of the point evaluated last: for models whose square distance is not the square of the
     /// signed distance. Used only while `precise_square_distance` is 1; such a model supplies it. By default 0.0.
-    virtual double get_last_square_distance() const;
+    [[nodiscard]] virtual double get_last_square_distance() const;
 
     /// By default `n_parameters()`.
-    virtual int n_independent_parameters() const;
+    [[nodiscard]] virtual int n_independent_parameters() const;
 
     /// Sizes `scales` to the number of independent parameters and writes the scale of each, by default 1.0.
     virtual void parameter_scales(mlVector & scales) const;
 
     virtual ~mlDistanceLeastSquares();
 
-    int n_parameters() const { return parameters.size(); }
-    int n_points() const { return n_points_; }
-    int have_precise_square_distance() const { return precise_square_distance; }
+    [[nodiscard]] int n_parameters() const { return parameters.size(); }
+    [[nodiscard]] int n_points() const { return n_points_; }
+    [[nodiscard]] int have_precise_square_distance() const { return precise_square_distance; }
 
     /// How well the points determine the parameters at p, which it sets: the ratio of the smallest to the largest
     /// singular value of the matrix whose rows are the points' gradients. Near 0 some combination of the parameters is
-    /// as good as free; 0.0 exactly when there are fewer points than parameters or all gradients are 0. Gradients that
-    /// are no numbers give an answer without meaning.
+    /// as good as free; 0.0 exactly when there are fewer points than parameters or all gradients are 0. NaN among the
+    /// gradients gives a meaningless result.
     double point_distribution_quality(mlVector const & p);
 
 private:

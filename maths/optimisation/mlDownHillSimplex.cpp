@@ -61,7 +61,7 @@ void mlDownHillSimplex::result(mlVector & x) const {
     x = vertices_.row(0);
 }
 
-// One vertex a step away from the start along each axis, then the start itself.
+// One vertex a step away from the start along each axis, then the start itself (deliberate: last, not first).
 void mlDownHillSimplex::build_simplex(mlVector const & start) {
     for (int i = 0; i <= dimension_; ++i) {
         vertices_.row(i) = start;
@@ -99,7 +99,7 @@ bool mlDownHillSimplex::finished(Extremes const & e) const {
            norm_diff(vertices_.row(e.lowest), vertices_.row(e.highest)) < tiny;
 }
 
-// Reflects the highest vertex; then goes further, is content, or contracts.
+// Reflects the highest vertex; then expands, keeps the reflection, or contracts.
 void mlDownHillSimplex::improve(Extremes const & e) {
     calls_ += 2;
     double const reflected = move_vertex(e.highest, -1.0);

@@ -18,9 +18,9 @@ enum mlDownHillSimplexSpeed : int {
 /// when the highest and the lowest vertex coincide. NaN and infinite values end the search too.
 /// Reports nothing when the limit was reached: compare `number_of_calls` with it.
 /// Lifetime: the function is used during `solve` only. Bad input: sizes are not checked. Failure: std::bad_alloc, in
-/// the constructor and in `result`. Threads: one object, one thread. The limit of calls is one for all objects, set by
-/// every `solve` and kept until the next, so searches of different speeds, one inside the other's function included,
-/// must not run at once. Source: Nelder & Mead, A simplex method for function minimization (1965).
+/// the constructor and in `result`. Threads: one object, one thread. Deliberate: the limit of calls is one for all
+/// objects, set by every `solve` and kept until the next, so searches of different speeds, also one inside the other's
+/// function, must not run at the same time. Source: Nelder & Mead, A simplex method for function minimization (1965).
 class MATHS_API mlDownHillSimplex {
 public:
     /// For functions of n variables, n at least 0.
@@ -29,18 +29,18 @@ public:
     mlDownHillSimplex & operator=(mlDownHillSimplex const &) = delete;
     ~mlDownHillSimplex();
 
-    /// Minimises f from `start`, which has n elements, and answers the lowest value found.
+    /// Minimises f from `start`, which has n elements, and returns the lowest value found.
     double solve(mlFunctionN1 & f, mlVector const & start, mlDownHillSimplexSpeed speed);
 
     /// Copies the point of the lowest value of the last `solve` into x, which is given n elements.
     void result(mlVector & x) const;
 
     /// Evaluations made by the last `solve`.
-    int number_of_calls() const { return calls_; }
+    [[nodiscard]] int number_of_calls() const { return calls_; }
 
 protected:
-    /// Moves a vertex along the line through the centroid of the others, to `factor` times its distance from there,
-    /// when the value is lower there. Answers the value at the trial point in either case.
+    /// Tries the point at `factor` times the vertex's distance from the centroid of the others, on the line through
+    /// both, and moves the vertex there when the value is lower. Returns the value at the trial point in either case.
     double move_vertex(int vertex, double factor);
 
     void update_simplex_sum();

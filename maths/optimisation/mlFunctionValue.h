@@ -5,15 +5,14 @@
 /// The value and the first two derivatives of a function at one abscissa, each computed when it is first needed.
 ///
 /// The most negative finite double marks an entry that is not known. A derivative counts only when every lower one is
-/// known; behind the first unknown entry there may be anything.
-/// A plain record: the function is not remembered.
+/// known; entries after the first unknown one may hold anything. A plain record: the function is not remembered.
 class MATHS_API mlFunctionValue {
 public:
     /// At t, with nothing known.
     explicit mlFunctionValue(double abscissa) : t(abscissa) {}
     mlFunctionValue(mlFunctionValue const &) = default;
 
-    /// Copies what is known; entries behind the first unknown one keep what they hold.
+    /// Copies what is known; entries after the first unknown one keep what they hold.
     void operator=(mlFunctionValue const & v);
 
     /// Forgets the derivatives, not the value.

@@ -49,7 +49,7 @@ double mlLevenbergMarquardt::fit(mlVector const & start, mlVector & result, int 
         if (negligible) break;
     }
     result.become(utCopy, current_parameters_);
-    return chi_square_ / model_.n_points(); // deliberately not evaluated again at the result
+    return chi_square_ / model_.n_points(); // deliberate: not evaluated again at the result
 }
 
 // Tries steps from the current parameters with growing lambda until one lowers the sum or a limit is passed.

@@ -6,13 +6,13 @@
 /// Fits a model to points: minimises the sum of squared distances over the model's parameters, by damped Gauss-Newton
 /// steps.
 ///
-/// A step solves (J'J + lambda (D + 1)) step = -J'd, where D is the diagonal of J'J; the 1 keeps the damping at work
-/// for a parameter that no distance depends on. lambda shrinks by the factor 0.4 when a step succeeds at once and
-/// grows by 10 with each try that fails to lower the sum.
-/// The fit ends when lambda leaves its range, which is how it ends at a minimum, or at the limit of iterations.
-/// Outside strict mode 12 steps in a row that succeed at once take lambda below its range too, and end the fit wherever
-/// it is: fit strictly, or fit again from the result until nothing changes.
-/// Reports nothing: judge the mean square distance. A point whose distance is NaN makes every try fail.
+/// A step solves (J'J + lambda (D + 1)) step = -J'd, where D is the diagonal of J'J. Deliberate: the 1 keeps the
+/// damping effective for a parameter that no distance depends on. lambda shrinks by the factor 0.4 when the first try
+/// of a step succeeds and grows by 10 with each try that fails to lower the sum. The fit ends when lambda leaves its
+/// range, which is how it ends at a minimum, or at the limit of iterations. Outside strict mode, 12 steps in a row that
+/// succeed at the first try take lambda below its range too, and end the fit wherever it is: fit strictly, or fit again
+/// from the result until nothing changes. Reports nothing: judge the mean square distance. A point whose distance is
+/// NaN makes every try fail.
 /// Lifetime: the model is the caller's and must outlive this object. After a fit it is left at the parameters tried
 /// last, which can differ from the result: set them before asking it for distances.
 /// Failure: std::bad_alloc. Threads: one object, one thread.
@@ -25,8 +25,9 @@ public:
     mlLevenbergMarquardt & operator=(mlLevenbergMarquardt const &) = delete;
     virtual ~mlLevenbergMarquardt();
 
-    /// Fits from `start` and gives `result` the parameters found. Answers the mean square distance where the last
-    /// iteration began, so not at the result but one accepted step before it; NaN when no iteration was ever made.
+    /// Fits from `start` and gives `result` the parameters found. Deliberate: returns the mean square distance where
+    /// the last iteration began, so not at the result but one accepted step before it; NaN when no iteration was ever
+    /// made.
     double fit(mlVector const & start, mlVector & result);
 
     /// At most this many accepted steps, 500 at first. None for 0 and less: the result is the normalised start.
@@ -37,16 +38,16 @@ public:
     void set_strict(bool strict) { strict_ = strict; }
 
 protected:
-    /// The same with limits of choice.
+    /// The same with limits given by the caller.
     double fit(mlVector const & start, mlVector & result, int max_iterations, double min_lambda, double max_lambda,
                bool strict);
 
     /// J'J, -J'd and the sum of square distances at p, which become the model's parameters.
     void calc_matrices(mlVector & p);
 
-    /// Moves p by the step damped by lambda and answers the sum of square distances there. When no decomposition can
-    /// solve for the step, leaves p alone and answers the largest double; the damping of that try then stays in the
-    /// matrix and adds up with that of the tries after it.
+    /// Moves p by the step damped by lambda and returns the sum of square distances there. When no decomposition can
+    /// solve for the step, leaves p unchanged and returns the largest double; the damping of that try then stays in the
+    /// matrix, and that of later tries is added to it.
     double update_pars(double lambda, mlVector & p);
 
 private:

@@ -160,11 +160,12 @@ private:
         return Newton::given_up;
     }
 
-    // Brings an unbounded far end to a finite distance. True when it found a point that is no higher and went there.
+    // Replaces an unbounded far end by a point at a finite distance. When that point is no higher, moves there instead
+    // and returns true.
     bool expand() {
         if (std::fabs(far_->t) != mlUnboundedMax) return false;
         mlFunctionValue const outer = evaluated(current_.t + inwards_ * step_);
-        step_ *= expansion_growth; // for good: the next expansion of this search goes on from here
+        step_ *= expansion_growth; // not reset: the next expansion of this search continues from here
         bool const moves = outer.value <= f0_;
         (moves ? current_ : *far_) = outer;
         return moves;

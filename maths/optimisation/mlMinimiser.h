@@ -14,17 +14,16 @@ enum mlMinimiserState : int {
     mlMinimiserGoHigher = 7          ///< the minimum lies above the current point
 };
 
-/// Minimises a function of one variable on a range [lo, hi], with whatever derivatives it provides.
+/// Minimises a function of one variable on a range [lo, hi], with the derivatives that it provides.
 ///
-/// The function's `highest_derivative_order` decides: above 0 the slope tells the direction, from 2 on Newton steps are
-/// tried; else the function is sampled. It is believed: a function that supplies no derivatives sets it to 0, or its
-/// default answer of -666.0 is taken for a slope.
-/// What fails falls back on expansion, where an end of the range is the largest double or its negative, and on
-/// bisection. A value or derivative of the current point and of the bracket's ends is computed when it is first needed
-/// and kept with the point; sampling evaluates afresh.
-/// A search may be repeated: it starts at the point where the last one ended, whose value is still known.
-/// `resolution` is the width of a bracket that is narrow enough, and the first distance at which neighbours are probed.
-/// A search makes at most 100 iterations, which end it whatever the function answers; a NaN slope counts as 0.
+/// The function's `highest_derivative_order` decides: above 0 the slope gives the direction, from 2 on Newton steps are
+/// tried; else the function is sampled. A function that supplies no derivatives has to set it to 0, or the default
+/// -666.0 is taken for a slope. Where a Newton step fails, the search expands, if an end of the range is the largest
+/// double or its negative, or bisects. A value or derivative of the current point and of the bracket's ends is computed
+/// when it is first needed and kept with the point; sampling evaluates afresh. A search may be repeated: it starts at
+/// the point where the last one ended, whose value is still known. `resolution` is the width of a bracket that is
+/// narrow enough, and the first distance at which neighbours are probed. A search makes at most 100 iterations, which
+/// end it whatever the function returns; a NaN slope counts as 0.
 /// Lifetime: the function must outlive the object. Bad input: nothing is checked. Threads: one object, one thread.
 class MATHS_API mlMinimiser {
 public:
@@ -34,34 +33,36 @@ public:
     // A temporary does not outlive the object.
     mlMinimiser(mlFunction const && f, double t0, double lo, double hi, double resolution) = delete;
 
-    /// Searches and answers the abscissa of the minimum.
+    /// Searches and returns the abscissa of the minimum.
     /// `found`: 0 when the iterations ran out or `range_end` is set, else 1.
     /// `range_end`: -1 or +1 when the minimum lies on the lower or upper end of the range and the function's domain
-    /// goes on beyond it, so that `change_range` and another search may find a lower one; else 0. A function with two
-    /// derivatives is judged so only when its slope says that it rises inwards.
-    /// `not_converged`: 1 when the iterations ran out, else 0.
+    /// goes on beyond it, so that `change_range` and another search may find a lower one; else 0. For a function with
+    /// two derivatives `range_end` is set only when its slope rises inwards. `not_converged`: 1 when the iterations ran
+    /// out, else 0.
     double minimise(int & found, int & range_end, int & not_converged);
 
-    /// The value at the current point, after a search that of the minimum. Mostly it is known; where the current point
-    /// is an end of the range that it never left, this asks the function, and keeps nothing: searches ask for just what
-    /// they would without.
-    double value() const { return current_.knows_value() ? current_.value : function_->function(current_.t); }
+    /// The value at the current point, after a search that of the minimum. Usually it is known. Where the current point
+    /// is an end of the range that the search never left, this calls the function and does not store the value, so that
+    /// later searches make the same calls.
+    [[nodiscard]] double value() const {
+        return current_.knows_value() ? current_.value : function_->function(current_.t);
+    }
 
     /// Iterations that the last search used; 0 before the first.
-    int iterations() const { return iterations_; }
+    [[nodiscard]] int iterations() const { return iterations_; }
 
     /// Moves the range next to the old one: below it for x < lo, else [hi, x], which is inverted when x < hi. The
     /// current point stays, and its derivatives are forgotten.
     void change_range(double x);
 
-    /// Keeps the value; no search consults it.
+    /// Deliberate: stores the value; no search uses it.
     void set_absolute_minimum(double value) { absolute_minimum_ = value; }
 
 protected:
     /// Minimises from the current point, which moves to the best one found.
     mlMinimiserState search();
 
-    /// Tells on which side of the current point the minimum lies: by the slope, and where there is none by samples at
+    /// Returns on which side of the current point the minimum lies: by the slope, and where there is none by samples at
     /// growing distances, inside [lo, hi]. Each round of samples but the last counts as an iteration.
     mlMinimiserState which_way(double lo, double hi);
 

@@ -51,7 +51,7 @@ bool mlNewtonRaphson::take_step(mlFunctionN const & f) {
     return true;
 }
 
-// Steps until nothing more is to be gained, or the limit. x and `best` follow the best point.
+// Steps until no further gain is to be expected, or until the limit. x and `best` follow the best point.
 void mlNewtonRaphson::improve(mlFunctionN const & f, mlVector & x, double & best) {
     for (int stalled = 0; iterations_ < max_iterations_; ++iterations_) {
         if (!take_step(f)) {

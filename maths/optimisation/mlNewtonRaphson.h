@@ -17,10 +17,10 @@ enum mlNRStatus : int {
 /// Solves F(x) = 0, n equations in n unknowns, by Newton's method.
 ///
 /// Each step solves the Jacobian's system by LU decomposition. The size of F is the largest magnitude of its values,
-/// and the best point is that of the least size. Steps are full ones and may lead away: nothing guards against a bad
-/// start but the limit of 20 steps and the watch for slow progress.
-/// Bad input: a dimension other than F's and x's is not checked. NaN among the values of F is passed over when their
-/// size is taken, so values of nothing but NaN count as converged: look at them where F can be undefined.
+/// and the best point is that of the least size. Steps are full ones and may lead away from a solution: only the limit
+/// of 20 steps and the test for slow progress end a search from a bad start.
+/// Bad input: a dimension other than F's and x's is not checked. Deliberate: NaN among the values of F is ignored when
+/// their size is taken, so values that are all NaN count as converged; look at them where F can be undefined.
 /// Failure: the status; std::bad_alloc. Threads: one object, one thread.
 /// Cost: a Jacobian, a value of F and O(n^3) operations a step.
 class MATHS_API mlNewtonRaphson {
@@ -32,11 +32,11 @@ public:
 
     /// Solves from the start x, which becomes the best point found: it is only overwritten by better ones. `converged`
     /// becomes 1 when the size of F there is at most the tolerance, which counts as 1e-14 when it is less, and else 0.
-    /// The search does not end as soon as it is: it goes on to 1e-14 as long as the steps are worth it.
+    /// Deliberate: the search does not end there, but continues towards 1e-14 until one of the other rules ends it.
     void solve(mlFunctionN const & f, mlVector & x, double tolerance, int & converged);
 
     /// Of the last `solve`; `mlNRConverged` whenever it converged, however it ended.
-    mlNRStatus status() const { return status_; }
+    [[nodiscard]] mlNRStatus status() const { return status_; }
 
 private:
     double evaluate(mlFunctionN const & f);

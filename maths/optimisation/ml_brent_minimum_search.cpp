@@ -22,7 +22,7 @@ public:
     BrentSearch(mlFunction & f, double a, double b, double c, double tolerance)
         : f_(f), tolerance_(tolerance), low_(std::min(a, c)), high_(std::max(a, c)), x_(at(b)), w_(x_), v_(x_) {}
 
-    // Whether the interval has closed around x. Also takes the tolerances at x, for the step that follows.
+    // True when the interval has closed around x. Also sets the tolerances at x, for the step that follows.
     bool converged() {
         middle_ = (low_ + high_) * 0.5;
         least_step_ = tolerance_ * std::fabs(x_.t) + tiny;
@@ -107,7 +107,8 @@ private:
 
 double ml_brent_minimum_search(mlFunction & f, double a, double b, double c, double tolerance, int max_iterations,
                                double * xmin) {
-    // Not beyond c: `ml_minimum_bracketing` has a case in which c lies between a and b, and callers hand it on.
+    // b need not lie between a and c: in one case `ml_minimum_bracketing` returns c between a and b, and callers pass
+    // that on.
     MATHS_CHECK(!((b < a && a < c) || (c < a && a < b) || (a == c && b != a)),
                 "Brent's search: %g is not between %g and %g", b, a, c);
     BrentSearch search(f, a, b, c, tolerance);

@@ -64,7 +64,7 @@ public:
         before_sweep_ = value_;
     }
 
-    // Moves x to the best point when it has left it, and answers the value there.
+    // Moves x back to the best point if it is not there, and returns the value there.
     double end_at_best() {
         if (value_ > best_value_) {
             x_ = best_point_;
@@ -74,7 +74,7 @@ public:
     }
 
 private:
-    // Moves x, and leaves in direction_ the way it went.
+    // Moves x to the minimum along direction_, which becomes the step taken.
     void minimise_along_direction() {
         double a = 0.0, b = 1.0, c, fa, fb, fc, t;
         ml_minimum_bracketing(line_, a, b, c, fa, fb, fc);
@@ -83,7 +83,8 @@ private:
         x_ += direction_;
     }
 
-    // Square roots where the published test has squares: a negative difference gives NaN, and the test fails.
+    // Deliberate: square roots where the published test has squares; a negative difference gives NaN, and the test
+    // fails.
     bool promises_a_decrease(double beyond) const {
         return 2.0 * (before_sweep_ - 2.0 * value_ + beyond) * std::sqrt(before_sweep_ - value_ - largest_decrease_) -
                    largest_decrease_ * std::sqrt(before_sweep_ - beyond) <

@@ -87,7 +87,7 @@ template <class Coefficient> void mlPolynomialOf<Coefficient>::derivative(int k,
 template <class Coefficient> void mlPolynomialOf<Coefficient>::integral(int & n, Coefficient * a) {
     for (int i = n; i >= 0; --i) {
         a[i + 1] = a[i];
-        a[i + 1] /= i + 1; // a vector multiplies by the reciprocal: results depend on it
+        a[i + 1] /= i + 1; // deliberate: a vector multiplies by the reciprocal; results depend on it
     }
     a[0] = Coefficient();
     ++n;
@@ -151,7 +151,7 @@ template <class Coefficient> void mlPolynomialOf<Coefficient>::make_basis(double
     }
 }
 
-// The samples that are some way from the one kept before, with their distances along the chords from the first.
+// The samples that are not too close to the one kept before, with their distances from the first along the chords.
 template <class Coefficient> void mlPolynomialOf<Coefficient>::keep_distinct_samples(Coefficient const * y, int n) {
     parameters_.clear(0);
     kept_values_.clear(0);

@@ -8,11 +8,10 @@
 /// Operations on polynomials with coefficients of one kind: doubles (`mlPolynomial`) or fixed-size vectors, which make
 /// polynomial curves (`mlTinyVectorPolynomial`). Use one of those two.
 ///
-/// A polynomial is an int degree n and the caller's array of n + 1 coefficients, in ascending powers of t. A degree of
-/// -1 is that of the zero polynomial which differentiation leaves behind; an operation over coefficients 0 .. n then
-/// has none to go over.
-/// The static operations keep no state. An object serves the two `fit` and the in-place `multiply` and holds scratch
-/// arrays only, reused from call to call.
+/// A polynomial is an int degree n and the caller's array of n + 1 coefficients, in ascending powers of t. The degree
+/// -1 is that of the zero polynomial which results from differentiation; operations on coefficients 0 .. n then do
+/// nothing. The static operations keep no state. Objects are needed for the two `fit` and for the in-place `multiply`;
+/// they hold nothing but scratch arrays, which are reused.
 /// Bad input: nothing is checked; the arrays have room for the degrees involved, the new one included.
 /// Failure: std::bad_alloc, in the member operations only. Threads: static operations are re-entrant, one object is for
 /// one thread.
@@ -28,8 +27,8 @@ public:
     /// r[0 .. n] = a[0 .. n].
     static void copy(int n, Coefficient const * a, Coefficient * r);
 
-    /// r += a and r -= a over the coefficients of a. The degree m of r must be at least n; it is not looked at, and r
-    /// keeps it.
+    /// r += a and r -= a over the coefficients of a. Deliberate: the degree m of r, which must be at least n, is not
+    /// used, and r keeps it.
     static void add(int n, Coefficient const * a, int m, Coefficient * r);
     static void subtract(int n, Coefficient const * a, int m, Coefficient * r);
 
@@ -74,9 +73,9 @@ public:
     void fit(double const * x, Coefficient const * y, int n, Coefficient * c);
 
     /// The polynomial c through the n + 1 samples y[i] in this order, over the interval t0 .. t1: chord-length
-    /// parametrisation, in which the parameter advances with the distance between samples. A sample no more than 1e-10
-    /// away from the last one taken is left out, so the degree can come out lower than n; the higher coefficients are
-    /// then zero. A negative n counts as 0. t0 and t1 must differ. c must not be y. O(n^3).
+    /// parametrisation, in which the parameter advances with the distance between samples. Deliberate: a sample no more
+    /// than 1e-10 away from the last one taken is left out, so the degree can come out lower than n; the higher
+    /// coefficients are then zero. A negative n counts as 0. t0 and t1 must differ. c must not be y. O(n^3).
     void fit(double t0, double t1, Coefficient const * y, int n, Coefficient * c);
 
 private:

@@ -20,20 +20,20 @@ enum mlPolynomialSolverStatus : int {
 /// lower the degree, each zero at the low end is a root exactly 0.0, and no other coefficient is negligible. Both zeros
 /// count as zero. A constant other than zero is solved and has no roots.
 /// The list: by ascending real part, roots of equal real part by ascending magnitude of the imaginary one. A multiple
-/// root stands there as often as it counts. A conjugate pair has equal real parts and opposite imaginary parts to the
-/// bit, and stands together, the negative one first. No zero in the list is negative.
+/// root is listed as often as its multiplicity. A conjugate pair has equal real parts and opposite imaginary parts to
+/// the bit, and is adjacent in the list, the negative one first. No zero in the list is negative.
 /// Real roots: a root is real exactly when the method finds it so, and its imaginary part is then exactly 0.0. Two real
-/// roots closer than rounding can tell may come out as a pair with a tiny imaginary part, a pair as close to the real
-/// axis as that as two equal real roots.
+/// roots too close for rounding to separate may come out as a pair with a tiny imaginary part, and a pair that close to
+/// the real axis as two equal real roots.
 ///
 /// Accuracy, with eps = 2^-52, n = `num_roots()` and S the sum of the |a_i| |z|^i. Every root z meets the stopping test
-/// |p(z)| <= 4 n eps S, unless the status says otherwise. The error of one that rounding can tell from the others is at
-/// most 8 n eps S / |p'(z)|; mostly it is the last bit of z, because values are taken as if with twice the digits. Of a
-/// k-fold root, that leaves about 30 / k digits, and at most 16.
-/// `error_bound` holds always, for roots in clusters too: rounding is part of it. It is at most a thousand times the
-/// figure above for a root that rounding can tell from the others, and below |z| in a narrow cluster.
-/// A polynomial of degree two, zero roots not counted, goes through `mlRootSolve::quadratic_solve` where the roots that
-/// it finds are real and meet the stopping test, else it is solved like all others.
+/// |p(z)| <= 4 n eps S, unless the status says otherwise. The error of a root that rounding can separate from the
+/// others is at most 8 n eps S / |p'(z)|; mostly it is the last bit of z, because values are taken as if with twice the
+/// digits. Of a k-fold root, that leaves about 30 / k digits, and at most 16. `error_bound` holds always, for roots in
+/// clusters too: rounding is part of it. It is at most a thousand times the figure above for a root that rounding can
+/// separate from the others, and below |z| in a narrow cluster. A polynomial of degree two, zero roots not counted,
+/// goes through `mlRootSolve::quadratic_solve` where the roots that it finds are real and meet the stopping test, else
+/// it is solved like all others.
 /// Range: coefficients and roots from 1e-300 to 1e300, all in one polynomial if need be; scaling is by powers of two.
 /// A root too large for a double, from 1.74e308 on, is listed at the end of the range, in its direction as far as that
 /// is known, with an infinite bound; one below the normal numbers may be too coarse to meet the stopping test. The
@@ -59,20 +59,20 @@ public:
     /// for a negative n.
     mlPolynomialSolverStatus solve(int n, double const * a);
 
-    /// What the last `solve` answered; `mlPolynomialSolverEverywhere` before the first.
-    mlPolynomialSolverStatus status() const { return status_; }
+    /// What the last `solve` returned; `mlPolynomialSolverEverywhere` before the first.
+    [[nodiscard]] mlPolynomialSolverStatus status() const { return status_; }
 
     /// The degree without zero leading coefficients.
-    int num_roots() const { return num_roots_; }
+    [[nodiscard]] int num_roots() const { return num_roots_; }
 
     /// Root i of the list, 0 <= i < num_roots().
-    double real_part(int i) const { return real_[checked(i)]; }
-    double imaginary_part(int i) const { return imaginary_[checked(i)]; }
+    [[nodiscard]] double real_part(int i) const { return real_[checked(i)]; }
+    [[nodiscard]] double imaginary_part(int i) const { return imaginary_[checked(i)]; }
 
     /// A root of the polynomial lies no further from root i than this, in the plane; 0.0 for a root exactly 0.0.
-    double error_bound(int i) const { return bound_[checked(i)]; }
+    [[nodiscard]] double error_bound(int i) const { return bound_[checked(i)]; }
 
-    int num_real_roots() const { return num_real_roots_; }
+    [[nodiscard]] int num_real_roots() const { return num_real_roots_; }
 
     /// The real roots, ascending; all of them, or those in the closed range. `out` is given exactly that size.
     void real_roots(mlVector & out) const;

@@ -27,7 +27,7 @@ double signed_power(double x, double exponent) {
 
 double cube_root(double x) { return signed_power(x, 1.0 / 3.0); }
 
-/// 1 when the coefficient of the highest power is zero, or next to nothing beside the one below it.
+/// 1 when the coefficient of the highest power is zero, or negligible beside the one below it.
 bool negligible(double leading, double next) {
     return leading == 0.0 || (next != 0.0 && std::fabs(leading) / std::fabs(next) < 1e-10);
 }
@@ -35,7 +35,7 @@ bool negligible(double leading, double next) {
 /// The roots of a quartic in ascending order, as they are found.
 class QuarticRoots {
 public:
-    /// Closeness is asked for only against the lower neighbour: a new lowest root always counts.
+    /// A root is compared with its lower neighbour only, so a new lowest root always counts.
     void insert(double x) {
         int place = count_;
         while (place > 0 && roots_[place - 1] > x)

@@ -16,10 +16,11 @@ enum mlRootType : int {
 /// Real roots: of quadratics, cubics and quartics in closed form, and of any function of one variable by iteration.
 /// Only static operations, without state: they may run concurrently.
 ///
-/// The closed-form solvers take the coefficients highest power first, the opposite of `mlPolynomial`. They set all
-/// their roots to 0, then write those found in ascending order and answer how many. A leading coefficient that is
-/// negligible beside the others lowers the degree: below 1e-11 of the largest in the quadratic, below 1e-10 of the next
-/// in the cubic and the quartic. NaN or infinite coefficients give roots without meaning, but an answer.
+/// Deliberate: the closed-form solvers take the coefficients highest power first, the opposite of `mlPolynomial`. They
+/// set all their roots to 0, then write those found in ascending order and return how many. A leading coefficient that
+/// is negligible beside the others lowers the degree: below 1e-11 of the largest in the quadratic, below 1e-10 of the
+/// next in the cubic and the quartic. NaN or infinite coefficients give meaningless roots; the solvers return all the
+/// same.
 /// Accuracy: roots that lie close together lose up to half of the digits (double) or two thirds (triple), and a root
 /// much smaller than the others in a cubic or quartic loses digits to cancellation. So does the only root of a cubic
 /// near x^3 = c: up to two thirds. A quartic that nearly is a quadratic in (x - shift)^2, but not quite, can get roots
@@ -43,14 +44,14 @@ public:
 
     /// Newton's method from x on, kept inside the function's domain; stops when a step is shorter than `tolerance`.
     /// Fails when it would leave the domain, when the limit of iterations is reached, and where the derivative is zero;
-    /// the answer is then the last point, or in the last case the largest double. A root exactly on an end of the
-    /// domain is found, but never counts as converged: the search stays there up to the limit.
+    /// the result is then the last point, or in the last case the largest double. Deliberate: a root exactly on an end
+    /// of the domain is found, but never counts as converged; the search stays there up to the limit.
     static double newton_raphson(mlFunction const & f, double x, double tolerance, int & converged, int max_iterations);
 
     /// Newton's method inside the bracket [a, b], at whose ends the function has opposite signs; steps that would leave
     /// it, or of too small a derivative, are replaced by steps of regula falsi. Starts where regula falsi does, unless
     /// |f| <= `tolerance` at an end. Stops when a step or the bracket is shorter than `tolerance`. Fails at the limit
-    /// of iterations, and answers the last point.
+    /// of iterations, and returns the last point.
     static double newton_raphson(mlFunction const & f, double a, double b, double tolerance, int & converged,
                                  int max_iterations);
 

@@ -12,7 +12,8 @@ struct Bracket {
     double a, b;
     double fa = 0.0, fb = 0.0;
 
-    /// Evaluates the ends, a first; true as soon as x is one with a value of no more than the tolerance.
+    /// Evaluates the ends, a first; sets x to the first whose value is at most the tolerance in magnitude, and returns
+    /// true then.
     bool ends_at_root(mlFunction const & f, double tolerance, double & x) {
         x = a;
         fa = f.function(a);
@@ -88,7 +89,7 @@ double mlRootSolve::newton_raphson(mlFunction const & f, double a, double b, dou
         if (derivative != 0.0 && !(std::fabs(derivative) < tolerance)) {
             double const step = fx / derivative;
             double const newton_point = x - step;
-            if (std::fabs(step) < tolerance) return x; // not the Newton point
+            if (std::fabs(step) < tolerance) return x; // deliberate: x, not the Newton point
             if (!bracket.rejects(fx, step, newton_point)) {
                 x = newton_point; // the bracket stays as it is
                 continue;
@@ -116,7 +117,7 @@ double mlRootSolve::regula_falsi(mlFunction const & f, double a, double b, doubl
     if (bracket.ends_at_root(f, tolerance, x)) return x;
     bracket.check_signs();
     x = a;
-    double previous = f.function(a); // once more: the number of calls is part of the promise
+    double previous = f.function(a); // deliberate: once more, since the number of calls is part of the promise
     for (int i = 1; i <= max_iterations; ++i) {
         if (previous == 0.0 || std::fabs(bracket.b - bracket.a) <= tolerance) return x;
         x = bracket.false_position();

@@ -12,7 +12,8 @@ extern template class MATHS_API_TEMPLATE_DECLARATION mlPolynomialOf<mlTinyVector
 #endif
 
 /// Polynomial curves in N dimensions, N = 2 .. 6, with fitting: see `mlPolynomialOf` for the operations. Distances
-/// between samples are Euclidean. `integral` multiplies by reciprocals, where that of `mlPolynomial` divides.
+/// between samples are Euclidean. Deliberate: `integral` multiplies by reciprocals, where that of `mlPolynomial`
+/// divides.
 template <int N> class mlTinyVectorPolynomial : public mlPolynomialOf<mlTinyVector<N>> {
 public:
     mlTinyVectorPolynomial() = default;

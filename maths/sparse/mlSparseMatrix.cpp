@@ -8,8 +8,8 @@
 
 namespace {
 
-// Asks for the memory four cache lines further on, which may lie behind the row, where no pointer may point. Rows that
-// were filled one after the other lie so, each too short for the processor to see it coming.
+// Prefetches the memory four cache lines ahead, which may lie past the end of the row, so the address is computed as an
+// integer. Rows that were filled in turn lie there, each too short for the processor's own prefetching.
 void fetch_beyond(mlSparseElement const * e) {
     auto const address = reinterpret_cast<std::uintptr_t>(e) + 256;
     __builtin_prefetch(reinterpret_cast<void const *>(address)); // NOLINT(performance-no-int-to-ptr)

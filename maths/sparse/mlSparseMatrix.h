@@ -35,11 +35,12 @@ public:
     mlSparseMatrix & become(enum utCopy, mlSparseMatrix const & m);
     mlSparseMatrix & become(enum utCopy, mlSparseSymMatrix const & m);
 
-    /// An element that both store is the sum or difference of the two, one that only m stores its value or negative.
+    /// An element that both store becomes the sum or difference of the two, one that only m stores becomes its value or
+    /// negative.
     void operator+=(mlSparseMatrix const & m) { add_or_subtract(m, 0); }
     void operator-=(mlSparseMatrix const & m) { add_or_subtract(m, 1); }
 
-    /// Appends element (i, j). Row i must exist and must not have an element in column j or behind it.
+    /// Appends element (i, j). Row i must exist and must not have an element in column j or after it.
     void set(int i, int j, double v) {
         MATHS_CHECK(j >= 0 && j < cols(), "sparse set: (%d, %d) of %d x %d", i, j, rows(), cols());
         MATHS_CHECK(j > last_in_row(i), "sparse set: (%d, %d) after (%d, %d)", i, j, i, last_in_row(i));
@@ -47,14 +48,14 @@ public:
     }
 
     /// The stored value, or 0.0. O(log n) for n elements in the row.
-    double element(int i, int j) const { return row(*this, i).element(j); }
+    [[nodiscard]] double element(int i, int j) const { return row(*this, i).element(j); }
 
     /// Column of row i's last element, -1 when there is none.
-    int last_in_row(int i) const { return row(*this, i).last_column_index(); }
+    [[nodiscard]] int last_in_row(int i) const { return row(*this, i).last_column_index(); }
 
-    mlSparseRowIT row_iterator(int i) const { return row(*this, i).iterator(); }
+    [[nodiscard]] mlSparseRowIT row_iterator(int i) const { return row(*this, i).iterator(); }
 
-    int is_square() const { return rows() == cols(); }
+    [[nodiscard]] int is_square() const { return rows() == cols(); }
 
     /// m becomes the same matrix, dense.
     void decompress(mlMatrix & m) const;

@@ -18,24 +18,24 @@ public:
     mlSparseMatrixBase(mlSparseMatrixBase const &) = delete;
     mlSparseMatrixBase & operator=(mlSparseMatrixBase const &) = delete;
 
-    int rows() const { return row_handles_.size(); }
-    int cols() const { return num_cols_; }
+    [[nodiscard]] int rows() const { return row_handles_.size(); }
+    [[nodiscard]] int cols() const { return num_cols_; }
 
     /// The number of stored elements, explicit zeros included. Failure: std::bad_alloc when an int can't count them.
-    int num_non_zero_elements() const;
+    [[nodiscard]] int num_non_zero_elements() const;
 
     /// Empties every row; the shape stays. The rows' storage is kept for `release` = 0, else freed.
     void clear(int release);
 
     /// 1 when the matrix has no rows.
-    int invalid() const { return rows() == 0; }
+    [[nodiscard]] int invalid() const { return rows() == 0; }
 
     /// Makes the matrix 0 x 0. An old row's storage is freed when a new row takes its place, or with the matrix.
     void set_invalid();
 
     void operator*=(double s);
 
-    /// Divides every element, and does not multiply by 1 / s.
+    /// Divides every element; does not multiply by 1 / s.
     void operator/=(double s);
 
 protected:
@@ -60,8 +60,9 @@ protected:
     /// Adds empty rows at the bottom, or drops the last ones.
     void resize_rows(int n);
 
-    /// Adds `other`, of the same shape, or subtracts it. Every element that either matrix stores stays stored. A
-    /// subtracted element where this matrix has none gives its negative, so 0.0 gives -0.0. `other` may be this matrix.
+    /// Adds `other`, of the same shape, or subtracts it. The result stores every element that either matrix stores.
+    /// Deliberate: a subtracted element where this matrix has none gives its negative, so 0.0 gives -0.0. `other` may
+    /// be this matrix.
     void add_or_subtract(mlSparseMatrixBase const & other, int subtract);
 
     /// Appends the elements of other's rows 0 .. count - 1 to the rows from first_row on, their columns shifted by
@@ -81,7 +82,7 @@ protected:
     }
 
     /// `result` becomes the sum from 0.0, in column order, of b's value times a's over the columns that both rows
-    /// store. Answers 1 when there is such a column, else 0. Restarts both iterators and leaves them where it ended.
+    /// store. Returns 1 when there is such a column, else 0. Restarts both iterators and leaves them where it ended.
     static int row_dot_product(mlSparseRowIT & a, mlSparseRowIT & b, double & result);
 
 private:

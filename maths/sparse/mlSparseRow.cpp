@@ -19,7 +19,7 @@ mlSparseRow & mlSparseRow::become(enum utCopy, mlSparseRow const & other) {
 
 void mlSparseRow::append_elements(mlSparseElement const * elements, int n) {
     int const last = last_column_index(), count = size(), new_count = coSizeSum(count, n);
-    if (count <= reserved_) reserve_for(new_count); // a row that grew as an array no longer doubles
+    if (count <= reserved_) reserve_for(new_count); // a row that grew as an array does not double any more
     expand(new_count);
     for (int k = 0; k < n; ++k)
         check_order(k > 0 ? elements[k - 1].index : last, elements[k].index);
@@ -66,7 +66,7 @@ void mlSparseRow::swap(mlSparseRow & other) noexcept {
     std::swap(reserved_, other.reserved_);
 }
 
-// Doubles the room asked for until n elements have it.
+// Doubles the room requested until n elements fit.
 void mlSparseRow::reserve_for(int n) {
     int wanted = reserved_;
     while (wanted < n)

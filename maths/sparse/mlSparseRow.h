@@ -15,7 +15,7 @@ public:
     /// Without elements.
     mlSparseRow() noexcept = default;
 
-    /// The elements of `other`, and as much room as it has asked for.
+    /// The elements of `other`, and room for as many as it has reserved.
     mlSparseRow(enum utCopy, mlSparseRow const & other);
     mlSparseRow & become(enum utCopy, mlSparseRow const & other);
 
@@ -30,19 +30,19 @@ public:
     void append_elements(mlSparseElement const * elements, int n);
 
     /// The value in column `index`, 0.0 where no element is stored. O(log n).
-    double element(int index) const;
+    [[nodiscard]] double element(int index) const;
 
-    int num_non_zero_elements() const { return size(); }
-    int empty() const { return size() == 0; }
+    [[nodiscard]] int num_non_zero_elements() const { return size(); }
+    [[nodiscard]] int empty() const { return size() == 0; }
 
     /// Column of the last element, -1 for an empty row.
-    int last_column_index() const { return size() == 0 ? -1 : data()[size() - 1].index; }
+    [[nodiscard]] int last_column_index() const { return size() == 0 ? -1 : data()[size() - 1].index; }
 
-    mlSparseRowIT iterator() const { return mlSparseRowIT(this); }
+    [[nodiscard]] mlSparseRowIT iterator() const { return mlSparseRowIT(this); }
 
     void multiply_all_elements(double s);
 
-    /// Divides each value, and does not multiply by 1 / s.
+    /// Divides each value; does not multiply by 1 / s.
     void divide_all_elements(double s);
 
     /// Makes the row empty; the storage is kept for `release` = 0, else freed.
@@ -58,5 +58,5 @@ private:
         MATHS_CHECK(index > last, "sparse row: column %d after column %d", index, last);
     }
 
-    int reserved_ = 0; // the room asked for so far
+    int reserved_ = 0; // elements that room was requested for so far
 };

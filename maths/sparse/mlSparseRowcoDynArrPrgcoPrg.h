@@ -6,7 +6,7 @@
 
 /// Owner of one row on the heap, or of none; it can be moved, not copied.
 ///
-/// Overwriting, by move assignment, does not free the row that this handle held: `delete_ptr` frees it first.
+/// Deliberate: move assignment does not free the row that this handle held; call `delete_ptr` first.
 class mlSparseRowcoDynArrPrgcoPrg {
 public:
     mlSparseRowcoDynArrPrgcoPrg() noexcept = default;
@@ -24,10 +24,10 @@ public:
 
     ~mlSparseRowcoDynArrPrgcoPrg() { delete row_; }
 
-    /// Frees the row but keeps the stale pointer: overwrite the handle immediately, or the row is freed twice.
+    /// Frees the row. Deliberate: the stale pointer stays; overwrite the handle immediately, or the row is freed twice.
     void delete_ptr() { delete row_; }
 
-    mlSparseRow * ptr() const { return row_; }
+    [[nodiscard]] mlSparseRow * ptr() const { return row_; }
     mlSparseRow * operator->() const { return row_; }
     mlSparseRow & operator*() const { return *row_; }
 

@@ -22,8 +22,9 @@ public:
     mlSparseSymMatrix(enum mlMatrixIdentity, int n);
 
     /// The product of a's transpose and a. Element (i, j) is stored when some row k of a stores columns i and j; its
-    /// terms a(k, i) a(k, j) are summed in increasing k, starting from the first; where row k stores column j twice,
-    /// the later element's term comes first. O(t log n) for t terms and n elements in a row of the product.
+    /// terms a(k, i) a(k, j) are summed in increasing k, starting from the first; (deliberate) where row k stores
+    /// column j twice, the later element's term comes first. O(t log n) for t terms and n elements in a row of the
+    /// product.
     mlSparseSymMatrix(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a);
     mlSparseSymMatrix(enum utCopy, mlSparseSymMatrix const & m);
 
@@ -32,12 +33,13 @@ public:
     mlSparseSymMatrix & become(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a);
     mlSparseSymMatrix & become(enum utCopy, mlSparseSymMatrix const & m);
 
-    /// An element that both store is the sum or difference of the two, one that only m stores its value or negative.
+    /// An element that both store becomes the sum or difference of the two, one that only m stores becomes its value or
+    /// negative.
     void operator+=(mlSparseSymMatrix const & m) { add_or_subtract(m, 0); }
     void operator-=(mlSparseSymMatrix const & m) { add_or_subtract(m, 1); }
 
     /// Appends element (i, j), with j >= i: i and j are not exchanged. Row i must exist and must not have an element in
-    /// column j or behind it.
+    /// column j or after it.
     void set(int i, int j, double v) {
         MATHS_CHECK(j >= i && j < cols(), "sparse set: (%d, %d) of the upper triangle of %d x %d", i, j, rows(),
                     cols());
@@ -46,13 +48,17 @@ public:
     }
 
     /// The value stored at (i, j) or (j, i), or 0.0. O(log n) for n elements in the row.
-    double element(int i, int j) const { return j < i ? row(*this, j).element(i) : row(*this, i).element(j); }
+    [[nodiscard]] double element(int i, int j) const {
+        return j < i ? row(*this, j).element(i) : row(*this, i).element(j);
+    }
 
     /// Column of row i's last element, i - 1 when there is none.
-    int last_in_row(int i) const { return row(*this, i).empty() ? i - 1 : row(*this, i).last_column_index(); }
+    [[nodiscard]] int last_in_row(int i) const {
+        return row(*this, i).empty() ? i - 1 : row(*this, i).last_column_index();
+    }
 
     /// The elements of row i in columns >= i.
-    mlSparseRowIT upper_triangle_iterator(int i) const { return row(*this, i).iterator(); }
+    [[nodiscard]] mlSparseRowIT upper_triangle_iterator(int i) const { return row(*this, i).iterator(); }
 
     /// Borders the matrix: this matrix upper left, b upper right, its transpose lower left, zeros lower right. b has as
     /// many rows as this matrix.

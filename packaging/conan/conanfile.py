@@ -54,7 +54,7 @@ class Maths(ConanFile):
         CMake(self).install()
 
     def package_info(self):
-        # The package's own configuration hands on all options that callers need.
+        # The package's own configuration passes on all options that callers need.
         self.cpp_info.set_property("cmake_find_mode", "none")
         self.cpp_info.builddirs = ["lib/cmake/maths"]
         self.cpp_info.libs = ["maths"]

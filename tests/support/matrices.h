@@ -24,7 +24,7 @@ enum class Kind {
     near_underflow
 };
 
-/// Without the last five, which only decompositions that rank and range leave unharmed can bear.
+/// Without the last five, which only decompositions for any rank and range can handle.
 inline constexpr Kind all_kinds[] = {Kind::identity,        Kind::random, Kind::graded_rows, Kind::graded_cols,
                                      Kind::nearly_singular, Kind::huge,   Kind::zero_row};
 

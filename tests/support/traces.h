@@ -49,7 +49,7 @@ private:
     Formula formulas_[3];
 };
 
-/// A fixed sequence of whole numbers, each below the one asked for: choice(n) is in 0 .. n - 1.
+/// A fixed sequence of whole numbers: choice(n) is in 0 .. n - 1.
 class Choice {
 public:
     explicit Choice(std::uint64_t seed) : state_(seed) {}
@@ -62,7 +62,7 @@ private:
     std::uint64_t state_;
 };
 
-/// A function of n variables that records the points at which its value is asked for.
+/// A function of n variables that records the points at which it is evaluated.
 class TracedFunctionN1 : public mlFunctionN1 {
 public:
     using Formula = std::function<double(mlSlice const &)>;

@@ -16,7 +16,7 @@ inline constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double infinity = std::numeric_limits<double>::infinity();
 inline constexpr double largest_double = std::numeric_limits<double>::max();
 
-/// Whether the library stops at misuse: what a release build makes of it can't be tested then.
+/// Whether the library stops at misuse: the behaviour of a release build can't be tested then.
 #if defined(MATHS_CHECKED)
 inline constexpr bool checked_build = true;
 #else
