@@ -72,9 +72,12 @@
 #include "maths/decompositions/ml_svd.h"
 
 #include "maths/optimisation/mlBaseMinimiser2.h"
+#include "maths/optimisation/mlBoundedFit.h"
 #include "maths/optimisation/mlConstrainedQuadraticMinimiser.h"
+#include "maths/optimisation/mlCurveModel.h"
 #include "maths/optimisation/mlDistanceLeastSquares.h"
 #include "maths/optimisation/mlDownHillSimplex.h"
+#include "maths/optimisation/mlFitQuality.h"
 #include "maths/optimisation/mlFunctionValue.h"
 #include "maths/optimisation/mlLevenbergMarquardt.h"
 #include "maths/optimisation/mlMinimiser.h"
@@ -82,6 +85,7 @@
 #include "maths/optimisation/mlNewtonRaphson.h"
 #include "maths/optimisation/mlVectorMinimiser2.h"
 #include "maths/optimisation/ml_brent_minimum_search.h"
+#include "maths/optimisation/ml_curve_fit.h"
 #include "maths/optimisation/ml_minimum_bracketing.h"
 #include "maths/optimisation/ml_powell_minimum_search.h"
 
