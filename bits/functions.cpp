@@ -1,3 +1,5 @@
+#include <array>
+
 #include "bits/digest.h"
 
 namespace {
@@ -78,9 +80,37 @@ void digest_integrals() {
     }
 }
 
+void digest_callables() {
+    ExactDigest digest("functions from callables");
+    Operands operands(23);
+    mlFunctionOf const f([](double t) { return t * t * t - t; }, [](double t) { return 3.0 * t * t - 1.0; });
+    mlFunction2Of const surface([](double u, double v) { return u * u * v; },
+                                [](double u, double v) {
+                                    return std::array{2.0 * u * v, u * u};
+                                });
+    auto const products = [](mlSlice const & x, mlVector & y) {
+        y[0] = x[0] * x[1] * x[2];
+        y[1] = x[0] / (1.0 + x[1] * x[1]);
+    };
+    mlFunctionNOf const system(3, 2, products);
+    mlMatrix jacobian(mlMatrixZero, 2, 3);
+    mlVector x;
+    for (int i = 0; i < 100; ++i) {
+        operands.become(x, 3);
+        x[0] *= 1000.0;
+        for (int order = 0; order < 3; ++order) {
+            digest(f.function_derivative(order, x[1]));
+            digest(surface.uv_function_derivative(order, i % 3, x[1], x[2]));
+        }
+        system.function_gradient(x.slice(), jacobian);
+        digest(jacobian);
+    }
+}
+
 } // namespace
 
 void digest_functions() {
+    digest_callables();
     digest_differences();
     digest_integrals();
 }

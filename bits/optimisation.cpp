@@ -182,6 +182,61 @@ void digest_fits() {
     }
 }
 
+void digest_curves() {
+    ExactDigest digest("curve fits and their quality");
+    Operands operands(38);
+    auto const f = [](double x, mlVector const & p) { return p[0] / (1.0 + p[1] * p[1] * x * x) + p[2]; };
+    auto const df = [](double x, mlVector const & p, mlVector & g) {
+        double const q = 1.0 + p[1] * p[1] * x * x;
+        g[0] = 1.0 / q;
+        g[1] = -2.0 * p[0] * p[1] * x * x / (q * q);
+        g[2] = 1.0;
+    };
+    for (int i = 0; i < 40; ++i) {
+        int const n = 3 + i % 9;
+        mlVector x, y, weights, p;
+        operands.become(x, n);
+        operands.become(y, n);
+        operands.become(weights, n);
+        operands.become(p, 3);
+        weights += 1.0;
+        if (i % 8 == 0) x.fill(0.5); // leaves p[0] and p[2] undetermined
+        mlFitQuality const quality = i % 2 == 0 ? ml_curve_fit(x.slice(), y.slice(), p, f)
+                                                : ml_curve_fit(x.slice(), y.slice(), weights.slice(), p, f, df);
+        digest(p);
+        for (int const number : {static_cast<int>(quality.status()), quality.rank(), quality.degrees_of_freedom()})
+            digest(number);
+        for (double const number : {quality.residual_sum(), quality.residual_deviation(), quality.relative_offset()})
+            digest(number);
+        digest(quality.standard_errors());
+        digest(quality.covariance());
+        digest(quality.correlations());
+    }
+}
+
+void digest_bounded_fits() {
+    ExactDigest digest("bounded fits");
+    Operands operands(39);
+    for (int i = 0; i < 60; ++i) {
+        mlVector points, start, lower, upper, result(mlVectorZero, 3);
+        operands.become(points, 40);
+        operands.become(start, 3);
+        operands.become(lower, 3);
+        operands.become(upper, 3);
+        lower -= 0.5;
+        upper += 0.5;
+        Circle circle(points.data(), 20);
+        mlBoundedFit fit(circle, lower, upper);
+        fit.set_max_iterations(i % 5 == 4 ? 2 : 100);
+        digest(fit.fit(start, result));
+        digest(fit.residual_sum());
+        digest(fit.iterations());
+        digest(result);
+        for (int j = 0; j < 3; ++j)
+            digest(fit.at_bound(j));
+    }
+}
+
 /// x_i^2 + sum of the others = constants that put a root near (1, ..., 1).
 class System : public mlFunctionN {
 public:
@@ -336,6 +391,8 @@ void digest_optimisation() {
     digest_brackets();
     digest_searches();
     digest_fits();
+    digest_curves();
+    digest_bounded_fits();
     digest_newton();
     digest_programmes();
     digest_windows();

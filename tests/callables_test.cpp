@@ -1,0 +1,112 @@
+#include <array>
+#include <cmath>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "maths/maths.h"
+#include "tests/support/values.h"
+
+namespace {
+
+TEST(FunctionOf, HasTheDerivativesAndTheDomainThatItWasGiven) {
+    auto const f = [](double t) { return t * t * t; };
+    auto const df = [](double t) { return 3.0 * t * t; };
+    auto const ddf = [](double t) { return 6.0 * t; };
+    mlFunctionOf const bare(f), bounded(f, 0.0, 3.0);
+    mlFunctionOf const first(f, df, -1.0, 2.0);
+    mlFunctionOf const second(f, df, ddf), both(f, df, ddf, 4.0, 5.0);
+    double const orders[][4] = {{0, -666, -666, -666}, {1, 12, -666, -666}, {2, 12, 12, -666}};
+    mlFunction const * const functions[] = {&bare, &first, &second};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(functions[i]->highest_derivative_order, orders[i][0]);
+        EXPECT_EQ(functions[i]->function(2.0), 8.0);
+        for (int order : {1, 2, 3})
+            EXPECT_EQ(functions[i]->function_derivative(order, 2.0), orders[i][order]);
+    }
+    EXPECT_EQ((Values{bare.t_min(), bare.t_max(), first.t_min(), first.t_max()}),
+              (Values{-largest_double, largest_double, -1, 2}));
+    EXPECT_EQ((Values{bounded.t_min(), bounded.t_max(), both.t_min(), both.t_max()}), (Values{0, 3, 4, 5}));
+    EXPECT_EQ(bounded.highest_derivative_order, 0) << "a domain is no derivative";
+}
+
+TEST(Function2Of, SortsItsDerivativesByTheirOrders) {
+    auto const f = [](double u, double v) { return u * u * v; };
+    auto const gradient = [](double u, double v) { return std::array{2 * u * v, u * u}; };
+    auto const hessian = [](double u, double v) { return std::array{2 * v, 2 * u, 0.5}; };
+    mlFunction2Of const bare(f, 0.0, 1.0, 2.0, 3.0);
+    mlFunction2Of const first(f, gradient, 0.0, 1.0, 2.0, 3.0);
+    mlFunction2Of const second(f, gradient, hessian);
+    auto const at = [](mlFunction2 const & g) {
+        Values all{1.0 * g.highest_derivative_order};
+        for (auto const & [i, j] : {std::pair{0, 0}, {1, 0}, {0, 1}, {2, 0}, {1, 1}, {0, 2}, {3, -2}, {-1, 1}})
+            all.push_back(g.uv_function_derivative(i, j, 3, 5));
+        return all;
+    };
+    double const none = -666;
+    EXPECT_EQ(at(bare), (Values{0, 45, none, none, none, none, none, none, none}));
+    EXPECT_EQ(at(first), (Values{1, 45, 30, 9, none, none, none, none, none}));
+    EXPECT_EQ(at(second), (Values{2, 45, 30, 9, 10, 6, 0.5, none, none}));
+    for (mlFunction2 const * g : {static_cast<mlFunction2 const *>(&bare), static_cast<mlFunction2 const *>(&first)})
+        EXPECT_EQ((Values{g->u_min(), g->u_max(), g->v_min(), g->v_max()}), (Values{0, 1, 2, 3}));
+    EXPECT_EQ((Values{second.u_min(), second.v_max()}), (Values{-largest_double, largest_double}));
+}
+
+TEST(FunctionN1Of, TakesTheGradientGivenOrTheUsualDifferences) {
+    auto const f = [](mlSlice const & x) { return x[0] * x[0] + 3.0 * x[1]; };
+    mlFunctionN1Of const bare(2, f);
+    mlFunctionN1Of const given(2, f, [](mlSlice const &, mlVector & g) { g[0] = 7.0, g[1] = 8.0; });
+    Vector const x{2, 5};
+    Vector g{9, 9, 9};
+    given.gradient(x.slice(), g);
+    EXPECT_EQ(contents(g), (Values{7, 8}));
+    bare.gradient(x.slice(), g);
+    EXPECT_NEAR(g[0], 4.0, 1e-6);
+    EXPECT_NEAR(g[1], 3.0, 1e-6);
+    EXPECT_TRUE(bare.function(x.slice()) == 19.0 && bare.dimension == 2 && given.dimension == 2);
+}
+
+TEST(FunctionNOf, TakesTheJacobianGivenOrCentralDifferencesInAToldOrderOfCalls) {
+    std::vector<Values> points;
+    auto const f = [&points](mlSlice const & x, mlVector & y) {
+        points.push_back({x[0], x[1]});
+        y[0] = x[0] * x[1];
+        y[1] = x[1] * x[1] * x[1];
+        y[2] = 1.0;
+    };
+    mlFunctionNOf const bare(2, 3, f);
+    mlFunctionNOf const given(2, 3, f, [](mlSlice const & x, mlMatrix & j) { j(2, 1) = x[0]; });
+    Vector const storage{8, -4, 0.25, 9};
+    mlSlice const x = storage.slice(1, 1, 2);
+    mlMatrix j(mlMatrixZero, 3, 2);
+    given.function_gradient(x, j);
+    EXPECT_TRUE(j(2, 1) == -4.0 && points.empty());
+    bare.function_gradient(x, j);
+    double const far = 4 * 0x1p-17, near = 0x1p-17; // relative to 1 for an argument below it
+    EXPECT_EQ(points, (std::vector<Values>{{-4 - far, 0.25}, {-4 + far, 0.25}, {-4, 0.25 - near}, {-4, 0.25 + near}}));
+    double const exact[] = {0.25, -4, 0, 3 * 0.0625, 0, 0};
+    for (int i = 0; i < 6; ++i)
+        EXPECT_NEAR(j[i], exact[i], 1e-9) << i;
+    EXPECT_TRUE(bare.input_dimension == 2 && bare.output_dimension == 3);
+}
+
+TEST(FunctionsOfCallables, LetExceptionsPassAndServeTheSolvers) {
+    mlFunctionOf const thrower([](double t) { return t > 1.0 ? throw std::runtime_error("far") : t; });
+    EXPECT_THROW(static_cast<void>(mlIntegrateSimpson(1e-6, 5).integrate(thrower, 0.0, 2.0)), std::runtime_error);
+    int converged;
+    mlFunctionOf const square([](double t) { return t * t - 2.0; }, [](double t) { return 2.0 * t; });
+    EXPECT_NEAR(mlRootSolve::newton_raphson(square, 1.0, 1e-12, converged, 20), std::sqrt(2.0), 1e-12);
+    int found, end, failed;
+    mlFunctionOf const bowl([](double t) { return t * t; }, [](double t) { return 2.0 * t; });
+    EXPECT_NEAR(mlMinimiser(bowl, 3.0, -5.0, 5.0, 1e-9).minimise(found, end, failed), 0.0, 1e-8);
+    mlFunctionNOf const system(2, 2, [](mlSlice const & x, mlVector & y) {
+        y[0] = x[0] * x[0] + x[1] * x[1] - 4.0;
+        y[1] = x[0] * x[0] - 1.0 - x[1];
+    });
+    Vector x{1, 1};
+    mlNewtonRaphson(mlNRDim, 2).solve(system, x, 1e-12, converged);
+    EXPECT_TRUE(converged);
+    EXPECT_NEAR(x[1], (std::sqrt(13.0) - 1.0) / 2.0, 1e-12);
+}
+
+} // namespace

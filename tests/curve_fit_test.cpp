@@ -1,0 +1,239 @@
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "examples/fit/nist.h"
+#include "examples/support/agreeing_digits.h"
+#include "examples/support/column_table.h"
+#include "tests/support/values.h"
+
+namespace {
+
+/// Distances that are linear in the parameters: the rows of a matrix times p, less the right-hand sides.
+struct LinearFit : mlDistanceLeastSquares {
+    LinearFit(Matrix const & rows, Values right)
+        : mlDistanceLeastSquares(rows.cols(), rows.rows()), rows_(rows), right_(std::move(right)) {}
+    void normalise_parameters(mlVector &) override {}
+    void distance(double & d, int point) override {
+        outside = outside || parameters[0] < low || parameters[0] > high;
+        d = scalar_product(rows_.row(point), parameters.slice()) - right_[point];
+    }
+    void distance_and_gradient(double & d, mlVector & gradient, int point) override {
+        distance(d, point);
+        gradient = rows_.row(point);
+    }
+    double low = -infinity, high = infinity;
+    bool outside = false; // of these bounds of p[0], ever
+
+private:
+    Matrix const & rows_;
+    Values right_;
+};
+
+/// The fewest digits in which a problem's values agree with certified ones.
+struct FewestDigits {
+    void operator()(double value, double certified) { fewest = std::min(fewest, agreeing_digits(value, certified)); }
+    double fewest = 11.0;
+};
+
+double digits_of_deviations(mlFitQuality const & quality, NistProblem const & problem) {
+    FewestDigits digits;
+    digits(quality.residual_deviation(), problem.residual_deviation);
+    for (int j = 0; j < quality.standard_errors().size(); ++j)
+        digits(quality.standard_errors()[j], problem.deviations[j]);
+    return digits.fewest;
+}
+
+TEST(FitQuality, HasNistsCertifiedDeviationsInAllDigitsThatTheParametersAllow) {
+    for (NistProblem const & problem : nist_problems()) {
+        ColumnTable const table(std::string(MATHS_EXAMPLE_DATA) + problem.data, 2);
+        NistFit model(problem, table.column(0), table.column(1));
+        mlVector certified;
+        certified.become(utConvert, problem.certified.data(), model.n_parameters());
+        mlFitQuality const quality(model, certified);
+        EXPECT_GE(digits_of_deviations(quality, problem), 9.0) << problem.name;
+        EXPECT_EQ(quality.degrees_of_freedom(), table.rows() - model.n_parameters());
+    }
+}
+
+TEST(CurveFit, ReachesNistsValuesInOneLineWithDerivativesOrDifferences) {
+    for (NistProblem const & problem : nist_problems()) {
+        ColumnTable const table(std::string(MATHS_EXAMPLE_DATA) + problem.data, 2);
+        auto const f = [&](double x, mlVector const & p) {
+            double unused[10];
+            return problem.formula(p.data(), x, unused);
+        };
+        auto const df = [&](double x, mlVector const & p, mlVector & g) { problem.formula(p.data(), x, g.data()); };
+        for (bool const given : {true, false}) {
+            mlVector p;
+            p.become(utConvert, problem.starts[1].data(), static_cast<int>(problem.certified.size()));
+            mlFitQuality const quality = given ? ml_curve_fit(table.column(0), table.column(1), p, f, df)
+                                               : ml_curve_fit(table.column(0), table.column(1), p, f);
+            FewestDigits digits;
+            for (int j = 0; j < p.size(); ++j)
+                digits(p[j], problem.certified[j]);
+            EXPECT_EQ(quality.status(), mlFitQualityDetermined) << problem.name;
+            EXPECT_GE(digits.fewest, 6.0) << problem.name;
+            EXPECT_GE(digits_of_deviations(quality, problem), digits.fewest - 1.0) << problem.name;
+            EXPECT_LT(quality.relative_offset(), 1e-5) << problem.name;
+        }
+    }
+}
+
+TEST(CurveFit, WeighsPointsAsIfTheyWereThereAsOften) {
+    auto const line = [](double x, mlVector const & p) { return p[0] + p[1] * x; };
+    Vector const x{0, 1, 2, 5}, y{1, 3, 4, 9}, weights{1, 4, 1, 0}, twice_x{0, 1, 1, 1, 1, 2},
+        twice_y{1, 3, 3, 3, 3, 4};
+    Vector p{0, 0}, q{0, 0};
+    mlFitQuality const weighted = ml_curve_fit(x.slice(), y.slice(), weights.slice(), p, line);
+    mlFitQuality const repeated = ml_curve_fit(twice_x.slice(), twice_y.slice(), q, line);
+    EXPECT_LT(norm_diff(p, q), 1e-9);
+    EXPECT_NEAR(weighted.residual_sum(), repeated.residual_sum(), 1e-12);
+    EXPECT_NEAR(p[1], 1.5, 1e-9); // (4 - 1) / 2: the middle is the weights' centre
+    // (J'J)^-1 of the weighted line: J'J = (6 6; 6 8)
+    double const s2 = weighted.residual_sum() / 2;
+    EXPECT_NEAR(weighted.covariance()(0, 0), s2 * 8 / 12, 1e-9);
+    EXPECT_NEAR(weighted.covariance()(1, 0), -s2 * 6 / 12, 1e-9);
+    EXPECT_NEAR(weighted.correlations()(0, 1), -6 / std::sqrt(48.0), 1e-9);
+    EXPECT_NEAR(weighted.standard_errors()[1], std::sqrt(s2 * 6 / 12), 1e-9);
+}
+
+TEST(CurveFit, TakesDifferencesOnTheScaleOfTheStart) {
+    Values asked;
+    auto const f = [&](double, mlVector const & p) { return asked.push_back(p[0]), p[0] * p[0] + p[1]; };
+    Vector const x{1}, start{-4, 0};
+    mlCurveModel model(x.slice(), x.slice(), start, f);
+    double d;
+    Vector gradient{9, 9};
+    model.distance_and_gradient(d, gradient, 0); // at 0: 4 and 1 are the scales
+    model.set_parameters(Vector{8, 1e-3});
+    model.distance_and_gradient(d, gradient, 0);
+    double const h = 0x1p-17;
+    EXPECT_EQ(asked, (Values{0, -4 * h, 4 * h, 0, 0, 8, 8 - 8 * h, 8 + 8 * h, 8, 8}));
+    EXPECT_NEAR(gradient[0], 16, 1e-8);
+    EXPECT_NEAR(gradient[1], 1, 1e-6);
+    EXPECT_EQ(d, 64 + 1e-3 - 1);
+}
+
+TEST(FitQuality, TellsWhichParametersTheDataDoNotDetermine) {
+    // p[0] + p[1] alone, p[2], nothing of p[3]; the units of p[2] are tiny
+    Matrix const rows(5, 4, {1, 1, 1e9, 0, 1, 1, 2e9, 0, 1, 1, 3e9, 0, 1, 1, 4e9, 0, 1, 1, 5e9, 0});
+    LinearFit model(rows, {1, 2, 3, 4, 6});
+    mlFitQuality const quality(model, Vector{-0.2, -0.2, 1.2e-9, 0});
+    EXPECT_EQ(quality.status(), mlFitQualityUndetermined);
+    EXPECT_TRUE(quality.rank() == 2 && quality.degrees_of_freedom() == 3);
+    for (int j : {0, 1, 3})
+        EXPECT_TRUE(quality.standard_errors()[j] == infinity && !quality.is_determined(j)) << j;
+    EXPECT_NEAR(quality.residual_sum(), 0.4, 1e-12);
+    EXPECT_NEAR(quality.standard_errors()[2] * 1e9, std::sqrt(0.4 / 3 / 10), 1e-12); // the line's slope
+    EXPECT_TRUE(quality.is_determined(2) && std::isnan(quality.covariance()(2, 0)) &&
+                std::isnan(quality.correlations()(0, 3)));
+    EXPECT_LT(quality.relative_offset(), 1e-6); // it is the minimum
+    EXPECT_NEAR(mlFitQuality(model, Vector{0.6, -0.2, 1.2e-9, 0}).relative_offset(),
+                std::sqrt(0.8 * 0.8 * 5 / 2 / (0.4 / 3)), 1e-9);
+}
+
+TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
+    Matrix const square(2, 2, {1, 0, 1, 1}), wide(1, 2, {1, 1});
+    LinearFit exact(square, {1, 2}), wanting(wide, {1});
+    mlFitQuality const quality(exact, Vector{1, 1});
+    EXPECT_TRUE(quality.status() == mlFitQualityNoFreedom && quality.degrees_of_freedom() == 0);
+    EXPECT_TRUE(std::isnan(quality.residual_deviation()) && std::isnan(quality.standard_errors()[0]));
+    EXPECT_NEAR(quality.correlations()(0, 1), -std::sqrt(0.5), 1e-15);
+    mlFitQuality const short_of_points(wanting, Vector{1, 0});
+    EXPECT_TRUE(short_of_points.status() == mlFitQualityUndetermined && short_of_points.rank() == 1);
+    for (double const bad : {nan_value, infinity}) {
+        mlFitQuality const failed(exact, Vector{bad, 1});
+        EXPECT_EQ(failed.status(), mlFitQualityNotFinite);
+        EXPECT_TRUE(std::isnan(failed.standard_errors()[1]) && std::isnan(failed.covariance()(0, 1)));
+    }
+    LinearFit nothing(square, {1, 2});
+    mlFitQuality const at_rest(nothing, Vector{1, 1}, 1.0); // no singular value counts
+    EXPECT_TRUE(at_rest.rank() == 0 && at_rest.degrees_of_freedom() == 2 && at_rest.relative_offset() == 0.0);
+}
+
+TEST(BoundedFit, EqualsTheFreeFitInsideAWideBox) {
+    for (NistProblem const & problem : nist_problems()) {
+        ColumnTable const table(std::string(MATHS_EXAMPLE_DATA) + problem.data, 2);
+        NistFit model(problem, table.column(0), table.column(1));
+        int const m = model.n_parameters();
+        mlVector start, lower(mlVectorZero, m), upper(mlVectorZero, m), p;
+        start.become(utConvert, problem.starts[1].data(), m);
+        lower.fill(-infinity);
+        upper.fill(mlUnboundedMax);
+        mlBoundedFit fit(model, lower, upper);
+        EXPECT_EQ(fit.fit(start, p), mlBoundedFitConverged) << problem.name;
+        EXPECT_GE(agreeing_digits(fit.residual_sum(), problem.residual_sum), 10.0) << problem.name;
+        for (int j = 0; j < m; ++j)
+            EXPECT_GE(agreeing_digits(p[j], problem.certified[j]), 6.0) << problem.name;
+    }
+}
+
+// The optimality conditions, on random problems: no slope inside, none but outwards on a bound.
+TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
+    mlRandom random(5);
+    for (int trial = 0; trial < 300; ++trial) {
+        int const m = 1 + trial % 7, n = m + 3;
+        Matrix rows(0, 0, {});
+        rows.mlMatrix::become(mlMatrixZero, n, m);
+        Values right;
+        for (int i = 0; i < n; ++i) {
+            right.push_back(random.uniform(-3.0, 3.0));
+            for (int j = 0; j < m; ++j)
+                rows(i, j) = random.uniform(-1.0, 1.0) + (trial % 3 == 0 ? 3.0 : 0.0); // nearly dependent columns
+        }
+        mlVector lower(mlVectorZero, m), upper(mlVectorZero, m), p, start(mlVectorZero, m);
+        for (int j = 0; j < m; ++j) {
+            lower[j] = random.uniform(-1.0, 0.2);
+            upper[j] = j % 4 == 3 ? lower[j] : lower[j] + random.uniform();
+            start[j] = random.uniform(-2.0, 2.0);
+        }
+        LinearFit model(rows, right);
+        model.low = lower[0];
+        model.high = upper[0];
+        mlBoundedFit fit(model, lower, upper);
+        ASSERT_EQ(fit.fit(start, p), mlBoundedFitConverged) << trial;
+        EXPECT_FALSE(model.outside) << trial;
+        model.set_parameters(p);
+        for (int j = 0; j < m; ++j) {
+            double slope = 0.0, d, size = 0.0;
+            for (int i = 0; i < n; ++i) {
+                model.distance(d, i);
+                slope += d * rows(i, j);
+                size += std::fabs(d * rows(i, j));
+            }
+            EXPECT_TRUE(p[j] >= lower[j] && p[j] <= upper[j]) << trial;
+            int const side = fit.at_bound(j);
+            if (side == 0) {
+                EXPECT_LT(std::fabs(slope), 1e-6 * size) << trial << ", " << j;
+            } else if (lower[j] < upper[j]) {
+                EXPECT_GE(-side * slope, -1e-6 * size) << trial << ", " << j;
+            }
+        }
+    }
+}
+
+TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
+    Matrix const rows(2, 1, {1, 1});
+    LinearFit model(rows, {1, 3});
+    Vector p{7};
+    EXPECT_EQ(mlBoundedFit(model, Vector{1}, Vector{0}).fit(Vector{0}, p), mlBoundedFitEmptyBox);
+    EXPECT_EQ(mlBoundedFit(model, Vector{nan_value}, Vector{0}).fit(Vector{0}, p), mlBoundedFitEmptyBox);
+    EXPECT_EQ(p[0], 7);
+    mlBoundedFit fit(model, Vector{-10}, Vector{10});
+    EXPECT_EQ(fit.fit(Vector{nan_value}, p), mlBoundedFitNotFinite);
+    EXPECT_EQ(fit.fit(Vector{infinity}, p), mlBoundedFitConverged); // on the box, and from there
+    EXPECT_NEAR(p[0], 2, 1e-12);
+    EXPECT_EQ(fit.residual_sum(), 2.0);
+    fit.set_max_iterations(0);
+    EXPECT_EQ(fit.fit(Vector{20}, p), mlBoundedFitIterationLimit);
+    EXPECT_TRUE(p[0] == 10 && fit.at_bound(0) == 1 && fit.residual_sum() == 130.0 && fit.iterations() == 0);
+    auto const falls = [](double, mlVector const & q) { return 1.0 / q[0]; };
+    Vector const x{0}, y{0}, start{1};
+    mlCurveModel endless(x.slice(), y.slice(), start, falls);
+    EXPECT_NE(mlBoundedFit(endless, Vector{0}, Vector{infinity}).fit(start, p), mlBoundedFitEmptyBox); // ends
+}
+
+} // namespace
