@@ -29,8 +29,9 @@ double root_from_above(double x, int k) {
     int quotient = e / k;
     if (quotient * k <= e) ++quotient; // 2^(quotient k) >= 2^(e+1) > x
     double const least = x * upwards, top = ml_scale(1.0, quotient);
-    for (double factor = 0.5; factor < 1.0; factor += 0.03125) {
-        if (power(factor * top, k) >= least) return factor * top;
+    for (int i = 16; i < 32; ++i) {
+        double const root = i / 32.0 * top;
+        if (power(root, k) >= least) return root;
     }
     return top;
 }
