@@ -7,6 +7,17 @@
 #include "maths/polynomials/mlRootSolve.h"
 #include "platform/coSize.h"
 
+namespace {
+
+bool find_roots(mlRootIteration & iteration, int n, double const * a) {
+    double roots[2];
+    bool const closed_form =
+        n == 2 && mlRootSolve::quadratic_solve(a[2], a[1], a[0], roots[0], roots[1]) == mlRootTypeTwo;
+    return iteration.solve(n, a, closed_form ? roots : nullptr);
+}
+
+} // namespace
+
 mlPolynomialSolver::mlPolynomialSolver() : iteration_(new mlRootIteration) {}
 
 mlPolynomialSolver::~mlPolynomialSolver() { delete iteration_; }
@@ -28,17 +39,10 @@ mlPolynomialSolverStatus mlPolynomialSolver::solve(int n, double const * a) {
     imaginary_ = real_ + n;
     bound_ = imaginary_ + n;
     order_.expand(n);
-    bool const met = zeros == n || find(n - zeros, a + zeros);
+    bool const met = zeros == n || find_roots(*iteration_, n - zeros, a + zeros);
     num_roots_ = n;
     list_roots(zeros);
     return status_ = met ? mlPolynomialSolverSolved : mlPolynomialSolverIterationLimit;
-}
-
-bool mlPolynomialSolver::find(int n, double const * a) {
-    double roots[2];
-    bool const closed_form =
-        n == 2 && mlRootSolve::quadratic_solve(a[2], a[1], a[0], roots[0], roots[1]) == mlRootTypeTwo;
-    return iteration_->solve(n, a, closed_form ? roots : nullptr);
 }
 
 // One entry of `order_` for each real root and for the upper one of each pair; -1 for a root 0.

@@ -83,7 +83,6 @@ private:
         MATHS_CHECK(i >= 0 && i < num_roots_, "polynomial root: index %d of %d roots", i, num_roots_);
         return i;
     }
-    bool find(int n, double const * a);
     void list_roots(int zeros);
 
     mlPolynomialSolverStatus status_ = mlPolynomialSolverEverywhere;
