@@ -111,7 +111,8 @@ bool mlLocalModel2::agrees_across(mlWindowPoint const & point) {
         error = std::max(error, std::fabs(g[i] - model_.g[i] - expected[i]) * function_->unit(i));
         size = std::max(size, std::fabs(expected[i]) * function_->unit(i));
     }
-    return error <= 0.5 * size;
+    mlSymmetric2 const & b = model_.b; // the curvature along the floor of a valley is a small difference
+    return error <= 0.25 * (1.0 - b.uv / b.uu * (b.uv / b.vv)) * size;
 }
 
 void mlLocalModel2::judge(mlPair const & s, double gain) {

@@ -22,8 +22,9 @@ double const escape_distance = 1.0; // in units
 mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
     if (is_held() && s == mlPair{0.0, 0.0}) return finish();
     bool const fresh = model_.is_fresh();
-    bool const proven =
-        function_.order() == 1 && !fresh && !is_narrow() && (shrinks_fast(s) || model_.agrees_across(point_));
+    bool const on_an_end = held_by_an_end(0) || held_by_an_end(1);
+    bool const proven = function_.order() == 1 && !fresh && !is_narrow() &&
+                        (shrinks_fast(s) || on_an_end || model_.agrees_across(point_));
     if (!proven && !model_.confirm(point_)) return start_sampling(1.0);
     if (!fresh || function_.curvature_is_partial()) {
         radius_ = std::max(radius_, 10.0 * function_.coarse_resolution());
@@ -31,7 +32,8 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
         if (!is_within_resolution(s)) return try_step(s);
     }
     settled_quickly_ = shrinks_fast(s) && !is_narrow();
-    proven_ = proven || (function_.order() == 1 && model_.is_fresh() && !function_.curvature_is_partial());
+    proven_ =
+        (proven && !on_an_end) || (function_.order() == 1 && model_.is_fresh() && !function_.curvature_is_partial());
     mlPair const x = function_.moved(point_.x, s);
     if (x == point_.x || (function_.is_below_resolution(point_.x, s, negligible) && !changes_ends(x))) return finish();
     double const predicted = -model_.quadratic().change(s);
