@@ -32,8 +32,8 @@ enum mlMinimiser2State : int {
 /// the start's magnitudes, taken as 1 where they are less, and by the window's widths.
 /// Lifetime: the function must outlive the object. Bad input: a window with u_min > u_max or v_min > v_max; a start
 /// that is NaN fails without a call. Failure: `state`. Threads: one object, one thread.
-/// Cost: 30 to 40 values and partial derivatives in ordinary problems, which count 1 each; with derivatives mostly below
-/// 150 in narrow valleys and 250 where the minimum has no curvature. With values alone a valley whose walls are a
+/// Cost: 30 to 40 values and partial derivatives in ordinary problems, which count 1 each; with derivatives mostly
+/// below 150 in narrow valleys and 250 where the minimum has no curvature. With values alone a valley whose walls are a
 /// million times as steep as its floor can take all iterations.
 /// Source: Conn, Gould & Toint, Trust-Region Methods (2000); Nocedal & Wright, Numerical Optimization (2006).
 class MATHS_API mlBaseMinimiser2 {
