@@ -136,7 +136,7 @@ Problem const problems[] = {
      1.0,
      {-unbounded, unbounded, 0.0, unbounded},
      0.0,
-     {25, 15, 15}},
+     {25, 16, 15}},
     {"HS4",
      [](Jet u, Jet v) { return 1.0 / 3.0 * (u + 1.0) * square(u + 1.0) + v; },
      1.125,
@@ -308,7 +308,7 @@ TEST(Minimiser2, LeavesSaddles) {
 
 TEST(Minimiser2, DoesNotTakeABadlyScaledValleyForAMinimum) {
     // Beside the floor Newton's step is shorter than the resolution, which overlooks how the valley falls.
-    for (double const scale : {100.0, 1e4}) {
+    for (double const scale : {100.0, 1e4, 1e6}) {
         auto const f = [&](Jet u, Jet v) { return scale * square(v - u * u) + square(1.0 - u); };
         for (int order : {0, 1, 2})
             for (double const side : {-1e-4, 0.0, 1e-4}) {
@@ -317,6 +317,38 @@ TEST(Minimiser2, DoesNotTakeABadlyScaledValleyForAMinimum) {
                 m.set_max_iterations(10000);
                 EXPECT_LT(Answer(m).value, 1e-3) << scale << ", order " << order << ", " << side;
             }
+    }
+}
+
+TEST(Minimiser2, FollowsNarrowValleysAroundTheirBends) {
+    for (double const scale : {1e4, 1e6}) {
+        auto const f = [&](Jet u, Jet v) { return scale * square(v - u * u) + square(1.0 - u); };
+        double const starts[][2] = {{-2.0, -2.0}, {2.0, 2.0}, {-1.2, 1.0}, {-0.5, -0.7}, {1.69, -1.17}};
+        for (auto const & [u, v] : starts)
+            for (int order : {1, 2}) {
+                Answer const a = search(f, u, v, {-2.0, 2.0, -2.0, 2.0}, order, 1e-6);
+                EXPECT_NEAR(a.u, 1.0, 1e-5) << scale << ", from " << u << ", " << v << ", order " << order;
+                EXPECT_LE(a.calls, 200);
+            }
+    }
+}
+
+TEST(Minimiser2, DoesNotRelyOnCurvatureAcrossItsWayThatItNeverSaw) {
+    // Steps along one direction: what lies across them is known from far away alone.
+    Answer const a = search(beale, 4.5, 4.5, {-4.5, 4.5, -4.5, 4.5}, 1, 1e-3);
+    EXPECT_LT(a.value, 4.6);
+    auto const valley = [](Jet u, Jet v) { return 1e6 * square(v - u * u) + square(1.0 - u); };
+    double const starts[][2] = {{-1.25, -1.5}, {0.5, 0.0}, {0.75, -0.5}, {1.25, -1.5}, {1.25, 1.25}};
+    for (auto const & [u, v] : starts)
+        EXPECT_LT(search(valley, u, v, {-2.0, 2.0, -2.0, 2.0}, 1, 1e-3).value, 1e-4) << u << ", " << v;
+}
+
+TEST(Minimiser2, FindsTheLastDigitsWhereValuesAreEqual) {
+    auto const raised = [](Jet u, Jet v) { return 1e6 + rosenbrock(u, v); };
+    for (int order : {1, 2}) {
+        Answer const a = search(raised, -1.2, 1.0, {}, order);
+        EXPECT_NEAR(a.u, 1.0, 1e-7) << order;
+        EXPECT_NEAR(a.v, 1.0, 1e-7) << order;
     }
 }
 

@@ -93,6 +93,28 @@ bool mlLocalModel2::confirm(mlWindowPoint const & point) {
     return true;
 }
 
+bool mlLocalModel2::agrees_across(mlWindowPoint const & point) {
+    if (!has_last_step_) return false;
+    double const longest = function_->length(last_step_);
+    mlPair s, x, g;
+    for (int i : {0, 1}) {
+        double const across = (i == 0 ? -1.0 : 1.0) * last_step_[1 - i] / function_->unit(1 - i) / longest;
+        double const h = 1e-5 * scale(point.x, i) * across;
+        x[i] = function_->moved(point.x, i, h);
+        if (x[i] == point.x[i]) x[i] = function_->moved(point.x, i, -h);
+        s[i] = x[i] - point.x[i];
+    }
+    if (x == point.x || !function_->gradient(x, g)) return false;
+    mlPair const expected = model_.b.times(s);
+    double error = 0.0, size = 0.0;
+    for (int i : {0, 1}) {
+        error = std::max(error, std::fabs(g[i] - model_.g[i] - expected[i]) * function_->unit(i));
+        size = std::max(size, std::fabs(expected[i]) * function_->unit(i));
+    }
+    mlSymmetric2 const & b = model_.b; // the curvature along the floor of a valley is a small difference
+    return error <= 0.25 * (1.0 - b.uv / b.uu * (b.uv / b.vv)) * size;
+}
+
 void mlLocalModel2::judge(mlPair const & s, double gain) {
     double const ratio = -gain / model_.change(s);
     bad_prediction_ = !(std::fabs(ratio - 1.0) < 0.2);

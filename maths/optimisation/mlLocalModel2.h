@@ -30,6 +30,10 @@ public:
     /// step has corrected a partial one. False as above.
     bool confirm(mlWindowPoint const & point);
 
+    /// Whether the gradient beside the point, across the last step, which the updates know nothing of, is as the
+    /// curvature says. Two first derivatives.
+    bool agrees_across(mlWindowPoint const & point);
+
     /// Forgets what was learned at other points.
     void forget();
 

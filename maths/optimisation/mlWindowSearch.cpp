@@ -7,7 +7,7 @@
 namespace {
 
 double const largest_radius = 1e300;
-double const first_convex_radius = 2.0; // Newton steps may be that long at once
+double const first_convex_radius = 4.0; // Newton steps may be that long at once
 double const first_radius = 1.0;
 double const collapse = 1e-3;     // of the resolution: a trust region as small is of no use
 double const near_the_end = 3e-3; // in units: Newton's steps as long are among the last few
@@ -83,6 +83,7 @@ bool mlWindowSearch::is_within_resolution(mlPair const & s) const {
 void mlWindowSearch::move_to(mlWindowPoint const & point) {
     point_ = point;
     modelled_ = false;
+    proven_ = false;
     rejections_ = 0;
 }
 
@@ -168,6 +169,11 @@ mlWindowSearch::End mlWindowSearch::reject(mlPair const & s, double f, double pr
         mlPair const whole = model_step();
         if (-model_.quadratic().change(whole) > 10.0 * point_.noise()) return std::nullopt; // the way to go is longer
         radius_ = shrinkage * size;
+    }
+    if (hidden && function_.order() == 1 && !model_.is_fresh()) {
+        bool const finite = model_.renew(point_);
+        proven_ = finite;
+        return finite ? std::nullopt : start_sampling(1.0);
     }
     if (hidden && by_values && !model_.is_fresh()) return settle(s);
     if (hidden || (by_values && model_.is_fresh() && predicted <= 1e3 * point_.noise())) return finish();

@@ -68,9 +68,11 @@ private:
     int failed_lengthenings_ = 0;
     int escapes_ = 0;
     int restarts_ = 0;
+    int settlings_ = 0;
     int level_steps_ = 0;
     bool lengthened_ = false;
     bool settled_quickly_ = false;
+    bool proven_ = false;             // the curvature, beside the point
     int rejections_ = 0;              // at this point
     bool last_step_was_free_ = false; // of the trust region
 };

@@ -7,9 +7,11 @@
 
 namespace {
 
-double const negligible = 1e-3;  // of the resolution: a step that needs no confirmation
-double const short_step = 1e-3;  // in units
-double const coarse_step = 1e-6; // in units: beside steps as long the curvature changes
+double const negligible = 1e-3;      // of the resolution: a step that needs no confirmation
+double const short_step = 1e-3;      // in units, with second derivatives
+double const very_short_step = 1e-5; // without them
+double const coarse_step = 1e-6;     // in units: beside steps as long the curvature changes
+int const most_settlings = 4;        // steps within the resolution
 int const most_escapes = 3;
 int const most_restarts = 5;
 double const escape_distance = 1.0; // in units
@@ -20,8 +22,9 @@ double const escape_distance = 1.0; // in units
 mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
     if (is_held() && s == mlPair{0.0, 0.0}) return finish();
     bool const fresh = model_.is_fresh();
-    bool const proven =
-        function_.order() == 1 && !function_.curvature_is_partial() && (shrinks_fast(s) || !is_narrow());
+    bool const on_an_end = held_by_an_end(0) || held_by_an_end(1);
+    bool const proven = function_.order() == 1 && !fresh && !is_narrow() &&
+                        (shrinks_fast(s) || on_an_end || model_.agrees_across(point_));
     if (!proven && !model_.confirm(point_)) return start_sampling(1.0);
     if (!fresh || function_.curvature_is_partial()) {
         radius_ = std::max(radius_, 10.0 * function_.coarse_resolution());
@@ -29,6 +32,8 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
         if (!is_within_resolution(s)) return try_step(s);
     }
     settled_quickly_ = shrinks_fast(s) && !is_narrow();
+    proven_ =
+        (proven && !on_an_end) || (function_.order() == 1 && model_.is_fresh() && !function_.curvature_is_partial());
     mlPair const x = function_.moved(point_.x, s);
     if (x == point_.x || (function_.is_below_resolution(point_.x, s, negligible) && !changes_ends(x))) return finish();
     double const predicted = -model_.quadratic().change(s);
@@ -39,7 +44,8 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
         if (-gain <= point_.noise() || (by_values && predicted <= 1e3 * point_.noise())) return finish();
         return reject(s, f, predicted);
     }
-    bool const sure = settled_quickly_ || function_.is_below_resolution(point_.x, s, negligible) ||
+    bool const sure = ++settlings_ > most_settlings || settled_quickly_ ||
+                      function_.is_below_resolution(point_.x, s, negligible) ||
                       (predicted <= point_.noise() && (function_.order() != 1 || function_.curvature_is_partial()));
     move_to({x, f});
     return sure ? finish() : confirm();
@@ -53,7 +59,7 @@ bool mlWindowSearch::is_narrow() const {
 // Whether steps are short, and shrink so fast that the next ones do not matter.
 bool mlWindowSearch::shrinks_fast(mlPair const & s) const {
     double const last = model_.has_last_step() ? function_.length(model_.last_step()) : 1.0;
-    return last < short_step && function_.length(s) < 0.1 * last;
+    return last < (function_.order() == 2 ? short_step : very_short_step) && function_.length(s) < 0.1 * last;
 }
 
 // Whether a parameter reaches or leaves an end of the window on the way to x.
@@ -140,7 +146,8 @@ bool mlWindowSearch::is_lower(mlPair const & x) {
 // A few resolutions away, where the curvature was not asked of the function itself.
 bool mlWindowSearch::is_lower_down_the_slope() {
     if (function_.order() == 2) return false;
-    if (settled_quickly_ && !(lengthened_ && function_.order() == 1)) return false;
+    if (function_.order() == 1 && !function_.curvature_is_partial() ? proven_ && !lengthened_ : settled_quickly_)
+        return false;
     mlPair g = model_.gradient();
     for (int i : {0, 1})
         if (held_by_an_end(i)) g[i] = 0.0;
