@@ -56,7 +56,7 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
     int out[8];
     expect_stops({
         {[&] { static_cast<void>(fixed[3]); }, "index 3 of 3"},
-        {[&] { v.slice(1, 2, 3); }, "start 1, stride 2, length 3 of 3"},
+        {[&] { static_cast<void>(v.slice(1, 2, 3)); }, "start 1, stride 2, length 3 of 3"},
         {[&] { v = m.row(0).slice(0, 1, 2); }, "3 elements wanted, 2 given"},
         {[&] { v = longer; }, "vector assignment: 4 elements to a vector of 3"},
         {[&] { v = m.row(0); }, "vector assignment: 4 elements to a vector of 3"},
@@ -74,7 +74,7 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
         {[&] { pages.copyout(out, 4, 0, 0); }, "copyout: 4 elements from 0 on of 3"},
     });
     v[5] = 1.0; // growth is no misuse, nor are longer operands where a contract allows them
-    v.slice(9, 1, 0);
+    static_cast<void>(v.slice(9, 1, 0));
     shapeless(0, 7) = shapeless[9] = shaped(3, 1) = 1.0;
     n.append_col(longer);
     multiply(n, longer, y);
@@ -96,10 +96,10 @@ TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
     mlSingularValueDecomposition const values_only(asymmetric, mlSingularValueDecomposition::mlNO_U,
                                                    mlSingularValueDecomposition::mlNO_V);
     expect_stops({
-        {[&] { symmetric.eigen_value(0); }, "eigen_value: `calculate` was not called"},
-        {[&] { symmetric.eigen_values(); }, "eigen_values: `calculate` was not called"},
-        {[&] { symmetric.eigen_vector(0); }, "eigen_vector: `calculate` was not called"},
-        {[&] { symmetric.calculate(), symmetric.eigen_value(2); }, "eigen_value: 2 of 2 found"},
+        {[&] { static_cast<void>(symmetric.eigen_value(0)); }, "eigen_value: `calculate` was not called"},
+        {[&] { static_cast<void>(symmetric.eigen_values()); }, "eigen_values: `calculate` was not called"},
+        {[&] { static_cast<void>(symmetric.eigen_vector(0)); }, "eigen_vector: `calculate` was not called"},
+        {[&] { symmetric.calculate(), static_cast<void>(symmetric.eigen_value(2)); }, "eigen_value: 2 of 2 found"},
         {[&] { symmetric.calculate(), symmetric.calculate(); }, "`calculate` runs once"},
         {[&] { mlSymEigenVecs(asymmetric).calculate(); }, "2 x 2 matrix is not symmetric to 1e-06"},
         {[&] { mlSymEigenVecs(wide).calculate(); }, "the matrix is 2 x 3, not 2 x 2"},
