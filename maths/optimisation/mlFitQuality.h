@@ -53,7 +53,8 @@ public:
 
     /// Whether the fit has arrived: the part of the distances that a change of the parameters could still take away,
     /// beside the part that it could not, each per degree of freedom. Below 0.001 the confidence region is not visibly
-    /// shifted; strict fits reach less than 1e-6. NaN without freedom, 0 at an exact fit.
+    /// shifted; strict fits of the reference problems reach about 1e-6 and less. NaN without freedom. Without meaning
+    /// at an exact fit, whose distances are nothing but roundoff.
     double relative_offset() const { return relative_offset_; }
 
 private:
