@@ -194,6 +194,9 @@ void optimisation(Objects & o) {
     Line line;
     mlLevenbergMarquardt(line).fit(x, o.v);
     line.point_distribution_quality(o.v);
+    mlBoundedFit(line, x, x).fit(x, o.v);
+    Vector p{0.0, 0.0};
+    ml_curve_fit(x.slice(), x.slice(), x.slice(), p, [](double t, mlVector const & q) { return q[0] + q[1] * t; });
     mlDownHillSimplex(2).solve(f, x, mlDownHillSimplexCoarse);
     mlConstrainedQuadraticMinimiser minimiser(mlMatrix(mlMatrixZero, 2, 2), x);
     for (int i = 0; i < 2; ++i) {

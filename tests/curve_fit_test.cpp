@@ -236,4 +236,34 @@ TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
     EXPECT_NE(mlBoundedFit(endless, Vector{0}, Vector{infinity}).fit(start, p), mlBoundedFitEmptyBox); // ends
 }
 
+/// A first parameter made positive, one parameter independent, square distances of its own, gradients times a factor.
+struct PeculiarFit : LinearFit {
+    PeculiarFit(Matrix const & rows, Values right) : LinearFit(rows, std::move(right)) { precise_square_distance = 1; }
+    void normalise_parameters(mlVector & p) override { p[0] = std::fabs(p[0]); }
+    double get_last_square_distance() const override { return 7.0; }
+    int n_independent_parameters() const override { return 1; }
+    void distance_and_gradient(double & d, mlVector & gradient, int point) override {
+        LinearFit::distance_and_gradient(d, gradient, point);
+        gradient *= factor;
+    }
+    double factor = 1.0;
+};
+
+TEST(Fits, GoByTheModelsOwnSquaresNormalFormAndIndependentParameters) {
+    Matrix const rows(3, 2, {1, 0, 1, 1, 0, 1});
+    PeculiarFit model(rows, {1, 2, 3});
+    mlFitQuality const quality(model, Vector{1, 1});
+    EXPECT_TRUE(quality.residual_sum() == 21.0 && quality.rank() == 2 && quality.degrees_of_freedom() == 2);
+    mlBoundedFit fit(model, Vector{-1, -1}, Vector{1, 1});
+    fit.set_max_iterations(0);
+    Vector p{9, 9};
+    EXPECT_EQ(fit.fit(Vector{-0.5, 0}, p), mlBoundedFitIterationLimit);
+    EXPECT_TRUE(p[0] == 0.5 && fit.residual_sum() == 21.0);
+    fit.set_max_iterations(5);
+    EXPECT_EQ(fit.fit(Vector{-0.5, 0}, p), mlBoundedFitConverged); // 21 is never below 21
+    model.factor = infinity;
+    EXPECT_EQ(fit.fit(Vector{-0.5, 0}, p), mlBoundedFitNotFinite);
+    EXPECT_EQ(mlFitQuality(model, p).status(), mlFitQualityNotFinite);
+}
+
 } // namespace

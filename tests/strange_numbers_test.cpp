@@ -98,6 +98,12 @@ TEST_P(StrangeNumbers, EndInFunctionsOfManyVariables) {
         fit.set_strict(strict);
         fit.fit(f.fill(start), result);
     }
+    mlVector low(mlVectorZero, 2), high(mlVectorZero, 2);
+    for (int i = 0; i < 10; ++i) {
+        mlBoundedFit fit(f, f.fill(low), f.fill(high));
+        fit.fit(f.fill(start), result);
+        mlFitQuality(f, f.fill(start), argument(1e-9));
+    }
 }
 
 TEST_P(StrangeNumbers, EndInQuadraticProgrammes) {

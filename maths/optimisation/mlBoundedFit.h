@@ -38,16 +38,16 @@ public:
     mlBoundedFitStatus fit(mlVector const & start, mlVector & result);
 
     /// Of the last fit.
-    mlBoundedFitStatus status() const { return status_; }
+    [[nodiscard]] mlBoundedFitStatus status() const { return status_; }
 
     /// The sum of squared distances at the result.
-    double residual_sum() const { return sum_; }
+    [[nodiscard]] double residual_sum() const { return sum_; }
 
     /// Accepted steps.
-    int iterations() const { return iterations_; }
+    [[nodiscard]] int iterations() const { return iterations_; }
 
     /// -1 when the result's parameter j is on its lower bound, +1 when it is on its upper one, else 0.
-    int at_bound(int j) const;
+    [[nodiscard]] int at_bound(int j) const;
 
     /// At most this many accepted steps, 500 at first.
     void set_max_iterations(int n) { max_iterations_ = n; }

@@ -30,31 +30,32 @@ public:
     mlFitQuality(mlFitQuality const &) = delete;
     mlFitQuality & operator=(mlFitQuality const &) = delete;
 
-    mlFitQualityStatus status() const { return status_; }
+    [[nodiscard]] mlFitQualityStatus status() const { return status_; }
 
     /// The sum of squared distances.
-    double residual_sum() const { return residual_sum_; }
+    [[nodiscard]] double residual_sum() const { return residual_sum_; }
 
     /// The number of points without that of the parameters that they determine, the independent ones at most.
-    int degrees_of_freedom() const { return degrees_of_freedom_; }
+    [[nodiscard]] int degrees_of_freedom() const { return degrees_of_freedom_; }
 
     /// The root of the residual sum per degree of freedom; NaN without freedom.
-    double residual_deviation() const;
+    [[nodiscard]] double residual_deviation() const;
 
     /// How many directions of the parameters the data determine.
-    int rank() const { return rank_; }
+    [[nodiscard]] int rank() const { return rank_; }
 
     /// True when no direction that the data leave free has a part of more than 1e-6 in parameter j.
-    bool is_determined(int j) const { return correlations_(j, j) == 1.0; }
+    [[nodiscard]] bool is_determined(int j) const { return correlations_(j, j) == 1.0; }
 
-    mlVector const & standard_errors() const { return standard_errors_; }
-    mlMatrix const & covariance() const { return covariance_; }
-    mlMatrix const & correlations() const { return correlations_; }
+    [[nodiscard]] mlVector const & standard_errors() const { return standard_errors_; }
+    [[nodiscard]] mlMatrix const & covariance() const { return covariance_; }
+    [[nodiscard]] mlMatrix const & correlations() const { return correlations_; }
 
     /// Whether the fit has arrived: the part of the distances that a change of the parameters could still take away,
     /// beside the part that it could not, each per degree of freedom. Below 0.001 the confidence region is not visibly
-    /// shifted; strict fits reach less than 1e-6. NaN without freedom, 0 at an exact fit.
-    double relative_offset() const { return relative_offset_; }
+    /// shifted; strict fits of the reference problems reach about 1e-6 and less. NaN without freedom. Without meaning
+    /// at an exact fit, whose distances are nothing but roundoff.
+    [[nodiscard]] double relative_offset() const { return relative_offset_; }
 
 private:
     bool linearise(mlDistanceLeastSquares & model, mlMatrix & jacobian, mlVector & slope);
