@@ -206,16 +206,17 @@ TEST_P(KernelsOf, ReflectLikeTheDefinition) {
 
 TEST_P(KernelsOf, RotateLikeTheDefinition) {
     int const strips = 3, cols = 12, strip_rows = mlKernels::strip_rows, rows = strips * strip_rows;
-    mlRotationChain const chains[] = {{0, 1, 11}, {7, 2, 1}, {3, 4, 2}, {11, 0, 4}};
+    // The last one comes to its first column again.
+    mlRotationChain const chains[] = {{0, 1, 11}, {7, 2, 1}, {3, 4, 2}, {11, 0, 4}, {3, 1, 4}};
     mlRandom random(4);
     mlMatrix x, one_by_one, plain;
     fill(x, rows, cols, random); // element (i, j) in strip i / strip_rows, at j * strip_rows + i % strip_rows
     one_by_one.become(utCopy, x);
     plain.become(utCopy, x);
-    mlRotation rotations[18];
+    mlRotation rotations[22];
     for (mlRotation & rotation : rotations)
         rotation = {random.uniform(-1.0, 1.0), random.uniform(-1.0, 1.0)};
-    ml_kernels().rotate_strips(strips, cols, x.data(), 4, chains, rotations);
+    ml_kernels().rotate_strips(strips, cols, x.data(), 5, chains, rotations);
 
     mlRotation const * rotation = rotations;
     for (mlRotationChain const & chain : chains) {

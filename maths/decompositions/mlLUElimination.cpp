@@ -9,14 +9,15 @@
 #include "maths/kernels/mlTuning.h"
 #include "platform/coScratch.h"
 
-// Three levels do the elimination, with the same bits:
+// Of few rows: unblocked, row by row in place. Of more, with the same bits: columns are halved down to panels.
 //
-//     few rows        unblocked, row by row in place
-//     more            columns are halved: left half L1, its effect on the right half, right half. The effect is
-//                     the row exchanges, then U12 = L11^-1 A12 and A22 -= L21 U12
-//     few columns     a panel: copied, so that its columns are contiguous, factored by a kernel and copied back
+//     halving      left half L1, its effect on the right half, right half. The effect is the row exchanges, then
+//                  U12 = L11^-1 A12 and A22 -= L21 U12
+//     a panel      at most lu_panel_cols columns, or all of a matrix of at most lu_one_panel_max_rows rows: copied, so
+//                  that its columns are contiguous, factored by a kernel and copied back
 //
-// A panel exchanges rows of its own columns only; the columns beside it are exchanged when they are next needed.
+// A panel exchanges rows of its own columns only. The columns right of it are exchanged before they take its updates,
+// those left of it when the half that it belongs to is complete.
 
 namespace {
 
@@ -36,7 +37,7 @@ public:
 private:
     /// How far the elimination of some columns came.
     struct Progress {
-        int end;     // the column after the last one eliminated, counted in the whole matrix: an index, not a number
+        int end;     // the column after the last one eliminated, an index in the whole matrix, not in the panel
         bool failed; // the pivot of column `end` is below the tolerance; its row exchange has been made
 
         /// The column after the last one whose pivot was sought.
@@ -47,7 +48,7 @@ private:
     mlConstBlock const_block(int row, int col) const { return {a_.data() + row * cols_ + col, cols_}; }
 
     void note_exchange(int k, int p);
-    [[nodiscard]] int pivot_row(int k) const;
+    [[nodiscard]] int find_pivot(int k) const;
     void eliminate_below(int k);
     [[nodiscard]] Progress eliminate_columns(int first, int end);
     [[nodiscard]] Progress eliminate_panel(int first, int end);
@@ -60,19 +61,18 @@ private:
     double const tolerance_;
     int const n_;
     int const cols_;
-    intcoDynArr
-        pivot_rows_; // [k]: the row that changed places with row k, for the columns searched so far; blocked only
+    intcoDynArr pivot_rows_; // [k]: the row that changed places with row k, of the columns searched; blocked only
 };
 
-/// Rows k and p of the whole matrix change places, or will.
+/// Notes in permutation and swap_count that rows k and p change places. The caller exchanges the elements.
 void Elimination::note_exchange(int k, int p) {
     if (p == k) return;
     std::swap(permutation_[k], permutation_[p]);
     ++swap_count_;
 }
 
-/// The first row of the largest magnitude in column k, from row k on; a NaN in row k stays, and none replaces.
-int Elimination::pivot_row(int k) const {
+/// The first row of the largest magnitude in column k, from row k on; a NaN in row k is taken, one below it never.
+int Elimination::find_pivot(int k) const {
     double const * const column = a_.data() + k;
     int best = k;
     double largest = std::fabs(column[k * cols_]);
@@ -86,19 +86,19 @@ int Elimination::pivot_row(int k) const {
 
 // row i -= a(i, k) / a(k, k) * row k, which clears a(i, k), where the multiplier is kept.
 void Elimination::eliminate_below(int k) {
-    double const * __restrict const pivot_row = a_.data() + k * cols_;
+    double const * __restrict const top = a_.data() + k * cols_;
     for (int i = k + 1; i < n_; ++i) {
         double * __restrict const row = a_.data() + i * cols_;
-        double const multiplier = row[k] / pivot_row[k];
+        double const multiplier = row[k] / top[k];
         row[k] = multiplier;
         for (int j = k + 1; j < cols_; ++j)
-            row[j] -= pivot_row[j] * multiplier;
+            row[j] -= top[j] * multiplier;
     }
 }
 
 bool Elimination::eliminate_unblocked() {
     for (int k = 0; k < n_; ++k) {
-        int const p = pivot_row(k);
+        int const p = find_pivot(k);
         if (p != k) {
             note_exchange(k, p);
             double * __restrict const row = a_.data() + k * cols_;
@@ -120,8 +120,9 @@ bool Elimination::eliminate_blocked() {
     return !progress.failed;
 }
 
-/// Columns [first, end), which have received the updates of all columns before them, and their row exchanges. When a
-/// pivot of the left half fails, the right half still takes the row exchanges and the updates of the columns before it.
+/// Eliminates the columns [first, end), which have received the updates and row exchanges of all columns before them.
+/// Exchanges rows of these columns only. When a pivot of the left half fails, the right half still takes the row
+/// exchanges and the updates of the columns before it.
 Elimination::Progress Elimination::eliminate_columns(int first, int end) {
     if (end - first <= lu_panel_cols || n_ <= lu_one_panel_max_rows) return eliminate_panel(first, end);
     int const half = (end - first) / 2 / lu_panel_cols * lu_panel_cols;
@@ -167,18 +168,19 @@ void Elimination::exchange_rows(int first_pivot, int end_pivot, int first_col, i
     }
 }
 
-/// The columns [first_col, end_col) receive the updates of the eliminated columns [first, end): the rows [first, end)
-/// of theirs become U, and the rows below subtract the product of the multipliers and that.
+/// The columns [first_col, end_col) receive the updates of the eliminated columns [first, end): their rows
+/// [first, end), x_t -= L(t, s) x_s in increasing s = first .. t - 1, become U; from their rows below L times that is
+/// subtracted.
 void Elimination::update(int first, int end, int first_col, int end_col) {
     if (first >= end || first_col >= end_col) return;
     int const width = end_col - first_col;
     ml_solve_unit_lower(first, end, width, const_block(0, 0), block(0, first_col));
-    if (end == n_) return; // no row below, of which no pointer may be taken
+    if (end == n_) return; // no row is below, and block(end, ..) would point past the matrix
     ml_kernels().gemm_subtract(n_ - end, width, end - first, const_block(end, first), const_block(first, first_col),
                                block(end, first_col));
 }
 
-// U x = c for the right-hand sides c, the columns after the first n.
+// U x = b for each right-hand side b, the columns after the first n.
 void solve_right_hand_sides(mlMatrix & a) {
     int const n = a.rows();
     for (int c = n; c < a.cols(); ++c) {

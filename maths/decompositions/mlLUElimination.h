@@ -5,16 +5,19 @@
 /// Gaussian elimination with partial pivoting of the first n = a.rows() columns of a, in place; further columns are
 /// right-hand sides, which become the solutions. For use inside the library.
 ///
-/// On return a(i, k), k < i, is the multiplier of row i by pivot row k, and the rest of the first n columns is U.
-/// permutation, of n elements at least, says which row of the argument became row k; swap_count is the number of row
-/// exchanges. Both are written here.
+/// When all pivots pass, a(i, k), k < i, is the multiple of pivot row k that was subtracted from row i, and the rest of
+/// the first n columns is U. permutation, which the caller gives n elements at least, receives the row of the argument
+/// that became row k in element k, and swap_count the number of row exchanges.
 ///
 /// The pivot of column k is the first element of the largest magnitude in rows k .. n - 1; a NaN in row k is taken, one
-/// below it never. Every element takes its updates a(i, j) -= a(k, j) a(i, k) in increasing k, and a right-hand side is
-/// then solved from its last row up, each row subtracting its terms U(i, j) x_j in increasing j > i.
+/// below it never. Every element takes its updates a(i, j) -= a(k, j) a(i, k) in increasing k, and a right-hand side,
+/// which takes these updates too, is then solved from its last row up: row i subtracts its terms U(i, j) x_j in
+/// increasing j > i, and is divided by U(i, i).
 ///
-/// Returns 1 when all pivots pass. When one is below the tolerance in magnitude, after the row exchange, returns 0: all
-/// columns after it have received the updates of the columns before it and none of its own, and right-hand sides are
-/// not solved. Returns 0 also when a has more rows than columns; then only permutation and swap_count are written.
-/// Failure: std::bad_alloc, with a as far as the elimination came.
+/// Returns 1 when all pivots pass. Returns 0 when, after the row exchange of column k, its pivot is below the tolerance
+/// in magnitude. (A NaN is not. With a tolerance of 0 none is, and a zero pivot is divided by.) Then the columns before
+/// k are as above; in column k and all after it the rows before k are U's, and rows from k on are what is left to
+/// eliminate, with the updates of the columns before k and no others; right-hand sides are not solved. Returns 0 also
+/// when a has more rows than columns; then only permutation and swap_count are written.
+/// Failure: std::bad_alloc, after which a, permutation and swap_count don't belong together and are of no use.
 [[nodiscard]] int ml_lu_decompose(mlMatrix & a, intcoDynArr & permutation, int & swap_count, double pivot_tolerance);

@@ -8,7 +8,8 @@
 // The inner loops of the dense operations, once per instruction set. For use inside the library.
 //
 // Every element of a result has one order of operations, which is told here and is the same for all sets: a lane of a
-// vector register is an element, never a piece of one sum. Matrices are row-major; their leading dimension `ld` is the
+// vector register is an element, never a piece of one sum. Every product is rounded before it is added or subtracted:
+// none is fused into a multiply-add (-ffp-contract=off). Matrices are row-major; their leading dimension `ld` is the
 // distance between rows. Numbers of rows and columns may be 0 and are never negative. What is written is apart from
 // what is read unless it is said to be the same. Checked builds stop at lengths and leading dimensions that break what
 // is asked for here.
@@ -48,7 +49,8 @@ struct mlRotation {
 };
 
 /// `count` rotations of pairs of columns: of (first, second), (second, second + 1), (second + 1, second + 2), ...
-/// Columns count from 0. A second column that is `first` again is not allowed.
+/// Columns count from 0. first != second; a later pair may come to `first` again, as (2, 0, 3) does: (2, 0), (0, 1),
+/// (1, 2).
 struct mlRotationChain {
     int first;
     int second;
@@ -100,7 +102,7 @@ struct mlKernels {
 
     /// The rank-one update of a rows x cols matrix. In this and the next two operations up to ml_max_lanes - 1 columns
     /// past the last one are read and written too: rows of a, the update's row and, where it runs along the columns, z
-    /// have room for them, and nothing comes of what they hold.
+    /// have room for them. What they hold does not matter, and changes.
     void (*rank_one_update)(int rows, int cols, mlBlock a, mlRankOneUpdate update);
 
     /// The rank-one update of the rows x cols matrix a, then z += a^T w: z_j takes the terms w_i a(i, j) one by one in
@@ -123,6 +125,7 @@ struct mlKernels {
     /// Rotates columns of a matrix of `cols` columns whose rows are stored in strips of strip_rows: a strip holds its
     /// rows of column 0, then those of column 1 and so on, and `strips` strips follow each other. The chains are
     /// applied in order, each from its first rotation on; `rotations` holds those of all chains one after the other.
+    /// Without chains nothing is read or written, and the pointers may be null.
     void (*rotate_strips)(int strips, int cols, double * x, int chain_count, mlRotationChain const * chains,
                           mlRotation const * rotations);
 };

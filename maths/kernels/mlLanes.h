@@ -8,12 +8,13 @@
 
 /// The lanes of the widest register of all instruction sets. As many doubles fill a cache line.
 constexpr int ml_max_lanes = 8;
+static_assert((ml_max_lanes & (ml_max_lanes - 1)) == 0); // ml_leading_dimension sets this bit
 
 /// n rounded up, and down, to a multiple of ml_max_lanes. n >= 0.
 constexpr int ml_padded(int n) { return (n + ml_max_lanes - 1) / ml_max_lanes * ml_max_lanes; }
 constexpr int ml_padded_down(int n) { return n / ml_max_lanes * ml_max_lanes; }
 
-/// The distance between lines of n elements (rows or columns, whichever are contiguous) in a copy made for the kernels:
-/// n padded, and an odd number of cache lines. An even number would put many lines into few sets of the cache, a power
-/// of two all into one, where they push each other out.
+/// The distance between rows of n elements (or columns, if those are contiguous) in a copy made for the kernels: n
+/// padded to an odd number of cache lines. An even number of cache lines would put many rows into few sets of the
+/// cache, a power of two all into one, where they push each other out.
 constexpr int ml_leading_dimension(int n) { return ml_padded(n) | ml_max_lanes; }

@@ -8,9 +8,9 @@
 //
 // Columns are contiguous, so that a lane is a row. Vectors always hold the rows [i, i + lanes) for a multiple i of
 // lanes, always the same ones: a load that spans two stores just made would wait for both. So the first vector of a
-// range of rows holds rows before it too, which are selected out. The last one holds rows past the panel's end. These
-// are zeros at first, and stay zeros or become NaN: no search finds them, since a zero is no larger than the magnitude
-// that the search starts from, which comes first, and comparisons with NaN are false.
+// range of rows holds rows before it too, which are selected out. The last one holds rows past the panel's end. They
+// hold 0.0 at first, later 0.0, -0.0 or NaN. The search for a pivot never returns them: it starts from |x[k]| >= 0, a
+// zero is not larger, a NaN compares false, and of equal magnitudes the first row is taken.
 
 /// The row that begins the vector which holds row i.
 inline int vector_of(int i) { return i / lanes * lanes; }
@@ -22,7 +22,7 @@ inline Lanes from_row(int first, int i, Lanes x, Lanes before) {
 
 /// The pivot's row: of rows k .. rows - 1 of the column x the first with the largest magnitude; k when x[k] is NaN. A
 /// NaN below it is never found.
-inline int pivot_row(int k, int rows, double const * x) {
+inline int find_pivot(int k, int rows, double const * x) {
     double const front = fabs(x[k]);
     if (!(front == front)) return k; // no comparison with a NaN holds
     Lanes const none = broadcast(-1.0);
@@ -74,7 +74,7 @@ template <int count> inline void update_column(int k, int rows, double * y, doub
         store(y + i, updated(i));
 }
 
-inline void exchange_rows(int cols, double * panel, ptrdiff_t ld, int k, int p) {
+inline void swap_rows(int cols, double * panel, ptrdiff_t ld, int k, int p) {
     for (int j = 0; j < cols; ++j) {
         double const x = panel[j * ld + k];
         panel[j * ld + k] = panel[j * ld + p];
@@ -87,22 +87,23 @@ inline void exchange_rows(int cols, double * panel, ptrdiff_t ld, int k, int p) 
 /// a column keeps the multipliers below its pivot.
 ///
 /// Columns are eliminated in groups of group_cols, [first, end) being the group at work. A column updates the rest of
-/// its group immediately; the columns after the group receive the updates of all of it together, when it is complete
-/// or, so far as it came, when a pivot fails.
+/// its group immediately; the columns after the group receive the updates of all of it together when it is complete;
+/// when a pivot fails, those of the columns before that one, one by one.
 int factor_panel(int rows, int cols, double * panel, ptrdiff_t ld, double tolerance, int * pivot_rows) {
     constexpr int group_cols = ml_tuning::panel_group_cols;
     MATHS_CHECK(cols >= 0 && cols <= rows && (rows + ml_max_lanes - 1) / ml_max_lanes * ml_max_lanes <= ld,
                 "kernel factor_panel: %d x %d, leading dimension %d", rows, cols, static_cast<int>(ld));
+    // (The rounding up is ml_padded's: inline functions of other headers don't come in here, see mlKernelSource.inl.)
     int first = 0;
     for (int k = 0; k < cols; ++k) {
         double * const column = panel + k * ld;
-        int const p = pivot_rows[k] = pivot_row(k, rows, column);
-        if (p != k) exchange_rows(cols, panel, ld, k, p);
+        int const p = pivot_rows[k] = find_pivot(k, rows, column);
+        if (p != k) swap_rows(cols, panel, ld, k, p);
         int const end = first + group_cols < cols ? first + group_cols : cols;
         if (tolerance > fabs(column[k])) {
-            for (; first < k; ++first) {
+            for (int done = first; done < k; ++done) {
                 for (int j = end; j < cols; ++j)
-                    update_column<1>(first, rows, panel + j * ld, panel + first * ld, ld);
+                    update_column<1>(done, rows, panel + j * ld, panel + done * ld, ld);
             }
             return k;
         }
@@ -110,7 +111,7 @@ int factor_panel(int rows, int cols, double * panel, ptrdiff_t ld, double tolera
         divide_from(k + 1, rows, column, column[k]);
         for (int j = k + 1; j < end; ++j)
             update_column<1>(k, rows, panel + j * ld, column, ld);
-        if (k + 1 == end) {
+        if (k + 1 == end) { // a group of fewer columns is the last, after which no column is left
             for (int j = end; j < cols; ++j)
                 update_column<group_cols>(first, rows, panel + j * ld, panel + first * ld, ld);
             first = end;

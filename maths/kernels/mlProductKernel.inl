@@ -22,9 +22,9 @@
 //
 // While b is small it is read in place. Otherwise the loops are, from the outside:
 //
-//     k in blocks of kc       between two of them c rests in memory
+//     k in blocks of kc       between two of them c is kept in memory
 //     rows in blocks of mc    whose mc x kc block of a stays in the second-level cache
-//     columns in blocks of nc whose kc x nc block of b is copied together
+//     columns in blocks of nc whose kc x nc block of b is copied together, again for each block of rows
 //     tiles of the block      row of tiles by row of tiles
 
 constexpr int tile_rows = shape.tile_rows;
@@ -34,13 +34,14 @@ constexpr int kc = ml_tuning::gemm_kc;
 constexpr int mc = ml_tuning::gemm_mc;
 constexpr int nc = ml_tuning::gemm_nc;
 static_assert(nc % tile_cols == 0 && nc % ml_max_lanes == 0);
+static_assert(tile_rows <= 16 && tile_vecs <= 8); // what the pragmas below unroll
 
 /// What a sum starts from and does with its products: from 0.0, adds; from c, adds; from c, subtracts.
 enum class Sum { fresh, continued, subtracted };
 
 /// The tile of `rows` x `vecs` vectors at c. When it is `partial`, only the first `width` columns of its last vector
-/// exist, 0 < width < lanes; else width is not read. Its loops are unrolled by order: left to later passes, the
-/// compiler keeps the tile in memory too.
+/// exist, 0 < width < lanes; else width is not read. The pragmas have its loops unrolled early: when a later pass of
+/// the compiler unrolls them, it keeps the tile in memory besides registers.
 template <int rows, int vecs, bool partial, Sum sum>
 inline void gemm_tile(int inner, mlConstBlock a, mlConstBlock b, mlBlock c, int width) {
     Lanes tile[rows][vecs];
@@ -87,7 +88,8 @@ inline void gemm_tile(int inner, mlConstBlock a, mlConstBlock b, mlBlock c, int 
     }
 }
 
-/// All rows of `vecs` vectors of columns: in tiles of `height` rows, the rest in tiles of half of that and so on.
+/// The product for all rows of c and `vecs` vectors of its columns: in tiles of `height` rows, the rest in tiles of
+/// half of that and so on.
 template <int height, int vecs, bool partial, Sum sum>
 inline void gemm_column_of_tiles(int rows, int inner, mlConstBlock a, mlConstBlock b, mlBlock c, int width) {
     int r = 0;
@@ -100,11 +102,12 @@ inline void gemm_column_of_tiles(int rows, int inner, mlConstBlock a, mlConstBlo
     }
 }
 
-/// 0 < cols <= vecs * lanes columns, in as few vectors as hold them, the last one perhaps partial.
+/// The product for all rows and 0 < cols <= vecs * lanes columns of c, in as few vectors as hold them, the last one
+/// perhaps partial.
 template <int vecs, Sum sum>
-inline void gemm_tile_cols(int cols, int rows, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
+inline void gemm_strip(int cols, int rows, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
     if constexpr (vecs > 1) {
-        if (cols <= (vecs - 1) * lanes) return gemm_tile_cols<vecs - 1, sum>(cols, rows, inner, a, b, c);
+        if (cols <= (vecs - 1) * lanes) return gemm_strip<vecs - 1, sum>(cols, rows, inner, a, b, c);
     }
     int const width = cols - (vecs - 1) * lanes;
     if (width == lanes)
@@ -113,14 +116,15 @@ inline void gemm_tile_cols(int cols, int rows, int inner, mlConstBlock a, mlCons
         gemm_column_of_tiles<tile_rows, vecs, true, sum>(rows, inner, a, b, c, width);
 }
 
-/// The whole product, with b read where it is.
-template <Sum sum> void gemm_unpacked(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
+/// The product by tiles, with b read where it is, be that the matrix or its packed copy.
+template <Sum sum> void gemm_in_tiles(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
     for (int j = 0; j < cols; j += tile_cols)
-        gemm_tile_cols<tile_vecs, sum>(cols - j < tile_cols ? cols - j : tile_cols, rows, inner, a, {b.data + j, b.ld},
-                                       {c.data + j, c.ld});
+        gemm_strip<tile_vecs, sum>(cols - j < tile_cols ? cols - j : tile_cols, rows, inner, a, {b.data + j, b.ld},
+                                   {c.data + j, c.ld});
 }
 
-/// Prefetches nc columns of rows [begin, end), a cache line at a time. They may lie past the matrix: nothing is read.
+/// Prefetches nc columns of rows [begin, end), a cache line at a time. They may lie past the matrix: a prefetch reads
+/// nothing.
 inline void prefetch_rows(int begin, int end, mlConstBlock columns) {
     for (int r = begin; r < end; ++r) {
         for (int j = 0; j < nc; j += ml_max_lanes)
@@ -128,10 +132,10 @@ inline void prefetch_rows(int begin, int end, mlConstBlock columns) {
     }
 }
 
-/// The product for a block, rows <= mc and inner <= kc, with b copied nc columns at a time. While a row of tiles is at
+/// The product for a block of inner <= kc, with b copied nc columns at a time. While a row of tiles is at
 /// work, the row of tiles of c below it and the next rows of the nc columns of b on the right are prefetched.
 template <Sum sum> void gemm_packed(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
-    alignas(64) double packed_b[kc * nc]; // row k at k * nc
+    alignas(ml_max_lanes * sizeof(double)) double packed_b[kc * nc]; // row k at k * nc
     for (int j = 0; j < cols; j += nc) {
         int const width = cols - j < nc ? cols - j : nc;
         for (int k = 0; k < inner; ++k)
@@ -145,7 +149,7 @@ template <Sum sum> void gemm_packed(int rows, int cols, int inner, mlConstBlock 
                 prefetch_rows(next_row, next_row + 2 * tile_rows, {b.data + j + nc, b.ld});
                 next_row += 2 * tile_rows;
             }
-            gemm_unpacked<sum>(height, width, inner, {a.data + i * a.ld, a.ld}, {packed_b, nc}, tiles);
+            gemm_in_tiles<sum>(height, width, inner, {a.data + i * a.ld, a.ld}, {packed_b, nc}, tiles);
         }
     }
 }
@@ -159,7 +163,7 @@ void gemm_sized(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, m
                 "kernel gemm: %d x %d by %d x %d, leading dimensions %d, %d and %d", rows, inner, inner, cols,
                 static_cast<int>(a.ld), static_cast<int>(b.ld), static_cast<int>(c.ld));
     if (static_cast<ptrdiff_t>(inner) * cols <= ml_tuning::gemm_unpacked_max_elements || rows <= tile_rows)
-        return gemm_unpacked<first_sum>(rows, cols, inner, a, b, c);
+        return gemm_in_tiles<first_sum>(rows, cols, inner, a, b, c);
     for (int k = 0; k < inner; k += kc) {
         int const block_inner = inner - k < kc ? inner - k : kc;
         mlConstBlock const b_block{b.data + k * b.ld, b.ld};
@@ -176,7 +180,7 @@ void gemm_sized(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, m
 }
 
 void gemm(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
-    constexpr int small = ml_tuning::gemm_baseline_max; // which fill the narrowest vectors best
+    constexpr int small = ml_tuning::gemm_baseline_max; // so few columns fill the narrowest vectors best
     if (lanes > ml_tuning::baseline.lanes && rows <= small && cols <= small)
         return ml_baseline::kernels.gemm(rows, cols, inner, a, b, c);
     gemm_sized<Sum::fresh, Sum::continued>(rows, cols, inner, a, b, c);

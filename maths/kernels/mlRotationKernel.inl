@@ -19,7 +19,8 @@ void rotate(int n, double * x, double * y, mlRotation const & rotation) {
 }
 
 /// One chain, with its own rotations, for the columns of one strip. The second column of a rotation stays in registers,
-/// since it is the first of the next; it is stored when it has been that, or at the end.
+/// since it is the first of the next; it is stored when it has been that, or at the end. So only the column in
+/// registers is out of date in memory, and no second column is ever that one: the chain's `first` may come again.
 inline void rotate_strip(mlRotationChain const & chain, mlRotation const * rotations, double * strip) {
     constexpr int vecs = mlKernels::strip_rows / lanes;
     double * first = strip + static_cast<ptrdiff_t>(chain.first) * mlKernels::strip_rows;

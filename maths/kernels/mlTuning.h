@@ -1,9 +1,9 @@
 #pragma once
 
-// The constants that decide how an operation is done, never what it returns: whatever their values, every element keeps
-// its order of operations. Those of the kernels, of the decompositions that use them and of sparse row sums stand here,
-// each with where it is used and what is known of it, so that a test can take sizes on both sides of every one.
-// For use inside the library.
+// The constants that decide how an operation is done, never what it returns: with any sizes above 0 that pass the
+// static asserts where they are used, every element keeps its order of operations. Those of the kernels, of the
+// decompositions that use them and of sparse row sums stand here, each with where it is used and what is known of it,
+// so that a test can take sizes on both sides of every one. For use inside the library.
 //
 // A comment says by "<= this" or "< this" up to where the first of two methods goes. Sizes count doubles, rows or
 // columns. Where it says that something is faster, that was measured, and where it gives no figure, none was kept.
@@ -28,18 +28,19 @@ namespace ml_tuning {
 #if defined(__aarch64__)
 /// 32 registers. With tiles of 4 in place of 2 registers across, gemm took 0.84 to 0.88 of the instructions at orders
 /// 40 to 130 by GCC and Clang, counted under emulation; with 8 or 6 rows it took more than with 4. Not timed.
-constexpr mlKernelShape baseline{2, 4, 4, 8, 4};
+constexpr mlKernelShape baseline{.lanes = 2, .tile_rows = 4, .tile_vecs = 4, .solve_vecs = 8, .gemv_groups = 4};
 #else
 /// SSE2 on x86-64, 16 registers.
-constexpr mlKernelShape baseline{2, 4, 2, 8, 4};
+constexpr mlKernelShape baseline{.lanes = 2, .tile_rows = 4, .tile_vecs = 2, .solve_vecs = 8, .gemv_groups = 4};
 #endif
 
 /// 16 registers. mlKernelsAvx2.cpp.
-constexpr mlKernelShape avx2{4, 4, 2, 8, 2};
+constexpr mlKernelShape avx2{.lanes = 4, .tile_rows = 4, .tile_vecs = 2, .solve_vecs = 8, .gemv_groups = 2};
 
-/// 32 registers. mlKernelsAvx512.cpp. Not more rows in a tile: a row costs a broadcast, which is dear where a register
-/// is filled by halves. No gemv_groups: the AVX2 kernels do that work.
-constexpr mlKernelShape avx512{8, 4, 6, 8, 0};
+/// 32 registers. mlKernelsAvx512.cpp. A tile has not more rows and fewer registers across, because each row costs a
+/// broadcast, which takes longer on processors that fill such a register by halves. No gemv_groups: the AVX2 kernels do
+/// that work.
+constexpr mlKernelShape avx512{.lanes = 8, .tile_rows = 4, .tile_vecs = 6, .solve_vecs = 8, .gemv_groups = 0};
 
 // ---- gemm and gemm_subtract: mlProductKernel.inl ----
 
@@ -47,12 +48,12 @@ constexpr mlKernelShape avx512{8, 4, 6, 8, 0};
 constexpr int gemm_baseline_max = 4;
 
 /// Elements of b <= this (64 KiB), or rows of c <= a tile's: b is read in place. More: it is copied. Reading in place
-/// took 0.95 to 0.99 of the time of copying at orders 96 and 128, 1.00 to 1.04 at 256, 1.04 to 1.07 at 512, 1.10 at
-/// 768.
+/// took, as a multiple of the time of copying, 0.95 to 0.99 at orders 96 and 128 (at 128: 0.95 and 0.99), 1.00 to 1.04
+/// at 256, 1.04 to 1.07 at 512, 1.10 at 768. These speak for 16384 (order 128); it has not been retuned.
 constexpr int gemm_unpacked_max_elements = 8192;
 
-/// Inner dimension of a block of the copying method; c rests in memory between one and the next. 256 in place of 128
-/// took 0.97 to 1.05 of the time at orders up to 256 and 0.94 to 0.97 above, but needs twice the stack for b.
+/// Inner dimension of a block of the copying method; c is kept in memory between one and the next. 256 in place of 128
+/// took 0.98 to 1.05 of the time at orders up to 256 and 0.94 to 0.97 above, but needs twice the stack for b.
 constexpr int gemm_kc = 128;
 
 /// Rows of a block of a: mc x kc doubles are 256 KiB, which stay in the second-level cache while all of b passes.
@@ -81,8 +82,8 @@ constexpr int gemv_plain_max = 7;
 
 /// Rows <= this: strips of `strip_wide_cols`; more rows: of `strip_narrow_cols`. Narrower strips lose time to the
 /// latency of the subtractions, wider ones to that of the second-level cache. The Cholesky factor by strips of 16,
-/// beside strips of 32: 1.12 at order 100, 1.16 at 200, 1.04 at 224, 1.03 at 256, 0.80 at 300, 0.75 at 400. Both are
-/// multiples of ml_max_lanes.
+/// beside strips of 32: 1.12 at order 100, 1.16 at 200, 1.04 at 224, 1.03 at 256, 0.80 at 300, 0.75 at 400. These speak
+/// for 256; it has not been retuned. Both widths are multiples of ml_max_lanes.
 constexpr int strip_wide_max_rows = 224;
 constexpr int strip_wide_cols = 32;
 constexpr int strip_narrow_cols = 16;
@@ -105,14 +106,14 @@ constexpr int unit_lower_leaf_rows = 16;
 
 /// Rows of L < this are solved plainly for one right-hand side; from here on in blocks of `unit_lower_block_rows`,
 /// each of which takes what is above it by gemv_subtract: 0.92 at order 20, 0.76 to 0.87 at 32, 0.72 at 48, 0.48 at
-/// 100.
+/// 100. These speak for 20 or less; it has not been retuned.
 constexpr int unit_lower_blocked_min_rows = 48;
 constexpr int unit_lower_block_rows = 16;
 
 // ---- Cholesky: mlCholeskyDecomposition.cpp ----
 
 /// Rows < this: factored element by element; from here on in blocks of a strip's width: 1.65 at order 12, 1.25 at 16,
-/// 0.90 at 20, 0.69 at 24, 0.51 at 32.
+/// 0.90 at 20, 0.69 at 24, 0.51 at 32. These speak for 20; it has not been retuned.
 constexpr int cholesky_blocked_min_rows = 16;
 
 // ---- rotations of one-sided and two-sided Jacobi methods: mlJacobiRotations.cpp, ml_svd.cpp ----
@@ -126,14 +127,14 @@ constexpr int jacobi_plain_max_cols = 12;
 /// the next one. More rows: they are queued and applied strip by strip.
 constexpr int rotations_immediate_max_rows = 200;
 
-/// Rotations that are queued at most: enough that fetching a strip is little beside rotating it, while they (16 bytes
-/// each) still fit the cache beside it.
+/// Rotations that are queued at most: enough that fetching a strip takes little time beside rotating it, while they (16
+/// bytes each) stay in the second-level cache together with it.
 constexpr int rotations_queue_length = 2000;
 
 // ---- sums of sparse rows: maths/sparse/mlSparseRowSum.cpp ----
 
-/// Terms <= this are kept without being added up. More are added up before others come, so that they stay in a near
-/// cache (a term takes 24 bytes while they are merged) and memory is bounded.
+/// Terms <= this are kept without being added up. More are added up before others come, so that they stay in the
+/// second-level cache (a term takes 24 bytes while they are merged) and memory is bounded.
 constexpr int sparse_pending_max_terms = 16384;
 
 // ---- scratch: counts of doubles <= these lie on the stack, more come from the library's storage ----

@@ -13,12 +13,13 @@ int place_of(std::int64_t key) { return static_cast<int>(key & 0xffffffff); }
 //
 // The result grows from both ends: each step waits for the comparison before it, and two chains of them take little
 // longer than one. There are as many steps as the shorter run has elements, and each puts the smallest left to the
-// front and the largest left to the back.
+// front and the largest left to the back: two elements a step, and together the runs have at least that many.
 //
-// A run can be used up before the last step, some of it from either end. Its two pointers have met then, and what they
-// look at was taken from the other end: at the front an element larger than all that is left, at the back one smaller
-// than all that is left, so that the run loses every further comparison. No pointer passes its run's end: it moves at
-// most once a step, and the run has at least as many elements as there are steps.
+// A run can be used up before the last step. Neither end can have taken all of it by then, so that both have taken
+// some: its two pointers have met, and what they look at was taken from the other end: at the front an element larger
+// than all that is left, at the back one smaller than all that is left, so that the run loses every further comparison.
+// No pointer passes its run's end: it moves at most once a step, and the run has at least as many elements as there are
+// steps.
 void merge(std::int64_t const * first, std::int64_t const * middle, std::int64_t const * last, std::int64_t * to) {
     std::int64_t const *a = first, *b = middle;        // the smallest left in each run
     std::int64_t const *a_end = middle, *b_end = last; // past the largest left
@@ -41,7 +42,8 @@ void merge(std::int64_t const * first, std::int64_t const * middle, std::int64_t
 } // namespace
 
 void mlSparseRowSum::add_multiple(double s, std::span<mlSparseElement const> elements) {
-    // The second condition: sums that were added up before come in again, and are at most half of what is pending.
+    // The second condition: adding up takes the earlier sums along again. As they are less than half of what is
+    // pending, each term is added up a bounded number of times on average.
     if (size_ > ml_tuning::sparse_pending_max_terms && size_ > 2 * sums_.size()) {
         add_up();
         append(1.0, {sums_.data(), static_cast<std::size_t>(sums_.size())}); // as the first terms of their columns

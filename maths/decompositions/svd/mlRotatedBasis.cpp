@@ -14,15 +14,16 @@ bool immediate(int rows) { return rows <= ml_tuning::rotations_immediate_max_row
 
 mlRotatedBasis::mlRotatedBasis(mlFortranMatrix const & basis)
     : kernels_(ml_kernels()), rows_(basis.rows()), cols_(basis.cols()),
-      strip_rows_(immediate(rows_) ? ml_padded(rows_) : mlKernels::strip_rows), // one strip, or many
-      strips_(strip_rows_ > 0 ? (rows_ + strip_rows_ - 1) / strip_rows_ : 0),
+      strip_height_(immediate(rows_) ? ml_padded(rows_) : mlKernels::strip_rows), // one strip, or many
+      strips_(strip_height_ > 0 ? (rows_ + strip_height_ - 1) / strip_height_ : 0),
       capacity_(immediate(rows_) ? 0 : ml_tuning::rotations_queue_length),
-      elements_(coTableSize(strips_ * strip_rows_, cols_)), chains_(capacity_), rotations_(capacity_), sources_(cols_) {
-    for (int first = 1; first <= rows_; first += strip_rows_) {
-        int const count = std::min(strip_rows_, rows_ - first + 1);
-        kernels_.copy_transposed(count, cols_, basis.block(first, 1), {address(first, 1), strip_rows_});
+      elements_(coTableSize(strips_ * strip_height_, cols_)), chains_(capacity_), rotations_(capacity_),
+      sources_(cols_) {
+    for (int first = 1; first <= rows_; first += strip_height_) {
+        int const count = std::min(strip_height_, rows_ - first + 1);
+        kernels_.copy_transposed(count, cols_, basis.block(first, 1), {address(first, 1), strip_height_});
         for (int j = 1; j <= cols_; ++j)
-            std::fill_n(address(first, j) + count, strip_rows_ - count, 0.0);
+            std::fill_n(address(first, j) + count, strip_height_ - count, 0.0);
     }
     for (int j = 1; j <= cols_; ++j)
         sources_.get()[j - 1] = j;
@@ -30,11 +31,11 @@ mlRotatedBasis::mlRotatedBasis(mlFortranMatrix const & basis)
 
 // A chain is (first, second, count), its columns counted from 0: its rotations are of (first, second), (second,
 // second + 1), (second + 1, second + 2), ... So one of the second column of the rotation before and its neighbour on
-// the right makes that chain longer; any other begins a new one.
+// the right makes that chain longer, the chain's `first` included; any other begins a new one.
 void mlRotatedBasis::rotate(int j, int k, mlRotation const & rotation) {
     MATHS_CHECK(rows_ > 0 && j >= 1 && j <= cols_ && k >= 1 && k <= cols_ && j != k,
                 "rotated basis: columns %d and %d of %d x %d", j, k, rows_, cols_);
-    if (capacity_ == 0) return kernels_.rotate(strip_rows_, address(1, j), address(1, k), rotation);
+    if (capacity_ == 0) return kernels_.rotate(strip_height_, address(1, j), address(1, k), rotation);
     if (queued_rotations_ == capacity_) flush();
     mlRotationChain * const chains = chains_.get();
     int const last = queued_chains_ - 1;
@@ -45,12 +46,19 @@ void mlRotatedBasis::rotate(int j, int k, mlRotation const & rotation) {
     rotations_.get()[queued_rotations_++] = rotation;
 }
 
-void mlRotatedBasis::exchange(int j, int k) { std::swap(sources_.get()[j - 1], sources_.get()[k - 1]); }
+void mlRotatedBasis::exchange(int j, int k) {
+    MATHS_CHECK(j >= 1 && j <= cols_ && k >= 1 && k <= cols_, "rotated basis: exchange of %d and %d of %d columns", j,
+                k, cols_);
+    std::swap(sources_.get()[j - 1], sources_.get()[k - 1]);
+}
 
-void mlRotatedBasis::negate(int j) { sources_.get()[j - 1] *= -1; }
+void mlRotatedBasis::negate(int j) {
+    MATHS_CHECK(j >= 1 && j <= cols_, "rotated basis: column %d of %d", j, cols_);
+    sources_.get()[j - 1] *= -1;
+}
 
 void mlRotatedBasis::finish(mlFortranMatrix & basis) {
-    flush();
+    if (queued_rotations_ > 0) flush();
     for (int i = 1; i <= rows_; ++i) {
         for (int j = 1; j <= cols_; ++j) {
             int const source = sources_.get()[j - 1];
@@ -59,14 +67,15 @@ void mlRotatedBasis::finish(mlFortranMatrix & basis) {
     }
 }
 
-/// Applies the queued rotations and empties the queue.
+/// Applies the queued rotations, of which there is one at least, and empties the queue.
 void mlRotatedBasis::flush() {
     kernels_.rotate_strips(strips_, cols_, elements_.get(), queued_chains_, chains_.get(), rotations_.get());
     queued_rotations_ = queued_chains_ = 0;
 }
 
-/// Of element (i, j) of the copy, before exchanges; a basis without columns does not have it.
+/// Of element (i, j) of the copy, before exchanges: 1 <= i <= rows_ and 1 <= j <= cols_. Of a basis without columns
+/// also j = 1, an address that nothing is read from.
 double * mlRotatedBasis::address(int i, int j) {
-    int const strip = (i - 1) / strip_rows_, row = (i - 1) % strip_rows_;
-    return elements_.get() + (static_cast<std::ptrdiff_t>(strip) * cols_ + j - 1) * strip_rows_ + row;
+    int const strip = (i - 1) / strip_height_, row = (i - 1) % strip_height_;
+    return elements_.get() + (static_cast<std::ptrdiff_t>(strip) * cols_ + j - 1) * strip_height_ + row;
 }

@@ -1,18 +1,20 @@
 #pragma once
 
 #include "maths/decompositions/svd/mlFortranMatrix.h"
+#include "maths/kernels/mlKernels.h"
 #include "platform/coBlock.h"
 
 /// A basis whose columns are rotated in pairs and, when that is done, exchanged and negated. For use inside the
 /// library.
 ///
-/// Order of calls: the constructor copies the basis; `rotate` any number of times; `exchange` and `negate` of columns
-/// that are rotated no more, in between or later; `finish`, once, writes the result. Columns count from 1.
+/// Order of calls: the constructor copies the basis; `rotate` any number of times; `exchange` and `negate`, also
+/// between rotations, of columns that won't be rotated again; `finish`, at the end, writes the result. Columns count
+/// from 1.
 ///
-/// Rotations of columns of more than ml_tuning::rotations_immediate_max_rows rows are queued, and applied together when
-/// the queue is full and by `finish`: a strip of rows, which has its columns side by side, then stays in the cache for
-/// all of them. Shorter columns are rotated immediately. Either way rotations take effect in the order of the calls.
-/// Failure: std::bad_alloc, by the constructor.
+/// Rotations of columns of more than ml_tuning::rotations_immediate_max_rows rows are queued, and applied together by
+/// the `rotate` that finds the queue full and by `finish`: a strip of rows, which has its columns side by side, then
+/// stays in the cache for all of them. Shorter columns are rotated immediately. Either way rotations take effect in the
+/// order of the calls. Failure: std::bad_alloc, by the constructor.
 class mlRotatedBasis {
 public:
     /// Starts with the columns of `basis`, which may be empty.
@@ -40,7 +42,7 @@ private:
     mlKernels const & kernels_;
     int rows_;
     int cols_;
-    int strip_rows_; // of the copy, the last ones of the last strip being padding
+    int strip_height_; // rows of a strip of the copy; in the last strip those past rows_ are padding
     int strips_;
     int capacity_; // rotations that the queue holds; 0 when they are applied immediately
     int queued_rotations_ = 0;
