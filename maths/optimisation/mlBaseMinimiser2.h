@@ -42,7 +42,7 @@ public:
     mlBaseMinimiser2 & operator=(mlBaseMinimiser2 const &) = delete;
     virtual ~mlBaseMinimiser2();
 
-    /// Searches from the current point and answers the value at (u, v), which become the point found. A search may be
+    /// Searches from the current point and returns the value at (u, v), which become the point found. A search may be
     /// repeated: it starts where the last one ended.
     /// `u_end`, `v_end`: -1 or +1 when the minimum lies on the lower or upper end of the window in that parameter and
     /// the function's domain goes on beyond it, so that another window may have a lower one; else 0. In a window

@@ -28,7 +28,7 @@ public:
 
     void append(int constraint, double const * normal);
 
-    /// Those behind move down by one place.
+    /// Those after it move down by one place.
     void remove(int position);
 
     double const * null_vector(int j) const { return basis_.data() + j * n_; }

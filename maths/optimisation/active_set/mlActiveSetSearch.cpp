@@ -104,7 +104,7 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::descend() {
     return out_of_steps;
 }
 
-// G x + g. Answers up to which magnitude its elements can be rounding.
+// G x + g. Returns up to which magnitude its elements can be rounding.
 double mlActiveSetSearch::calculate_gradient() {
     double const largest = ml_run_largest(x_, n_);
     double scale = 0.0;

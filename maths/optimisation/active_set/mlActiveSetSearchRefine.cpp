@@ -46,7 +46,7 @@ void mlActiveSetSearch::refine() {
     tidy();
 }
 
-// Answers the largest change of an element of x, relative to the scale of x.
+// Returns the largest change of an element of x, relative to the scale of x.
 double mlActiveSetSearch::refine_once() {
     int const active = normals_.size();
     double * const change = direction_.data();

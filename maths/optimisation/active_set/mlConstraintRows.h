@@ -16,7 +16,7 @@ public:
     int dimension() const { return n_; }
     int size() const { return bounds_.size(); }
 
-    /// Answers the constraint's number.
+    /// Returns the constraint's number.
     int add(mlSlice const & normal, double bound, bool equality);
 
     /// normal = sign times the i-th unit vector, an inequality.

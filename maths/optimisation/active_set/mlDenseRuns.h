@@ -1,6 +1,6 @@
 #pragma once
 
-// Steps on runs of doubles that lie one behind the other, from which the active-set search is built. For use inside
+// Steps on runs of doubles that lie side by side, from which the active-set search is built. For use inside
 // the library.
 
 /// The scalar product, as four sums of every fourth term, (0 + 1) + (2 + 3) at the end: four chains of additions run

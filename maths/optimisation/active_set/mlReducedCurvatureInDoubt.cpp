@@ -35,7 +35,7 @@ void mlReducedCurvature::copy_reduced(mlMatrix & out, double shift) const {
     }
 }
 
-// P^T H P = U^T U + rest, where the rest, from the rank on, is the part of work_matrix_ behind it. Answers the rank, or
+// P^T H P = U^T U + rest, where the rest, from the rank on, is the part of work_matrix_ after it. Returns the rank, or
 // -1 when some pivot is neither clear nor a zero.
 int mlReducedCurvature::factorise_with_exchanges() {
     mlMatrix & s = work_matrix_;
@@ -70,7 +70,7 @@ bool mlReducedCurvature::semidefinite_step(double const * r, double rounding, do
     int const rank = factorise_with_exchanges();
     if (rank < 0) return false;
     mlMatrix const & u = work_matrix_;
-    double * const y = work_.data(); // U^T y = r in the new order; behind the rank, the gradient along the null vectors
+    double * const y = work_.data(); // U^T y = r in the new order; past the rank, the gradient along the null vectors
     for (int i = 0; i < size_; ++i) {
         y[i] = r[order_[i]];
         for (int k = 0; k < i && k < rank; ++k)
