@@ -98,6 +98,9 @@ TEST(CurveFit, WeighsPointsAsIfTheyWereThereAsOften) {
     EXPECT_NEAR(weighted.covariance()(1, 0), -s2 * 6 / 12, 1e-9);
     EXPECT_NEAR(weighted.correlations()(0, 1), -6 / std::sqrt(48.0), 1e-9);
     EXPECT_NEAR(weighted.standard_errors()[1], std::sqrt(s2 * 6 / 12), 1e-9);
+    auto const derivatives = [](double t, mlVector const &, mlVector & g) { g[0] = 1.0, g[1] = t; };
+    mlFitQuality const given = ml_curve_fit(x.slice(), y.slice(), weights.slice(), q, line, derivatives);
+    EXPECT_NEAR(given.covariance()(0, 0), s2 * 8 / 12, 1e-9);
 }
 
 TEST(CurveFit, TakesDifferencesOnTheScaleOfTheStart) {
