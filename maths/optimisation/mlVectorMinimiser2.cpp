@@ -28,6 +28,8 @@ mlVectorMinimiser2::mlVectorMinimiser2(mlFunctionN const & f, double u0, double 
       counted_(f, calls_), cached_(&counted_), squared_length_(&cached_), argument_(mlVectorZero, 2),
       value_(mlVectorZero, f.output_dimension), jacobian_(mlMatrixZero, f.output_dimension, 2) {}
 
+mlVectorMinimiser2::~mlVectorMinimiser2() = default;
+
 double mlVectorMinimiser2::value(double u, double v) { return squared_length_.function(u, v); }
 
 void mlVectorMinimiser2::gradient(double u, double v, double * g) {

@@ -25,6 +25,7 @@ public:
     // A temporary does not outlive the object.
     mlVectorMinimiser2(mlFunctionN const && f, double u0, double v0, double resolution,
                        int highest_derivative_order = 1) = delete;
+    ~mlVectorMinimiser2() override; // in the library, where the parts have their virtual tables
 
 private:
     // F, counting its calls.
@@ -48,7 +49,6 @@ private:
     void begin_search() override { cached_.cancel_cache(); }
     bool goes_on_below(int) const override { return true; }
     bool goes_on_above(int) const override { return true; }
-    void set_argument(double u, double v);
 
     int order_;
     Counted counted_;
