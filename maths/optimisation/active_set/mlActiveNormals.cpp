@@ -89,11 +89,7 @@ void mlActiveNormals::remove(int position) {
         double const length = std::sqrt(moved[j] * moved[j] + moved[j + 1] * moved[j + 1]);
         double const c = moved[j] / length, s = moved[j + 1] / length;
         moved[j] = length;
-        for (int k = j + 2; k < size_; ++k) { // columns that are still one place past theirs
-            double const first = column(k)[j], second = column(k)[j + 1];
-            column(k)[j] = c * first + s * second;
-            column(k)[j + 1] = c * second - s * first;
-        }
+        if (j + 2 < size_) ml_turn_pairs(c, s, -s, column(j + 2) + j, n_, size_ - j - 2); // one place past theirs yet
         ml_run_rotate(c, -s, row(n_ - 1 - j), row(n_ - 2 - j), n_);
     }
     --size_;

@@ -32,6 +32,18 @@ inline void ml_run_rotate(double c, double s, double * a, double * b, int n) {
     }
 }
 
+/// (x[0], x[1]) = (c x[0] + s x[1], c x[1] + minus_s x[0]) for n pairs, `stride` apart. Two sums, of numbers that the
+/// compiler does not know to be related: a sum and a difference of products side by side GCC 12 fuses (vfmsubadd),
+/// whatever -ffp-contract says.
+[[gnu::noinline]] inline void ml_turn_pairs(double c, double s, double minus_s, double * x, int stride, int n) {
+    for (int k = 0; k < n; ++k) {
+        double * const pair = x + k * stride;
+        double const first = pair[0], second = pair[1];
+        pair[0] = c * first + s * second;
+        pair[1] = c * second + minus_s * first;
+    }
+}
+
 /// The largest magnitude, 0.0 when there is none; NaN is passed over.
 inline double ml_run_largest(double const * x, int n) {
     double largest = 0.0;

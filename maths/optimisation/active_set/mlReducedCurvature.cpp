@@ -73,11 +73,7 @@ void mlReducedCurvature::appended(mlActiveNormals const & normals) {
         double const length = std::sqrt(left[j] * left[j] + left[j + 1] * left[j + 1]);
         double const c_row = left[j] / length, s_row = left[j + 1] / length;
         left[j] = length;
-        for (int k = j + 1; k <= size_; ++k) {
-            double const first = column(k)[j], second = column(k)[j + 1];
-            column(k)[j] = c_row * first + s_row * second;
-            column(k)[j + 1] = c_row * second - s_row * first;
-        }
+        ml_turn_pairs(c_row, s_row, -s_row, column(j + 1) + j, n_, size_ - j);
     }
 }
 
