@@ -1,6 +1,7 @@
-// Appending to dynamic arrays beside std::vector, and printing beside plain loops over a standard stream, which write
-// the same text. The size is the number of elements; of a matrix, its order.
+// Appending to arrays and reading them beside std::vector and std::deque, and printing beside plain loops over a
+// standard stream, which write the same text. The size is the number of elements; of a matrix, its order.
 
+#include <deque>
 #include <sstream>
 
 #include "benchmarks/race.h"
@@ -92,8 +93,79 @@ auto append_point(Race & race) {
     return append<mlTinyVector3coDynArr>(race, point);
 }
 
-bool const entered = enter("append_double", {100, 1000, 10000, 100000}, append_double) &&
-                     enter("append_point", {100, 1000, 10000, 100000}, append_point) &&
+template <class Array> [[gnu::noinline]] double sum_by_index(Array const & array, int n) {
+    double sum = 0.0;
+    for (int i = 0; i < n; ++i)
+        sum += array[i];
+    return sum;
+}
+
+auto append_paged(Race & race) {
+    int const n = race.size();
+    Values own(1), peer(1);
+    auto const own_run = [n, &own] {
+        doublecoPageArr array;
+        own[0] = append_to(array, n, 1.5);
+    };
+    auto const peer_run = [n, &peer] {
+        std::deque<double> array;
+        for (int i = 0; i < n; ++i)
+            array.push_back(1.5);
+        peer[0] = static_cast<double>(array.size());
+    };
+    race.add("maths", own, own_run, n);
+    race.add("deque", peer, peer_run, n);
+    return race.run();
+}
+
+/// Races a sum over the elements of both: by index, or from the first to the last.
+template <class Sum, class PeerSum> auto read_paged(Race & race, Sum sum, PeerSum peer_sum) {
+    int const n = race.size();
+    doublecoPageArr array;
+    std::deque<double> peer_array;
+    for (int i = 0; i < n; ++i) {
+        array[i] = i;
+        peer_array.push_back(i);
+    }
+    Values own(1), peer(1);
+    auto const own_run = [&] { own[0] = sum(array); };
+    auto const peer_run = [&] { peer[0] = peer_sum(peer_array); };
+    own_run();
+    peer_run();
+    race.add("maths", own, own_run, n);
+    race.add("deque", peer, peer_run, n);
+    return race.run();
+}
+
+auto index_paged(Race & race) {
+    int const n = race.size();
+    return read_paged(
+        race, [n](auto const & array) { return sum_by_index(array, n); },
+        [n](auto const & array) { return sum_by_index(array, n); });
+}
+
+auto walk_paged(Race & race) {
+    return read_paged(
+        race,
+        [](auto const & array) {
+            double sum = 0.0;
+            doublecoPageArr::coIterator it(&array);
+            for (double const * x = it.first(); x != nullptr; x = it.next())
+                sum += *x;
+            return sum;
+        },
+        [](auto const & array) {
+            double sum = 0.0;
+            for (double const x : array)
+                sum += x;
+            return sum;
+        });
+}
+
+bool const entered = enter("append_double", {10, 100, 1000, 10000, 100000}, append_double) &&
+                     enter("append_point", {10, 100, 1000, 10000, 100000}, append_point) &&
+                     enter("append_paged", {10, 100, 1000, 10000, 100000}, append_paged) &&
+                     enter("index_paged", {100, 10000}, index_paged) && enter("walk_paged", {100, 10000}, walk_paged) &&
                      enter("print_vector", {3, 100, 10000}, print_vector) &&
                      enter("print_matrix", {3, 100}, print_matrix);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "platform/coDynArr.h"
 #include "platform/coPageArrcoIterator.h"
@@ -66,7 +67,10 @@ public:
     /// Element i; an i at or past the end extends the array to i + 1 elements.
     T & operator[](int i) {
         MATHS_CHECK(i >= 0, "paged array element: index %d is negative", i);
-        if (i >= size_) extend(i);
+        if (i >= size_) {
+            if (i >> page_shift_ >= blocks_ || i == std::numeric_limits<int>::max()) make_room(coSizeSum(i, 1));
+            size_ = i + 1;
+        }
         return *slot(i);
     }
     [[nodiscard]] T const & operator[](int i) const {
@@ -108,15 +112,14 @@ public:
 
 protected:
     /// Makes pages until page `page` exists. Returns 1.
-    int get_block(int page);
+    [[gnu::cold]] int get_block(int page);
 
 private:
     int pages_for(int count) const {
         return static_cast<int>((static_cast<long long>(count) - 1 + page_size_) >> page_shift_);
     }
     T * slot(int i) const { return static_cast<T *>(pages_.data()[i >> page_shift_]) + (i & (page_size_ - 1)); }
-    void extend(int i);
-    void make_room(int count);
+    [[gnu::cold]] void make_room(int count);
     void copy_elements(coPageArr const & other);
     void free_pages_from(int page);
     void use_one_page_of(int page_shift);

@@ -105,11 +105,6 @@ template <class T> int coPageArr<T>::get_block(int page) {
     return 1;
 }
 
-template <class T> void coPageArr<T>::extend(int i) {
-    make_room(coSizeSum(i, 1));
-    size_ = i + 1;
-}
-
 template <class T> void coPageArr<T>::make_room(int count) {
     if (pages_for(count) > blocks_) get_block(pages_for(count) - 1);
 }

@@ -1,5 +1,8 @@
 #include "maths/sparse/mlSparseSymMatrix.h"
 
+#include <algorithm>
+#include <span>
+
 #include "maths/core/mlVectorRuns.h"
 #include "maths/sparse/mlSparseMatrix.h"
 #include "maths/sparse/mlSparseProducts.h"
@@ -12,6 +15,45 @@ bool in_order(mlSparseRow const & row) {
     }
     return true;
 }
+
+// A matrix's elements by columns, those of a column by rows: a transpose that knows each element's row, in two pieces
+// of storage instead of two a row.
+class Columns {
+public:
+    struct Place {
+        mlSparseElement const *element, *row_begin, *row_end;
+    };
+
+    // `row_at(k)` is row k.
+    template <class RowAt> Columns(int rows, int cols, RowAt row_at) {
+        ends_.expand(cols);
+        std::fill(ends_.begin(), ends_.end(), 0);
+        int total = 0;
+        for (int k = 0; k < rows; ++k) {
+            total = coSizeSum(total, row_at(k).size());
+            for (mlSparseElement const & e : row_at(k))
+                ++ends_.data()[e.index];
+        }
+        int begin = 0; // each column's, until its places are filled in
+        for (int & end : ends_)
+            begin += std::exchange(end, begin);
+        places_.expand(total);
+        for (int k = 0; k < rows; ++k) {
+            mlSparseRow const & row = row_at(k);
+            for (mlSparseElement const & e : row)
+                places_.data()[ends_.data()[e.index]++] = {&e, row.begin(), row.end()};
+        }
+    }
+
+    std::span<Place const> operator[](int j) const {
+        Place const * const places = places_.data();
+        return {places + (j == 0 ? 0 : ends_[j - 1]), places + ends_[j]};
+    }
+
+private:
+    coDynArr<Place> places_;
+    intcoDynArr ends_;
+};
 
 } // namespace
 
@@ -36,22 +78,23 @@ mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixIdentity, int n) {
 }
 
 mlSparseSymMatrix & mlSparseSymMatrix::become(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a) {
-    mlSparseMatrix const transposed(mlMatrixTranspose, a);
     bool ordered = true;
     for (int k = 0; k < a.rows() && ordered; ++k)
         ordered = in_order(row(a, k));
+    Columns const columns(a.rows(), a.cols(), [&](int k) -> mlSparseRow const & { return row(a, k); });
 
     mlSparseMatrixBase::become(a.cols(), a.cols());
     mlSparseRowSum sum;
     for (int i = 0; i < rows(); ++i) {
-        for (mlSparseElement const & x : row(transposed, i)) {
-            mlSparseRow const & terms = row(a, x.index);
-            mlSparseElement const * first = terms.end();
-            while (first != terms.begin() && first[-1].index >= i) {
-                --first;
-                if (!ordered) sum.add_multiple(x.value, {first, 1}); // the later of two in one column comes first
+        for (Columns::Place const & place : columns[i]) {
+            double const x = place.element->value;
+            if (ordered) {
+                sum.add_multiple(x, {place.element, place.row_end});
+                continue;
             }
-            if (ordered) sum.add_multiple(x.value, {first, terms.end()});
+            mlSparseElement const * e = place.row_end;
+            while (e != place.row_begin && e[-1].index >= i)
+                sum.add_multiple(x, {--e, 1}); // the later of two in one column comes first
         }
         sum.move_to(row(i));
     }
