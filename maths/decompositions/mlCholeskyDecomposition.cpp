@@ -134,6 +134,10 @@ void solve_one(mlMatrix const & a, mlVector const & diagonal, double * x) {
 void solve_many(mlMatrix const & a, mlVector const & diagonal, double * x, int m) {
     int const n = a.rows();
     if (n < 1) return;
+    if (ml_few(n, m)) {
+        ml_solve_latest_first(0, n, m, lower_triangle(a, diagonal), {x, m});
+        return ml_solve_latest_first(0, n, m, upper_triangle(a, diagonal), {x + (n - 1) * m, -m});
+    }
     ml_in_strips(n, m, {x, m}, [&](int width, mlBlock strip) {
         mlBlock const from_last_row{strip.data + (n - 1) * strip.ld, -strip.ld};
         ml_kernels().solve_latest_first(0, n, width, lower_triangle(a, diagonal), strip);

@@ -25,6 +25,7 @@ void solve_upper(mlMatrix const & lu, int n, mlBlock x, int m) {
     double * const last_row = x.data + (n - 1) * x.ld;
     for (int j = 0; j < m; ++j)
         last_row[j] *= reciprocal;
+    if (ml_few(n, m)) return ml_solve_latest_first(1, n, m, upper, {last_row, -x.ld});
     ml_in_strips(n, m, x, [&](int width, mlBlock strip) {
         ml_kernels().solve_latest_first(1, n, width, upper, {strip.data + (n - 1) * strip.ld, -strip.ld});
     });
@@ -47,9 +48,11 @@ double mlLUDecomposition::determinant() const {
 
 void mlLUDecomposition::inverse(mlMatrix & out) const {
     int const n = lu_.rows();
-    mlMatrix const identity(mlMatrixIdentity, n);
-    out.become(n, n);
-    solve(identity, out);
+    out.become(mlMatrixZero, n, n);
+    int const equations = source_->rows(); // which may be `out`
+    for (int i = 0; i < n; ++i)
+        out.data()[i * n + (i < equations ? permutation_[i] : i)] = 1.0;
+    solve_exchanged(out);
 }
 
 void mlLUDecomposition::lower_matrix(mlMatrix & out) const {
@@ -85,20 +88,24 @@ void mlLUDecomposition::solve(mlMatrix const & b, mlMatrix & x) const {
         solve(right_hand_sides, x);
         return;
     }
-    int const n = source_->rows(); // of the caller's matrix, which may have lost rows since
-    MATHS_CHECK(!singular_, "LU solve: the %d x %d matrix is singular", lu_.rows(), lu_.cols());
-    MATHS_CHECK(n <= lu_.rows() && b.rows() >= n, "LU solve: %d x %d factors, %d x %d right-hand sides", lu_.rows(),
-                lu_.cols(), b.rows(), b.cols());
+    int const n = source_->rows(), m = b.cols();
+    MATHS_CHECK(b.rows() >= n, "LU solve: %d x %d factors, %d x %d right-hand sides", lu_.rows(), lu_.cols(), b.rows(),
+                m);
     x.become(utCopy, b);
-    if (n < 1) return;
-
-    int const m = b.cols();
     for (int i = 0; i < n; ++i) {
         int const from = permutation_[i];
         MATHS_CHECK(from < b.rows(), "LU solve: row %d of %d x %d right-hand sides", from, b.rows(), m);
         if (from != i) std::copy_n(b.data() + from * m, m, x.data() + i * m);
     }
+    solve_exchanged(x);
+}
 
+// In place, for right-hand sides whose rows have been exchanged like A's.
+void mlLUDecomposition::solve_exchanged(mlMatrix & x) const {
+    int const n = source_->rows(), m = x.cols(); // of the caller's matrix, which may have lost rows since
+    MATHS_CHECK(!singular_, "LU solve: the %d x %d matrix is singular", lu_.rows(), lu_.cols());
+    MATHS_CHECK(n <= lu_.rows(), "LU solve: %d x %d factors, a matrix of %d rows", lu_.rows(), lu_.cols(), n);
+    if (n < 1) return;
     ml_solve_unit_lower(0, n, m, block(lu_), {x.data(), m});
     solve_upper(lu_, n, {x.data(), m}, m);
 }

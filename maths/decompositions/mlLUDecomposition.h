@@ -42,6 +42,8 @@ public:
     void solve(mlVector const & b, mlVector & x) const;
 
 private:
+    void solve_exchanged(mlMatrix & x) const;
+
     mlMatrix const * source_;
     mlMatrix lu_; // L below the diagonal, U on and above it
     int singular_;

@@ -4,6 +4,20 @@
 
 #include "maths/kernels/mlTuning.h"
 
+namespace {
+
+void solve_unit_lower_plainly(int begin, int end, int cols, mlConstBlock l, mlBlock y) {
+    for (int i = begin + 1; i < end; ++i) {
+        for (int k = begin; k < i; ++k) {
+            double const factor = l.data[i * l.ld + k];
+            for (int j = 0; j < cols; ++j)
+                y.data[i * y.ld + j] -= factor * y.data[k * y.ld + j];
+        }
+    }
+}
+
+} // namespace
+
 // Each subtraction waits for the one before, and the first of a row for the division that ends the row before. That
 // chain of waits determines the time, so nothing else may lengthen it: the newest element is read from a register,
 // since a load would have to wait for its store.
@@ -17,6 +31,19 @@ void ml_solve_latest_first(int n, mlTriangle const & l, double * x, std::ptrdiff
             rest -= row[s * l.col_stride] * x[s * x_stride];
         newest = rest / l.diagonal[t * l.diagonal_stride];
         x[t * x_stride] = newest;
+    }
+}
+
+void ml_solve_latest_first(int begin, int end, int cols, mlTriangle const & l, mlBlock x) {
+    for (std::ptrdiff_t t = begin; t < end; ++t) {
+        double * const row = x.data + t * x.ld;
+        for (std::ptrdiff_t s = t - 1; s >= 0; --s) {
+            double const factor = l.data[t * l.row_stride + s * l.col_stride];
+            for (int j = 0; j < cols; ++j)
+                row[j] -= factor * x.data[s * x.ld + j];
+        }
+        for (int j = 0; j < cols; ++j)
+            row[j] /= l.diagonal[t * l.diagonal_stride];
     }
 }
 
@@ -39,6 +66,7 @@ void ml_solve_unit_lower(int n, mlConstBlock l, double * y) {
 
 // The upper half of the rows, its effect on the lower half in one product, the lower half.
 void ml_solve_unit_lower(int begin, int end, int cols, mlConstBlock l, mlBlock y) {
+    if (ml_few(end - begin, cols)) return solve_unit_lower_plainly(begin, end, cols, l, y);
     auto const subtract_from = [&](int first_row, int end_row, int known_end) { // rows [begin, known_end) are solved
         ml_kernels().gemm_subtract(end_row - first_row, cols, known_end - begin,
                                    {l.data + first_row * l.ld + begin, l.ld}, {y.data + begin * y.ld, y.ld},

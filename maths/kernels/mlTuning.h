@@ -101,6 +101,10 @@ constexpr int lu_one_panel_max_rows = 32;
 /// the time of those of 16 at orders from 40 to 500.
 constexpr int lu_panel_cols = 16;
 
+/// Rows and right-hand sides <= this, both, for many right-hand sides of LU and Cholesky: plain loops; more of either:
+/// the kernels.
+constexpr int triangle_plain_max = 8;
+
 /// Rows of L <= this are solved one after the other, for many right-hand sides; more are halved.
 constexpr int unit_lower_leaf_rows = 16;
 
