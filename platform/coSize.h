@@ -24,7 +24,8 @@ inline int coTableSize(int rows, int cols) { return coSize(static_cast<long long
 /// `capacity` with the smallest whole number of increments, of at least 1 each, that makes `index` a valid slot.
 /// Below the capacity that number is negative or 0.
 inline int coGrownCapacity(int capacity, int increment, int index) {
-    long long const step = increment < 1 ? 1 : increment;
+    if (increment <= 1) return coSizeSum(index, 1); // the usual case, without the division
+    long long const step = increment;
     long long const missing = static_cast<long long>(index) - capacity;
     return coSize(capacity + (missing - missing % step) + step);
 }

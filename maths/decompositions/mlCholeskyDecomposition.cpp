@@ -17,21 +17,24 @@ namespace {
 // methods below return whether all pivots, the numbers under the square roots, were above zero or NaN; the columns of L
 // before the first that wasn't are complete, and neither its diagonal element nor any after it is written.
 
+/// A(i, j) less its terms, row i being that of A and `other` row j.
+double rest(double const * row, double const * other, int i, int j) {
+    double s = row[j];
+    for (int k = i - 1; k >= 0; --k)
+        s -= row[k] * other[k];
+    return s;
+}
+
 [[nodiscard]] bool factor_unblocked(mlMatrix & a, mlVector & diagonal) {
     int const n = a.rows(), cols = a.cols();
     for (int i = 0; i < n; ++i) {
         double const * const row = a.data() + i * cols;
-        for (int j = i; j < n; ++j) {
+        double const pivot = rest(row, row, i, i);
+        if (pivot <= 0.0) return false;
+        double const root = diagonal.data()[i] = std::sqrt(pivot);
+        for (int j = i + 1; j < n; ++j) {
             double * const other = a.data() + j * cols;
-            double s = row[j];
-            for (int k = i - 1; k >= 0; --k)
-                s -= row[k] * other[k];
-            if (j > i) {
-                other[i] = s / diagonal[i];
-            } else {
-                if (s <= 0.0) return false;
-                diagonal[i] = std::sqrt(s);
-            }
+            other[i] = rest(row, other, i, j) / root;
         }
     }
     return true;
