@@ -202,7 +202,11 @@ void optimisation(Objects & o) {
     for (int i = 0; i < 2; ++i) {
         minimiser.add_lower_bound(i, -1.0);
         minimiser.add_upper_bound(i, 1.0);
-        minimiser.add_inequality(x.slice(), -9.0);
+        all_or_nothing([&] { minimiser.add_inequality(x.slice(), -9.0); },
+                       [&] {
+                           minimiser.add_lower_bound(0, 0.5);
+                           return minimiser.minimise(o.v) == mlConstrainedQuadraticUnbounded && o.v[0] >= 0.5;
+                       });
         minimiser.minimise(o.v);
     }
 }

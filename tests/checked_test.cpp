@@ -79,7 +79,7 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
     n.append_col(longer);
     multiply(n, longer, y);
     multiply(mlMatrix(mlMatrixIdentity, 2), mlMatrix(mlMatrixIdentity, 3), product);
-    mlVectorcoDynArr vectors;
+    mlVectorcoDynArr vectors{mlVector(mlVectorZero, 2)}; // comes out empty
     vectors[0].become(mlVectorZero, 3);
     vectors[1].become(mlVectorZero, 3); // the first moves to a fresh slot, and is empty there
 }
@@ -170,6 +170,7 @@ TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
         {[&] { tall.concatenate_right(m); }, "concatenate_right: 2 x 3 to 3 x 3"},
         {[&] { m.extract_sub_matrix(1, 0, 2, 1, out); }, "extract_sub_matrix: 2 rows from 1 on of 2 x 3"},
     });
+    out.become(mlMatrixProduct, m, mlSparseMatrix(mlMatrixIdentity, 4)); // whose last row is not needed
 }
 
 } // namespace
