@@ -166,11 +166,15 @@ void decompositions(Objects & o) {
     mlPCA(points).axis(0, o.v);
     mlSlice solution = x.slice();
     mlTridiagonal(3, a.row(0), a.row(1), a.row(2)).solve_periodic(a.row(0), solution);
-    mlMatrix q, r;
-    mlQRDecomposition qr(&q, &r);
-    qr.set_Q_orthonormal();
-    qr.add(&x);
-    qr.get_orthonormal_Q(o.m);
+    for (bool const orthonormal : {false, true}) {
+        Vector const first{3.0, 4.0}, second{1.0, 2.0};
+        mlMatrix q, r;
+        mlQRDecomposition qr(&q, &r);
+        if (orthonormal) qr.set_Q_orthonormal();
+        qr.add(&first);
+        all_or_nothing([&] { qr.add(&second); }, [&] { return q.rows() == 1 && r.rows() == 1; });
+        qr.get_orthonormal_Q(o.m);
+    }
 }
 
 /// Distances of points from a line through (0, p0) of slope p1.
