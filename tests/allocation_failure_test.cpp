@@ -58,6 +58,8 @@ struct Objects {
         for (intcoPageArr const * array : {&pages, &other})
             for (int i = 0; i < array->size(); ++i)
                 sound = sound && i < array->blocks() * array->page_size() && (*array)[i] == i;
+        for (int i = 0; i < sparse.rows(); ++i)
+            sound = sound && sparse.last_in_row(i) < sparse.cols();
         return sound;
     }
 
@@ -226,6 +228,7 @@ void sparse_matrices(Objects & o) {
     a.extract_sub_matrix(0, 1, 3, 30, block);
     block.concatenate_below(block);
     block.concatenate_right(block);
+    o.sparse.become(utCopy, a).concatenate_right(block);
     block.concatenate_diagonal(a);
     block.become(mlMatrixIdentity, 9);
     block.multiply_matrix(mlMatrix(mlMatrixIdentity, 9), o.m);
