@@ -33,7 +33,10 @@ mlBoundedFit::mlBoundedFit(mlDistanceLeastSquares & model, mlVector const & lowe
         v->become(mlVectorZero, m);
 }
 
-int mlBoundedFit::at_bound(int j) const { return point_[j] == lower_[j] ? -1 : point_[j] == upper_[j] ? 1 : 0; }
+int mlBoundedFit::at_bound(int j) const {
+    MATHS_CHECK(j >= 0 && j < point_.size(), "bounded fit: parameter %d of %d", j, point_.size());
+    return point_[j] == lower_[j] ? -1 : point_[j] == upper_[j] ? 1 : 0;
+}
 
 mlBoundedFitStatus mlBoundedFit::fit(mlVector const & start, mlVector & result) {
     int const m = point_.size();
