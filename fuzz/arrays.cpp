@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 #include "fuzz/support/bytes.h"
@@ -24,6 +25,32 @@ template <class Array> void number_new_elements(Array & array, Model & model, in
     }
 }
 
+/// The iterator was made before the last edit. Where that has left it valid it goes on with the array's elements; from
+/// the start it meets all of them.
+template <class Array>
+void require_iterates(typename Array::coIterator & it, Array const & array, Model const & model) {
+    auto const goes_on = [&](int const * p) {
+        for (int i = it.index(); i < array.size(); ++i, p = it.next())
+            require(it.invariant() != 0 && it.index() == i && p != nullptr && *p == model[i], "iterator");
+        require(p == nullptr && it.next() == nullptr && it.index() == array.size(), "end of the iterator");
+    };
+    if (it.invariant() != 0) goes_on(it.index() < array.size() ? &array[it.index()] : nullptr);
+    goes_on(it.first());
+    it.reset();
+    require(it.index() == 0 && it.invariant() != 0, "reset of the iterator");
+}
+
+/// An iterator some way into the array.
+template <class Array> typename Array::coIterator iterator_at(int place, Array const & array) {
+    typename Array::coIterator it(&array);
+    while (place-- > 0)
+        it.next();
+    return it;
+}
+
+/// A size to shrink to, negative ones among them.
+int wanted_size(int n) { return n == 0 ? std::numeric_limits<int>::min() : n - 10; }
+
 /// The capacity after growth by whole increments until `index` is valid.
 int grown(int capacity, int increment, int index) {
     while (capacity <= index)
@@ -38,6 +65,7 @@ void edit_dynamic_array(Bytes & script) {
     int counter = 0;
     while (!script.empty()) {
         int const n = script.below(70), capacity = array.capacity(), step = array.increment();
+        auto it = iterator_at(n, array);
         switch (script.below(9)) {
         case 0:
             array[n] = ++counter;
@@ -50,10 +78,11 @@ void edit_dynamic_array(Bytes & script) {
             break;
         case 2: array.reserve(n); break;
         case 3: {
-            int const release = script.below(2);
-            array.shrink(n, release);
-            if (n < static_cast<int>(model.size())) model.resize(n);
-            require(array.capacity() == (release != 0 ? std::min(n, capacity) : capacity), "capacity after shrink");
+            int const release = script.below(2), size = wanted_size(n);
+            array.shrink(size, release);
+            if (size >= 0 && size < static_cast<int>(model.size())) model.resize(size);
+            require(array.capacity() == (release != 0 && size >= 0 ? std::min(size, capacity) : capacity),
+                    "capacity after shrink");
             break;
         }
         case 4:
@@ -84,15 +113,8 @@ void edit_dynamic_array(Bytes & script) {
         number_new_elements(array, model, counter);
         require_equal(array, model);
         require_equal(other, other_model);
+        require_iterates(it, array, model);
     }
-}
-
-void require_iterates(intcoPageArr const & array, Model const & model) {
-    intcoPageArr::coIterator it(&array);
-    std::size_t i = 0;
-    for (int const * p = it.do_first(); p != nullptr; p = it.next())
-        require(*p == model.at(i++), "paged iterator");
-    require(i == model.size(), "end of the paged iterator");
 }
 
 void edit_paged_array(Bytes & script) {
@@ -102,6 +124,7 @@ void edit_paged_array(Bytes & script) {
     while (!script.empty()) {
         int const n = script.below(70), m = script.below(70), old_size = array.size();
         int const * const first = old_size > 0 ? &array[0] : nullptr;
+        auto it = iterator_at(m, array);
         switch (script.below(10)) {
         case 0:
             array[n] = ++counter;
@@ -142,8 +165,8 @@ void edit_paged_array(Bytes & script) {
             std::reverse(model.begin(), model.end());
             break;
         case 5:
-            array.shrink(n, script.below(2));
-            if (n < old_size) model.resize(n);
+            array.shrink(wanted_size(n), script.below(2));
+            model.resize(std::min(old_size, std::max(wanted_size(n), 0)));
             break;
         case 6:
             array.clear(script.below(2));
@@ -166,7 +189,7 @@ void edit_paged_array(Bytes & script) {
         number_new_elements(array, model, counter);
         require_equal(array, model);
         require_equal(other, other_model);
-        require_iterates(array, model);
+        require_iterates(it, array, model);
         require(array.blocks() * array.page_size() >= array.size(), "room");
     }
 }

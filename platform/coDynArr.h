@@ -136,7 +136,7 @@ template <class T> coDynArr<T>::coDynArr(std::initializer_list<T> elements) {
         coBlock<T> block(count);
         int i = 0;
         for (T const & element : elements)
-            block.get()[i++] = element;
+            coAssignElement(block.get()[i++], element);
         data_ = block.release();
         capacity_ = size_ = count;
     }

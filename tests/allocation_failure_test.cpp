@@ -58,6 +58,8 @@ struct Objects {
         for (intcoPageArr const * array : {&pages, &other})
             for (int i = 0; i < array->size(); ++i)
                 sound = sound && i < array->blocks() * array->page_size() && (*array)[i] == i;
+        for (int i = 0; i < sparse.rows(); ++i)
+            sound = sound && sparse.last_in_row(i) < sparse.cols();
         return sound;
     }
 
@@ -166,11 +168,15 @@ void decompositions(Objects & o) {
     mlPCA(points).axis(0, o.v);
     mlSlice solution = x.slice();
     mlTridiagonal(3, a.row(0), a.row(1), a.row(2)).solve_periodic(a.row(0), solution);
-    mlMatrix q, r;
-    mlQRDecomposition qr(&q, &r);
-    qr.set_Q_orthonormal();
-    qr.add(&x);
-    qr.get_orthonormal_Q(o.m);
+    for (bool const orthonormal : {false, true}) {
+        Vector const first{3.0, 4.0}, second{1.0, 2.0};
+        mlMatrix q, r;
+        mlQRDecomposition qr(&q, &r);
+        if (orthonormal) qr.set_Q_orthonormal();
+        qr.add(&first);
+        all_or_nothing([&] { qr.add(&second); }, [&] { return q.rows() == 1 && r.rows() == 1; });
+        qr.get_orthonormal_Q(o.m);
+    }
 }
 
 /// Distances of points from a line through (0, p0) of slope p1.
@@ -202,7 +208,11 @@ void optimisation(Objects & o) {
     for (int i = 0; i < 2; ++i) {
         minimiser.add_lower_bound(i, -1.0);
         minimiser.add_upper_bound(i, 1.0);
-        minimiser.add_inequality(x.slice(), -9.0);
+        all_or_nothing([&] { minimiser.add_inequality(x.slice(), -9.0); },
+                       [&] {
+                           minimiser.add_lower_bound(0, 0.5);
+                           return minimiser.minimise(o.v) == mlConstrainedQuadraticUnbounded && o.v[0] >= 0.5;
+                       });
         minimiser.minimise(o.v);
     }
 }
@@ -218,6 +228,7 @@ void sparse_matrices(Objects & o) {
     a.extract_sub_matrix(0, 1, 3, 30, block);
     block.concatenate_below(block);
     block.concatenate_right(block);
+    o.sparse.become(utCopy, a).concatenate_right(block);
     block.concatenate_diagonal(a);
     block.become(mlMatrixIdentity, 9);
     block.multiply_matrix(mlMatrix(mlMatrixIdentity, 9), o.m);

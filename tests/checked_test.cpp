@@ -79,13 +79,14 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
     n.append_col(longer);
     multiply(n, longer, y);
     multiply(mlMatrix(mlMatrixIdentity, 2), mlMatrix(mlMatrixIdentity, 3), product);
-    mlVectorcoDynArr vectors;
+    mlVectorcoDynArr vectors{mlVector(mlVectorZero, 2)}; // comes out empty
     vectors[0].become(mlVectorZero, 3);
     vectors[1].become(mlVectorZero, 3); // the first moves to a fresh slot, and is empty there
 }
 
 TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
-    Matrix const asymmetric(2, 2, {1, 2, 3, 4}), zero(2, 2, {0, 0, 0, 0}), wide(2, 3, {1, 2, 3, 4, 5, 6});
+    Matrix const asymmetric(2, 2, {1, 2, 3, 4}), zero(2, 2, {0, 0, 0, 0}), wide(2, 3, {1, 2, 3, 4, 5, 6}),
+        column(2, 1, {1, 2});
     mlMatrix const nearly(mlMatrixIdentity, 2);
     mlMatrix q, r, x;
     mlVector b(mlVectorZero, 2), y;
@@ -93,7 +94,7 @@ TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
     mlLUDecomposition const lu(zero);
     mlCholeskyDecomposition const cholesky(zero);
     doublecoDynArr2D const points(1, 2, 1, 1);
-    mlSingularValueDecomposition const values_only(asymmetric, mlSingularValueDecomposition::mlNO_U,
+    mlSingularValueDecomposition const values_only(column, mlSingularValueDecomposition::mlNO_U,
                                                    mlSingularValueDecomposition::mlNO_V);
     expect_stops({
         {[&] { static_cast<void>(symmetric.eigen_value(0)); }, "eigen_value: `calculate` was not called"},
@@ -106,8 +107,9 @@ TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
         {[&] { mlAsymEigenVecs3(asymmetric).calculate(); }, "the matrix is 2 x 2, not 3 x 3"},
         {[&] { lu.solve(b, y); }, "LU solve: the 2 x 2 matrix is singular"},
         {[&] { lu.inverse(x); }, "LU solve: the 2 x 2 matrix is singular"},
+        {[&] { static_cast<void>(mlLUDecomposition{column}.determinant()); }, "LU determinant: a 2 x 1 matrix"},
         {[&] { cholesky.solve(b, y); }, "Cholesky solve: the matrix of order 2 is not positive definite"},
-        {[&] { values_only.solve(b, y); }, "pseudo-inverse: 2 singular values, but U is 1 x 1"},
+        {[&] { values_only.solve(b, y); }, "pseudo-inverse: 1 singular values, but U is 1 x 1"},
         {[&] { mlPCA(points).principal_axis(); }, "principal components: axis 0 of 0"},
         {[&] { mlTridiagonal(3, wide.row(0), wide.row(1), b.slice()); }, "order 3, but diagonals of 3, 3 and 2"},
         {[&] { x.become(utCopy, wide), mlQRDecomposition(&x, &r); }, "begun on Q with 2 rows"},
@@ -170,6 +172,7 @@ TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
         {[&] { tall.concatenate_right(m); }, "concatenate_right: 2 x 3 to 3 x 3"},
         {[&] { m.extract_sub_matrix(1, 0, 2, 1, out); }, "extract_sub_matrix: 2 rows from 1 on of 2 x 3"},
     });
+    out.become(mlMatrixProduct, m, mlSparseMatrix(mlMatrixIdentity, 4)); // whose last row is not needed
 }
 
 } // namespace

@@ -48,6 +48,8 @@ TEST(Sizes, OfMatricesThatLeaveIntThrowAndChangeNothing) {
     column.set(0, 0, 1.0);
     EXPECT_THROW(sparse.concatenate_right(column), std::bad_alloc);
     EXPECT_TRUE(sparse.cols() == INT_MAX && sparse.num_non_zero_elements() == 0);
+    column.extract_sub_matrix(0, INT_MIN, 1, INT_MAX, sparse); // columns that there are none of
+    EXPECT_TRUE(sparse.cols() == INT_MAX && sparse.num_non_zero_elements() == 0);
 }
 
 TEST(Sizes, OfACacheAndOfAFitThatLeaveIntThrow) {
@@ -62,6 +64,7 @@ TEST(Sizes, OfACacheAndOfAFitThatLeaveIntThrow) {
     }
     double x = 0.0, y = 0.0, c = 0.0;
     EXPECT_THROW(mlPolynomial().fit(&x, &y, INT_MAX, &c), std::bad_alloc);
+    EXPECT_THROW(ml_svd(&x, &y, INT_MAX, 1), std::bad_alloc); // under the sanitizers
 }
 
 } // namespace

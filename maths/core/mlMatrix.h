@@ -19,7 +19,7 @@ enum mlMatrixTranspose { mlMatrixTranspose };
 /// tag has a `become` that gives an existing matrix the same value.
 /// Lifetime: slices are valid until the shape changes. Bad input: no index, shape or size is checked.
 /// Failure: growth, and a shape of more elements than an int can count, throws std::bad_alloc. Editing operations then
-/// leave the matrix as it was, `become` and products leave it 0 x 0. Threads: one at a time.
+/// leave the matrix as it was, `become` and products as it was or without elements. Threads: one at a time.
 class MATHS_API mlMatrix : public doublecoDynArr {
 public:
     /// 0 x 0, without storage.

@@ -11,6 +11,11 @@ namespace {
 
 mlConstBlock block(mlMatrix const & m) { return {m.data(), m.cols()}; }
 
+void check_factors([[maybe_unused]] char const * query, [[maybe_unused]] mlMatrix const & lu) {
+    MATHS_CHECK(lu.rows() <= lu.cols(), "LU %s: a %d x %d matrix has more rows than columns", query, lu.rows(),
+                lu.cols());
+}
+
 /// U, from its last row on, as a lower triangle.
 mlTriangle upper_triangle(mlMatrix const & lu, int n) {
     std::ptrdiff_t const cols = lu.cols();
@@ -40,6 +45,7 @@ mlLUDecomposition::mlLUDecomposition(mlMatrix const & a) : source_(&a), singular
 }
 
 double mlLUDecomposition::determinant() const {
+    check_factors("determinant", lu_);
     double product = swap_count_ % 2 == 0 ? 1.0 : -1.0;
     for (int i = 0; i < lu_.rows(); ++i)
         product *= lu_(i, i);
@@ -56,6 +62,7 @@ void mlLUDecomposition::inverse(mlMatrix & out) const {
 }
 
 void mlLUDecomposition::lower_matrix(mlMatrix & out) const {
+    check_factors("lower_matrix", lu_);
     int const n = lu_.rows();
     out.become(mlMatrixZero, n, n);
     for (int i = 0; i < n; ++i) {
@@ -66,6 +73,7 @@ void mlLUDecomposition::lower_matrix(mlMatrix & out) const {
 }
 
 void mlLUDecomposition::upper_matrix(mlMatrix & out) const {
+    check_factors("upper_matrix", lu_);
     int const n = lu_.rows();
     out.become(mlMatrixZero, n, n);
     for (int i = 0; i < n; ++i) {

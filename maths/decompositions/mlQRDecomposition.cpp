@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "platform/coSize.h"
+
 mlQRDecomposition::mlQRDecomposition(mlMatrix * q, mlMatrix * r) : mlGramSchmidt(q), q_matrix_(q), r_matrix_(r) {
     MATHS_CHECK(q->rows() == 0 && r->rows() == 0, "QR decomposition: begun on Q with %d rows and R with %d", q->rows(),
                 r->rows());
@@ -21,6 +23,18 @@ void mlQRDecomposition::add(mlVector const * v) {
     }
 }
 
+// For one row more, so that Q, R and what is kept of Q still agree when memory runs out.
+void mlQRDecomposition::make_room() {
+    int const rows = coSizeSum(q_matrix_->rows(), 1), norms = q_norms_.size();
+    r_matrix_->reserve(coTableSize(rows, rows));
+    if (q_orthonormal_) {
+        orthonormal_q_.reserve(coSizeSum(orthonormal_q_.size(), current_->size()));
+    } else {
+        q_norms_[norms] = 0.0;
+        q_norms_.shrink(norms, 0);
+    }
+}
+
 void mlQRDecomposition::decompose() {
     int const last = extend_basis();
     double const norm = squared_length_of_row(last);
@@ -34,12 +48,11 @@ void mlQRDecomposition::decompose() {
 }
 
 void mlQRDecomposition::decompose_with_Q_orthonormal() {
+    mlVector direction(mlVectorZero, current_->size());
     int const last = extend_basis();
     double const length = std::sqrt(squared_length_of_row(last));
     // Deliberate: the length, not its square as above; results depend on it.
     if (length < qr_threshold_) return reject_row(last);
-    mlVector direction;
-    direction.expand(q_matrix_->cols());
     direction = q_matrix_->row(last);
     direction /= length;
     orthonormal_q_.append_row(direction);
@@ -54,6 +67,7 @@ void mlQRDecomposition::decompose_with_Q_orthonormal() {
 int mlQRDecomposition::extend_basis() {
     mlVector v;
     v.become(utCopy, *current_);
+    make_room();
     mlGramSchmidt::add(&v, 1);
     return q_matrix_->rows() - 1;
 }

@@ -24,8 +24,8 @@ enum mlQRStatus : int {
 /// row's norm, or orthonormal copy, and later coefficients are then wrong: start again without v.
 /// Lifetime: Q and R belong to the caller and must outlive the object; both are to be empty when it is made. Made on a
 /// Q that has rows, its results are undefined. The last vector's address is remembered and not used again.
-/// Failure: std::bad_alloc. Threads: one at a time. Cost: the k-th vector of n elements 6 k n operations and a copy
-/// of R.
+/// Failure: std::bad_alloc; `add` changes neither Q nor R then. Threads: one at a time. Cost: the k-th vector of n
+/// elements 6 k n operations and a copy of R.
 /// Source: Golub & Van Loan, Matrix Computations.
 class MATHS_API mlQRDecomposition : public mlGramSchmidt {
 public:
@@ -45,6 +45,7 @@ public:
     [[nodiscard]] mlQRStatus status() const { return qr_status_; }
 
 private:
+    void make_room();
     void decompose();
     void decompose_with_Q_orthonormal();
     int extend_basis();

@@ -15,6 +15,11 @@ int first_negligible(mlVector const & values, double tolerance) {
     return values.size();
 }
 
+/// What was not asked for is a 1 x 1 zero, which is not orthogonal.
+[[maybe_unused]] bool was_left_out(mlMatrix const & basis) {
+    return basis.rows() == 1 && basis.cols() == 1 && basis(0, 0) == 0.0;
+}
+
 } // namespace
 
 mlSingularValueDecomposition::mlSingularValueDecomposition(mlMatrix const & a)
@@ -31,7 +36,7 @@ int mlSingularValueDecomposition::SVD(mlMatrix const & a, mlVector & s, mlMatrix
 
 mlMatrix const & mlSingularValueDecomposition::inverse(double tolerance) const {
     if (pseudo_inverse_.rows() > 0) return pseudo_inverse_;
-    MATHS_CHECK(std::min(u_.rows(), v_.rows()) >= diagonal_.size(),
+    MATHS_CHECK(!was_left_out(u_) && !was_left_out(v_),
                 "pseudo-inverse: %d singular values, but U is %d x %d and V %d x %d: one was not asked for",
                 diagonal_.size(), u_.rows(), u_.cols(), v_.rows(), v_.cols());
     mlVector reciprocals(mlVectorZero, std::max(u_.cols(), v_.cols()));

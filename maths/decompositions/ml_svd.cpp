@@ -7,6 +7,7 @@
 #include "maths/kernels/mlKernels.h"
 #include "maths/kernels/mlTuning.h"
 #include "platform/coScratch.h"
+#include "platform/coSize.h"
 
 namespace {
 
@@ -15,6 +16,9 @@ double const tolerance = 0.1 * eps;
 
 /// Rows of pairs that proceed together: as many pairs as one kernel call takes.
 int const rows_at_once = 4;
+
+/// More than an int counts from 65,537 columns on.
+long long pairs_of(long long columns) { return columns * (columns - 1) / 2; }
 
 /// The rows x cols matrix whose columns are made orthogonal, with the rotations accumulated in the rows below it. It is
 /// a transposed copy, so that columns are contiguous.
@@ -25,7 +29,7 @@ public:
     void copy_to(double * a);
 
     /// Rotates every pair of columns that is not orthogonal; returns how many rotations that took.
-    int sweep();
+    long long sweep();
 
 private:
     double * column(int j) { return columns_.data() + j * ld_; }
@@ -40,7 +44,7 @@ private:
     int rows_;
     int cols_;
     int rank_;
-    int rotations_ = 0; ///< of the sweep, as far as it is not known that a pair needs none
+    long long rotations_ = 0; ///< of the sweep, as far as it is not known that a pair needs none
     double e2_;
     std::ptrdiff_t ld_;
     coScratch<ml_tuning::jacobi_scratch> columns_;
@@ -48,7 +52,7 @@ private:
 
 OneSidedJacobi::OneSidedJacobi(double const * a, double * s2, int rows, int cols)
     : kernels_(ml_kernels()), s2_(s2), rows_(rows), cols_(cols), rank_(cols), e2_(rows * 10.0 * eps * eps),
-      ld_(ml_padded(rows + cols)), columns_(cols * ld_) {
+      ld_(ml_padded(coSizeSum(coSizeSum(rows, cols), ml_max_lanes) - ml_max_lanes)), columns_(cols * ld_) {
     kernels_.copy_transposed(rows, cols, {a, cols}, {columns_.data(), ld_});
     for (int j = 0; j < cols; ++j) {
         std::fill(column(j) + rows, column(j) + ld_, 0.0);
@@ -60,8 +64,8 @@ void OneSidedJacobi::copy_to(double * a) {
     kernels_.copy_transposed(cols_, rows_ + cols_, {columns_.data(), ld_}, {a, cols_});
 }
 
-int OneSidedJacobi::sweep() {
-    rotations_ = rank_ * (rank_ - 1) / 2;
+long long OneSidedJacobi::sweep() {
+    rotations_ = pairs_of(rank_);
     for (int k = 1; k < rank_; ++k)
         orthogonalise(0, k);
     // From here on s2[0] stays as it is. The pairs come row by row, (1, 2), (1, 3) ... (2, 3) ... A pair depends only
@@ -145,7 +149,7 @@ void OneSidedJacobi::drop_negligible_columns() {
 
 void ml_svd(double * a, double * s2, int rows, int cols) {
     OneSidedJacobi jacobi(a, s2, rows, cols);
-    int rotations = cols * (cols - 1) / 2;
+    long long rotations = pairs_of(cols);
     int const sweep_limit = std::max(cols / 4, 6);
     for (int sweeps = 0; rotations != 0 && sweeps <= sweep_limit; ++sweeps)
         rotations = jacobi.sweep();

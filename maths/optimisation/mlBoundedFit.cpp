@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "maths/decompositions/mlCholeskyDecomposition.h"
+#include "maths/optimisation/mlSquareDistances.h"
 
 namespace {
 
@@ -32,7 +33,10 @@ mlBoundedFit::mlBoundedFit(mlDistanceLeastSquares & model, mlVector const & lowe
         v->become(mlVectorZero, m);
 }
 
-int mlBoundedFit::at_bound(int j) const { return point_[j] == lower_[j] ? -1 : point_[j] == upper_[j] ? 1 : 0; }
+int mlBoundedFit::at_bound(int j) const {
+    MATHS_CHECK(j >= 0 && j < point_.size(), "bounded fit: parameter %d of %d", j, point_.size());
+    return point_[j] == lower_[j] ? -1 : point_[j] == upper_[j] ? 1 : 0;
+}
 
 mlBoundedFitStatus mlBoundedFit::fit(mlVector const & start, mlVector & result) {
     int const m = point_.size();
@@ -68,17 +72,6 @@ void mlBoundedFit::bring_inside(mlVector & p) const {
     }
 }
 
-double mlBoundedFit::sum_at(mlVector const & p) {
-    model_.set_parameters(p);
-    double sum = 0.0;
-    for (int i = 0; i < model_.n_points(); ++i) {
-        double d;
-        model_.distance(d, i);
-        sum += square_distance(d);
-    }
-    return sum;
-}
-
 // J'J, -J'd and the sum at the current point; false when one of them is not finite.
 bool mlBoundedFit::linearise() {
     int const m = point_.size();
@@ -96,7 +89,7 @@ bool mlBoundedFit::linearise() {
             for (int k = 0; k < m; ++k)
                 row[k] += gradient[k] * gradient[j];
         }
-        sum_ += square_distance(d);
+        sum_ += ml_square_distance(model_, d);
     }
     bool all_finite = is_finite(sum_);
     for (int j = 0; j < m; ++j)
@@ -112,7 +105,7 @@ mlBoundedFit::Outcome mlBoundedFit::take_step() {
         trial_ += step_;
         bring_inside(trial_);
         if (trial_ == point_) return arrived;
-        double const sum = sum_at(trial_);
+        double const sum = ml_sum_of_square_distances(model_, trial_);
         if (std::fabs(promise()) <= negligible * sum_) { // negative at times, beside parameters held
             // The last step adds digits to the parameters that the sum does not show.
             if (sum <= sum_ + negligible * sum_) {
@@ -179,9 +172,4 @@ bool mlBoundedFit::hold_at_bounds() {
         any = true;
     }
     return any;
-}
-
-// Of the point evaluated last, d being its signed distance.
-double mlBoundedFit::square_distance(double d) const {
-    return model_.have_precise_square_distance() == 1 ? model_.get_last_square_distance() : d * d;
 }

@@ -56,14 +56,12 @@ private:
     enum Outcome { moved, arrived };
 
     void bring_inside(mlVector & p) const;
-    double sum_at(mlVector const & p);
     bool linearise();
     Outcome take_step();
     bool solve_step();
     bool solve_for_free();
     bool hold_at_bounds();
     double promise() const;
-    double square_distance(double d) const;
 
     mlDistanceLeastSquares & model_;
     mlBoundedFitStatus status_;

@@ -16,6 +16,11 @@ bool all_finite(double const * x, int n) {
     return true;
 }
 
+// A constraint that is not there yet is no mistake: it has no multiplier.
+void check_number([[maybe_unused]] int constraint) {
+    MATHS_CHECK(constraint >= 0, "quadratic minimiser: there is no constraint %d", constraint);
+}
+
 } // namespace
 
 mlConstrainedQuadraticMinimiser::mlConstrainedQuadraticMinimiser(mlMatrix const & g_matrix, mlVector const & g_vector)
@@ -97,10 +102,12 @@ void mlConstrainedQuadraticMinimiser::publish(mlVector const & x) {
 }
 
 double mlConstrainedQuadraticMinimiser::multiplier(int constraint) const {
+    check_number(constraint);
     return constraint < multipliers_.size() ? multipliers_[constraint] : 0.0;
 }
 
 int mlConstrainedQuadraticMinimiser::is_active(int constraint) const {
+    check_number(constraint);
     return constraint < active_.size() ? active_[constraint] : 0;
 }
 

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "maths/decompositions/mlSingularValueDecomposition.h"
+#include "maths/optimisation/mlSquareDistances.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ bool mlFitQuality::linearise(mlDistanceLeastSquares & model, mlMatrix & jacobian
     for (int i = 0; i < model.n_points(); ++i) {
         double d;
         model.distance_and_gradient(d, gradient, i);
-        residual_sum_ += model.have_precise_square_distance() == 1 ? model.get_last_square_distance() : d * d;
+        residual_sum_ += ml_square_distance(model, d);
         distances[i] = d;
         for (int j = 0; j < m; ++j) {
             jacobian(i, j) = gradient[j];

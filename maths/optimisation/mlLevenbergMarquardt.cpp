@@ -5,6 +5,7 @@
 
 #include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlLUDecomposition.h"
+#include "maths/optimisation/mlSquareDistances.h"
 
 namespace {
 
@@ -79,7 +80,7 @@ void mlLevenbergMarquardt::calc_matrices(mlVector & p) {
             for (int k = 0; k < m; ++k)
                 row[k] += gradient[k] * gradient[j];
         }
-        chi_square_ += square_distance(d);
+        chi_square_ += ml_square_distance(model_, d);
     }
 }
 
@@ -93,13 +94,7 @@ double mlLevenbergMarquardt::update_pars(double lambda, mlVector & p) {
 
     p += step_;
     model_.normalise_parameters(p);
-    model_.set_parameters(p);
-    double sum = 0.0;
-    for (int i = 0; i < model_.n_points(); ++i) {
-        double d;
-        model_.distance(d, i);
-        sum += square_distance(d);
-    }
+    double const sum = ml_sum_of_square_distances(model_, p);
     for (int j = 0; j < m; ++j)
         alpha_(j, j) = saved_diagonal_[j];
     return sum;
@@ -116,9 +111,4 @@ bool mlLevenbergMarquardt::solve_step() {
     if (lu.is_singular()) return false;
     lu.solve(beta_, step_);
     return true;
-}
-
-// Of the point evaluated last, d being its signed distance.
-double mlLevenbergMarquardt::square_distance(double d) const {
-    return model_.have_precise_square_distance() == 1 ? model_.get_last_square_distance() : d * d;
 }

@@ -53,7 +53,6 @@ protected:
 private:
     bool solve_step();
     void try_steps(double max_lambda);
-    double square_distance(double d) const;
 
     mlDistanceLeastSquares & model_;
     bool strict_;

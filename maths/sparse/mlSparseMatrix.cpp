@@ -59,7 +59,7 @@ mlSparseMatrix & mlSparseMatrix::become(enum mlMatrixIdentity, int n) {
 }
 
 mlSparseMatrix & mlSparseMatrix::become(enum mlMatrixProduct, mlSparseMatrix const & a, mlSparseMatrix const & b) {
-    MATHS_CHECK(a.cols() == b.rows(), "sparse product: %d x %d times %d x %d", a.rows(), a.cols(), b.rows(), b.cols());
+    MATHS_CHECK(a.cols() <= b.rows(), "sparse product: %d x %d times %d x %d", a.rows(), a.cols(), b.rows(), b.cols());
     if (this == &a || this == &b) {
         mlSparseMatrix product(::mlMatrixProduct, a, b);
         swap(product);
@@ -143,12 +143,12 @@ void mlSparseMatrix::extract_sub_matrix(int first_row, int first_col, int num_ro
         out.swap(block);
         return;
     }
-    MATHS_CHECK(first_row >= 0 && num_rows >= 0 && first_row + num_rows <= rows(),
+    MATHS_CHECK(first_row >= 0 && num_rows >= 0 && num_rows <= rows() - first_row,
                 "extract_sub_matrix: %d rows from %d on of %d x %d", num_rows, first_row, rows(), cols());
     out.become(mlMatrixZero, num_rows, num_cols);
     for (int i = 0; i < num_rows; ++i) {
         for (mlSparseElement const & e : row(*this, first_row + i)) {
-            if (e.index - first_col >= num_cols) break;
+            if (static_cast<long long>(e.index) - first_col >= num_cols) break;
             if (e.index >= first_col) out.row(i).append_element(e.index - first_col, e.value);
         }
     }

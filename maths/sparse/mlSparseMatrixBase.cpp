@@ -116,15 +116,15 @@ void mlSparseMatrixBase::add_or_subtract(mlSparseMatrixBase const & other, int s
 }
 
 void mlSparseMatrixBase::append_right(int first_row, mlSparseMatrixBase const & other, int count) {
-    int const cols = coSizeSum(num_cols_, other.num_cols_);
+    int const shift = num_cols_;
+    num_cols_ = coSizeSum(shift, other.num_cols_); // first: it counts the columns of what is stored if memory runs out
     for (int i = 0; i < count; ++i) {
         mlSparseRow const & source = row(other, i);
         mlSparseRow & target = row(first_row + i);
         int const n = source.size(); // taken first: the source may be the target, and then grows
         for (int k = 0; k < n; ++k)
-            target.append_element(source[k].index + num_cols_, source[k].value);
+            target.append_element(source[k].index + shift, source[k].value);
     }
-    num_cols_ = cols;
 }
 
 void mlSparseMatrixBase::swap(mlSparseMatrixBase & other) noexcept {

@@ -44,7 +44,7 @@ void merge(std::int64_t const * first, std::int64_t const * middle, std::int64_t
 void mlSparseRowSum::add_multiple(double s, std::span<mlSparseElement const> elements) {
     // The second condition: adding up takes the earlier sums along again. As they are less than half of what is
     // pending, each term is added up a bounded number of times on average.
-    if (size_ > ml_tuning::sparse_pending_max_terms && size_ > 2 * sums_.size()) {
+    if (size_ > ml_tuning::sparse_pending_max_terms && size_ - sums_.size() > sums_.size()) {
         add_up();
         append(1.0, {sums_.data(), static_cast<std::size_t>(sums_.size())}); // as the first terms of their columns
     }

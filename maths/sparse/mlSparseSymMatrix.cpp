@@ -108,8 +108,9 @@ mlSparseSymMatrix & mlSparseSymMatrix::become(enum utCopy, mlSparseSymMatrix con
 
 void mlSparseSymMatrix::concatenate(mlSparseMatrix const & b) {
     MATHS_CHECK(b.rows() >= rows(), "concatenate: %d x %d to %d x %d", b.rows(), b.cols(), rows(), cols());
-    append_right(0, b, rows());
-    resize_rows(coSizeSum(rows(), b.cols()));
+    int const n = rows();
+    resize_rows(coSizeSum(n, b.cols()));
+    append_right(0, b, n);
 }
 
 void mlSparseSymMatrix::concatenate_diagonal(mlSparseSymMatrix const & s) {

@@ -1,6 +1,7 @@
 #include "maths/optimisation/active_set/mlActiveSetSearch.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <limits>
 
@@ -35,7 +36,7 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::run(mlConstraintRows const & rows,
     x_ = x;
     start_scale_ = ml_run_largest(x, n_);
     iterations_ = 0;
-    steps_left_ = 1000 + 50 * (n_ + rows.size());
+    steps_left_ = static_cast<int>(std::min(1000 + 50 * (n_ + 1LL * rows.size()), 1LL * INT_MAX));
     int const limit = steps_left_;
     Outcome outcome = solved;
     bool const begun = convex_.serves() && convex_.find(rows, normals_, x, steps_left_);

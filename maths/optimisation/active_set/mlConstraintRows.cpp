@@ -9,6 +9,7 @@
 #include "maths/core/mlExactArithmetic.h"
 #include "maths/core/mlSlice.h"
 #include "maths/optimisation/active_set/mlDenseRuns.h"
+#include "platform/coSize.h"
 
 namespace {
 
@@ -25,25 +26,34 @@ double ml_power_of_two(double x) {
 
 int mlConstraintRows::add(mlSlice const & normal, double bound, bool equality) {
     MATHS_CHECK(normal.length() == n_, "constraint: a normal of %d elements, %d variables", normal.length(), n_);
-    int const start = normals_.size();
-    normals_.expand(start + n_);
+    double * const a = next_normal();
     for (int i = 0; i < n_; ++i)
-        normals_.data()[start + i] = normal[i];
+        a[i] = normal[i];
     return finish(bound, equality, -1);
 }
 
 int mlConstraintRows::add_unit(int i, double sign, double bound) {
     MATHS_CHECK(i >= 0 && i < n_, "constraint: variable %d of %d", i, n_);
-    int const start = normals_.size();
-    normals_.expand(start + n_);
+    double * const a = next_normal();
     for (int k = 0; k < n_; ++k)
-        normals_.data()[start + k] = k == i ? sign : 0.0;
+        a[k] = k == i ? sign : 0.0;
     return finish(bound, false, i);
 }
 
-// Scales the normal stored last.
+// The place of the normal to come, room for which is made everywhere before anything is stored.
+double * mlConstraintRows::next_normal() {
+    int const count = coSizeSum(size(), 1);
+    normals_.expand(coTableSize(count, n_));
+    for (doublecoDynArr * array : {&bounds_, &lengths_, &sums_, &scales_})
+        array->reserve(count);
+    for (intcoDynArr * array : {&equalities_, &units_})
+        array->reserve(count);
+    return normals_.data() + size() * n_;
+}
+
+// Scales the normal at `next_normal` and takes the constraint in.
 int mlConstraintRows::finish(double bound, bool equality, int unit) {
-    double * const a = normals_.data() + normals_.size() - n_;
+    double * const a = normals_.data() + size() * n_;
     finite_ = finite_ && std::isfinite(bound);
     for (int i = 0; i < n_; ++i)
         finite_ = finite_ && std::isfinite(a[i]);

@@ -16,7 +16,7 @@ public:
     int dimension() const { return n_; }
     int size() const { return bounds_.size(); }
 
-    /// Returns the constraint's number.
+    /// Returns the constraint's number. Failure: std::bad_alloc, and nothing is added.
     int add(mlSlice const & normal, double bound, bool equality);
 
     /// normal = sign times the i-th unit vector, an inequality.
@@ -51,6 +51,7 @@ public:
     bool zeros_hold() const;
 
 private:
+    double * next_normal();
     int finish(double bound, bool equality, int unit);
 
     int n_;
