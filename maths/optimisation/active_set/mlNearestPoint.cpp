@@ -93,7 +93,7 @@ int mlNearestPoint::worst(mlActiveNormals const & normals, double const * x) {
 }
 
 // Moves x until the constraint is met, and makes it active. On the way the active ones stay met with equality, so that
-// x moves along the free part of the normal, Z Z^T normal, and the forces change by R^-1 Y^T normal, both times t. An
+// x moves along the free part of the normal, x += sign t Z Z^T normal, and their forces lose sign t R^-1 Y^T normal. An
 // inequality whose force falls to zero is dropped, and the way begins anew from there. Where the normal depends on
 // those active, x cannot move: then one of them has to be dropped, and `none` says that none can.
 mlNearestPoint::Result mlNearestPoint::meet(int constraint, mlActiveNormals & normals, double * x, int & steps) {
