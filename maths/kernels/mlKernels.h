@@ -7,7 +7,7 @@
 
 // The inner loops of the dense operations, once per instruction set. For use inside the library.
 //
-// Every element of a result has one order of operations, which is told here and is the same for all sets: a lane of a
+// Every element of a result has one order of operations, which is stated here and is the same for all sets: a lane of a
 // vector register is an element, never a piece of one sum. Every product is rounded before it is added or subtracted:
 // none is fused into a multiply-add (-ffp-contract=off). Matrices are row-major; their leading dimension `ld` is the
 // distance between rows, so at least the number of columns unless there are fewer than two rows; it is negative only

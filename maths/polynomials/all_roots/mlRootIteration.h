@@ -4,7 +4,7 @@
 #include "maths/polynomials/all_roots/mlRootEnclosure.h"
 #include "maths/polynomials/all_roots/mlScaledPolynomial.h"
 
-/// All roots at once of a polynomial of which neither end coefficient is zero, for use inside the library.
+/// All roots, simultaneously, of a polynomial of which neither end coefficient is zero, for use inside the library.
 ///
 /// The method of Ehrlich and Aberth on real factors. Slots 2 i and 2 i + 1 hold a factor of degree two: a conjugate
 /// pair, the upper one first, or two real points; the last slot of an odd degree is a real point. With the others'
