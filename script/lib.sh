@@ -19,8 +19,11 @@ takes() {
     }
 }
 
-# refuse WORD...: ends with an error that names the words and shows the usage; does nothing without words.
+# refuse WORD...: ends with an error that names the words and shows the usage; does nothing without words. An empty word
+# is one that is missing.
 refuse() {
+    [ "$#/${1-}" != 1/ ] || die "a word is missing
+usage: $usage"
     [ $# = 0 ] || die "$(printf "'%s' " "$@")is not understood
 usage: $usage"
 }

@@ -111,7 +111,7 @@ TEST_P(KernelsOf, SolveTrianglesLikeTheDefinition) {
     }
 }
 
-/// Random columns before `singular_from`, zeros behind, or special numbers anywhere.
+/// Random columns before `singular_from`, zeros from there on, or special numbers anywhere.
 void expect_plain_panel(int rows, int width, int singular_from, bool specials, mlRandom & random) {
     mlMatrix a, panel(mlMatrixZero, width, ml_padded(rows));
     fill(a, rows, width, random);

@@ -106,11 +106,11 @@ public:
     [[nodiscard]] mlDenseRun<double const> run() const { return {components_}; }
 
 private:
-    template <class X, class Change> void update(X const & x, Change change) {
+    template <mlRunOfDoubles X, std::invocable<double &, double> Change> void update(X const & x, Change change) {
         for (int i = 0; i < N; ++i)
             change(components_[i], x[i]);
     }
-    template <class X> mlTinyVector & take(X x) {
+    template <mlRunOfDoubles X> mlTinyVector & take(X x) {
         update(x, mlAssign());
         return *this;
     }

@@ -1,6 +1,7 @@
 #include "maths/core/mlVector.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstring>
 
 #include "maths/core/mlMatrix.h"
@@ -16,17 +17,19 @@ void check_room([[maybe_unused]] int size, [[maybe_unused]] int given) {
                 size);
 }
 
-template <class Change> void update(mlVector & v, mlVector const & other, char const * operation, Change change) {
+template <std::invocable<double &, double> Change>
+void update(mlVector & v, mlVector const & other, char const * operation, Change change) {
     ml_check_length(operation, v.size(), other.size());
     ml_run_update(ml_run(v), ml_run(other), v.size(), change);
 }
 
-template <class Change> void update(mlVector & v, mlSlice const & other, char const * operation, Change change) {
+template <std::invocable<double &, double> Change>
+void update(mlVector & v, mlSlice const & other, char const * operation, Change change) {
     ml_check_length(operation, v.size(), other.length());
     ml_run_update(ml_run(v), ml_run(other), v.size(), change);
 }
 
-template <class Change> void update(mlVector & v, double x, Change change) {
+template <std::invocable<double &, double> Change> void update(mlVector & v, double x, Change change) {
     ml_run_update(ml_run(v), mlConstantRun{x}, v.size(), change);
 }
 

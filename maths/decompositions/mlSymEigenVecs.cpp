@@ -154,7 +154,7 @@ void mlSymEigenVecs::sort(mlSlice const & values, mlMatrix const & vectors) {
     store(values, [&](int i) { return vectors.col(i); });
 }
 
-template <class VectorOf> void mlSymEigenVecs::store(mlSlice const & values, VectorOf vector_of) {
+template <std::regular_invocable<int> VectorOf> void mlSymEigenVecs::store(mlSlice const & values, VectorOf vector_of) {
     int const n = values.length();
     OrderBySquares const order(values);
     eigen_values_.reserve(n);

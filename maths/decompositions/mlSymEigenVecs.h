@@ -1,5 +1,7 @@
 #pragma once
 
+#include <concepts>
+
 #include "maths/decompositions/mlEigenVecs.h"
 
 /// All eigenvalues and orthonormal eigenvectors of a real symmetric n x n matrix, by Jacobi rotations.
@@ -27,5 +29,5 @@ private:
     void eigens2(mlMatrix const & m, double & lambda1, double & lambda2, mlVector & e1, mlVector & e2) const;
     void multiply_out(mlMatrix & a, mlMatrix & v, int rotations);
     void sort(mlSlice const & values, mlMatrix const & vectors);
-    template <class VectorOf> void store(mlSlice const & values, VectorOf vector_of);
+    template <std::regular_invocable<int> VectorOf> void store(mlSlice const & values, VectorOf vector_of);
 };

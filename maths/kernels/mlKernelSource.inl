@@ -7,10 +7,17 @@
 //     load_partial(p, width)       a register of p[0 .. width), 0 < width < lanes, the other lanes 0.0; reads no others
 //     store_partial(p, x, width)   writes the first `width` lanes, 0 < width < lanes, and nothing else
 //
-// and, for the kernels that it includes after this, what their first comment asks for. The contracts of all kernels
-// stand in mlKernels.h; their preconditions are checked where they are entered. Nothing of the standard C++ library and
-// no inline function of another header comes in here: compiled for a newer instruction set, it might be the copy that
-// the linker keeps for all.
+// and, for the kernels that it includes after this, what their first comment asks for. Before the namespace it includes
+//
+//     <float.h> <math.h> <stddef.h> <string.h>     DBL_MIN; fabs; ptrdiff_t, size_t; memcpy
+//     mlKernels.h mlTuning.h platform/utCheck.h    contracts and ml_max_lanes; constants; MATHS_CHECK
+//
+// and declares the baseline's `kernels`, which small products use. The contracts of all kernels stand in mlKernels.h;
+// their preconditions are checked where they are entered. Nothing of the standard C++ library and no inline function of
+// another header comes in here: compiled for a newer instruction set, it might be the copy that the linker keeps for
+// all.
+
+static_assert(ml_max_lanes % lanes == 0);
 
 typedef double LanesInMemory __attribute__((vector_size(sizeof(double) * lanes), aligned(sizeof(double)), may_alias));
 
@@ -29,7 +36,7 @@ inline Lanes magnitude(Lanes x) {
     return reinterpret_cast<Lanes>(reinterpret_cast<Bits>(x) & 0x7fffffffffffffff);
 }
 
-/// Whether rows of a block with leading dimension ld (its sign apart) have room for `cols` elements each.
+/// Whether rows of a block with leading dimension ld have room for `cols` elements each.
 inline bool has_room([[maybe_unused]] int rows, [[maybe_unused]] int cols, [[maybe_unused]] ptrdiff_t ld) {
-    return rows < 2 || cols <= (ld < 0 ? -ld : ld);
+    return rows < 2 || cols <= ld;
 }

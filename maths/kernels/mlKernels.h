@@ -7,12 +7,14 @@
 
 // The inner loops of the dense operations, once per instruction set. For use inside the library.
 //
-// Every element of a result has one order of operations, which is told here and is the same for all sets: a lane of a
+// Every element of a result has one order of operations, which is stated here and is the same for all sets: a lane of a
 // vector register is an element, never a piece of one sum. Every product is rounded before it is added or subtracted:
 // none is fused into a multiply-add (-ffp-contract=off). Matrices are row-major; their leading dimension `ld` is the
-// distance between rows. Numbers of rows and columns may be 0 and are never negative. What is written is apart from
-// what is read unless it is said to be the same. Checked builds stop at lengths and leading dimensions that break what
-// is asked for here.
+// distance between rows, so at least the number of columns unless there are fewer than two rows; it is negative only
+// where that is allowed. Numbers of rows and columns may be 0 and are never negative.
+// Addresses need no alignment beyond a double's. What is written is apart from what is read unless it is said to be the
+// same; what is only read may overlap. Checked builds stop at lengths and leading dimensions that break what is asked
+// for here.
 
 /// A matrix, or a block of one: element (i, j) is data[i * ld + j].
 struct mlBlock {
@@ -34,9 +36,9 @@ struct mlTriangle {
     std::ptrdiff_t diagonal_stride;
 };
 
-/// A rank-one update A += u v^T, u the column and v the row. A(i, j) becomes A(i, j) + u_i v_j; columns whose v_j is
-/// below DBL_MIN (2.2e-308, the smallest normalised number) in magnitude, or NaN, are left unchanged.
-/// A null `column` stands for no update, whatever the row.
+/// A rank-one update A += u v^T, u the `column` and v the `row`. A(i, j) becomes A(i, j) + u_i v_j; columns whose v_j
+/// is below DBL_MIN (2.2e-308, the smallest normalised number) in magnitude, or NaN, are left unchanged. A null
+/// `column` stands for no update, whatever the row.
 struct mlRankOneUpdate {
     double const * column;
     double const * row;

@@ -10,7 +10,8 @@
 constexpr int ml_max_lanes = 8;
 static_assert((ml_max_lanes & (ml_max_lanes - 1)) == 0); // ml_leading_dimension sets this bit
 
-/// n rounded up, and down, to a multiple of ml_max_lanes. n >= 0.
+/// n rounded up, and down, to a multiple of ml_max_lanes. n >= 0, and where it is rounded up it is so small that the
+/// result is an int.
 constexpr int ml_padded(int n) { return (n + ml_max_lanes - 1) / ml_max_lanes * ml_max_lanes; }
 constexpr int ml_padded_down(int n) { return n / ml_max_lanes * ml_max_lanes; }
 

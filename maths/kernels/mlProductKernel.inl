@@ -132,8 +132,8 @@ inline void prefetch_rows(int begin, int end, mlConstBlock columns) {
     }
 }
 
-/// The product for a block of inner <= kc, with b copied nc columns at a time. While a row of tiles is at
-/// work, the row of tiles of c below it and the next rows of the nc columns of b on the right are prefetched.
+/// The product for a block of inner <= kc, with b copied nc columns at a time. While a row of tiles is computed, the
+/// row of tiles of c below it and the next rows of the nc columns of b on the right are prefetched.
 template <Sum sum> void gemm_packed(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
     alignas(ml_max_lanes * sizeof(double)) double packed_b[kc * nc]; // row k at k * nc
     for (int j = 0; j < cols; j += nc) {
@@ -180,12 +180,13 @@ void gemm_sized(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, m
 }
 
 void gemm(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
-    constexpr int small = ml_tuning::gemm_baseline_max; // so few columns fill the narrowest vectors best
+    constexpr int small = ml_tuning::gemm_baseline_max; // rows and columns that fill the narrowest vectors best
     if (lanes > ml_tuning::baseline.lanes && rows <= small && cols <= small)
         return ml_baseline::kernels.gemm(rows, cols, inner, a, b, c);
     gemm_sized<Sum::fresh, Sum::continued>(rows, cols, inner, a, b, c);
 }
 
+// No such branch: what LU and the triangular solves subtract is hardly ever so small in both directions.
 void gemm_subtract(int rows, int cols, int inner, mlConstBlock a, mlConstBlock b, mlBlock c) {
     gemm_sized<Sum::subtracted, Sum::subtracted>(rows, cols, inner, a, b, c);
 }

@@ -2,7 +2,7 @@
 // `update_gemv_transposed`. Included after mlKernelSource.inl.
 //
 // A lane is a column. A row's last vector may hold columns past the end: they are read and written with the others, and
-// nothing comes of them.
+// what they hold does not matter.
 
 /// A normalised number, an infinity among them: neither zero nor denormal nor NaN.
 inline bool is_nonzero(double x) { return fabs(x) >= DBL_MIN; }

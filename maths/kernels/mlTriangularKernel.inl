@@ -39,7 +39,7 @@ template <int vecs> inline void solve_strip_of(int width, int begin, int end, ml
 }
 
 void solve_latest_first(int begin, int end, int width, mlTriangle l, mlBlock x) {
-    MATHS_CHECK(begin >= 0 && width >= 0 && width % ml_max_lanes == 0 && has_room(end, width, x.ld),
+    MATHS_CHECK(begin >= 0 && width >= 0 && width % ml_max_lanes == 0 && has_room(end, width, x.ld < 0 ? -x.ld : x.ld),
                 "kernel solve_latest_first: rows %d to %d, width %d, leading dimension %d", begin, end, width,
                 static_cast<int>(x.ld));
     constexpr int step = shape.solve_vecs * lanes;

@@ -7,9 +7,9 @@
 //
 // A comment says by "<= this" or "< this" up to where the first of two methods goes. Sizes count doubles, rows or
 // columns. Where it says that something is faster, that was measured, and where it gives no figure, none was kept.
-// Figures are times of the second method as multiples of the first one's, medians of 41 rounds in which they took
-// turns, on a busy AMD EPYC with AVX-512 (32 KiB of first-level and 1 MiB of second-level cache); SSE2 was not
-// measured.
+// Figures are times of the second method as multiples of the first one's, medians of 41 or 81 rounds in which they took
+// turns, on a busy AMD EPYC (32 KiB of first-level and 1 MiB of second-level cache), by its AVX-512 kernels unless
+// another set is named.
 
 /// What the kernels of an instruction set keep in registers.
 struct mlKernelShape {
@@ -47,9 +47,9 @@ constexpr mlKernelShape avx512{.lanes = 8, .tile_rows = 4, .tile_vecs = 6, .solv
 /// Rows and columns of c <= this, both: gemm by the baseline's registers, which so small matrices fill best.
 constexpr int gemm_baseline_max = 4;
 
-/// Elements of b <= this (64 KiB), or rows of c <= a tile's: b is read in place. More: it is copied. Reading in place
-/// took, as a multiple of the time of copying, 0.95 to 0.99 at orders 96 and 128 (at 128: 0.95 and 0.99), 1.00 to 1.04
-/// at 256, 1.04 to 1.07 at 512, 1.10 at 768. These speak for 16384 (order 128); it has not been retuned.
+/// Elements of b <= this (64 KiB), or rows of c <= a tile's: b is read in place. More: it is copied, 1.06 at orders 96
+/// to 200, but 0.93 for a b of 64 x 512 and 0.89 for one of 32 x 1000; by AVX2 0.96 at order 96, 0.92 at 128, 0.77 at
+/// 192 and 0.54 for 64 x 512. So it suits AVX2 and wide matrices; square ones by AVX-512 would bear four times as much.
 constexpr int gemm_unpacked_max_elements = 8192;
 
 /// Inner dimension of a block of the copying method; c is kept in memory between one and the next. 256 in place of 128
@@ -74,17 +74,19 @@ constexpr int panel_group_cols = 4;
 
 // ---- products with a vector: maths/core/mlMatrixProducts.cpp ----
 
-/// Rows and columns <= this, both: plain loops. Measured: from 8 on the kernels, which transpose in registers, are
-/// faster.
+/// Rows and columns <= this, both: plain loops. Otherwise the kernels, 1.40 at order 5, 1.23 at 6, 1.02 at 7, 0.84 at
+/// 8, 1.11 at 9, 1.02 at 10. Found by these figures: that it is ml_max_lanes - 1 is chance.
 constexpr int gemv_plain_max = 7;
 
-// ---- strips of columns: mlColumnStrips.h, for many right-hand sides of LU and Cholesky and for the Cholesky factor --
+// ---- strips of columns: mlColumnStrips.h, for the Cholesky factor and for `solve` and `inverse` with many columns
+// (mlCholeskyDecomposition.cpp, mlLUDecomposition.cpp; the elimination of mlLUElimination.cpp has none) ----
 
 /// Rows <= this: strips of `strip_wide_cols`; more rows: of `strip_narrow_cols`. Narrower strips lose time to the
 /// latency of the subtractions, wider ones to that of the second-level cache. The Cholesky factor by strips of 16,
-/// beside strips of 32: 1.12 at order 100, 1.16 at 200, 1.04 at 224, 1.03 at 256, 0.80 at 300, 0.75 at 400. These speak
-/// for 256; it has not been retuned. Both widths are multiples of ml_max_lanes.
-constexpr int strip_wide_max_rows = 224;
+/// beside strips of 32: 1.12 at order 100, 1.16 at 200, 1.09 at 232, 1.03 at 256, 0.83 at 272, 0.75 at 400; by
+/// AVX2 1.08 at 232, 1.00 at 256, 0.87 at 272; by SSE2 0.94, 0.95 and 0.85 there. Both widths are multiples of
+/// ml_max_lanes.
+constexpr int strip_wide_max_rows = 256;
 constexpr int strip_wide_cols = 32;
 constexpr int strip_narrow_cols = 16;
 
@@ -109,16 +111,16 @@ constexpr int triangle_plain_max = 8;
 constexpr int unit_lower_leaf_rows = 16;
 
 /// Rows of L < this are solved plainly for one right-hand side; from here on in blocks of `unit_lower_block_rows`,
-/// each of which takes what is above it by gemv_subtract: 0.92 at order 20, 0.76 to 0.87 at 32, 0.72 at 48, 0.48 at
-/// 100. These speak for 20 or less; it has not been retuned.
-constexpr int unit_lower_blocked_min_rows = 48;
+/// each of which takes what is above it by gemv_subtract: 1.09 at order 24, 0.98 at 28, 0.90 at 32, 0.81 at 40, 0.48 at
+/// 100; by AVX2 0.98 at 28, 0.93 at 32; by SSE2 1.05 at 28, 0.97 at 32.
+constexpr int unit_lower_blocked_min_rows = 32;
 constexpr int unit_lower_block_rows = 16;
 
 // ---- Cholesky: mlCholeskyDecomposition.cpp ----
 
-/// Rows < this: factored element by element; from here on in blocks of a strip's width: 1.65 at order 12, 1.25 at 16,
-/// 0.90 at 20, 0.69 at 24, 0.51 at 32. These speak for 20; it has not been retuned.
-constexpr int cholesky_blocked_min_rows = 16;
+/// Rows < this: factored element by element; from here on in blocks of a strip's width: 1.33 at order 16, 1.16 at 20,
+/// 1.02 at 22, 0.85 at 24, 0.71 at 28; by AVX2 1.21 at 22, 1.07 at 24, 0.96 at 26; by SSE2 1.08 at 22, 0.92 at 24.
+constexpr int cholesky_blocked_min_rows = 24;
 
 // ---- rotations of one-sided and two-sided Jacobi methods: mlJacobiRotations.cpp, ml_svd.cpp ----
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 
 #include "maths/optimisation/active_set/mlActiveSetSearch.h"
 #include "maths/optimisation/active_set/mlConstraintRows.h"
@@ -10,10 +11,8 @@
 
 namespace {
 
-bool all_finite(double const * x, int n) {
-    for (int i = 0; i < n; ++i)
-        if (!std::isfinite(x[i])) return false;
-    return true;
+bool all_finite(std::span<double const> numbers) {
+    return std::all_of(numbers.begin(), numbers.end(), [](double x) { return std::isfinite(x); });
 }
 
 // A constraint that is not there yet is no mistake: it has no multiplier.
@@ -64,7 +63,7 @@ mlConstrainedQuadraticStatus mlConstrainedQuadraticMinimiser::minimise(mlVector 
     std::fill_n(active_.data(), m, 0);
     value_ = std::numeric_limits<double>::quiet_NaN();
     status_ = mlConstrainedQuadraticNotFinite;
-    if (!finite() || (x.size() == n_ && !all_finite(x.data(), n_))) return status_;
+    if (!finite() || (x.size() == n_ && !all_finite(x))) return status_;
     if (x.size() != n_) {
         x.clear(0);
         x.become(mlVectorZero, n_);
@@ -78,14 +77,14 @@ mlConstrainedQuadraticStatus mlConstrainedQuadraticMinimiser::minimise(mlVector 
         case mlActiveSetSearch::out_of_steps: status_ = mlConstrainedQuadraticIterationLimit; break;
         }
     }
-    bool const overflowed = status_ == mlConstrainedQuadraticSolved && !all_finite(x.data(), n_);
+    bool const overflowed = status_ == mlConstrainedQuadraticSolved && !all_finite(x);
     if (overflowed) status_ = mlConstrainedQuadraticIterationLimit;
     publish(x);
     return status_;
 }
 
 bool mlConstrainedQuadraticMinimiser::finite() const {
-    return all_finite(g_matrix_.data(), n_ * n_) && all_finite(g_vector_.data(), n_) && rows_->finite();
+    return all_finite(g_matrix_) && all_finite(g_vector_) && rows_->finite();
 }
 
 void mlConstrainedQuadraticMinimiser::publish(mlVector const & x) {

@@ -20,7 +20,9 @@ template <int N> double distance(mlTinyVector<N> const & a, mlTinyVector<N> cons
     return std::sqrt(difference.become(mlVectorSubtract, a, b).modulus_squared());
 }
 
-template <class A, class B, class R> void product(int n, A const * a, int m, B const * b, int & d, R * r) {
+template <class A, class B, class R>
+    requires requires(R & r, A const & a, B const & b) { add_product(r, a, b); }
+void product(int n, A const * a, int m, B const * b, int & d, R * r) {
     d = n + m;
     mlPolynomialOf<R>::set_zero(d, r);
     for (int i = 0; i <= n; ++i) {

@@ -11,9 +11,10 @@ int place_of(std::int64_t key) { return static_cast<int>(key & 0xffffffff); }
 
 // Merges two increasing runs, [first, middle) and [middle, last), without equal elements, to `to`, which lies apart.
 //
-// The result grows from both ends: each step waits for the comparison before it, and two chains of them take little
-// longer than one. There are as many steps as the shorter run has elements, and each puts the smallest left to the
-// front and the largest left to the back: two elements a step, and together the runs have at least that many.
+// The result grows from both ends, `front` and `back`: each step waits for the comparison before it, and two chains of
+// them take little longer than one. There are as many steps as the shorter run has elements, and each puts the smallest
+// left to the front and the largest left to the back: two elements a step, and together the runs have at least twice
+// the shorter one's.
 //
 // A run can be used up before the last step. Neither end can have taken all of it by then, so that both have taken
 // some: its two pointers have met, and what they look at was taken from the other end: at the front an element larger
@@ -23,11 +24,11 @@ int place_of(std::int64_t key) { return static_cast<int>(key & 0xffffffff); }
 void merge(std::int64_t const * first, std::int64_t const * middle, std::int64_t const * last, std::int64_t * to) {
     std::int64_t const *a = first, *b = middle;        // the smallest left in each run
     std::int64_t const *a_end = middle, *b_end = last; // past the largest left
-    std::int64_t * back = to + (last - first);
+    std::int64_t *front = to, *back = to + (last - first);
     for (auto n = std::min(middle - first, last - middle); n > 0; --n) {
         std::int64_t const x = *a, y = *b;
         bool const smaller = x < y;
-        *to++ = smaller ? x : y;
+        *front++ = smaller ? x : y;
         a += smaller;
         b += !smaller;
         std::int64_t const x_back = a_end[-1], y_back = b_end[-1];
@@ -36,7 +37,7 @@ void merge(std::int64_t const * first, std::int64_t const * middle, std::int64_t
         a_end -= larger;
         b_end -= !larger;
     }
-    std::merge(a, a_end, b, b_end, to); // what is left of both, in the middle of the result
+    std::merge(a, a_end, b, b_end, front); // what is left of both, up to `back`
 }
 
 } // namespace
@@ -57,8 +58,9 @@ void mlSparseRowSum::move_to(mlSparseRow & row) {
     sums_.clear(0);
 }
 
-// Makes terms of the elements. A run begins where a column is not larger than the one before, which can be the last one
-// of an earlier call. (Of the arrays here `expand` never makes one shorter, and an assignment at size() appends.)
+// Makes terms of the elements. A run begins where a column is smaller than the one before, which can be the last one of
+// an earlier call; equal ones are in order by their places. (Of the arrays here `expand` never makes one shorter, an
+// assignment at size() appends, and the 0 of `shrink` and `clear` says that the storage is kept.)
 void mlSparseRowSum::append(double s, std::span<mlSparseElement const> elements) {
     int const size = coSize(size_ + static_cast<long long>(elements.size()));
     keys_.expand(size);
@@ -69,7 +71,7 @@ void mlSparseRowSum::append(double s, std::span<mlSparseElement const> elements)
     for (int i = size_; i < size; ++i, ++element) {
         keys[i] = static_cast<Key>(element->index) << 32 | i;
         terms[i] = s * element->value;
-        if (i > 0 && element->index <= column_of(keys[i - 1])) run_ends_[run_ends_.size()] = i;
+        if (i > 0 && element->index < column_of(keys[i - 1])) run_ends_[run_ends_.size()] = i;
     }
     size_ = size;
 }

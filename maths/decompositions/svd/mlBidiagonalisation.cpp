@@ -20,6 +20,9 @@
 // the right one l, that of the right reflection l with the sums of the left one l + 1. What is needed before, row l or
 // column l + 1, has the update applied to it alone. To flush is to apply a pending update without new sums.
 //
+// Norms are ml_dnrm2's (mlLevel1.h): the root of the sum of squares from 0.0 in index order, with the elements divided
+// by the largest magnitude first where that sum would come near overflow or underflow.
+//
 // The sums A^T h and A g run in index order from 0.0, whatever the sweep. A^T h is divided by -h_1 when it is complete.
 // A g is not divided: g is, after it was used for A g. "Non-zero" is a number of at least DBL_MIN in magnitude
 // (ml_is_nonzero): zeros, denormals and NaN are not. A rank-one update A += c r^T leaves a column unchanged whose r_j
@@ -37,8 +40,8 @@ int row_steps(mlSVDWork const & work) { return std::max(0, std::min(work.p() - 2
 
 /// Turns x into the h of the reflection I - h h^T / h_1 that takes x to (d, 0, ..., 0): x is multiplied by 1 / -d, then
 /// 1 is added to its first element. Returns d, whose magnitude is the norm of x and whose sign is opposite to that of
-/// x_1, or minus when x_1 isn't non-zero. When the norm is zero, denormal or NaN, so is d, and x stays as it is: there
-/// is nothing to reflect.
+/// x_1, or minus when x_1 isn't non-zero. When the norm is zero, denormal or NaN, so is d (-0.0 for zero), and x stays
+/// as it is: there is nothing to reflect.
 double make_reflector(mlFortranVector & x) {
     double norm = ml_dnrm2(x);
     if (ml_is_nonzero(norm)) {

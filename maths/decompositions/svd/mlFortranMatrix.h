@@ -18,7 +18,8 @@
 /// Failure: an allocation that fails throws std::bad_alloc.
 class mlFortranMatrix {
 public:
-    /// rows x cols elements, not initialised.
+    /// rows x cols elements, not initialised. (A row's length is the leading dimension for cols + ml_max_lanes - 1
+    /// elements; the larger sum makes sure that rounding them up stays in int.)
     mlFortranMatrix(int rows, int cols)
         : rows_(rows), cols_(cols), ld_(ml_leading_dimension(coSizeSum(cols, 3 * ml_max_lanes) - 2 * ml_max_lanes - 1)),
           elements_(coTableSize(rows, ld_)) {

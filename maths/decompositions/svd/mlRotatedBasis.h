@@ -14,7 +14,8 @@
 /// Rotations of columns of more than ml_tuning::rotations_immediate_max_rows rows are queued, and applied together by
 /// the `rotate` that finds the queue full and by `finish`: a strip of rows, which has its columns side by side, then
 /// stays in the cache for all of them. Shorter columns are rotated immediately. Either way rotations take effect in the
-/// order of the calls. Failure: std::bad_alloc, by the constructor.
+/// order of the calls. Neither copied nor moved. Failure: std::bad_alloc, by the constructor alone, also for a basis
+/// whose copy would have more elements than an int counts.
 class mlRotatedBasis {
 public:
     /// Starts with the columns of `basis`, which may be empty.
@@ -31,7 +32,8 @@ public:
     /// that.
     void negate(int j);
 
-    /// Applies what is queued and writes the columns into `basis`, of the shape that the constructor got.
+    /// Applies what is queued and writes the columns into `basis`, which is the constructor's or has its shape. Another
+    /// call writes the same again.
     void finish(mlFortranMatrix & basis);
 
 private:

@@ -8,6 +8,8 @@
 
 namespace {
 
+// Of a normal of length 1 to 2: a free part up to the first is rounding, and one above the second makes it independent.
+// Between them singular values decide.
 double const surely_dependent = 1e-13, surely_independent = 1e-7;
 
 } // namespace
@@ -89,7 +91,8 @@ void mlActiveNormals::remove(int position) {
         double const length = std::sqrt(moved[j] * moved[j] + moved[j + 1] * moved[j + 1]);
         double const c = moved[j] / length, s = moved[j + 1] / length;
         moved[j] = length;
-        if (j + 2 < size_) ml_turn_pairs(c, s, -s, column(j + 2) + j, n_, size_ - j - 2); // one place past theirs yet
+        // the columns from j + 2 on have not moved to the left yet
+        if (j + 2 < size_) ml_turn_pairs(c, s, -s, column(j + 2) + j, n_, size_ - j - 2);
         ml_run_rotate(c, -s, row(n_ - 1 - j), row(n_ - 2 - j), n_);
     }
     --size_;

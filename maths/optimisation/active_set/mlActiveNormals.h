@@ -26,9 +26,10 @@ public:
     /// tell, the singular values of all of them do.
     bool admits(double const * normal) const;
 
+    /// The normal is independent of those here.
     void append(int constraint, double const * normal);
 
-    /// Those after it move down by one place.
+    /// The normals after it move down by one place.
     void remove(int position);
 
     double const * null_vector(int j) const { return basis_.data() + j * n_; }

@@ -56,8 +56,8 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::run(mlConstraintRows const & rows,
     return outcome;
 }
 
-// Moves the start down the slope, so that the constraints which held the last solution still hold the nearest feasible
-// point: there it goes back to where it was.
+// Moves the start x downhill, off the feasible points if it is the last solution: the constraints that held that one
+// then hold the feasible point nearest to the start too, which is the last solution again.
 void mlActiveSetSearch::shift_start() {
     calculate_gradient();
     double const steepest = ml_run_largest(gradient_.data(), n_);
@@ -66,7 +66,7 @@ void mlActiveSetSearch::shift_start() {
     ml_run_add(-length, gradient_.data(), x_, n_);
 }
 
-// The nearest point that meets the constraints, beginning with the active set.
+// x becomes the nearest point that meets the constraints; the search for it begins with the active set.
 mlActiveSetSearch::Outcome mlActiveSetSearch::make_feasible() {
     int const m = rows_->size();
     waived_.expand(m);
@@ -76,10 +76,11 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::make_feasible() {
     return result == mlNearestPoint::found ? solved : result == mlNearestPoint::none ? infeasible : out_of_steps;
 }
 
+// From a feasible point to a minimum; `solved` there, where no multiplier of an inequality is negative.
 mlActiveSetSearch::Outcome mlActiveSetSearch::descend() {
     curvature_.refresh(normals_);
     moved_ = true;
-    settled_ = false;
+    stationary_ = false;
     int newton_steps = 0; // to the minimum on one active set: a second one mends the first, a third would not
     while (--steps_left_ >= 0) {
         double const rounding = calculate_gradient();
@@ -88,7 +89,7 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::descend() {
         if (kind == mlReducedStepNone || (kind == mlReducedStepNewton && newton_steps > 1)) {
             newton_steps = 0;
             calculate_multipliers();
-            int const weakest = settled_ ? -1 : most_negative_multiplier(rounding);
+            int const weakest = stationary_ ? -1 : most_negative_multiplier(rounding);
             if (weakest < 0) return solved;
             Outcome const outcome = moved_ ? let_go(weakest) : leave_degenerate_point(rounding);
             if (outcome != solved) return outcome;
@@ -135,6 +136,7 @@ int mlActiveSetSearch::most_negative_multiplier(double rounding) const {
     return found;
 }
 
+// The constraint at this position is no longer active; always `solved`.
 mlActiveSetSearch::Outcome mlActiveSetSearch::let_go(int position) {
     normals_.remove(position);
     curvature_.removed(normals_);
@@ -142,8 +144,9 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::let_go(int position) {
     return solved;
 }
 
-// Of the constraints that the point lies on, takes those as active that the steepest feasible descent slides along, and
-// moves along it to the lowest value on the line.
+// The steepest feasible descent is the direction nearest to -gradient among those that no constraint on which the point
+// lies forbids. Makes those constraints active that it slides along, and moves to the lowest value on its line. Where
+// it is zero, the point is stationary.
 mlActiveSetSearch::Outcome mlActiveSetSearch::leave_degenerate_point(double rounding) {
     int const m = rows_->size();
     double const scale = std::max(1.0, ml_run_largest(x_, n_));
@@ -162,8 +165,8 @@ mlActiveSetSearch::Outcome mlActiveSetSearch::leave_degenerate_point(double roun
                                       touching, steps_left_);
     curvature_.refresh(normals_);
     if (result != mlNearestPoint::found) return out_of_steps;
-    settled_ = !(ml_run_largest(direction_.data(), n_) > rounding);
-    if (settled_) return solved;
+    stationary_ = !(ml_run_largest(direction_.data(), n_) > rounding);
+    if (stationary_) return solved;
     double slope = ml_run_product(gradient_.data(), direction_.data(), n_), bend = 0.0;
     for (int i = 0; i < n_; ++i)
         bend += direction_[i] * ml_run_product(g_matrix_.data() + i * n_, direction_.data(), n_);
@@ -207,12 +210,13 @@ int mlActiveSetSearch::blocking(double & length) {
     return found;
 }
 
+// x += length * direction; the blocker, unless it is -1, becomes active.
 void mlActiveSetSearch::move(double length, int blocker) {
     double const scale = std::max(1.0, ml_run_largest(x_, n_));
     ml_run_add(length, direction_.data(), x_, n_);
     if (length * ml_run_largest(direction_.data(), n_) > touching * scale) {
         moved_ = true;
-        settled_ = false;
+        stationary_ = false;
     }
     if (blocker < 0) return;
     normals_.append(blocker, rows_->normal(blocker));

@@ -96,6 +96,6 @@ bool mlActiveSetSearch::holds() const {
         double const missed = rows_->equality(i) ? std::fabs(excess) : -excess;
         if (missed > 4.0 * rows_->rounding(i, scale)) return false;
     }
-    return settled_ ||
+    return stationary_ ||
            most_negative_multiplier(32.0 * (n_ + 4) * std::numeric_limits<double>::epsilon() * steepest) < 0;
 }

@@ -26,10 +26,11 @@ public:
     double bound(int i) const { return bounds_[i]; }
     double const * bounds() const { return bounds_.data(); }
     bool equality(int i) const { return equalities_[i] != 0; }
+    /// Whether the normal is zero: the constraint then holds everywhere or nowhere.
     bool zero(int i) const { return lengths_[i] == 0.0; }
     double length(int i) const { return lengths_[i]; }
 
-    /// The variable that a bound, scaled as it was given, is a bound of; -1 for other constraints.
+    /// The variable that constraint i bounds, when `add_unit` made it; -1 for other constraints.
     int unit(int i) const { return units_[i]; }
 
     /// The multiplier of the constraint as it was given is this times that of the scaled one.
@@ -47,7 +48,7 @@ public:
     /// Whether every number given is finite.
     bool finite() const { return finite_; }
 
-    /// Whether the zero normals hold.
+    /// Whether the constraints with zero normals hold: 0 = bound, or 0 >= bound.
     bool zeros_hold() const;
 
 private:

@@ -9,7 +9,7 @@
 /// constraint a·x >= b reads (L^-1 a)·y >= b: the solution is the nearest point that meets those.
 class mlConvexStart {
 public:
-    /// Both are the caller's and must live on. `largest` is the largest magnitude in G.
+    /// g is the caller's and must live on; G is read here alone. `largest` is the largest magnitude in G.
     mlConvexStart(mlMatrix const & g_matrix, mlVector const & g_vector, double largest);
 
     /// Whether G is well positive definite.

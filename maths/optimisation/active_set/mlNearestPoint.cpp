@@ -8,7 +8,7 @@
 
 namespace {
 
-// A force that pulls this little, relative to the scale of x, is none.
+// A negative force as small as this part of the scale of x counts as zero.
 double const slack = 1e-9;
 
 } // namespace
@@ -43,7 +43,8 @@ mlNearestPoint::Result mlNearestPoint::find(mlConstraintRows const & rows, doubl
     }
 }
 
-// Moves x onto the constraints to begin with, without those that would hold it back.
+// x becomes the point nearest to the start that meets the constraints of `normals` with equality. An inequality of a
+// negative force would keep x from a nearer feasible point: it is removed, the one of the most negative force first.
 void mlNearestPoint::begin(mlActiveNormals & normals, double * x) {
     int const n = rows_->dimension();
     double * const along = change_.data();
@@ -72,7 +73,7 @@ double mlNearestPoint::excess(int i, double const * x) const {
     return ml_run_product(rows_->normal(i), x, rows_->dimension()) - bounds_[i];
 }
 
-// The constraint missed most, -1 when all are met.
+// The constraint missed most by x, neither active nor waived; -1 when all are met to rounding.
 int mlNearestPoint::worst(mlActiveNormals const & normals, double const * x) {
     std::fill_n(active_.data(), rows_->size(), 0);
     for (int i = 0; i < normals.size(); ++i)
@@ -91,7 +92,10 @@ int mlNearestPoint::worst(mlActiveNormals const & normals, double const * x) {
     return next;
 }
 
-// Makes the constraint active, and lets go of those that it pushes off.
+// Moves x until the constraint is met, and makes it active. On the way the active ones stay met with equality, so that
+// x moves along the free part of the normal, x += sign t Z Z^T normal, and their forces lose sign t R^-1 Y^T normal. An
+// inequality whose force falls to zero is dropped, and the way begins anew from there. Where the normal depends on
+// those active, x cannot move: then one of them has to be dropped, and `none` says that none can.
 mlNearestPoint::Result mlNearestPoint::meet(int constraint, mlActiveNormals & normals, double * x, int & steps) {
     double const * const normal = rows_->normal(constraint);
     double const sign = excess(constraint, x) > 0.0 ? -1.0 : 1.0; // of an equality that is exceeded
@@ -134,6 +138,7 @@ mlNearestPoint::Result mlNearestPoint::meet(int constraint, mlActiveNormals & no
     }
 }
 
+// The constraint at this position is no longer active.
 void mlNearestPoint::drop(int position, mlActiveNormals & normals) {
     for (int i = position; i + 1 < normals.size(); ++i)
         forces_[i] = forces_[i + 1];

@@ -3,7 +3,8 @@
 #include "maths/optimisation/active_set/mlActiveNormals.h"
 #include "maths/optimisation/active_set/mlConstraintRows.h"
 
-/// Finds the point nearest to a given one that meets linear constraints. For use inside the library.
+/// Finds the point nearest to a given one that meets linear constraints, equalities and inequalities. For use inside
+/// the library.
 ///
 /// A dual method: the point is always nearest among those that meet the active constraints with equality, and moves
 /// until it meets the others too. Its distance grows with each constraint that becomes active, so it cannot cycle,
@@ -14,10 +15,14 @@ public:
     enum Result { found, none, out_of_steps };
 
     /// Moves x to the nearest point. `normals` has the constraints to begin with, all equalities that are independent
-    /// among them, and gets those that are active at the end. Constraints count with `bounds[i]` as bounds, those of
-    /// zero normals never, and only those with `considered[i]` unless that is null. Violations that cannot be helped
-    /// are waived up to `waiver` of the scale of x, which is at least `floor`. At most `steps` are taken, which are
-    /// counted down.
+    /// among them, and gets those that are active at the end. The bound of constraint i is bounds[i]; constraints of
+    /// zero normals don't count, nor those whose considered[i] is 0, unless `considered` is null. The scale of x is its
+    /// largest magnitude, at least `floor`: a constraint that cannot be met is waived, one that is missed by no more
+    /// than `waiver` times the scale and its normal's length. Each step counts `steps` down by one, to -1 when they run
+    /// out.
+    ///
+    /// Returns `found`; `none` when the constraints contradict each other; or `out_of_steps`. Of the latter two x and
+    /// normals are those of the last step.
     Result find(mlConstraintRows const & rows, double const * bounds, int const * considered, mlActiveNormals & normals,
                 double * x, double floor, double waiver, int & steps);
 

@@ -8,7 +8,7 @@
 namespace {
 
 // A pivot above this part of the largest magnitude in G leaves no doubt that H is definite in its direction.
-double const clear = 1e-9;
+double const surely_positive = 1e-9;
 
 } // namespace
 
@@ -32,7 +32,7 @@ void mlReducedCurvature::refresh(mlActiveNormals const & normals) {
     definite_ = factorise();
 }
 
-// H, whole, as the leading rows and columns of reduced_.
+// H, both its triangles, in the first size_ rows and columns of reduced_, whose rows are n_ apart.
 void mlReducedCurvature::form(mlActiveNormals const & normals) {
     double * const product = work_.data();
     for (int j = 0; j < size_; ++j) {
@@ -46,7 +46,7 @@ void mlReducedCurvature::form(mlActiveNormals const & normals) {
     }
 }
 
-// False when a pivot leaves a doubt.
+// H = C^T C, column by column. False, with factor_ unfinished, when a pivot leaves a doubt.
 bool mlReducedCurvature::factorise() {
     for (int j = 0; j < size_; ++j) {
         double * const c = column(j);
@@ -54,7 +54,7 @@ bool mlReducedCurvature::factorise() {
         for (int i = 0; i < j; ++i)
             c[i] = (h[i] - ml_run_product(column(i), c, i)) / column(i)[i];
         double const pivot = h[j] - ml_run_product(c, c, j);
-        if (!(pivot > clear * largest_)) return false;
+        if (!(pivot > surely_positive * largest_)) return false;
         c[j] = std::sqrt(pivot);
     }
     return true;
@@ -88,7 +88,7 @@ void mlReducedCurvature::removed(mlActiveNormals const & normals) {
     for (int i = 0; i < last; ++i)
         c[i] = (ml_run_product(normals.null_vector(i), product, n_) - ml_run_product(column(i), c, i)) / column(i)[i];
     double const pivot = ml_run_product(z, product, n_) - ml_run_product(c, c, last);
-    definite_ = pivot > clear * largest_;
+    definite_ = pivot > surely_positive * largest_;
     if (definite_) c[last] = std::sqrt(pivot);
 }
 

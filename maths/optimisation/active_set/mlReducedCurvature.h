@@ -19,18 +19,19 @@ enum mlReducedStep : int {
 /// is formed anew, and factorised with exchanges where that leaves no doubt of its rank, or its singular values decide.
 class mlReducedCurvature {
 public:
-    /// G, whole and symmetric, is the caller's and must live on; its largest magnitude is 1 to 2, or 0.
+    /// G, symmetric with both its triangles given, is the caller's and must live on; its largest magnitude is
+    /// `largest`, 1 to 2 or 0.
     void start(mlMatrix const & g, double largest);
 
-    /// Takes the null space as it is now.
+    /// Forms and factorises H for the null space as it is now.
     void refresh(mlActiveNormals const & normals);
 
-    /// After a change of the normals by one constraint.
+    /// To be called right after one constraint was appended to the normals, or removed.
     void appended(mlActiveNormals const & normals);
     void removed(mlActiveNormals const & normals);
 
     /// The step w in coordinates of Z from a point of reduced gradient r, of which magnitudes up to `rounding` do not
-    /// count.
+    /// count. For mlReducedStepNone w means nothing.
     mlReducedStep step(mlActiveNormals const & normals, double const * r, double rounding, double * w);
 
     /// w = H^+ v, the solution of H w = v, or where H is singular the shortest one of least squares.

@@ -12,12 +12,12 @@
 namespace {
 
 // A pivot above this part of the largest magnitude in G is no rounding of zero.
-double const clear = 1e-8;
+double const no_zero = 1e-8;
 
 } // namespace
 
-// The threshold as a part of the largest singular value, as its queries want it; where there is but one value they take
-// it as it is. 1 or more for a matrix of zeros.
+// `threshold` as mlSingularValueDecomposition's is_singular and inverse take it: as a part of the largest singular
+// value, or as it is where there is but one. 1.0 for a matrix whose singular values are all zero to rounding.
 double mlReducedCurvature::relative_threshold(mlSingularValueDecomposition const & svd) const {
     double const largest = svd.diagonal()[0];
     if (!(largest > threshold())) return 1.0;
@@ -27,6 +27,7 @@ double mlReducedCurvature::relative_threshold(mlSingularValueDecomposition const
 // What rounding makes of a zero eigenvalue of H, relative to the largest magnitude in G.
 double mlReducedCurvature::threshold() const { return 32.0 * (n_ + 4) * std::numeric_limits<double>::epsilon(); }
 
+// out = (H + shift I) / largest_.
 void mlReducedCurvature::copy_reduced(mlMatrix & out, double shift) const {
     out.become(size_, size_);
     for (int i = 0; i < size_; ++i) {
@@ -35,8 +36,9 @@ void mlReducedCurvature::copy_reduced(mlMatrix & out, double shift) const {
     }
 }
 
-// P^T H P = U^T U + rest, where the rest, from the rank on, is the part of work_matrix_ after it. Returns the rank, or
-// -1 when some pivot is neither clear nor a zero.
+// With rows and columns in the order of order_, H / largest_ = U^T U + rest. Rows of work_matrix_ before the rank hold
+// those of U; the rest has no other elements than those from the rank on in both directions, which stand there, and
+// they are zero to rounding. Returns the rank, or -1 when the next pivot is neither surely positive nor the rest zero.
 int mlReducedCurvature::factorise_with_exchanges() {
     mlMatrix & s = work_matrix_;
     copy_reduced(s, 0.0);
@@ -46,7 +48,7 @@ int mlReducedCurvature::factorise_with_exchanges() {
         int best = r;
         for (int i = r + 1; i < size_; ++i)
             if (s(i, i) > s(best, best)) best = i;
-        if (!(s(best, best) > clear)) {
+        if (!(s(best, best) > no_zero)) {
             for (int i = r; i < size_; ++i)
                 for (int j = r; j < size_; ++j)
                     if (!(std::fabs(s(i, j)) <= threshold())) return -1;
@@ -65,12 +67,13 @@ int mlReducedCurvature::factorise_with_exchanges() {
     return size_;
 }
 
-// The step where H is clearly semidefinite; false when it is not.
+// The step where H is surely positive semidefinite; false when that is in doubt. Where the gradient r has a part along
+// the null vectors of H, w goes against that part; else to where r vanishes.
 bool mlReducedCurvature::semidefinite_step(double const * r, double rounding, double * w, mlReducedStep & kind) {
     int const rank = factorise_with_exchanges();
     if (rank < 0) return false;
     mlMatrix const & u = work_matrix_;
-    double * const y = work_.data(); // U^T y = r in the new order; past the rank, the gradient along the null vectors
+    double * const y = work_.data(); // U^T y = r in the order of order_; from the rank on, r along the null vectors
     for (int i = 0; i < size_; ++i) {
         y[i] = r[order_[i]];
         for (int k = 0; k < i && k < rank; ++k)
@@ -78,8 +81,8 @@ bool mlReducedCurvature::semidefinite_step(double const * r, double rounding, do
         if (i < rank) y[i] /= u(i, i);
     }
     bool const falls = ml_run_largest(y + rank, size_ - rank) > rounding;
-    for (int i = size_ - 1; i >= 0; --i) { // along the null vectors where the gradient has a part there, else to where
-        double sum = falls == (i >= rank) ? -y[i] : 0.0; // the rest of it vanishes
+    for (int i = size_ - 1; i >= 0; --i) { // y becomes the step: U y = 0 where it falls, else U y = -y / largest_
+        double sum = falls == (i >= rank) ? -y[i] : 0.0;
         if (i < rank) {
             if (!falls) sum /= largest_;
             for (int k = i + 1; k < (falls ? size_ : rank); ++k)
@@ -95,8 +98,8 @@ bool mlReducedCurvature::semidefinite_step(double const * r, double rounding, do
     return true;
 }
 
-// The eigenvector of the lowest eigenvalue, where that is negative. The singular values of H + shift are the
-// eigenvalues of H plus the shift, once the shift exceeds them all in magnitude.
+// The eigenvector of H of the lowest eigenvalue, downhill; false when that is not negative. The singular values of
+// H + shift are the eigenvalues of H plus the shift, as the shift is at least as large as they are in magnitude.
 bool mlReducedCurvature::negative_curvature_step(double const * r, double rounding, double * w, mlReducedStep & kind) {
     double norm = 0.0;
     for (int i = 0; i < size_; ++i)
@@ -115,13 +118,14 @@ bool mlReducedCurvature::negative_curvature_step(double const * r, double roundi
     return true;
 }
 
+// The step by eigenvalues and singular values, which decide wherever the pivots leave a doubt.
 mlReducedStep mlReducedCurvature::spectral_step(double const * r, double rounding, double * w) {
     mlReducedStep kind;
     if (negative_curvature_step(r, rounding, w, kind)) return kind;
     copy_reduced(work_matrix_, 0.0);
     mlSingularValueDecomposition const svd(work_matrix_);
     double const tolerance = relative_threshold(svd);
-    bool const zero = tolerance >= 1.0; // would count as regular
+    bool const zero = tolerance >= 1.0; // which is_singular would take for regular
     bool const singular = zero || svd.is_singular(tolerance);
     std::fill_n(w, size_, 0.0);
     double falls = 0.0;

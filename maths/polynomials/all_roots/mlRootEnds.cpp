@@ -57,6 +57,7 @@ void mlRootIteration::place_edge(int edge, int & first_pair, int & last_real) {
     }
 }
 
+// Puts the points at the n real numbers. False when one is 0 or infinite or doesn't meet the stopping test.
 bool mlRootIteration::take(double const * known) {
     for (int i = 0; i < n_; ++i) {
         x_[i] = wide_ ? known[i] : ml_scale(known[i], -scaled_.exponent());
@@ -71,6 +72,8 @@ bool mlRootIteration::take(double const * known) {
     return true;
 }
 
+// Bounds the errors that are not known yet and goes back to the caller's scale. Returns whether all points meet the
+// stopping test.
 bool mlRootIteration::finish() {
     for (int i = 0; i < n_; ++i) {
         if (bound_[i] >= 0.0) continue;
@@ -92,9 +95,10 @@ void mlRootIteration::make_double_point(int i) {
     put(i + 1, px_[i], 0.0);
 }
 
+// The error bound of point i by a rigorous enclosure, and whether it meets the stopping test.
 void mlRootIteration::enclose(int i) {
     focus(i);
-    int const k = scale_of(px_[i], py_[i]); // once more, in the one scale of all points
+    int const k = scale_of(px_[i], py_[i]); // 0 when the scale is this point's own
     if (k != 0) scaled_for_bound_.become(n_, a_, scaled_.exponent() + k);
     mlScaledPolynomial const & scaled = k != 0 ? scaled_for_bound_ : scaled_;
     mlComplex const z{ml_scale(px_[i], -k), ml_scale(py_[i], -k)};
@@ -108,6 +112,7 @@ void mlRootIteration::enclose(int i) {
     put_bound(i, ml_scale(bound * (1.0 + 1e-9), k));
 }
 
+// Point i and its bound go to the caller's scale, where they may leave the range of doubles.
 void mlRootIteration::leave_scale(int i) {
     if (int const k = scaled_.exponent(); !wide_ && k != 0) {
         x_[i] = ml_scale(x_[i], k);
@@ -123,7 +128,7 @@ void mlRootIteration::leave_scale(int i) {
     }
 }
 
-// Keeps the direction.
+// A point beyond the range of doubles: the largest one in its direction, with an infinite bound.
 void mlRootIteration::list_out_of_range(int i) {
     all_met_ = false;
     bound_[i] = infinite;
@@ -133,7 +138,7 @@ void mlRootIteration::list_out_of_range(int i) {
     y_[i] = std::clamp(factor * y, -largest, largest);
 }
 
-// For a point in the caller's scale.
+// Whether a point that is in the caller's scale meets the stopping test.
 bool mlRootIteration::stands_the_test(int i) {
     int const k = scale_of(x_[i], y_[i]);
     scaled_for_bound_.become(n_, a_, k);

@@ -4,7 +4,7 @@
 #include "maths/polynomials/all_roots/mlRootEnclosure.h"
 #include "maths/polynomials/all_roots/mlScaledPolynomial.h"
 
-/// All roots at once of a polynomial of which neither end coefficient is zero, for use inside the library.
+/// All roots, simultaneously, of a polynomial of which neither end coefficient is zero, for use inside the library.
 ///
 /// The method of Ehrlich and Aberth on real factors. Slots 2 i and 2 i + 1 hold a factor of degree two: a conjugate
 /// pair, the upper one first, or two real points; the last slot of an odd degree is a real point. With the others'
@@ -14,8 +14,10 @@
 ///
 /// A first phase computes in plain arithmetic until a point hardly moves or its value is rounding error. The second
 /// evaluates as if with twice the digits: a last Newton step for most, more of the same for the ill-conditioned.
-/// Source: Ehrlich, A modified Newton method for polynomials (1967); Aberth, Iteration methods for finding all zeros of
-/// a polynomial simultaneously (1973); Bini, Numerical computation of polynomial zeros (1996).
+/// mlRootIteration.cpp has the phases, mlRootSteps.cpp how points move, mlRootEnds.cpp where they start and what is
+/// known of them at the end. Source: Ehrlich, A modified Newton method for polynomials (1967); Aberth, Iteration
+/// methods for finding all zeros of a polynomial simultaneously (1973); Bini, Numerical computation of polynomial zeros
+/// (1996).
 class mlRootIteration {
 public:
     /// Finds the roots of a[0] + a[1] t + ... + a[n] t^n, n >= 1; false when some don't meet the stopping test.
@@ -53,7 +55,7 @@ private:
     static int scale_of(double x, double y);
     void focus(int i);
     void put(int i, double x, double y);
-    bool settles(double moved, double size, Phase phase) const;
+    bool has_converged(double moved, double size, Phase phase) const;
     void put_bound(int i, double bound);
 
     bool finish();
@@ -72,8 +74,8 @@ private:
     mlRootEnclosure enclosure_;
     doublecoDynArr numbers_;
     intcoDynArr integers_;
-    // Views of these two, n of each. The points stand in the scale of scaled_, or when wide_ and at the end in the
-    // caller's; when wide_, the local ones stand in that of scaled_. Bounds not yet known are negative.
+    // Parts of these two, n elements each. The points stand in the scale of scaled_, or when wide_ and at the end in
+    // the caller's; when wide_, the local ones stand in that of scaled_. Bounds not yet known are negative.
     double *x_ = nullptr, *y_ = nullptr, *local_x_ = nullptr, *local_y_ = nullptr, *bound_ = nullptr;
     double *px_ = nullptr, *py_ = nullptr; // those in the scale of scaled_
     int *done_ = nullptr, *order_ = nullptr;
