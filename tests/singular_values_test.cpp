@@ -151,6 +151,7 @@ TEST(PseudoInverse, IsThatOfTheFirstToleranceForGood) {
     SVD const svd(Matrix(2, 2, {1, 0, 0, 1e-9})), other(Matrix(2, 2, {1, 0, 0, 1e-9})), lone(Matrix(1, 1, {1e-9}));
     EXPECT_EQ(svd.inverse(1e-7)(1, 1) + svd.inverse(1e-12)(1, 1), 0.0);
     EXPECT_NEAR(other.inverse(1e-12)(1, 1), 1e9, 1.0);
+    EXPECT_EQ(SVD(Matrix(2, 2, {1, 0, 0, 0.25})).inverse(0.25)(1, 1), 0.0) << "at the tolerance";
     EXPECT_EQ(lone.inverse(2.0)(0, 0), 1.0 / 1e-9) << "of a single value at any tolerance";
 }
 
