@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstdlib>
+#include <fstream>
 #include <new>
 #include <sstream>
 
@@ -7,6 +9,10 @@
 #include "maths/maths.h"
 #include "tests/support/traces.h"
 #include "tests/support/values.h"
+
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
+#include <sys/resource.h>
+#endif
 
 // Every sequence of operations below is run again and again; each time its first, second, third ... request for memory
 // fails, and all requests after that. Arrays fail through the library's hook; `operator new` calls the hook too, so
@@ -179,6 +185,38 @@ void decompositions(Objects & o) {
     }
 }
 
+/// At sizes whose scratch comes from the heap, and where rotations are queued.
+void large_decompositions(Objects & o) {
+    mlMatrix const tall(mlMatrixZero, 520, 4), wide(mlMatrixZero, 2, 1030);
+    mlMatrix a(mlMatrixIdentity, 520), small;
+    mlVector x(mlVectorZero, 520);
+    mlLUDecomposition const lu(a);
+    lu.solve(tall, o.m);
+    lu.solve(x, o.v);
+    mlCholeskyDecomposition const cholesky(a);
+    cholesky.solve(tall, o.n);
+    mlSingularValueDecomposition(wide, mlSingularValueDecomposition::mlALL_U, mlSingularValueDecomposition::mlTHIN_V);
+    mlSingularValueDecomposition(tall, mlSingularValueDecomposition::mlNO_U, mlSingularValueDecomposition::mlALL_V);
+    small.become(mlMatrixIdentity, 70);
+    mlSymEigenVecs(small).calculate();
+    doublecoDynArr columns;
+    columns.expand(2 * 40 * 40);
+    std::fill(columns.begin(), columns.end(), 1.0);
+    ml_svd(columns.data(), x.data(), 40, 40);
+    doublecoDynArr2D points(300, 3, 1, 1);
+    points(299, 2) = 1.0;
+    mlPCA(points).eigenvalues(o.v);
+    mlGramSchmidt basis(&o.m.become(mlMatrixIdentity, 3));
+    for (int i = 0; i < 3; ++i) {
+        Vector v{1.0, 2.0, 3.0};
+        all_or_nothing([&] { basis.add(&v, 1); }, [&] { return o.m.rows() == 3 && v[0] == 1.0; });
+    }
+    mlSlice solution = x.slice();
+    mlTridiagonal(520, a.row(0), a.diagonal(), a.row(1)).solve(tall.col(0), solution);
+    multiply(a, tall.col(1), o.v);
+    mlIntegrateRomberg(1.0, 40).integrate(mlFunctionOf([](double t) { return t; }), 0.0, 1.0);
+}
+
 /// Distances of points from a line through (0, p0) of slope p1.
 struct Line : mlDistanceLeastSquares {
     Line() : mlDistanceLeastSquares(2, 4) {}
@@ -240,8 +278,8 @@ void sparse_matrices(Objects & o) {
 
 TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
     int story = 0;
-    for (auto const tell :
-         {arrays, paged_arrays, vectors_and_matrices, functions, decompositions, optimisation, sparse_matrices}) {
+    for (auto const tell : {arrays, paged_arrays, vectors_and_matrices, functions, decompositions, large_decompositions,
+                            optimisation, sparse_matrices}) {
         bool finished = false;
         ++story;
         for (long k = 0; !finished && !HasFailure(); ++k) {
@@ -263,5 +301,34 @@ TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
         }
     }
 }
+
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
+// A block that grows asks for room in reserve, and without it where there is too little memory for that.
+TEST(FailedAllocation, OfRoomInReserveFallsBackToWhatIsNeeded) {
+    int const before = 4 << 20, after = before + 1000; // with 16 MiB in reserve, of which a limit leaves half
+    doublecoDynArr array(before, 1);
+    array.expand(before);
+    array[0] = 1.0;
+    array[before - 1] = 2.0;
+    long pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    rlimit old_limit, limit;
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &old_limit), 0);
+    limit = old_limit;
+    limit.rlim_cur = static_cast<rlim_t>(pages) * 4096 + (8 << 20);
+    bool const limited = setrlimit(RLIMIT_AS, &limit) == 0; // an emulator may ignore it
+    bool threw = false;
+    try {
+        array.reserve(after);
+    } catch (std::bad_alloc const &) {
+        threw = true;
+    }
+    setrlimit(RLIMIT_AS, &old_limit);
+    EXPECT_FALSE(threw && limited);
+    EXPECT_EQ(array.capacity(), threw ? before : after);
+    EXPECT_EQ(array[0], 1.0);
+    EXPECT_EQ(array[before - 1], 2.0);
+}
+#endif
 
 } // namespace

@@ -100,6 +100,11 @@ TEST(FunctionN1, HasDifferencesWhoseErrorsArePartsOfItsMagnitude) {
             mixed = std::max(mixed, std::fabs(hessian(0, 1) + 0.5 * e * std::sin(y)) / value);
         }
     }
+    mlMatrix hessian; // each difference is scaled before they are subtracted
+    f.hessian(Vector{0.5, 0.25}.slice(), hessian);
+    auto const at = [&](int i, int j) { return f.function(Vector{0.5 + i * 1e-7, 0.25 + j * 1e-7}.slice()); };
+    EXPECT_EQ(hessian(0, 1), ((at(1, 1) - at(-1, 1)) * 5e6 - (at(1, -1) - at(-1, -1)) * 5e6) * 5e6);
+    EXPECT_EQ(hessian(0, 0), ((at(1, 0) - at(0, 0)) * 1e7 - (at(0, 0) - at(-1, 0)) * 1e7) * 1e7);
     EXPECT_LT(slope, 3e-9);
     EXPECT_TRUE(0.01 < diagonal && diagonal < 0.1) << diagonal;
     EXPECT_TRUE(0.001 < mixed && mixed < 0.02) << mixed;
@@ -115,8 +120,8 @@ struct Counted : mlFunctionN {
     void function_derivative(mlSlice const & at, int * const orders, mlVector & y) const override {
         mlFunctionN::function_derivative(at, orders, y); // which leaves y as it is
         ++calls;
-        if (at[0] == 13.0) throw std::bad_alloc();
         y.become(utConvert, Values{10.0 * calls + orders[0], 10.0 * calls + orders[1]}.data(), 2);
+        if (at[0] == 13.0) throw std::bad_alloc();
     }
     mutable int calls = 0;
 };
@@ -141,8 +146,13 @@ TEST_F(CachedFunction, RemembersTheLastArgumentUntilCancelledButNoNaNAndNoEmptyM
     EXPECT_EQ(ask(0.0), 4);
     EXPECT_THROW(ask(13.0), std::bad_alloc);
     EXPECT_EQ(ask(0.0), 6) << "a call that failed leaves no result";
-    EXPECT_EQ(ask(mlUnboundedMin) + ask(mlUnboundedMin), 7 + 8);
-    EXPECT_EQ(ask(0.0, nan_value) + ask(0.0, nan_value), 9 + 10);
+    for (int const call : {7, 9}) { // nor does one for a derivative, between these two
+        cache.function_derivative(Vector{0, 0}.slice(), std::array{1, 0}.data(), y);
+        EXPECT_EQ(y[0], 10 * call + 1);
+        EXPECT_THROW(cache.function_derivative(Vector{13, 0}.slice(), std::array{1, 0}.data(), y), std::bad_alloc);
+    }
+    EXPECT_EQ(ask(mlUnboundedMin) + ask(mlUnboundedMin), 11 + 12);
+    EXPECT_EQ(ask(0.0, nan_value) + ask(0.0, nan_value), 13 + 14);
     EXPECT_EQ(y.size(), checked_build ? 2 : 1);
 }
 

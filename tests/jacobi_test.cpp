@@ -1,96 +1,16 @@
-#include <bit>
-#include <cstdint>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "maths/decompositions/mlSymEigenVecs.h"
 #include "maths/decompositions/ml_svd.h"
-#include "maths/kernels/mlInstructionSet.h"
-#include "platform/doublecoQuickSortIndex.h"
+#include "maths/kernels/mlTuning.h"
 #include "tests/support/matrices.h"
-#include "tests/support/values.h"
+#include "tests/support/plain_jacobi.h"
 
 // Jacobi's methods beside the plain forms that they promise the bits of: rotations by full matrix products, pairs of
 // columns one after the other.
 
 namespace {
-
-struct Spectrum {
-    Values values;
-    mlMatrix vectors;
-};
-
-/// The rotation of rows and columns p and q.
-void become_rotation(mlMatrix & r, mlMatrix const & m, int p, int q) {
-    double const a = m(p, p), b = m(p, q), d = m(q, q);
-    double const lambda = (a + d) * 0.5 + std::sqrt((a - d) * (a - d) * 0.25 + b * b);
-    double const rows[2][2] = {{a - lambda, b}, {m(q, p), d - lambda}};
-    double const squares[2] = {rows[0][0] * rows[0][0] + rows[0][1] * rows[0][1],
-                               rows[1][0] * rows[1][0] + rows[1][1] * rows[1][1]};
-    int const k = squares[1] > squares[0] ? 1 : 0;
-    double const length = std::sqrt(squares[k]);
-    r.become(mlMatrixIdentity, m.rows());
-    r(p, p) = rows[k][1] / length;
-    r(q, p) = -rows[k][0] / length;
-    r(p, q) = rows[k][0] / length;
-    r(q, q) = rows[k][1] / length;
-}
-
-void full_products(mlMatrix const & m, double tolerance, Spectrum & found) {
-    int const n = m.rows();
-    mlMatrix a, r, v(mlMatrixIdentity, n);
-    a.become(utCopy, m);
-    for (int rotations = 0; rotations < 10000; ++rotations) { // more than any of these takes
-        double largest = -largest_double;
-        int p = 0, q = 0;
-        for (int k = 0; k < n * n; ++k) {
-            if (k / n >= k % n || !(std::fabs(a[k]) > largest)) continue;
-            largest = std::fabs(a[k]);
-            p = k / n;
-            q = k % n;
-        }
-        if (tolerance * 0.01 > largest) break;
-        become_rotation(r, a, p, q);
-        a.become(mlMatrixProduct, mlMatrix(mlMatrixProduct, mlMatrix(mlMatrixTranspose, r), a), r);
-        v.become(mlMatrixProduct, v, r);
-    }
-    doublecoPageArr squares;
-    intcoPageArr order;
-    for (int i = 0; i < n; ++i) {
-        squares[i] = a(i, i) * a(i, i);
-        order[i] = i;
-    }
-    doublecoQuickSortIndex(squares, order).sort(&order, n);
-    found.values.clear();
-    found.vectors.become(n, n);
-    for (int i = 0; i < n; ++i) {
-        found.values.push_back(a(order[n - 1 - i], order[n - 1 - i]));
-        found.vectors.col(i) = v.col(order[n - 1 - i]);
-    }
-}
-
-/// The first element whose bits differ, or -1. Any NaN equals any other.
-template <class Array> int first_difference(Values const & expected, Array const & found) {
-    for (int i = 0; i < static_cast<int>(expected.size()); ++i) {
-        double const x = expected[i], y = found[i];
-        if (std::bit_cast<std::uint64_t>(x) != std::bit_cast<std::uint64_t>(y) && !(std::isnan(x) && std::isnan(y)))
-            return i;
-    }
-    return -1;
-}
-
-void expect_the_bits_of_full_products(mlMatrix const & a, double tolerance = 1e-6) {
-    Spectrum expected;
-    full_products(a, tolerance, expected);
-    mlSymEigenVecs eigen(a);
-    eigen.set_tolerance(tolerance);
-    eigen.calculate();
-    EXPECT_EQ(eigen.status(), mlEigenVecsCalculated);
-    ASSERT_EQ(eigen.num_real_eigen_values(), a.rows());
-    EXPECT_EQ(first_difference(expected.values, eigen.eigen_values()), -1);
-    EXPECT_EQ(first_difference(contents(expected.vectors), eigen.eigen_vectors()), -1);
-}
 
 /// m becomes symmetric, element (i, j) with i <= j being value().
 template <class Value> void make_symmetric(mlMatrix & m, int n, Value value) {
@@ -162,8 +82,9 @@ TEST_P(JacobiOfOrder, SpreadsNaNsAndInfinitiesAsProductsDo) {
     expect_the_bits_of_full_products(a);
 }
 
-// From 13 on rows are rotated by a kernel; from 9 elements on the largest is sought in several chains.
-INSTANTIATE_TEST_SUITE_P(, JacobiOfOrder, testing::Values(0, 1, 2, 3, 4, 5, 8, 12, 13, 21, 40));
+// Rows of more elements are rotated by a kernel; from 9 elements on the largest is sought in several chains.
+int const plain = ml_tuning::jacobi_plain_max_cols;
+INSTANTIATE_TEST_SUITE_P(, JacobiOfOrder, testing::Values(0, 1, 2, 3, 4, 5, 8, plain, plain + 1, 21, 40));
 
 /// One sweep over a row-major array, pair by pair; the number of rotations.
 int sweep_in_order(Values & a, Values & s2, int rows, int cols, int rank) {
@@ -197,7 +118,6 @@ int sweep_in_order(Values & a, Values & s2, int rows, int cols, int rank) {
 }
 
 TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
-    enum mlInstructionSet const widest = ml_instruction_set();
     for (auto const & [rows, cols] : {std::pair(5, 1), {3, 2}, {9, 5}, {4, 9}, {20, 10}, {40, 23}}) {
         for (int const negligible : {0, 1, cols / 2}) {
             mlRandom random(rows);
@@ -215,17 +135,15 @@ TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
                     --rank;
             }
             Values const a = found;
-            for (int set = widest; set >= 0; --set) {
-                SCOPED_TRACE(testing::Message() << rows << " x " << cols << ", set " << set);
-                ASSERT_TRUE(ml_use_instruction_set(mlInstructionSet(set)));
+            SCOPED_TRACE(testing::Message() << rows << " x " << cols);
+            in_each_instruction_set([&] {
                 found = a;
                 ml_svd(found.data(), found_squares.data(), rows, cols);
-                EXPECT_EQ(first_difference(expected, found), -1);
-                EXPECT_EQ(first_difference(squares, found_squares), -1);
-            }
+                EXPECT_TRUE(equal_bits(expected, found, static_cast<int>(found.size())));
+                EXPECT_TRUE(equal_bits(squares, found_squares, cols));
+            });
         }
     }
-    ml_use_instruction_set(widest);
 }
 
 } // namespace

@@ -76,6 +76,11 @@ TEST(QuickSort, OrdersIndicesByTheirKeysAndEndsWithNaN) {
     doublecoQuickSortIndex const sorter(keys, index);
     sorter.sort(&index, 4);
     EXPECT_EQ(contents(index), (Ints{1, 3, 0, 2}));
+    for (int i = 0; i < 7; ++i)
+        keys[index[i] = i] = 1.0;
+    sorter.sort(&index, 7);
+    index.shrink(7, 0);
+    EXPECT_EQ(contents(index), (Ints{5, 4, 6, 0, 1, 3, 2})) << "the order of equal ones is not theirs, but always this";
     for (int i = 0; i < 2000; ++i)
         keys[index[i] = i] = i % 3 ? i % 7 : nan_value;
     sorter.sort(&index, 2000);

@@ -32,11 +32,13 @@ TEST(Range, GrowsByMergingAndShrinksByIntersection) {
     EXPECT_EQ((Values{four.clip(-1), four.clip(9), four.clip(3), mlRange(5, 1).clip(3)}), (Values{0, 4, 3, 5}));
     EXPECT_TRUE(four.coincident(mlRange(0.5, 3.5), 0.5) && four.coincident(mlRange(nan_value, 4), 0.5));
     EXPECT_FALSE(four.coincident(mlRange(0.5, 3), 0.5) || four.coincident(mlRange(1, 4), 0.5));
+    EXPECT_EQ(mlRange(0, 1e-10).position_in_range(0.5e-10), 0.5);
     EXPECT_EQ(mlRange(0, 0.5e-10).position_in_range(0.4e-10) + mlRange(2, 2).position_in_range(5), 0.0 + 1.0);
 }
 
 TEST(Math, DerivesByTheRemainderOfTheOrderAndAddsWithoutOverflow) {
     EXPECT_EQ(mlMath::interpolate(0.5, -largest_double, largest_double), largest_double); // b - a overflows
+    EXPECT_EQ(mlMath::interpolate(1.0, 1e16, 1.0), 1.0);                                  // not 1e16 + (1 - 1e16)
     EXPECT_EQ(mlRange(0, 4).interpolate(2) + mlMath::rescale(2.5, 2, 4, 10, 20), 4 + 12.5);
     double const volatile x = 0.7; // or the compiler folds the calls, to other last bits
     double const sines[] = {std::sin(x), std::cos(x), -std::sin(x), -std::cos(x), std::sin(x)};

@@ -56,6 +56,7 @@ TEST(ClosedForms, HaveTheRootsThatTheCoefficientsSay) {
         {{1, 0, 0, 0, 0}, 1, {0, 0, 0, 0}, 0},              // 0 and -0, and both again: one root
         {{1, 0, -1e-14, 0, 0}, 2, {-1e-7, 0, 0, 0}, 1e-13}, // 0, then 1e-7, which is dropped, and -1e-7, which is not
         {{0.5e-10, 1, -6, 11, -6}, 3, {1, 2, 3, 0}, 1e-13},
+        {{1, 0, 3, 0x1p-30, 1}, 0, {0, 0, 0, 0}, 0}, // rounding leaves the square of s below zero
     };
     for (auto const & c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.p));
@@ -125,7 +126,18 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
         {inside, claim(32, rising), 0, 2, 9, 1, 1, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // before a short step
         {inside, claim(0, rising), 0, 2, 2, 1.4, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, 4 / 3.0}, {1, 4 / 3.0}}},
         {inside, claim(0.05, rising), a, b, 9, q, 1, {{0, a}, {0, b}, {0, p}, {1, p}}}, // too flat to follow
-        {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}},             // short enough
+        {inside, claim(nan_value, rising), 0, 2, 1, nan_value, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // is followed
+        {falsi,
+         claim(0, [](double t) { return t == 0   ? -1
+                                        : t == 1 ? 15
+                                                 : 1; }),
+         0,
+         1,
+         1,
+         0.0625,
+         1,
+         {{0, 0}, {0, 1}, {0, 0}, {0, 0.0625}}},                            // the bracket left is as wide as tolerated
+        {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}}, // short enough
         {falsi, claim(0, rising), 0, 2, 3, r, 0, {{0, 0}, {0, 2}, {0, 0}, {0, 1}, {0, 1.5}, {0, r}}}, // a value halved
     };
     for (auto const & c : cases) {
@@ -137,7 +149,7 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
         double const x = c.finder == newton ? mlRootSolve::newton_raphson(f, 3.0, tolerance, converged, c.limit)
                                             : (c.finder == inside ? bracketed : mlRootSolve::regula_falsi)(
                                                   f, c.from, c.to, tolerance, converged, c.limit);
-        EXPECT_NEAR(x, c.x, 1e-15);
+        EXPECT_TRUE(same(x, c.x) || std::fabs(x - c.x) <= 1e-15) << x << " for " << c.x;
         EXPECT_EQ(converged, c.converged);
         EXPECT_EQ(f.calls, c.calls);
     }

@@ -1,0 +1,425 @@
+#include <fstream>
+#include <map>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "maths/decompositions/mlCholeskyDecomposition.h"
+#include "maths/decompositions/mlLUDecomposition.h"
+#include "maths/decompositions/mlLUElimination.h"
+#include "maths/decompositions/mlSingularValueDecomposition.h"
+#include "maths/decompositions/mlTridiagonal.h"
+#include "maths/functions/mlFunctionOf.h"
+#include "maths/functions/mlIntegrateRomberg.h"
+#include "maths/kernels/mlLanes.h"
+#include "maths/kernels/mlTuning.h"
+#include "maths/sparse/mlSparseMatrix.h"
+#include "tests/support/bits.h"
+#include "tests/support/matrices.h"
+#include "tests/support/plain_jacobi.h"
+#include "tests/support/plain_svd.h"
+
+// Each size at which one method gives way to another, that is each constant of mlTuning.h, and the sizes below and
+// above it: in every instruction set the bits are those of the plain definitions that stand here.
+
+namespace {
+
+using namespace ml_tuning;
+
+// ---- Gaussian elimination ----
+
+/// What is hard about a matrix where blocked elimination may go wrong.
+enum class Trouble { none, exchange_at_every_step, ties, nan_below_a_pivot, nan_pivot, failing_pivot };
+
+void make_troubled(mlMatrix & a, int n, int cols, Trouble trouble, int p) {
+    fill_random(a, n, cols, n + 7 * p);
+    for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < cols; ++j) {
+            double & x = a(i, j);
+            if (trouble == Trouble::exchange_at_every_step) x = 1.0 + 1e-3 * i + (i == j ? 0.5 : 1e-4) * x;
+            if (trouble == Trouble::ties) x = std::round(1.4 * x);
+        }
+        if (trouble == Trouble::nan_pivot) a(i, p) = nan_value;
+        if (trouble == Trouble::failing_pivot) a(i, p) *= 1e-40; // not the largest first, and no zeros beside it
+    }
+    if (trouble == Trouble::nan_below_a_pivot) a(n - 1, p) = nan_value;
+}
+
+int eliminate_plainly(mlMatrix & a, std::vector<int> & permutation, int & swaps) {
+    int const n = a.rows(), cols = a.cols();
+    for (int k = 0; k < n; ++k) {
+        int p = k;
+        for (int i = k + 1; i < n; ++i)
+            if (std::fabs(a(i, k)) > std::fabs(a(p, k))) p = i;
+        a.swap_rows(k, p);
+        std::swap(permutation[k], permutation[p]);
+        swaps += p != k;
+        if (1e-20 > std::fabs(a(k, k))) return 0;
+        for (int i = k + 1; i < n; ++i) {
+            a(i, k) /= a(k, k);
+            for (int j = k + 1; j < cols; ++j)
+                a(i, j) -= a(k, j) * a(i, k);
+        }
+    }
+    for (int c = n; c < cols; ++c) {
+        for (int i = n - 1; i >= 0; --i) {
+            for (int j = i + 1; j < n; ++j)
+                a(i, c) -= a(j, c) * a(i, j);
+            a(i, c) /= a(i, i);
+        }
+    }
+    return 1;
+}
+
+void expect_plain_elimination(int n, Trouble trouble, int p) {
+    SCOPED_TRACE(testing::Message() << "order " << n << ", trouble " << static_cast<int>(trouble) << " at " << p);
+    mlMatrix a, expected, found;
+    make_troubled(a, n, n + 3, trouble, p); // three right-hand sides
+    expected.become(utCopy, a);
+    std::vector<int> rows(n);
+    for (int i = 0; i < n; ++i)
+        rows[i] = i;
+    int swaps = 0;
+    int const passed = eliminate_plainly(expected, rows, swaps);
+    EXPECT_EQ(passed, trouble != Trouble::failing_pivot && (trouble != Trouble::ties || passed));
+    in_each_instruction_set([&] {
+        intcoDynArr permutation;
+        permutation.expand(n);
+        found.become(utCopy, a);
+        int found_swaps = -1;
+        EXPECT_EQ(ml_lu_decompose(found, permutation, found_swaps, 1e-20), passed);
+        EXPECT_EQ(found_swaps, swaps);
+        EXPECT_EQ(contents(permutation), rows);
+        EXPECT_TRUE(equal_bits(expected, found));
+    });
+}
+
+/// Solves with the packed factors: the matrix form takes the reciprocal of the last pivot.
+void solve_plainly(mlMatrix const & lu, mlMatrix & x, bool matrix_form) {
+    int const n = lu.rows();
+    for (int c = 0; c < x.cols(); ++c) {
+        for (int i = 0; i < n; ++i)
+            for (int k = 0; k < i; ++k)
+                x(i, c) -= x(k, c) * lu(i, k);
+        for (int i = n - 1; i >= 0; --i) {
+            for (int j = i + 1; j < n; ++j)
+                x(i, c) -= lu(i, j) * x(j, c);
+            x(i, c) = matrix_form && i == n - 1 ? x(i, c) * (1.0 / lu(i, i)) : x(i, c) / lu(i, i);
+        }
+    }
+}
+
+void lu_solves(int n, int count) {
+    mlMatrix a, packed, b, expected, column, x;
+    fill_random(a, n, n, n);
+    fill_random(b, n, count, 3);
+    packed.become(utCopy, a);
+    std::vector<int> rows(n);
+    for (int i = 0; i < n; ++i)
+        rows[i] = i;
+    int swaps = 0;
+    ASSERT_EQ(eliminate_plainly(packed, rows, swaps), 1);
+    expected.become(n, count);
+    for (int i = 0; i < n; ++i)
+        expected.row(i) = b.row(rows[i]);
+    column.become(mlMatrixZero, n, 1).col(0) = expected.col(0);
+    solve_plainly(packed, expected, true);
+    solve_plainly(packed, column, false);
+    in_each_instruction_set([&] {
+        mlLUDecomposition const lu(a);
+        mlVector v(mlVectorZero, n);
+        v = b.col(0);
+        lu.solve(b, x);
+        lu.solve(v, v);
+        EXPECT_TRUE(equal_bits(expected, x)) << n << " rows, " << count << " right-hand sides";
+        EXPECT_TRUE(equal_bits(column, v, n)) << n << " rows";
+    });
+}
+
+void lu(int n) {
+    expect_plain_elimination(n, Trouble::none, 0);
+    expect_plain_elimination(n, Trouble::exchange_at_every_step, 0);
+    expect_plain_elimination(n, Trouble::ties, 0);
+    for (auto const trouble : {Trouble::nan_below_a_pivot, Trouble::nan_pivot, Trouble::failing_pivot})
+        for (int const p : n < 100 ? std::vector{0, n / 4, n / 2 + 1, n - 2} : std::vector{n / 2 + 1})
+            expect_plain_elimination(n, trouble, p);
+    lu_solves(n, 1);
+    lu_solves(n, 9);
+}
+
+void lu_in_every_column(int n) {
+    for (int p = 0; p < n; ++p)
+        expect_plain_elimination(n, Trouble::failing_pivot, p);
+}
+
+// ---- Cholesky ----
+
+/// L below the diagonal of a and on `diagonal`, as far as the pivots are above zero or NaN.
+int factor_plainly(mlMatrix & a, Values & diagonal) {
+    int const n = a.rows();
+    for (int i = 0; i < n; ++i) {
+        for (int j = i; j < n; ++j) {
+            double s = a(i, j);
+            for (int k = i - 1; k >= 0; --k)
+                s -= a(i, k) * a(j, k);
+            if (j == i && s <= 0.0) return 0;
+            (j == i ? diagonal[i] : a(j, i)) = j == i ? std::sqrt(s) : s / diagonal[i];
+        }
+    }
+    return 1;
+}
+
+/// `pivot` is what stands at (p, p): a failing one, a NaN, or one that leaves exactly zero in a row of its own.
+void expect_plain_factor(mlMatrix const & a, int p, double pivot) {
+    int const n = a.rows();
+    SCOPED_TRACE(testing::Message() << "order " << n << ", " << pivot << " at " << p);
+    mlMatrix changed, expected, found;
+    changed.become(utCopy, a);
+    if (pivot == 0.0) {
+        for (int k = 0; k < n; ++k)
+            changed(k, p) = changed(p, k) = 0.0;
+    }
+    if (pivot != 1.0) changed(p, p) = pivot;
+    expected.become(utCopy, changed);
+    Values diagonal(n);
+    int const definite = factor_plainly(expected, diagonal);
+    EXPECT_EQ(definite, !(pivot <= 0.0));
+    for (int i = 0; i < n; ++i) {
+        expected(i, i) = diagonal[i];
+        for (int j = i + 1; j < n; ++j)
+            expected(i, j) = 0.0;
+    }
+    in_each_instruction_set([&] {
+        mlCholeskyDecomposition const cholesky(changed);
+        EXPECT_EQ(cholesky.is_singular(), !definite);
+        cholesky.matrix_l(found);
+        EXPECT_TRUE(equal_bits(expected, found));
+    });
+}
+
+void cholesky_solves(mlMatrix const & a, int count) {
+    int const n = a.rows();
+    mlMatrix b, l, x;
+    fill_random(b, n, count, 3);
+    l.become(utCopy, a);
+    Values diagonal(n);
+    ASSERT_EQ(factor_plainly(l, diagonal), 1);
+    mlMatrix expected;
+    expected.become(utCopy, b);
+    for (int c = 0; c < count; ++c) {
+        for (int i = 0; i < n; ++i) {
+            for (int k = i - 1; k >= 0; --k)
+                expected(i, c) -= l(i, k) * expected(k, c);
+            expected(i, c) /= diagonal[i];
+        }
+        for (int i = n - 1; i >= 0; --i) {
+            for (int k = i + 1; k < n; ++k)
+                expected(i, c) -= l(k, i) * expected(k, c);
+            expected(i, c) /= diagonal[i];
+        }
+    }
+    in_each_instruction_set([&] {
+        mlCholeskyDecomposition const cholesky(a);
+        mlVector v(mlVectorZero, n);
+        v = b.col(0);
+        cholesky.solve(b, x);
+        cholesky.solve(v, v);
+        EXPECT_TRUE(equal_bits(expected, x)) << n << " rows, " << count << " right-hand sides";
+        for (int i = 0; i < n; ++i)
+            ASSERT_TRUE(same_bits(v[i], expected(i, 0))) << with_bits(v[i]) << " in row " << i << " of " << n;
+    });
+}
+
+void make_definite(mlMatrix & a, int n) {
+    fill_random(a, n, n, n);
+    for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < i; ++j)
+            a(i, j) = a(j, i);
+        a(i, i) += 2.0 + std::sqrt(3.0 * n);
+    }
+}
+
+void cholesky(int n) {
+    mlMatrix a;
+    make_definite(a, n);
+    expect_plain_factor(a, 0, 1.0);
+    for (int const p : n < 100 ? std::vector{0, n / 4, n / 2 + 1, n - 1} : std::vector{n / 2 + 1})
+        for (double const pivot : {-1.0, 0.0, nan_value})
+            expect_plain_factor(a, p, pivot);
+    cholesky_solves(a, 1);
+    cholesky_solves(a, 9);
+}
+
+void right_hand_sides(int rows, int count) {
+    mlMatrix a;
+    make_definite(a, rows);
+    lu_solves(rows, count);
+    cholesky_solves(a, count);
+}
+
+// ---- spectra ----
+
+void svd(int n) {
+    for (auto const & [rows, cols] : {std::pair(n, n), {n, 3}, {3, n}}) {
+        SCOPED_TRACE(testing::Message() << rows << " x " << cols);
+        mlMatrix a;
+        fill_random(a, rows, cols, n);
+        expect_plain_svd(a);
+    }
+}
+
+void thin_svd(int sum) { // of rows and columns
+    mlMatrix a;
+    fill_random(a, 2, sum - 2, 1);
+    expect_plain_svd(a);
+}
+
+void symmetric(int n) { // few elements off the diagonal, and equal squares
+    mlMatrix a(mlMatrixZero, n, n);
+    for (int i = 0; i < n; ++i) {
+        a(i, i) = (i % 2 == 0 ? 1.0 : -1.0) * (i % 7);
+        if (i % 5 == 2) a(i, i - 2) = a(i - 2, i) = a(i, i - 1) = a(i - 1, i) = 0.25;
+    }
+    in_each_instruction_set([&] { expect_the_bits_of_full_products(a); });
+}
+
+// ---- products, and the rest ----
+
+/// b and c have a column more than x, which is a column of b.
+void multiplies(int rows, int cols, int inner) {
+    mlMatrix a, b, expected(mlMatrixZero, rows, cols), found;
+    fill_random(a, rows, inner, 1);
+    fill_random(b, inner, cols, 2);
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < cols; ++j)
+            for (int k = 0; k < inner; ++k)
+                expected(i, j) += a(i, k) * b(k, j);
+    in_each_instruction_set([&] {
+        mlVector y;
+        multiply(a, b, found);
+        multiply(a, b.col(cols - 1), y);
+        EXPECT_TRUE(equal_bits(expected, found)) << rows << " x " << inner << " x " << cols;
+        for (int i = 0; i < rows; ++i)
+            ASSERT_TRUE(same_bits(y[i], expected(i, cols - 1))) << with_bits(y[i]) << ", row " << i;
+    });
+}
+
+void sparse_terms(int terms) { // those before the last of the rows that a row of the product adds up
+    int const rows = 130, full = 128;
+    mlSparseMatrix a(mlMatrixZero, 1, rows), b(mlMatrixZero, rows, 2 * full), product;
+    mlRandom random(terms);
+    Values expected(2 * full);
+    for (int k = 0, left = terms; k < rows; left -= std::min(left, full), ++k) {
+        double const factor = random.uniform(-1.0, 1.0);
+        a.set(0, k, factor);
+        for (int j = k; j < k + (k == rows - 1 ? full : std::min(left, full)); ++j) {
+            double const element = random.uniform(-1.0, 1.0);
+            b.set(k, j % (2 * full), element);
+            expected[j % (2 * full)] += factor * element;
+        }
+    }
+    product.become(mlMatrixProduct, a, b);
+    mlMatrix found;
+    product.decompress(found);
+    EXPECT_TRUE(equal_bits(expected, found.data(), 2 * full));
+}
+
+void tridiagonal(int n) {
+    mlMatrix rows;
+    fill_random(rows, 4, n, n);
+    rows.row(1) -= -3.0;
+    Values d = contents(rows.row(1)), y = contents(rows.row(3));
+    for (int i = 1; i < n; ++i) {
+        double const m = rows(0, i) / d[i - 1];
+        d[i] -= m * rows(2, i - 1);
+        y[i] -= m * y[i - 1];
+    }
+    y[n - 1] /= d[n - 1];
+    for (int i = n - 2; i >= 0; --i)
+        y[i] = (y[i] - rows(2, i) * y[i + 1]) / d[i];
+    mlVector x(mlVectorZero, n);
+    mlSlice view = x.slice();
+    mlTridiagonal(n, rows.row(0), rows.row(1), rows.row(2)).solve(rows.row(3), view);
+    EXPECT_TRUE(equal_bits(y, x, n));
+}
+
+void romberg(int levels) { // few are needed
+    mlFunctionOf const f([](double t) { return 1.0 / (1.0 + t * t); });
+    EXPECT_EQ(mlIntegrateRomberg(1e-6, levels).integrate(f, 0.0, 1.0),
+              mlIntegrateRomberg(1e-6, 12).integrate(f, 0.0, 1.0));
+}
+
+// ---- the constants ----
+
+struct Check {
+    std::vector<int> sizes;
+    void (*at)(int size);
+};
+
+std::vector<int> around(int t) { return {t - 1, t, t + 1}; }
+
+std::map<std::string, Check> const checks = {
+    {"baseline", {{}, nullptr}}, // the kernels' own test takes every small size in every set
+    {"avx2", {{}, nullptr}},
+    {"avx512", {{}, nullptr}},
+    {"gemm_baseline_max", {around(gemm_baseline_max), [](int n) { multiplies(n, n, n), multiplies(n, 2 * n, n); }}},
+    {"gemm_unpacked_max_elements",
+     {around(gemm_unpacked_max_elements / 64), [](int n) { multiplies(9, 64, n), multiplies(4, 65, n); }}},
+    {"gemm_kc", {around(gemm_kc), [](int n) { multiplies(9, 65, n), multiplies(9, 65, 2 * n); }}},
+    {"gemm_mc", {around(gemm_mc), [](int n) { multiplies(n, 65, 129); }}},
+    {"gemm_nc", {around(gemm_nc), [](int n) { multiplies(9, n, 257), multiplies(9, 2 * n, 257); }}},
+    {"solve_prefetch_after_row", {around(solve_prefetch_after_row + 1), cholesky}},
+    {"panel_group_cols", {{lu_one_panel_max_rows - panel_group_cols, 3 * lu_panel_cols}, lu_in_every_column}},
+    {"gemv_plain_max", {around(gemv_plain_max), [](int n) { multiplies(n, 1, n), multiplies(n, 1, n + 1); }}},
+    {"strip_wide_max_rows", {around(strip_wide_max_rows), [](int n) { lu(n), cholesky(n), right_hand_sides(n, 40); }}},
+    {"strip_wide_cols", {around(strip_wide_cols), [](int count) { right_hand_sides(50, count); }}},
+    {"strip_narrow_cols",
+     {around(strip_narrow_cols), [](int count) { right_hand_sides(strip_wide_max_rows + 1, count); }}},
+    {"lu_unblocked_max_rows", {around(lu_unblocked_max_rows), lu}},
+    {"lu_one_panel_max_rows", {around(lu_one_panel_max_rows), lu}},
+    {"lu_panel_cols", {around(3 * lu_panel_cols), lu}},
+    {"unit_lower_leaf_rows", {around(unit_lower_leaf_rows), lu}},
+    {"unit_lower_blocked_min_rows", {around(unit_lower_blocked_min_rows), lu}},
+    {"unit_lower_block_rows", {around(unit_lower_blocked_min_rows + unit_lower_block_rows), lu}},
+    {"cholesky_blocked_min_rows", {around(cholesky_blocked_min_rows), cholesky}},
+    {"jacobi_plain_max_cols", {around(jacobi_plain_max_cols), symmetric}},
+    {"rotations_immediate_max_rows", {around(rotations_immediate_max_rows), svd}},
+    {"rotations_queue_length", {{rotations_immediate_max_rows + 30}, svd}}, // which rotates many times as often
+    {"sparse_pending_max_terms", {around(sparse_pending_max_terms), sparse_terms}},
+    {"strip_scratch", {around(strip_scratch / strip_narrow_cols), cholesky}},
+    {"lu_panel_scratch", {around(lu_panel_scratch / lu_panel_cols), lu}},
+    {"reflection_scratch", {around(reflection_scratch - ml_max_lanes + 1), thin_svd}},
+    {"jacobi_scratch", {{20, 21}, symmetric}}, // two matrices and two vectors
+    {"eigen_scratch", {around(eigen_scratch / 2), symmetric}},
+    {"tridiagonal_scratch", {around(tridiagonal_scratch / 2), tridiagonal}},
+    {"gemv_scratch", {around(gemv_scratch), [](int n) { multiplies(9, 2, n); }}},
+    {"romberg_scratch", {around(romberg_scratch - 1), romberg}},
+};
+
+class Threshold : public testing::TestWithParam<std::pair<std::string const, Check>> {};
+
+TEST_P(Threshold, LeavesTheBitsThatThePlainDefinitionHas) {
+    for (int const size : GetParam().second.sizes) {
+        SCOPED_TRACE(size);
+        GetParam().second.at(size);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, Threshold, testing::ValuesIn(checks), [](auto const & test) { return test.param.first; });
+
+TEST(Thresholds, AreAllHere) {
+    std::ifstream header(MATHS_TUNING_HEADER);
+    std::regex const constant("^constexpr (int|mlKernelShape) (\\w+)");
+    std::smatch found;
+    int count = 0;
+    for (std::string line; std::getline(header, line);) {
+        if (!std::regex_search(line, found, constant)) continue;
+        EXPECT_EQ(checks.count(found[2]), 1u) << found[2] << " of mlTuning.h has no check";
+        ++count;
+    }
+    EXPECT_EQ(count, static_cast<int>(checks.size()) + 1) << "the baseline has two shapes";
+}
+
+} // namespace
