@@ -17,8 +17,8 @@ public:
     /// where the numbers are not finite, or the absolute minimum was met on the way.
     bool move_to(mlWindowPoint const & point);
 
-    /// The next point's curvature is made afresh, not by an update; a partial one's correction is kept.
-    void forget_curvature() { has_model_ = has_model_ && function_->curvature_is_partial(); }
+    /// The next point's curvature is made afresh, not by an update.
+    void forget_curvature() { stale_ = true; }
 
     /// Makes the curvature, and by differences the gradient too, afresh at the current point; false as above.
     bool renew(mlWindowPoint const & point);
@@ -59,6 +59,7 @@ private:
     bool difference_gradient(mlWindowPoint const & point, mlPair & g);
     void update_curvature(mlPair const & g);
     void use_correction(bool use);
+    void forget_correction();
     double central_step(mlWindowPoint const & point, int i) const;
     double forward_step(mlWindowPoint const & point, int i) const;
     double scale(mlPair const & x, int i) const;
@@ -72,6 +73,7 @@ private:
     mlPair at_ = {0.0, 0.0};
     mlPair last_step_ = {0.0, 0.0};
     bool has_model_ = false;
+    bool stale_ = false; // the curvature does not serve at the next point
     bool has_last_step_ = false;
     bool fresh_ = false;
     bool bad_prediction_ = false;

@@ -14,6 +14,9 @@ double const near_the_end = 3e-3; // in units: Newton's steps as long are among 
 int const most_rejections = 60;
 int const most_level_steps = 4;
 int const most_detours = 5; // from one point
+int const most_descents = 2;
+// Times what a step was to gain, by which it rises where it climbs the wall of a valley: of a narrow one, and else.
+double const climb_if_narrow = 0.3, climb = 10.0;
 
 } // namespace
 
@@ -97,6 +100,7 @@ bool mlWindowSearch::is_unbounded(mlPair const & x) const {
 
 mlWindowSearch::End mlWindowSearch::try_step(mlPair const & s) {
     double const predicted = -model_.quadratic().change(s);
+    settlings_ = 0;
     mlPair const x = function_.moved(point_.x, s);
     if (is_unbounded(x)) return mlMinimiser2Failed; // it falls for ever
     double const f = function_.value(x);
@@ -117,28 +121,46 @@ mlWindowSearch::End mlWindowSearch::try_step(mlPair const & s) {
     return std::nullopt;
 }
 
-// Across a bend of a narrow valley a step climbs the wall, from where Newton's next one leads down to the floor.
+// Across a bend of a narrow valley a step climbs the wall, from where another one leads down to the floor.
 bool mlWindowSearch::try_two_steps(mlWindowPoint const & first, double predicted) {
-    bool const climbs = first.f - point_.f > 3.0 * predicted && predicted > point_.noise();
+    double const least = model_.curvature().is_nearly_singular(mlSymmetric2::narrow) ? climb_if_narrow : climb;
+    bool const climbs = first.f - point_.f > least * predicted && predicted > point_.noise();
     if (!climbs || !std::isfinite(first.f) || rejections_ > most_detours) return false;
-    mlLocalModel2 const model = model_;
-    mlWindowPoint const start = point_;
-    point_ = first;
+    double const target = point_.f - predicted, enough = point_.f - 0.1 * predicted;
+    mlWindowPoint to = newton_from(first);
+    int const descents = function_.curvature_is_partial() ? most_descents : 0;
+    if (!(to.f < enough)) to = first;
+    for (int i = 0; i < descents && !(to.f < enough); ++i)
+        to = down_the_wall(to, target);
+    if (!(to.f < enough)) return false;
+    radius_ = std::max(radius_, 4.0 * function_.length({to.x[0] - point_.x[0], to.x[1] - point_.x[1]}));
+    last_step_was_free_ = false;
     model_.forget_curvature();
-    if (model_.move_to(first)) {
-        mlPair const x = function_.moved(first.x, model_step());
-        double const f = is_unbounded(x) ? first.f : function_.value(x);
-        if (f < start.f - 0.1 * predicted) {
-            radius_ = std::max(radius_, 4.0 * function_.length({x[0] - start.x[0], x[1] - start.x[1]}));
-            last_step_was_free_ = false;
-            model_.forget_curvature();
-            move_to({x, f});
-            return true;
-        }
-    }
-    point_ = start;
+    move_to(to);
+    return true;
+}
+
+// Where Newton's step from there leads; the point itself where there is none.
+mlWindowPoint mlWindowSearch::newton_from(mlWindowPoint const & there) {
+    mlLocalModel2 const model = model_;
+    mlWindowPoint const here = point_;
+    point_ = there;
+    model_.forget_curvature();
+    mlPair const x = model_.move_to(there) ? function_.moved(there.x, model_step()) : there.x;
+    point_ = here;
     model_ = model;
-    return false;
+    return x == there.x || is_unbounded(x) ? there : mlWindowPoint{x, function_.value(x)};
+}
+
+// Polyak's step: down the slope to where a parabola whose minimum is `floor` has it. A curvature of the Jacobian alone
+// would lead along the valley too.
+mlWindowPoint mlWindowSearch::down_the_wall(mlWindowPoint const & there, double floor) {
+    mlPair g;
+    if (!function_.gradient(there.x, g)) return there;
+    double const p = function_.unit(0) * g[0], q = function_.unit(1) * g[1];
+    double const t = 2.0 * (there.f - floor) / (p * p + q * q);
+    mlPair const x = function_.moved(there.x, {-t * p * function_.unit(0), -t * q * function_.unit(1)});
+    return x == there.x || is_unbounded(x) ? there : mlWindowPoint{x, function_.value(x)};
 }
 
 void mlWindowSearch::adapt_radius(double ratio, double size) {
@@ -199,9 +221,12 @@ bool mlWindowSearch::try_longer_step(mlPair const & s) {
     mlPair const x = function_.moved(point_.x, {factor * s[0], factor * s[1]});
     if (is_unbounded(x)) return false;
     double const f = function_.value(x);
-    bool const lower = f < point_.f + model_.quadratic().change(s);
+    double const change = model_.quadratic().change(s);
+    bool const lower = f < point_.f + change;
     lengthening_ = lower ? 10.0 * lengthening_ : 10.0;
     if (!lower) {
+        bool const in_valley = model_.curvature().is_nearly_singular(mlSymmetric2::narrow);
+        if (in_valley && try_two_steps({x, f}, -change)) return true; // its bend kept the steps short
         if (++failed_lengthenings_ % 2 == 0)
             model_.forget_curvature(); // steps are short, but not for want of curvature
         return function_.has_met_absolute_minimum();

@@ -30,6 +30,8 @@ private:
     End try_step(mlPair const & s);
     bool try_longer_step(mlPair const & s);
     bool try_two_steps(mlWindowPoint const & first, double predicted);
+    mlWindowPoint newton_from(mlWindowPoint const & there);
+    mlWindowPoint down_the_wall(mlWindowPoint const & there, double floor);
     End reject(mlPair const & s, double f, double predicted);
     End settle(mlPair s);
     End confirm();
@@ -46,7 +48,8 @@ private:
     bool is_flat() const;
     bool held_by_an_end(int i) const;
     bool is_held() const;
-    bool is_narrow() const;
+    bool is_firmly_held(int i, mlPair const & s) const;
+    bool is_narrow(mlPair const & s) const;
     bool shrinks_fast(mlPair const & s) const;
     bool has_to_be_renewed_near_the_end(mlPair const & s) const;
     bool escape();

@@ -11,7 +11,10 @@ double const negligible = 1e-3;      // of the resolution: a step that needs no 
 double const short_step = 1e-3;      // in units, with second derivatives
 double const very_short_step = 1e-5; // without them
 double const coarse_step = 1e-6;     // in units: beside steps as long the curvature changes
-int const most_settlings = 4;        // steps within the resolution
+double const shrinkage = 0.25;       // of a step that confirms the one before
+double const shrinkage_if_narrow = 0.05;
+double const clear = 0.6;     // a curvature less singular than that is far from a valley's
+int const most_settlings = 6; // steps within the resolution on end
 int const most_escapes = 3;
 int const most_restarts = 5;
 double const escape_distance = 1.0; // in units
@@ -22,16 +25,17 @@ double const escape_distance = 1.0; // in units
 mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
     if (is_held() && s == mlPair{0.0, 0.0}) return finish();
     bool const fresh = model_.is_fresh();
-    bool const on_an_end = held_by_an_end(0) || held_by_an_end(1);
-    bool const proven = function_.order() == 1 && !fresh && !is_narrow() &&
-                        (shrinks_fast(s) || on_an_end || model_.agrees_across(point_));
+    bool const on_an_end = is_firmly_held(0, s) || is_firmly_held(1, s);
+    bool const proven = function_.order() == 1 && !fresh && !is_narrow(s) &&
+                        ((shrinks_fast(s) && !model_.curvature().is_nearly_singular(clear)) || on_an_end ||
+                         model_.agrees_across(point_));
     if (!proven && !model_.confirm(point_)) return start_sampling(1.0);
     if (!fresh || function_.curvature_is_partial()) {
         radius_ = std::max(radius_, 10.0 * function_.coarse_resolution());
         s = model_step();
         if (!is_within_resolution(s)) return try_step(s);
     }
-    settled_quickly_ = shrinks_fast(s) && !is_narrow();
+    settled_quickly_ = shrinks_fast(s) && !is_narrow(s);
     proven_ =
         (proven && !on_an_end) || (function_.order() == 1 && model_.is_fresh() && !function_.curvature_is_partial());
     mlPair const x = function_.moved(point_.x, s);
@@ -52,8 +56,8 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
 }
 
 // Whether this may be the wall of a valley with a long way to go, which the curvature must be known well to tell.
-bool mlWindowSearch::is_narrow() const {
-    return !held_by_an_end(0) && !held_by_an_end(1) && model_.curvature().is_narrow();
+bool mlWindowSearch::is_narrow(mlPair const & s) const {
+    return !is_firmly_held(0, s) && !is_firmly_held(1, s) && model_.curvature().is_narrow();
 }
 
 // Whether steps are short, and shrink so fast that the next ones do not matter.
@@ -76,7 +80,8 @@ mlWindowSearch::End mlWindowSearch::confirm() {
     bool const coarse = function_.length(model_.last_step()) > coarse_step;
     if (coarse && !model_.is_fresh() && !model_.renew(point_)) return start_sampling(1.0);
     mlPair const next = model_step();
-    bool const shrinks = function_.length(next) <= 0.25 * function_.length(model_.last_step());
+    bool const shrinks = function_.length(next) <=
+                         (is_narrow(next) ? shrinkage_if_narrow : shrinkage) * function_.length(model_.last_step());
     if (function_.is_below_resolution(point_.x, next, shrinks ? 1.0 : negligible)) return finish();
     if (!model_.is_fresh()) model_.distrust();
     return std::nullopt;
@@ -110,6 +115,11 @@ mlWindowSearch::End mlWindowSearch::finish() {
 bool mlWindowSearch::held_by_an_end(int i) const {
     double const g = model_.gradient()[i];
     return (function_.at_low(point_.x, i) && g > 0.0) || (function_.at_high(point_.x, i) && g < 0.0);
+}
+
+// Whether an end holds the parameter after a step of the other one too.
+bool mlWindowSearch::is_firmly_held(int i, mlPair const & s) const {
+    return held_by_an_end(i) && std::fabs(model_.gradient()[i]) > 2.0 * std::fabs(model_.curvature().uv * s[1 - i]);
 }
 
 // Whether ends hold both parameters by slopes beyond roundoff: then this is a minimum, whatever the curvature.
