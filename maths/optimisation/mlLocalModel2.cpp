@@ -134,8 +134,6 @@ void mlLocalModel2::judge(mlPair const & s, double gain) {
     if (std::fabs(with) != std::fabs(without)) use_correction(std::fabs(with) < std::fabs(without));
 }
 
-void mlLocalModel2::distrust() { bad_prediction_ = true; }
-
 bool mlLocalModel2::is_doubtful() const {
     if (function_->order() == 2) return bad_prediction_ && !fresh_;
     return bad_predictions_ >= patience;

@@ -40,8 +40,6 @@ public:
     /// Compares what a step was to gain with what it gained: a bad prediction calls for fresh second derivatives. A
     /// correction of a partial curvature is used as long as it makes predictions better.
     void judge(mlPair const & s, double gain);
-    /// The same as a bad prediction.
-    void distrust();
     /// Bad predictions call for a fresh curvature: at the current point, or at the next.
     bool is_doubtful() const;
 
