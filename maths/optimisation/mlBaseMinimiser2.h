@@ -19,23 +19,27 @@ enum mlMinimiser2State : int {
 /// with second derivatives or what can be made of first ones or of values, each to the lowest point of the quadratic
 /// model on the common part of the window and a trust region. Ends of the window are so kept and left as the slope
 /// says; negative curvature is followed, and a saddle left where second derivatives are known, or where differences of
-/// values show it. Near a minimum the steps shrink quadratically with second derivatives, superlinearly without.
-/// A step that climbs the wall of a narrow valley is followed by another one from there, which leads back to its floor
-/// further on. Where steps fail, at a kink or beside values that are no numbers, values are sampled around the point.
+/// values show it. Near a minimum the steps shrink quadratically with second derivatives, superlinearly without. A step
+/// that climbs the wall of a narrow valley is followed by another one from there, which leads back to its floor further
+/// on: Newton's, or with a Jacobian alone Polyak's too. Where steps fail, at a kink or beside values that are no
+/// numbers, values are sampled around the point.
 ///
 /// It converges when the next step is shorter than `resolution` in both parameters, and no lower value was found a few
 /// resolutions down the slope; a step that roundoff alone would make counts as shorter. Where values tell no more, as
-/// they do at about half the digits of u and v, a search with values alone ends short of a finer resolution.
+/// they do at about half the digits of u and v, a search with values alone ends short of a finer resolution. A function
+/// that falls towards a value which it never reaches, exp(-u) say, has a minimum where roundoff hides the fall, or
+/// fails.
 /// No evaluation lies outside the window, and the value never rises from one iteration to the next.
 /// An unbounded side of the window is the largest double or its negative, and is not an end of it.
 /// Parameters are best scaled alike and of magnitudes from 1e-6 to 1e6: steps to begin with, and differences, go by
 /// the start's magnitudes, taken as 1 where they are less, and by the window's widths.
 /// Lifetime: the function must outlive the object. Bad input: a window with u_min > u_max or v_min > v_max; a start
 /// that is NaN fails without a call. Failure: `state`. Threads: one object, one thread.
-/// Cost: 30 to 40 values and partial derivatives in ordinary problems, which count 1 each; with derivatives mostly
-/// below 150 in narrow valleys and 250 where the minimum has no curvature. With values alone a valley whose walls are a
-/// million times as steep as its floor can take all iterations.
-/// Source: Conn, Gould & Toint, Trust-Region Methods (2000); Nocedal & Wright, Numerical Optimization (2006).
+/// Cost: about 30 values and partial derivatives in ordinary problems, which count 1 each, and 35 with values alone;
+/// with derivatives mostly below 150 in narrow valleys and 250 where the minimum has no curvature. With values alone a
+/// valley whose walls are a million times as steep as its floor takes up to 600.
+/// Source: Conn, Gould & Toint, Trust-Region Methods (2000); Nocedal & Wright, Numerical Optimization (2006); Polyak's
+/// step: Minimization of unsmooth functionals (1969).
 class MATHS_API mlBaseMinimiser2 {
 public:
     mlBaseMinimiser2(mlBaseMinimiser2 const &) = delete;

@@ -13,16 +13,20 @@ int const patience = 3;   // bad predictions before a curvature without second d
 } // namespace
 
 bool mlLocalModel2::move_to(mlWindowPoint const & point) {
-    has_last_step_ = has_model_;
+    has_last_step_ = has_model_ && !stale_;
     last_step_ = {point.x[0] - at_[0], point.x[1] - at_[1]};
     at_ = point.x;
     fresh_ = false;
     way_since_fresh_ += function_->length(last_step_);
-    bool const update = has_model_ && (function_->order() == 2 || function_->curvature_is_partial() || !is_doubtful());
+    bool const update =
+        has_last_step_ && (function_->order() == 2 || function_->curvature_is_partial() || !is_doubtful());
+    if (stale_) forget_correction();
+    stale_ = false;
     mlPair g;
     if (function_->order() > 0 && !function_->gradient(point.x, g) && function_->order() > 0) return false;
     if (function_->order() == 0) {
-        if (!update) return renew_by_values(point);
+        // Forward differences would not tell the slope of a valley's floor beside its walls.
+        if (!update || model_.b.is_nearly_singular(mlSymmetric2::narrow)) return renew_by_values(point);
         if (!difference_gradient(point, g)) return false;
     }
     if (update) {
@@ -38,8 +42,13 @@ bool mlLocalModel2::move_to(mlWindowPoint const & point) {
 
 void mlLocalModel2::forget() {
     has_model_ = false;
+    stale_ = false;
     has_last_step_ = false;
     bad_predictions_ = 0;
+    forget_correction();
+}
+
+void mlLocalModel2::forget_correction() {
     correction_ = mlSymmetric2();
     corrects_ = false;
 }
@@ -124,8 +133,6 @@ void mlLocalModel2::judge(mlPair const & s, double gain) {
     double const with = mlQuadraticModel2{model_.g, partial_ + correction_}.change(s) + gain;
     if (std::fabs(with) != std::fabs(without)) use_correction(std::fabs(with) < std::fabs(without));
 }
-
-void mlLocalModel2::distrust() { bad_prediction_ = true; }
 
 bool mlLocalModel2::is_doubtful() const {
     if (function_->order() == 2) return bad_prediction_ && !fresh_;

@@ -17,8 +17,8 @@ public:
     /// where the numbers are not finite, or the absolute minimum was met on the way.
     bool move_to(mlWindowPoint const & point);
 
-    /// The next point's curvature is made afresh, not by an update; a partial one's correction is kept.
-    void forget_curvature() { has_model_ = has_model_ && function_->curvature_is_partial(); }
+    /// The next point's curvature is made afresh, not by an update.
+    void forget_curvature() { stale_ = true; }
 
     /// Makes the curvature, and by differences the gradient too, afresh at the current point; false as above.
     bool renew(mlWindowPoint const & point);
@@ -40,8 +40,6 @@ public:
     /// Compares what a step was to gain with what it gained: a bad prediction calls for fresh second derivatives. A
     /// correction of a partial curvature is used as long as it makes predictions better.
     void judge(mlPair const & s, double gain);
-    /// The same as a bad prediction.
-    void distrust();
     /// Bad predictions call for a fresh curvature: at the current point, or at the next.
     bool is_doubtful() const;
 
@@ -59,6 +57,7 @@ private:
     bool difference_gradient(mlWindowPoint const & point, mlPair & g);
     void update_curvature(mlPair const & g);
     void use_correction(bool use);
+    void forget_correction();
     double central_step(mlWindowPoint const & point, int i) const;
     double forward_step(mlWindowPoint const & point, int i) const;
     double scale(mlPair const & x, int i) const;
@@ -72,6 +71,7 @@ private:
     mlPair at_ = {0.0, 0.0};
     mlPair last_step_ = {0.0, 0.0};
     bool has_model_ = false;
+    bool stale_ = false; // the curvature does not serve at the next point
     bool has_last_step_ = false;
     bool fresh_ = false;
     bool bad_prediction_ = false;

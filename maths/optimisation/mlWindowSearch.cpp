@@ -10,10 +10,12 @@ double const largest_radius = 1e300;
 double const first_convex_radius = 4.0; // Newton steps may be that long at once
 double const first_radius = 1.0;
 double const collapse = 1e-3;     // of the resolution: a trust region as small is of no use
-double const near_the_end = 3e-3; // in units: Newton's steps as long are among the last few
+double const near_the_end = 1e-3; // in units: Newton's steps as long are among the last few
 int const most_rejections = 60;
 int const most_level_steps = 4;
-int const most_detours = 5; // from one point
+int const most_descents = 2;
+// Times what a step was to gain, by which it rises where it climbs the wall of a valley: of a narrow one, and else.
+double const climb_if_narrow = 0.3, climb = 10.0;
 
 } // namespace
 
@@ -56,7 +58,7 @@ mlWindowSearch::End mlWindowSearch::iterate() {
 
 // Second derivatives that confirm the minimum serve for the last steps too, when they are asked for before those.
 bool mlWindowSearch::has_to_be_renewed_near_the_end(mlPair const & s) const {
-    if (function_.order() != 2 || model_.is_fresh() || model_.is_nearly_fresh() || is_held()) return false;
+    if (function_.order() != 2 || model_.is_fresh() || model_.is_nearly_fresh()) return false;
     return function_.length(s) < near_the_end;
 }
 
@@ -83,7 +85,6 @@ bool mlWindowSearch::is_within_resolution(mlPair const & s) const {
 void mlWindowSearch::move_to(mlWindowPoint const & point) {
     point_ = point;
     modelled_ = false;
-    proven_ = false;
     rejections_ = 0;
 }
 
@@ -97,6 +98,7 @@ bool mlWindowSearch::is_unbounded(mlPair const & x) const {
 
 mlWindowSearch::End mlWindowSearch::try_step(mlPair const & s) {
     double const predicted = -model_.quadratic().change(s);
+    settlings_ = 0;
     mlPair const x = function_.moved(point_.x, s);
     if (is_unbounded(x)) return mlMinimiser2Failed; // it falls for ever
     double const f = function_.value(x);
@@ -117,28 +119,46 @@ mlWindowSearch::End mlWindowSearch::try_step(mlPair const & s) {
     return std::nullopt;
 }
 
-// Across a bend of a narrow valley a step climbs the wall, from where Newton's next one leads down to the floor.
+// Across a bend of a narrow valley a step climbs the wall, from where another one leads down to the floor.
 bool mlWindowSearch::try_two_steps(mlWindowPoint const & first, double predicted) {
-    bool const climbs = first.f - point_.f > 3.0 * predicted && predicted > point_.noise();
-    if (!climbs || !std::isfinite(first.f) || rejections_ > most_detours) return false;
-    mlLocalModel2 const model = model_;
-    mlWindowPoint const start = point_;
-    point_ = first;
+    double const least = model_.curvature().is_nearly_singular(mlSymmetric2::narrow) ? climb_if_narrow : climb;
+    bool const climbs = first.f - point_.f > least * predicted && predicted > point_.noise();
+    if (!climbs || !std::isfinite(first.f)) return false;
+    double const target = point_.f - predicted, enough = point_.f - 0.1 * predicted;
+    mlWindowPoint to = newton_from(first);
+    int const descents = function_.curvature_is_partial() ? most_descents : 0;
+    if (!(to.f < enough)) to = first;
+    for (int i = 0; i < descents && !(to.f < enough); ++i)
+        to = down_the_wall(to, target);
+    if (!(to.f < enough)) return false;
+    radius_ = std::max(radius_, 4.0 * function_.length({to.x[0] - point_.x[0], to.x[1] - point_.x[1]}));
+    last_step_was_free_ = false;
     model_.forget_curvature();
-    if (model_.move_to(first)) {
-        mlPair const x = function_.moved(first.x, model_step());
-        double const f = is_unbounded(x) ? first.f : function_.value(x);
-        if (f < start.f - 0.1 * predicted) {
-            radius_ = std::max(radius_, 4.0 * function_.length({x[0] - start.x[0], x[1] - start.x[1]}));
-            last_step_was_free_ = false;
-            model_.forget_curvature();
-            move_to({x, f});
-            return true;
-        }
-    }
-    point_ = start;
+    move_to(to);
+    return true;
+}
+
+// Where Newton's step from there leads; the point itself where there is none.
+mlWindowPoint mlWindowSearch::newton_from(mlWindowPoint const & there) {
+    mlLocalModel2 const model = model_;
+    mlWindowPoint const here = point_;
+    point_ = there;
+    model_.forget_curvature();
+    mlPair const x = model_.move_to(there) ? function_.moved(there.x, model_step()) : there.x;
+    point_ = here;
     model_ = model;
-    return false;
+    return x == there.x || is_unbounded(x) ? there : mlWindowPoint{x, function_.value(x)};
+}
+
+// Polyak's step: down the slope to where a parabola whose minimum is `floor` has it. A curvature of the Jacobian alone
+// would lead along the valley too.
+mlWindowPoint mlWindowSearch::down_the_wall(mlWindowPoint const & there, double floor) {
+    mlPair g;
+    if (!function_.gradient(there.x, g)) return there;
+    double const p = function_.unit(0) * g[0], q = function_.unit(1) * g[1];
+    double const t = 2.0 * (there.f - floor) / (p * p + q * q);
+    mlPair const x = function_.moved(there.x, {-t * p * function_.unit(0), -t * q * function_.unit(1)});
+    return x == there.x || is_unbounded(x) ? there : mlWindowPoint{x, function_.value(x)};
 }
 
 void mlWindowSearch::adapt_radius(double ratio, double size) {
@@ -157,26 +177,12 @@ mlWindowSearch::End mlWindowSearch::reject(mlPair const & s, double f, double pr
     double shrinkage = 0.25;
     if (std::isfinite(f) && slope < 0.0) // to the minimum of the parabola through both values
         shrinkage = std::clamp(-0.5 * slope / (f - point_.f - slope), 0.1, 0.5);
-    double const limit = radius_;
     radius_ = shrinkage * size;
     growth_ = 2.0;
     model_.judge(s, point_.f - f);
 
-    bool const by_values = function_.order() == 0;
     bool const hidden = predicted <= point_.noise() && !(f - point_.f > point_.noise() + predicted); // by roundoff
-    if (hidden && size > 0.99 * limit && model_.curvature().is_positive()) {
-        radius_ = largest_radius;
-        mlPair const whole = model_step();
-        if (-model_.quadratic().change(whole) > 10.0 * point_.noise()) return std::nullopt; // the way to go is longer
-        radius_ = shrinkage * size;
-    }
-    if (hidden && function_.order() == 1 && !model_.is_fresh()) {
-        bool const finite = model_.renew(point_);
-        proven_ = finite;
-        return finite ? std::nullopt : start_sampling(1.0);
-    }
-    if (hidden && by_values && !model_.is_fresh()) return settle(s);
-    if (hidden || (by_values && model_.is_fresh() && predicted <= 1e3 * point_.noise())) return finish();
+    if (hidden) return finish();
     if (rejections_ >= 2 && !model_.is_fresh() && !model_.renew(point_)) return start_sampling(1.0);
     double const least = collapse * function_.resolution();
     if (radius_ * function_.unit(0) < least && radius_ * function_.unit(1) < least)
@@ -199,16 +205,17 @@ bool mlWindowSearch::try_longer_step(mlPair const & s) {
     mlPair const x = function_.moved(point_.x, {factor * s[0], factor * s[1]});
     if (is_unbounded(x)) return false;
     double const f = function_.value(x);
-    bool const lower = f < point_.f + model_.quadratic().change(s);
+    double const change = model_.quadratic().change(s);
+    bool const lower = f < point_.f + change;
     lengthening_ = lower ? 10.0 * lengthening_ : 10.0;
     if (!lower) {
+        bool const in_valley = model_.curvature().is_nearly_singular(mlSymmetric2::narrow);
+        if (in_valley && try_two_steps({x, f}, -change)) return true; // its bend kept the steps short
         if (++failed_lengthenings_ % 2 == 0)
             model_.forget_curvature(); // steps are short, but not for want of curvature
         return function_.has_met_absolute_minimum();
     }
-    lengthened_ = true;
     radius_ = std::max(radius_, factor * function_.length(s));
-    model_.distrust();
     move_to({x, f});
     return true;
 }

@@ -30,9 +30,12 @@ private:
     End try_step(mlPair const & s);
     bool try_longer_step(mlPair const & s);
     bool try_two_steps(mlWindowPoint const & first, double predicted);
+    mlWindowPoint newton_from(mlWindowPoint const & there);
+    mlWindowPoint down_the_wall(mlWindowPoint const & there, double floor);
     End reject(mlPair const & s, double f, double predicted);
     End settle(mlPair s);
     End confirm();
+    bool is_far_from_valleys(mlPair const & s) const;
     End sample();
     End start_sampling(double distance);
     End finish();
@@ -44,15 +47,14 @@ private:
     void move_to(mlWindowPoint const & point);
     bool changes_ends(mlPair const & x) const;
     bool is_flat() const;
+    bool escape();
     bool held_by_an_end(int i) const;
-    bool is_held() const;
-    bool is_narrow() const;
+    bool is_firmly_held(int i, mlPair const & s) const;
+    bool is_narrow(mlPair const & s) const;
     bool shrinks_fast(mlPair const & s) const;
     bool has_to_be_renewed_near_the_end(mlPair const & s) const;
-    bool escape();
     bool is_lower(mlPair const & x);
     bool is_lower_down_the_slope();
-    bool is_lower_at_an_end_nearby();
     bool is_unbounded(mlPair const & x) const;
 
     mlBaseMinimiser2 & minimiser_;
@@ -66,13 +68,9 @@ private:
     double growth_ = 2.0; // of the radius, when it next grows
     double lengthening_ = 10.0;
     int failed_lengthenings_ = 0;
-    int escapes_ = 0;
-    int restarts_ = 0;
     int settlings_ = 0;
     int level_steps_ = 0;
-    bool lengthened_ = false;
-    bool settled_quickly_ = false;
-    bool proven_ = false;             // the curvature, beside the point
+    bool settled_ = false;            // no value down the slope need be looked at
     int rejections_ = 0;              // at this point
     bool last_step_was_free_ = false; // of the trust region
 };

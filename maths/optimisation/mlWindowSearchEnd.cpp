@@ -8,52 +8,62 @@
 namespace {
 
 double const negligible = 1e-3;      // of the resolution: a step that needs no confirmation
-double const short_step = 1e-3;      // in units, with second derivatives
+double const short_step = 1e-2;      // in units, with second derivatives
 double const very_short_step = 1e-5; // without them
 double const coarse_step = 1e-6;     // in units: beside steps as long the curvature changes
-int const most_settlings = 4;        // steps within the resolution
-int const most_escapes = 3;
-int const most_restarts = 5;
-double const escape_distance = 1.0; // in units
+// Of a step that confirms the one before: where a valley may be narrow, and else.
+double const shrinkage_if_narrow = 0.05, shrinkage = 0.25;
+double const clear = 0.6;     // a curvature less singular than that is no valley's
+double const balanced = 1e-2; // least ratio of both second derivatives of one that is none along a parameter either
+int const most_settlings = 6; // steps within the resolution on end
 
 } // namespace
 
 // The model's minimum lies within the resolution: goes there, and looks whether it is one.
 mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
-    if (is_held() && s == mlPair{0.0, 0.0}) return finish();
+    bool const on_u_end = is_firmly_held(0, s), on_v_end = is_firmly_held(1, s);
+    if (on_u_end && on_v_end) return finish(); // whatever the curvature
     bool const fresh = model_.is_fresh();
-    bool const on_an_end = held_by_an_end(0) || held_by_an_end(1);
-    bool const proven = function_.order() == 1 && !fresh && !is_narrow() &&
-                        (shrinks_fast(s) || on_an_end || model_.agrees_across(point_));
+    bool const round = shrinks_fast(s) && !model_.curvature().is_nearly_singular(clear);
+    bool const proven =
+        function_.order() == 1 && !fresh && (round || on_u_end || on_v_end || model_.agrees_across(point_));
     if (!proven && !model_.confirm(point_)) return start_sampling(1.0);
     if (!fresh || function_.curvature_is_partial()) {
         radius_ = std::max(radius_, 10.0 * function_.coarse_resolution());
         s = model_step();
         if (!is_within_resolution(s)) return try_step(s);
     }
-    settled_quickly_ = shrinks_fast(s) && !is_narrow();
-    proven_ =
-        (proven && !on_an_end) || (function_.order() == 1 && model_.is_fresh() && !function_.curvature_is_partial());
+    settled_ = shrinks_fast(s) && !is_narrow(s);
     mlPair const x = function_.moved(point_.x, s);
-    if (x == point_.x || (function_.is_below_resolution(point_.x, s, negligible) && !changes_ends(x))) return finish();
     double const predicted = -model_.quadratic().change(s);
+    bool const is_negligible =
+        settled_ ? predicted <= point_.noise() : function_.is_below_resolution(point_.x, s, negligible);
+    if (x == point_.x || (is_negligible && !changes_ends(x))) return finish();
     double const f = function_.value(x);
     double const gain = point_.f - f;
-    bool const by_values = function_.order() == 0;
     if (!(gain >= 0.0)) {
+        bool const by_values = function_.order() == 0;
         if (-gain <= point_.noise() || (by_values && predicted <= 1e3 * point_.noise())) return finish();
         return reject(s, f, predicted);
     }
-    bool const sure = ++settlings_ > most_settlings || settled_quickly_ ||
-                      function_.is_below_resolution(point_.x, s, negligible) ||
-                      (predicted <= point_.noise() && (function_.order() != 1 || function_.curvature_is_partial()));
+    bool const foretold = predicted <= 1e3 * point_.noise() || std::fabs(gain / predicted - 1.0) <= 0.1;
+    settled_ = settled_ && foretold;
+    bool const sure = ++settlings_ > most_settlings || predicted <= point_.noise() || settled_ ||
+                      (foretold && is_far_from_valleys(s));
     move_to({x, f});
     return sure ? finish() : confirm();
 }
 
+// Whether a model that foretells the gain of such a step leaves nothing to confirm.
+bool mlWindowSearch::is_far_from_valleys(mlPair const & s) const {
+    mlSymmetric2 const & b = model_.curvature();
+    if (b.is_nearly_singular(clear) || b.uu < balanced * b.vv || b.vv < balanced * b.uu) return false;
+    return !model_.has_last_step() || function_.length(s) <= shrinkage * function_.length(model_.last_step());
+}
+
 // Whether this may be the wall of a valley with a long way to go, which the curvature must be known well to tell.
-bool mlWindowSearch::is_narrow() const {
-    return !held_by_an_end(0) && !held_by_an_end(1) && model_.curvature().is_narrow();
+bool mlWindowSearch::is_narrow(mlPair const & s) const {
+    return !is_firmly_held(0, s) && !is_firmly_held(1, s) && model_.curvature().is_narrow();
 }
 
 // Whether steps are short, and shrink so fast that the next ones do not matter.
@@ -73,13 +83,15 @@ bool mlWindowSearch::changes_ends(mlPair const & x) const {
 mlWindowSearch::End mlWindowSearch::confirm() {
     if (!model_.move_to(point_)) return start_sampling(1.0);
     modelled_ = true;
-    bool const coarse = function_.length(model_.last_step()) > coarse_step;
-    if (coarse && !model_.is_fresh() && !model_.renew(point_)) return start_sampling(1.0);
+    double const last = function_.length(model_.last_step());
+    bool const is_clear = !model_.curvature().is_nearly_singular(clear);
+    if (!is_clear && last > coarse_step && !model_.is_fresh() && !model_.renew(point_)) return start_sampling(1.0);
     mlPair const next = model_step();
-    bool const shrinks = function_.length(next) <= 0.25 * function_.length(model_.last_step());
-    if (function_.is_below_resolution(point_.x, next, shrinks ? 1.0 : negligible)) return finish();
-    if (!model_.is_fresh()) model_.distrust();
-    return std::nullopt;
+    bool const shrinks = function_.length(next) <= (is_narrow(next) ? shrinkage_if_narrow : shrinkage) * last;
+    bool const is_short = function_.is_below_resolution(point_.x, next, shrinks ? 1.0 : negligible);
+    if (!is_short || changes_ends(function_.moved(point_.x, next))) return std::nullopt;
+    settled_ = shrinks && is_clear;
+    return finish();
 }
 
 // A minimum, unless a lower value is known or close by.
@@ -90,14 +102,11 @@ mlWindowSearch::End mlWindowSearch::finish() {
     if (lowest.f < point_.f && function_.is_below_resolution(point_.x, to_lowest, 1.0)) point_ = lowest;
     bool lower = point_.is_above(lowest.f);
     if (lower)
-        move_to(lowest);
+        point_ = lowest;
     else if (!sampling_)
-        lower = is_lower_at_an_end_nearby() || (is_flat() ? escape() : is_lower_down_the_slope());
-    else
-        lower = is_lower_at_an_end_nearby();
+        lower = is_flat() ? escape() : is_lower_down_the_slope();
     if (lower) {
-        if (++restarts_ > most_restarts) return start_sampling(10.0 * function_.coarse_resolution());
-        modelled_ = false;
+        move_to(point_);
         radius_ = 0.0;
         model_.forget();
         return std::nullopt;
@@ -112,13 +121,9 @@ bool mlWindowSearch::held_by_an_end(int i) const {
     return (function_.at_low(point_.x, i) && g > 0.0) || (function_.at_high(point_.x, i) && g < 0.0);
 }
 
-// Whether ends hold both parameters by slopes beyond roundoff: then this is a minimum, whatever the curvature.
-bool mlWindowSearch::is_held() const {
-    for (int i : {0, 1}) {
-        bool const clear = 1e-3 * function_.unit(i) * std::fabs(model_.gradient()[i]) > point_.noise();
-        if (!held_by_an_end(i) || !clear) return false;
-    }
-    return function_.order() > 0;
+// Whether an end holds the parameter after a step of the other one too.
+bool mlWindowSearch::is_firmly_held(int i, mlPair const & s) const {
+    return held_by_an_end(i) && std::fabs(model_.gradient()[i]) > 2.0 * std::fabs(model_.curvature().uv * s[1 - i]);
 }
 
 // Whether the curvature leaves open, in a direction that an end of the window does not close, if this is a minimum.
@@ -128,10 +133,26 @@ bool mlWindowSearch::is_flat() const {
     return (free_u && !(b.uu > 0.0)) || (free_v && !(b.vv > 0.0)) || (free_u && free_v && !b.is_positive());
 }
 
-// Looks further around; where that has to be done again and again, sampling does it better.
+// Looks for a lower value along the direction in which the curvature is flat, far and near, and across it; all around
+// where no direction is less flat than others.
 bool mlWindowSearch::escape() {
-    if (++escapes_ > most_escapes) start_sampling(escape_distance);
-    return pattern_.escape(point_) || sampling_;
+    mlSymmetric2 const & b = model_.curvature();
+    mlPair const unit = {function_.unit(0), function_.unit(1)};
+    double const uu = b.uu * unit[0] * unit[0], uv = b.uv * unit[0] * unit[1], vv = b.vv * unit[1] * unit[1];
+    mlPair flat;
+    if (held_by_an_end(0))
+        flat = {0.0, 1.0};
+    else if (held_by_an_end(1))
+        flat = {1.0, 0.0};
+    else if (!(std::fmin(uu, vv) >= -0.01 * std::fmax(uu, vv) && std::fmax(uu, vv) > 0.0))
+        return pattern_.escape(point_);
+    else
+        flat = uu > vv ? mlPair{-uv / uu, 1.0} : mlPair{1.0, -uv / vv};
+    mlPair const far = {0.1 * flat[0], 0.1 * flat[1]}, near = {0.001 * flat[0], 0.001 * flat[1]};
+    for (mlPair const & d : {far, near, {far[1], -far[0]}})
+        for (double const side : {1.0, -1.0})
+            if (is_lower(function_.moved(point_.x, {side * unit[0] * d[0], side * unit[1] * d[1]}))) return true;
+    return false;
 }
 
 // Moves to x if the value is lower there.
@@ -145,9 +166,7 @@ bool mlWindowSearch::is_lower(mlPair const & x) {
 
 // A few resolutions away, where the curvature was not asked of the function itself.
 bool mlWindowSearch::is_lower_down_the_slope() {
-    if (function_.order() == 2) return false;
-    if (function_.order() == 1 && !function_.curvature_is_partial() ? proven_ && !lengthened_ : settled_quickly_)
-        return false;
+    if (function_.order() == 2 || settled_) return false;
     mlPair g = model_.gradient();
     for (int i : {0, 1})
         if (held_by_an_end(i)) g[i] = 0.0;
@@ -156,19 +175,4 @@ bool mlWindowSearch::is_lower_down_the_slope() {
     mlPair const unit = {g[0] / largest, g[1] / largest};
     double const distance = -3.0 * function_.resolution() / std::sqrt(unit[0] * unit[0] + unit[1] * unit[1]);
     return is_lower(function_.moved(point_.x, {distance * unit[0], distance * unit[1]}));
-}
-
-// A minimum within the resolution of an end may be on it.
-bool mlWindowSearch::is_lower_at_an_end_nearby() {
-    mlPair x = point_.x;
-    for (int i : {0, 1}) {
-        if (function_.at_end(x, i)) continue;
-        if (x[i] - function_.low(i) < function_.resolution())
-            x[i] = function_.low(i);
-        else if (function_.high(i) - x[i] < function_.resolution())
-            x[i] = function_.high(i);
-        if (is_lower(x)) return true;
-        x = point_.x;
-    }
-    return false;
 }
