@@ -1,6 +1,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <utility>
 
 #include "maths/core/mlVector.h"
 
@@ -16,7 +17,8 @@ enum mlMatrixTranspose { mlMatrixTranspose };
 /// `expand` never shrinks it, and an empty matrix made by zero, identity, conversion, copy or product keeps one
 /// element. Comparison and `max_absolute_value` run over the storage's whole size. The array's own `swap`, `clear` and
 /// `shrink`, which would change the storage and not the shape, are replaced or deleted here. Each constructor with a
-/// tag has a `become` that gives an existing matrix the same value.
+/// tag has a `become` that gives an existing matrix the same value. A matrix can be moved when it is made, so functions
+/// return matrices, and `become` takes a temporary's storage; there is no assignment.
 /// Lifetime: slices are valid until the shape changes. Bad input: no index, shape or size is checked.
 /// Failure: growth, and a shape of more elements than an int can count, throws std::bad_alloc. Editing operations then
 /// leave the matrix as it was, `become` and products leave it 0 x 0. Threads: one at a time.
@@ -38,6 +40,11 @@ public:
     /// The rows * cols values at src, row by row.
     mlMatrix(enum utConvert, double const * src, int rows, int cols);
 
+    /// Takes storage and shape of m, which is left 0 x 0 and without storage.
+    mlMatrix(mlMatrix && m) noexcept
+        : doublecoDynArr(static_cast<doublecoDynArr &&>(m)), cols_(std::exchange(m.cols_, 0)),
+          rows_(std::exchange(m.rows_, 0)) {}
+
     mlMatrix(mlMatrix const &) = delete;
     mlMatrix & operator=(mlMatrix const &) = delete;
 
@@ -52,6 +59,14 @@ public:
     /// src may lie in this matrix when the new shape has no more elements than the storage has room for.
     mlMatrix & become(enum utConvert, double const * src, int rows, int cols);
     mlMatrix & become(enum utCopy, mlMatrix const & m);
+
+    /// Frees its storage and takes storage and shape of a temporary, which is left 0 x 0 and without storage. Nothing
+    /// happens when it is this matrix.
+    mlMatrix & become(mlMatrix && temporary) noexcept {
+        mlMatrix taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
 
     /// rows x cols, with the values that the storage happens to hold.
     mlMatrix & become(int rows, int cols);
@@ -156,6 +171,9 @@ private:
     int cols_ = 0;
     int rows_ = 0;
 };
+
+/// Exchanges two matrices in constant time.
+inline void swap(mlMatrix & a, mlMatrix & b) noexcept { a.swap(b); }
 
 /// 1 when each stored value of a equals that of b, exactly; a NaN equals nothing. Shapes are not compared.
 [[nodiscard]] MATHS_API int operator==(mlMatrix const & a, mlMatrix const & b);

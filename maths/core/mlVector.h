@@ -1,6 +1,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <utility>
 
 #include "maths/core/mlSlice.h"
 #include "maths/core/mlTags.h"
@@ -15,7 +16,12 @@ class utOstream;
 /// initialised. Storage and growth are those of `doublecoDynArr`, and the object is just as large. Assignment and
 /// compound assignment never resize: they run over this vector's own elements and read as many of the other operand,
 /// which must have them. Size the vector first, with `become(mlVectorZero, n)`; a checked build stops at an assignment
-/// of more elements than the vector has.
+/// of another number of elements than the vector has.
+/// Moves: a vector can be moved when it is made, so functions return vectors, and `become` takes a temporary's storage.
+/// Deliberate: there is no move assignment; `v = f()` copies elements like any other assignment. So what assigns to
+/// move, as `erase` and `insert` of std::vector<mlVector> and `std::sort` do, keeps each slot's size: values move down
+/// rightly when all vectors have one size, and otherwise come out cut off, or read past the end. A slot moved from is
+/// empty and takes nothing. A checked build stops at each of these.
 /// Lifetime: slices are valid until the vector grows, shrinks or is cleared.
 /// Bad input: nothing is checked. Failure: growth throws std::bad_alloc and changes nothing. Threads: one at a time.
 class MATHS_API mlVector : public doublecoDynArr {
@@ -26,9 +32,18 @@ public:
     /// n zeros.
     mlVector(enum mlVectorZero, int n);
 
+    /// Takes the storage of v, which is left empty.
+    mlVector(mlVector && v) noexcept = default;
+
     mlVector(mlVector const &) = delete;
 
     using doublecoDynArr::become;
+
+    /// Frees its storage and takes that of a temporary, which is left empty. Nothing happens when it is this vector.
+    mlVector & become(mlVector && temporary) noexcept {
+        doublecoDynArr::become(std::move(temporary));
+        return *this;
+    }
 
     /// At least n elements, all of them zero. Deliberate: a longer vector keeps its size.
     mlVector & become(enum mlVectorZero, int n);
@@ -86,6 +101,9 @@ private:
         return mlSlice(const_cast<double *>(data()), start, length, stride);
     }
 };
+
+/// Exchanges two vectors in constant time.
+inline void swap(mlVector & a, mlVector & b) noexcept { a.swap(b); }
 
 /// Assigns an element of an array of vectors. A fresh slot holds an empty vector, so nothing is assigned to it, which
 /// no checked build reports.

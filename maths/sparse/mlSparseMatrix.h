@@ -14,6 +14,9 @@ public:
     /// 0 x 0.
     mlSparseMatrix() noexcept = default;
 
+    /// Takes the rows of m, which is left 0 x 0.
+    mlSparseMatrix(mlSparseMatrix && m) noexcept = default;
+
     /// rows x cols without elements.
     mlSparseMatrix(enum mlMatrixZero, int rows, int cols);
     mlSparseMatrix(enum mlMatrixIdentity, int n);
@@ -33,6 +36,13 @@ public:
     mlSparseMatrix & become(enum mlMatrixProduct, mlSparseMatrix const & a, mlSparseMatrix const & b);
     mlSparseMatrix & become(enum mlMatrixTranspose, mlSparseMatrix const & m);
     mlSparseMatrix & become(enum utCopy, mlSparseMatrix const & m);
+
+    /// Frees its rows and takes those of a temporary, which is left 0 x 0. Nothing happens when it is this matrix.
+    mlSparseMatrix & become(mlSparseMatrix && temporary) noexcept {
+        mlSparseMatrix taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
     mlSparseMatrix & become(enum utCopy, mlSparseSymMatrix const & m);
 
     /// An element that both store becomes the sum or difference of the two, one that only m stores becomes its value or

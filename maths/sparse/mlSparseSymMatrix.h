@@ -17,6 +17,9 @@ public:
     /// 0 x 0.
     mlSparseSymMatrix() noexcept = default;
 
+    /// Takes the rows of m, which is left 0 x 0.
+    mlSparseSymMatrix(mlSparseSymMatrix && m) noexcept = default;
+
     /// n x n without elements.
     mlSparseSymMatrix(enum mlMatrixZero, int n);
     mlSparseSymMatrix(enum mlMatrixIdentity, int n);
@@ -32,6 +35,13 @@ public:
     mlSparseSymMatrix & become(enum mlMatrixIdentity, int n);
     mlSparseSymMatrix & become(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a);
     mlSparseSymMatrix & become(enum utCopy, mlSparseSymMatrix const & m);
+
+    /// Frees its rows and takes those of a temporary, which is left 0 x 0. Nothing happens when it is this matrix.
+    mlSparseSymMatrix & become(mlSparseSymMatrix && temporary) noexcept {
+        mlSparseSymMatrix taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
 
     /// An element that both store becomes the sum or difference of the two, one that only m stores becomes its value or
     /// negative.
