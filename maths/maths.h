@@ -15,9 +15,11 @@
 
 #include "maths/core/mlMath.h"
 #include "maths/core/mlMatrix.h"
+#include "maths/core/mlNumber.h"
 #include "maths/core/mlRandom.h"
 #include "maths/core/mlRange.h"
 #include "maths/core/mlSlice.h"
+#include "maths/core/mlSliceIterator.h"
 #include "maths/core/mlStats.h"
 #include "maths/core/mlTinyVector.h"
 #include "maths/core/mlVector.h"

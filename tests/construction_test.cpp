@@ -89,4 +89,125 @@ TEST(Moves, InAStandardVectorOfVectorsKeepElementsWhereAllHaveOneSize) {
     EXPECT_EQ(contents(list.back()), Values{40}) << "cut off: an assignment resizes nothing";
 }
 
+template <class T, class... Arguments>
+concept MadeInBraces = requires(Arguments... arguments) {
+    T{arguments...};
+};
+static_assert(!MadeInBraces<mlVector, enum mlMatrixZero, int> && !MadeInBraces<mlVector, enum mlVectorZero>);
+static_assert(!MadeInBraces<mlVector, double, enum mlVectorZero> && !MadeInBraces<mlMatrix, enum mlVectorZero, int>);
+static_assert(!std::is_constructible_v<mlVector, mlMatrix const &>, "copies nothing by accident");
+
+TEST(Construction, TakesNumbersInBracesAndTagsForWhatTheyAre) {
+    int const n = 2;
+    EXPECT_EQ(contents(mlVector{1.5, n, 3.0f}), (Values{1.5, 2, 3}));
+    EXPECT_EQ(contents(mlVector{mlVectorZero, n}), Values(2));
+    EXPECT_EQ(contents(mlVector{mlVectorZero, 3}), Values(3));
+    mlMatrix const m{{1, 2, 3}, {4, 5, 6}}, column{{1}, {2}}, zero{mlMatrixZero, 1, n}, shaped{n, 3};
+    EXPECT_TRUE(m.rows() == 2 && m.cols() == 3 && contents(m) == (Values{1, 2, 3, 4, 5, 6}));
+    EXPECT_TRUE(column.rows() == 2 && column.cols() == 1 && contents(zero) == Values(2));
+    EXPECT_TRUE(shaped.rows() == 2 && shaped.cols() == 3 && mlMatrix{}.rows() == 0 && mlVector{}.size() == 0);
+    if (checked_build) return;
+    EXPECT_EQ(contents(mlMatrix{{1, 2}, {3}, {4, 5, 6}}), (Values{1, 2, 3, 0, 4, 5}));
+}
+
+TEST(Construction, EqualsBecomeOfTheSameArguments) {
+    std::vector<double> const values{4, 3, 2, 1, 0, 9};
+    mlMatrix const m(values, 2, 3), copy(utCopy, m);
+    EXPECT_TRUE(copy == m && copy.rows() == 2 && m.row(1)[2] == 9.0);
+    mlVector const v(utConvert, values.data(), 3);
+    EXPECT_TRUE(v == mlVector(std::span(values).first(3)) && v == mlVector(utCopy, v) && v.size() == 3);
+    EXPECT_EQ(contents(mlVector(values)), values);
+    EXPECT_EQ(contents(mlVector(m.col(1))), (Values{3, 0}));
+    mlVector y(mlMatrixProduct, m, v), z(mlMatrixProduct, m, v.slice(2, -1, 3));
+    EXPECT_EQ((Values{y[0], y[1], z[0], z[1]}), (Values{29, 22, 25, 38}));
+    y.become(utCopy, std::span(values)); // just these elements, from itself too
+    EXPECT_EQ(contents(y.become(utCopy, y.slice(5, -2, 3))), (Values{9, 1, 3}));
+    EXPECT_EQ(contents(y.become(utCopy, std::span<double const>(y).subspan(1))), (Values{1, 3}));
+
+    mlTinyVector2 const a(utConvert, values.data()), b(mlVectorAdd, a, a), c(mlVectorSubtract, b, a);
+    EXPECT_TRUE(c == a && mlTinyVector2(utCopy, b)[1] == 6.0);
+    EXPECT_EQ(mlTinyVector2(mlMatrixProduct, mlMatrix{{0, 1}, {2, 0}}, a)[1], 8.0);
+}
+
+static_assert(std::random_access_iterator<mlSliceIterator<double>> && std::ranges::random_access_range<mlSlice>);
+static_assert(std::is_same_v<std::ranges::range_reference_t<mlSlice const>, double const &>);
+
+TEST(Slices, WorkWithAlgorithmsAndRanges) {
+    mlMatrix m{{3, 1}, {2, 5}, {1, 4}};
+    std::ranges::sort(m.col(0));
+    EXPECT_EQ(contents(m), (Values{1, 1, 2, 5, 3, 4}));
+    mlMatrix const & fixed = m;
+    EXPECT_EQ(*std::ranges::max_element(fixed.col(1)), 5.0);
+    mlSlice backwards = mlSlice(m.data(), 5, 3, -2);
+    EXPECT_EQ(Values(backwards.begin(), backwards.end()), (Values{4, 5, 1}));
+    std::ranges::reverse(backwards);
+    mlSliceIterator<double const> it = backwards.begin();
+    EXPECT_TRUE(it[2] == 4.0 && it + 3 == backwards.end() && backwards.end() - it == 3 && it < backwards.end());
+    EXPECT_EQ(std::ranges::distance(mlSlice(nullptr, 7, 0, 2)), 0);
+}
+
+TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
+    mlMatrix const a{{4, 1, 0}, {1, 3, -1}, {0, -1, 2}}, rhs{{1, 7}, {2, 8}, {3, 9}};
+    mlLUDecomposition const lu(a);
+    mlCholeskyDecomposition const cholesky(a);
+    mlSingularValueDecomposition const svd(a);
+    mlSparseMatrix sparse(mlMatrixIdentity, 3);
+    sparse *= 3.0;
+    sparse.set(0, 2, 5.0);
+    mlSparseSymMatrix symmetric(mlMatrixIdentity, 3);
+    symmetric.set(0, 2, 5.0);
+    auto const expect_equal = [&](auto solve) {
+        mlVector const b(rhs.col(1));
+        mlVector x, y, own{9, 0, 8, 0, 7};
+        solve(b, x);
+        solve(rhs.col(1), y);
+        EXPECT_EQ(contents(y), contents(x));
+        solve(own.slice(4, -2, 3), own);
+        EXPECT_EQ(contents(own), contents(x));
+    };
+    expect_equal([&](auto const & b, mlVector & x) { lu.solve(b, x); });
+    expect_equal([&](auto const & b, mlVector & x) { cholesky.solve(b, x); });
+    expect_equal([&](auto const & b, mlVector & x) { svd.solve(b, x); });
+    expect_equal([&](auto const & b, mlVector & x) { sparse.multiply_vector(b, x); });
+
+    mlMatrix grown{{1, 2}}, x(mlMatrixZero, 3, 2);
+    grown.append_row(grown.row(0));
+    grown.append_col(grown.col(1));
+    EXPECT_EQ(contents(grown), (Values{1, 2, 2, 1, 2, 2}));
+    mlVector const lower{9, 1, 1}, upper{1, 1, 9};
+    mlTridiagonal const t(3, lower.slice(), a.diagonal(), upper.slice());
+    t.solve(rhs.col(0), x.col(0));
+    t.solve_periodic(rhs.col(0), x.col(1));
+    mlVector plain, periodic(rhs.col(0));
+    t.solve(rhs.col(0), plain);
+    t.solve_periodic(periodic.slice(), periodic);
+    EXPECT_TRUE(contents(plain) == contents(x.col(0)) && contents(periodic) == contents(x.col(1)));
+    mlVector product;
+    symmetric.multiply_vector(rhs.col(0), product);
+    EXPECT_EQ(contents(product), (Values{16, 2, 8}));
+}
+
+TEST(PrincipalComponents, OfAMatrixHaveScoresThatReproduceThePoints) {
+    mlMatrix points{{2, 1, 0}, {4, 2, 1}, {6, 3, 1}, {9, 3, 2}, {9, 5, -1}}, scores;
+    doublecoDynArr2D table(5, 3, 1, 1);
+    for (int i = 0; i < 5; ++i) {
+        for (int j = 0; j < 3; ++j)
+            table(i, j) = points(i, j);
+    }
+    mlPCA const pca(points), same(table);
+    EXPECT_EQ(contents(pca.eigenvalues()), contents(same.eigenvalues()));
+    ASSERT_EQ(pca.scores(table, scores), mlPCAComputed);
+    for (int k = 0; k < 3; ++k) { // uncorrelated, with the variances that the eigenvalues are
+        EXPECT_NEAR(scores.col(k).modulus_squared() / 4.0, pca.eigenvalue(k), 1e-13);
+        EXPECT_NEAR(scalar_product(scores.col(k), scores.col((k + 1) % 3)), 0.0, 1e-13);
+        double coordinate = pca.mass_centre()[k];
+        for (int axis = 0; axis < 3; ++axis)
+            coordinate += scores(3, axis) * pca.axis(axis)[k];
+        EXPECT_NEAR(coordinate, points(3, k), 1e-14);
+    }
+    pca.scores(points, points);
+    EXPECT_TRUE(points == scores);
+    EXPECT_EQ(mlPCA(mlMatrix{{1, 2}}).scores(scores, points), mlPCANotEnoughData);
+}
+
 } // namespace

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <initializer_list>
 #include <iosfwd>
+#include <span>
 #include <utility>
 
 #include "maths/core/mlVector.h"
@@ -27,6 +29,10 @@ public:
     /// 0 x 0, without storage.
     mlMatrix() noexcept = default;
 
+    /// The rows in the braces: `mlMatrix{{1.0, 2.0}, {3.0, 4.0}}`, of one length. The first row has the number of
+    /// columns; what others lack is 0, and what they have more is left out.
+    mlMatrix(std::initializer_list<std::initializer_list<mlNumber>> rows);
+
     mlMatrix(enum mlMatrixZero, int rows, int cols);
     mlMatrix(enum mlMatrixIdentity, int n);
 
@@ -39,6 +45,19 @@ public:
 
     /// The rows * cols values at src, row by row.
     mlMatrix(enum utConvert, double const * src, int rows, int cols);
+    mlMatrix(std::span<double const> values, int rows, int cols);
+
+    mlMatrix(enum utCopy, mlMatrix const & m);
+
+    /// rows x cols, not initialised.
+    explicit mlMatrix(int rows, int cols);
+
+    // clang-format off
+    /// A tag of another class is not a number of rows.
+    template <class Tag>
+        requires std::is_enum_v<Tag>
+    mlMatrix(Tag, int) = delete;
+    // clang-format on
 
     /// Takes storage and shape of m, which is left 0 x 0 and without storage.
     mlMatrix(mlMatrix && m) noexcept
@@ -132,9 +151,11 @@ public:
 
     /// Adds v as the last row; a matrix without columns gets as many as v has elements, and other rows of zeros.
     void append_row(mlVector const & v);
+    void append_row(mlSlice const & s) { append_row(mlVector(s)); }
 
     /// Adds v as the last column; a matrix without rows gets as many as v has elements.
     void append_col(mlVector const & v);
+    void append_col(mlSlice const & s) { append_col(mlVector(s)); }
 
     void delete_row(int r);
     void delete_col(int c);

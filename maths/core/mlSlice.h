@@ -1,7 +1,9 @@
 #pragma once
 
 #include <iosfwd>
+#include <ranges>
 
+#include "maths/core/mlSliceIterator.h"
 #include "maths/maths_api.h"
 #include "platform/utCheck.h"
 
@@ -41,6 +43,12 @@ public:
         return data_[start_ + i * stride_];
     }
 
+    /// For ranges and algorithms: `std::ranges::sort(m.col(0))`.
+    [[nodiscard]] mlSliceIterator<double> begin() { return {data_, start_, stride_, 0}; }
+    [[nodiscard]] mlSliceIterator<double> end() { return {data_, start_, stride_, length_}; }
+    [[nodiscard]] mlSliceIterator<double const> begin() const { return {data_, start_, stride_, 0}; }
+    [[nodiscard]] mlSliceIterator<double const> end() const { return {data_, start_, stride_, length_}; }
+
     /// Element by element, in index order; views of the same storage may overlap.
     void operator=(mlSlice const & s);
     void operator=(mlVector const & v);
@@ -70,6 +78,10 @@ private:
     int length_;
     int stride_;
 };
+
+/// The iterators of a slice outlive it.
+template <> inline constexpr bool std::ranges::enable_borrowed_range<mlSlice> = true;
+template <> inline constexpr bool std::ranges::enable_borrowed_range<mlSlice const> = true;
 
 /// Sum of a[i] b[i] over the elements of a, in index order.
 [[nodiscard]] MATHS_API double scalar_product(mlSlice const & a, mlSlice const & b);

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <concepts>
+#include <initializer_list>
 #include <iosfwd>
+#include <span>
 #include <utility>
 
+#include "maths/core/mlNumber.h"
 #include "maths/core/mlSlice.h"
 #include "maths/core/mlTags.h"
 #include "platform/coDynArr.h"
@@ -29,8 +33,34 @@ public:
     /// Empty.
     mlVector() noexcept = default;
 
+    /// The numbers in the braces: `mlVector{1.0, 2.0}`. A tag is no number and keeps its meaning there.
+    mlVector(std::initializer_list<mlNumber> values);
+
     /// n zeros.
     mlVector(enum mlVectorZero, int n);
+
+    /// The n values at src.
+    mlVector(enum utConvert, double const * src, int n);
+
+    /// Copies, with the capacity and the increment of an array.
+    mlVector(enum utCopy, doublecoDynArr const & v) : doublecoDynArr(::utCopy, v) {}
+    mlVector(enum utCopy, mlSlice const & s);
+    mlVector(enum utCopy, std::span<double const> values);
+
+    /// The same of what is no vector: standard containers and arrays, and slices.
+    explicit mlVector(mlSlice const & s);
+    explicit mlVector(std::span<double const> values);
+
+    // clang-format off
+    /// Which elements of a matrix are meant would have to be said.
+    template <std::derived_from<doublecoDynArr> Array>
+        requires(!std::derived_from<Array, mlVector>)
+    explicit mlVector(Array const & array) = delete;
+    // clang-format on
+
+    /// m v.
+    mlVector(enum mlMatrixProduct, mlMatrix const & m, mlVector const & v);
+    mlVector(enum mlMatrixProduct, mlMatrix const & m, mlSlice const & s);
 
     /// Takes the storage of v, which is left empty.
     mlVector(mlVector && v) noexcept = default;
@@ -44,6 +74,10 @@ public:
         doublecoDynArr::become(std::move(temporary));
         return *this;
     }
+
+    /// Just the elements of the slice, which may view this vector, or of another container.
+    mlVector & become(enum utCopy, mlSlice const & s);
+    mlVector & become(enum utCopy, std::span<double const> values);
 
     /// At least n elements, all of them zero. Deliberate: a longer vector keeps its size.
     mlVector & become(enum mlVectorZero, int n);

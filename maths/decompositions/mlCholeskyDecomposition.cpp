@@ -217,3 +217,8 @@ void mlCholeskyDecomposition::solve(mlVector const & b, mlVector & x) const {
     if (&x != &b) std::copy_n(b.data(), n, x.data());
     solve_one(matrix_, diagonal_, x.data());
 }
+
+void mlCholeskyDecomposition::solve(mlSlice const & b, mlVector & x) const {
+    x.become(utCopy, b);
+    solve(x, x); // in place
+}

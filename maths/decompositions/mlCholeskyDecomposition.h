@@ -42,6 +42,9 @@ public:
     /// x with A x = b, of just n elements. x may be b.
     void solve(mlVector const & b, mlVector & x) const;
 
+    /// The same for a slice, which may view x.
+    void solve(mlSlice const & b, mlVector & x) const;
+
 private:
     mlMatrix matrix_; // L below the diagonal, A on and above it
     mlVector diagonal_;

@@ -30,6 +30,24 @@ void solve_upper(mlMatrix const & lu, int n, mlBlock x, int m) {
     });
 }
 
+void check_right_side([[maybe_unused]] mlMatrix const & lu, [[maybe_unused]] int singular, [[maybe_unused]] int n,
+                      [[maybe_unused]] int size) {
+    MATHS_CHECK(!singular, "LU solve: the %d x %d matrix is singular", lu.rows(), lu.cols());
+    MATHS_CHECK(n <= lu.rows() && size >= n, "LU solve: %d x %d factors, %d elements", lu.rows(), lu.cols(), size);
+}
+
+// A x = b for the n rows of x, which is a copy of b, a vector or a slice.
+template <class RightHandSide>
+void solve_copy(mlMatrix const & lu, intcoDynArr const & permutation, int n, RightHandSide const & b, mlVector & x) {
+    if (n < 1) return;
+    double * const v = x.data();
+    for (int i = 0; i < n; ++i) {
+        if (permutation[i] != i) v[i] = b[permutation[i]];
+    }
+    ml_solve_unit_lower(n, block(lu), v);
+    ml_solve_latest_first(n, upper_triangle(lu, n), v + n - 1, -1); // U x = y
+}
+
 } // namespace
 
 mlLUDecomposition::mlLUDecomposition(mlMatrix const & a) : source_(&a), singular_(1), swap_count_(0) {
@@ -111,17 +129,19 @@ void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
         return;
     }
     int const n = source_->rows();
-    MATHS_CHECK(!singular_, "LU solve: the %d x %d matrix is singular", lu_.rows(), lu_.cols());
-    MATHS_CHECK(n <= lu_.rows() && b.size() >= n, "LU solve: %d x %d factors, %d elements", lu_.rows(), lu_.cols(),
-                b.size());
+    check_right_side(lu_, singular_, n, b.size());
     x.clear(0);
     x.become(utCopy, b);
-    if (n < 1) return;
+    solve_copy(lu_, permutation_, n, b, x);
+}
 
-    double * const v = x.data();
-    for (int i = 0; i < n; ++i) {
-        if (permutation_[i] != i) v[i] = b[permutation_[i]];
+void mlLUDecomposition::solve(mlSlice const & b, mlVector & x) const {
+    if (b.data() == x.data()) {
+        solve(mlVector(b), x);
+        return;
     }
-    ml_solve_unit_lower(n, block(lu_), v);
-    ml_solve_latest_first(n, upper_triangle(lu_, n), v + n - 1, -1); // U x = y
+    int const n = source_->rows();
+    check_right_side(lu_, singular_, n, b.length());
+    x.become(utCopy, b);
+    solve_copy(lu_, permutation_, n, b, x);
 }

@@ -41,6 +41,9 @@ public:
     /// multiplies by the pivot's reciprocal, so the two forms can differ in the last bit.
     void solve(mlVector const & b, mlVector & x) const;
 
+    /// The same for a slice, which may view x: the vector form's bits.
+    void solve(mlSlice const & b, mlVector & x) const;
+
 private:
     mlMatrix const * source_;
     mlMatrix lu_; // L below the diagonal, U on and above it

@@ -70,8 +70,9 @@ public:
     /// m becomes the same matrix, dense.
     void decompress(mlMatrix & m) const;
 
-    /// y = A x, of just rows() elements, each a sum from 0.0 in column order. y may be x.
+    /// y = A x, of just rows() elements, each a sum from 0.0 in column order. y may be x. A slice is copied first.
     void multiply_vector(mlVector const & x, mlVector & y) const;
+    void multiply_vector(mlSlice const & x, mlVector & y) const { multiply_vector(mlVector(x), y); }
 
     /// c = A b, rows() x b.cols(), summed like a matrix of its columns. c may be b.
     void multiply_matrix(mlMatrix const & b, mlMatrix & c) const;

@@ -81,8 +81,10 @@ public:
     void decompress(mlMatrix & m) const;
 
     /// y = A x: from zeros, each stored element (i, j) adds to y[i] and, off the diagonal, to y[j], row by row. A y
-    /// with more than n elements keeps its size, and its further elements become 0. y may be x.
+    /// with more than n elements keeps its size, and its further elements become 0. y may be x. A slice is copied
+    /// first.
     void multiply_vector(mlVector const & x, mlVector & y) const;
+    void multiply_vector(mlSlice const & x, mlVector & y) const { multiply_vector(mlVector(x), y); }
 
     /// c = A b, n x b.cols(), summed in the same order. c may be b.
     void multiply_matrix(mlMatrix const & b, mlMatrix & c) const;
