@@ -15,6 +15,7 @@
 
 #include "maths/core/mlMath.h"
 #include "maths/core/mlMatrix.h"
+#include "maths/core/mlNorms.h"
 #include "maths/core/mlNumber.h"
 #include "maths/core/mlRandom.h"
 #include "maths/core/mlRange.h"
@@ -23,6 +24,7 @@
 #include "maths/core/mlStats.h"
 #include "maths/core/mlTinyVector.h"
 #include "maths/core/mlVector.h"
+#include "maths/core/multiply_transposed.h"
 #include "maths/core/sum.h"
 #include "maths/version.h"
 

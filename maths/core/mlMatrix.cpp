@@ -113,6 +113,26 @@ void mlMatrix::swap(mlMatrix & other) noexcept {
     std::swap(rows_, other.rows_);
 }
 
+namespace {
+
+template <class Y, class Change> void update(mlMatrix & m, Y y, Change change) {
+    ml_run_update(mlDenseRun<double>{m.data()}, y, m.rows() * m.cols(), change);
+}
+
+mlDenseRun<double const> operand([[maybe_unused]] char const * operation, [[maybe_unused]] mlMatrix const & m,
+                                 mlMatrix const & other) {
+    MATHS_CHECK(m.rows() == other.rows() && m.cols() == other.cols(), "%s: %d x %d and %d x %d", operation, m.rows(),
+                m.cols(), other.rows(), other.cols());
+    return {other.data()};
+}
+
+} // namespace
+
+void mlMatrix::operator+=(mlMatrix const & m) { update(*this, operand("matrix sum", *this, m), mlAdd()); }
+void mlMatrix::operator-=(mlMatrix const & m) { update(*this, operand("matrix difference", *this, m), mlSubtract()); }
+void mlMatrix::operator*=(double x) { update(*this, mlConstantRun{x}, mlMultiply()); }
+void mlMatrix::operator/=(double x) { update(*this, mlConstantRun{x}, mlDivide()); }
+
 void mlMatrix::append_row(mlVector const & v) {
     MATHS_CHECK(cols_ == 0 || v.size() == cols_, "append_row: %d elements to %d x %d", v.size(), rows_, cols_);
     int const new_rows = coSizeSum(rows_, 1), new_cols = cols_ == 0 ? v.size() : cols_;

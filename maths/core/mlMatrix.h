@@ -149,6 +149,14 @@ public:
     [[nodiscard]] mlSlice diagonal() { return diagonal_view(); }
     [[nodiscard]] mlSlice const diagonal() const { return diagonal_view(); }
 
+    /// Element by element of the shape, which m shares, in storage order.
+    void operator+=(mlMatrix const & m);
+    void operator-=(mlMatrix const & m);
+    void operator*=(double x);
+
+    /// Divides every element; does not multiply by 1 / x.
+    void operator/=(double x);
+
     /// Adds v as the last row; a matrix without columns gets as many as v has elements, and other rows of zeros.
     void append_row(mlVector const & v);
     void append_row(mlSlice const & s) { append_row(mlVector(s)); }

@@ -55,6 +55,10 @@ public:
     void operator-=(mlSlice const & s);
     void operator-=(double x);
 
+    /// s[i] += factor w[i] for each element, in index order: the product is rounded, then added.
+    void add_multiple(double factor, mlSlice const & w);
+    void add_multiple(double factor, mlVector const & w);
+
     /// 1 when the first length() doubles from data() on equal those from s.data() on, exactly; a NaN equals nothing.
     /// Deliberate: start and stride are ignored, as if both were whole vectors; the function caches rely on it.
     [[nodiscard]] int operator==(mlSlice const & s) const;

@@ -108,6 +108,8 @@ void mlVector::operator+=(double x) { update(*this, x, mlAdd()); }
 void mlVector::operator-=(double x) { update(*this, x, mlSubtract()); }
 void mlVector::operator*=(double x) { update(*this, x, mlMultiply()); }
 void mlVector::operator/=(double x) { update(*this, x, mlDivide()); }
+void mlVector::add_multiple(double s, mlVector const & w) { update(*this, w, "add_multiple", mlAddMultiple{s}); }
+void mlVector::add_multiple(double s, mlSlice const & w) { update(*this, w, "add_multiple", mlAddMultiple{s}); }
 void mlVector::fill(double x) { update(*this, x, mlAssign()); }
 
 void mlVector::delete_element(int i) {

@@ -106,6 +106,10 @@ public:
     /// Divides every element; does not multiply by 1 / x.
     void operator/=(double x);
 
+    /// v[i] += s w[i] for each element, in index order: the product is rounded, then added.
+    void add_multiple(double s, mlVector const & w);
+    void add_multiple(double s, mlSlice const & w);
+
     /// Sets every element to x.
     void fill(double x);
 

@@ -78,6 +78,9 @@ constexpr int panel_group_cols = 4;
 /// faster.
 constexpr int gemv_plain_max = 7;
 
+/// Rows and columns of the blocks of A that are copied, transposed, for A^T B. maths/core/multiply_transposed.cpp.
+constexpr int transposed_product_block = 64;
+
 // ---- strips of columns: mlColumnStrips.h, for many right-hand sides of LU and Cholesky and for the Cholesky factor --
 
 /// Rows <= this: strips of `strip_wide_cols`; more rows: of `strip_narrow_cols`. Narrower strips lose time to the
