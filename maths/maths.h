@@ -13,6 +13,7 @@
 #include "platform/utOstream.h"
 #include "platform/utTags.h"
 
+#include "maths/core/mlFormat.h"
 #include "maths/core/mlMath.h"
 #include "maths/core/mlMatrix.h"
 #include "maths/core/mlNorms.h"
