@@ -50,6 +50,40 @@ void digest_matrices() {
     digest(mlMatrix(mlMatrixHilbert, 20));
 }
 
+void digest_multiples_and_norms() {
+    ExactDigest digest("multiples, norms, transposed products");
+    Operands operands(5);
+    for (int const n : {0, 1, 2, 3, 7, 20, 64, 65, 131}) {
+        mlMatrix a, b, c;
+        mlVector x, y;
+        operands.become(a, n, n / 2 + 2);
+        operands.become(b, n, n + 3);
+        operands.become(x, n);
+        operands.become(y, 2 * n + 1);
+        multiply_transposed(a, b, c);
+        digest(c);
+        multiply_transposed(b, x, y);
+        digest(y);
+        multiply_transposed(b, a.col(1), y);
+        digest(y);
+        y.add_multiple(operands.number(), mlVector(utCopy, y));
+        x.add_multiple(operands.number(), x.slice(n - 1, -1, n));
+        a.col(1).add_multiple(operands.number(), x);
+        a *= operands.number();
+        for (double const norm : {one_norm(x), infinity_norm(x), euclidean_norm(x), one_norm(a.col(1)), one_norm(a),
+                                  infinity_norm(b), frobenius_norm(a)})
+            digest(norm);
+        mlMatrix const before(utCopy, a);
+        a /= operands.number();
+        a -= before;
+        digest(a);
+        a += before;
+        digest(a);
+        digest(x);
+        digest(y);
+    }
+}
+
 void digest_small_helpers() {
     ExactDigest digest("fixed-size vectors, ranges, statistics");
     Operands operands(3);
@@ -90,6 +124,7 @@ void digest_runtime() {
 void digest_core() {
     digest_vectors();
     digest_matrices();
+    digest_multiples_and_norms();
     digest_small_helpers();
     digest_runtime();
 }

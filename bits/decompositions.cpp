@@ -61,6 +61,32 @@ void digest_cholesky() {
     }
 }
 
+void digest_condition() {
+    ExactDigest digest("condition and refinement");
+    Operands operands(19);
+    for (int const n : orders) {
+        mlMatrix a, g;
+        mlVector b, x;
+        operands.become(a, n, n);
+        operands.become(b, n);
+        for (int i = 0; i < n; ++i)
+            a.row(i).add_multiple(-0.999, a.row(n / 2));
+        mlLUDecomposition const lu(a);
+        multiply_transposed(a, a, g);
+        for (int i = 0; i < n; ++i)
+            g(i, i) += 1e-3;
+        mlCholeskyDecomposition const cholesky(g);
+        digest(lu.reciprocal_condition());
+        digest(cholesky.reciprocal_condition());
+        lu.solve(b.slice(), x);
+        digest(lu.refine(b, x));
+        digest(x);
+        cholesky.solve(b.slice(), x);
+        digest(cholesky.refine(b, x));
+        digest(x);
+    }
+}
+
 void digest_qr() {
     ExactDigest digest("QR decomposition and Gram-Schmidt");
     Operands operands(13);
@@ -192,6 +218,7 @@ void digest_small_eigen() {
 void digest_decompositions() {
     digest_lu();
     digest_cholesky();
+    digest_condition();
     digest_qr();
     digest_tridiagonal();
     digest_svd();

@@ -1,6 +1,8 @@
 # What cmake --install puts where, and the packages that cpack makes of it:
 #   <includedir>/maths-<interface>/{maths,platform}/...     the headers, under an include root of their own
-#   <libdir>                                                the library, shared or static
+#   <libdir>                                                the library, shared or static; beside a shared one the
+#                                                           script that gdb loads with it, which Debian's package has in
+#                                                           <datadir>/gdb/auto-load/<libdir>
 #   <datadir>/maths                                         how debuggers show the library's objects
 #   <datadir>/doc/{libmaths<interface>,libmaths-dev}        who has which rights
 #   <libdir>/cmake/maths, <libdir>/pkgconfig                how CMake and pkg-config find them
@@ -35,6 +37,10 @@ foreach(header IN LISTS headers)
     install(FILES ${header} DESTINATION ${include_root}/${folder} COMPONENT development)
 endforeach()
 install(FILES debug/maths_gdb.py debug/maths.natvis DESTINATION ${CMAKE_INSTALL_DATADIR}/maths COMPONENT development)
+if(maths_kind STREQUAL "SHARED" AND NOT WIN32)
+    install(FILES debug/maths_gdb.py DESTINATION ${CMAKE_INSTALL_LIBDIR} RENAME libmaths.so.${PROJECT_VERSION}-gdb.py
+        COMPONENT development)
+endif()
 
 if(maths_kind STREQUAL "SHARED")
     install(FILES packaging/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmaths${maths_interface}
@@ -91,6 +97,7 @@ else()
 endif()
 
 # The archive holds everything, Debian gets a pair of packages.
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_gdb.cmake)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)

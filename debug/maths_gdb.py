@@ -1,15 +1,22 @@
-"""Shows the library's objects in gdb as the values that they stand for.
+"""Shows the library's objects in gdb as the values that they stand for, and calls what programs have no code of.
 
 In gdb, or in ~/.gdbinit:    source maths_gdb.py
+Installed, it lies beside the library as <library>-gdb.py, which gdb loads with it once it may:
+                             add-auto-load-safe-path <prefix>/lib
+and Debian's package puts it where gdb needs no leave.
 
 Element i is what the object's own v[i] gives: slices go by their start and stride, paged arrays through their pages.
-How many are shown is up to `set print elements`.
+How many are shown is up to `set print elements`. Elements, sizes, and the views row, col, diagonal and slice can be
+asked for in any expression, whether the program calls these inline functions or not: m.col(1), v[2], m.rows(), and
+m.operator()(1, 2), since gdb knows no m(1, 2). They are asked of objects in memory, so m.col(1)[2] is not understood.
 """
 
 import re
+import sys
 
 import gdb
 import gdb.printing
+import gdb.xmethod
 
 
 def elements_of(array):
@@ -136,4 +143,89 @@ def build():
     return printers
 
 
+def make_slice(data, start, length, stride):
+    """An mlSlice of these members."""
+    kind = gdb.lookup_type("mlSlice")
+    content = bytearray(kind.sizeof)
+    for name, number in (("data_", data), ("start_", start), ("length_", length), ("stride_", stride)):
+        field = next(f for f in kind.fields() if f.name == name)
+        at, size = field.bitpos // 8, field.type.sizeof
+        content[at : at + size] = (int(number) % 2 ** (8 * size)).to_bytes(size, sys.byteorder)
+    return gdb.Value(bytes(content), kind)
+
+
+def view_of_vector(v, start=0, stride=1, length=None):
+    return make_slice(v["data_"], start, v["size_"] if length is None else length, stride)
+
+
+def view_of_slice(s, first, step, length):
+    return make_slice(s["data_"], s["start_"] + s["stride_"] * first, length, s["stride_"] * step)
+
+
+def paged_element(array, i):
+    shift = int(array["page_shift_"])
+    kind = array.type.strip_typedefs().template_argument(0).pointer()
+    page = array["pages_"]["data_"][int(i) >> shift].cast(kind)
+    return page[int(i) & ((1 << shift) - 1)]
+
+
+# Class, function, number of arguments, all of them ints: what it returns.
+METHODS = (
+    ("coDynArr<.*>|mlMatrix", r"operator\[\]", 1, lambda a, i: a["data_"][i]),
+    ("coDynArr<.*>|coPageArr<.*>", "size", 0, lambda a: a["size_"]),
+    ("coDynArr<.*>", "capacity", 0, lambda a: a["capacity_"]),
+    ("coPageArr<.*>", r"operator\[\]", 1, paged_element),
+    ("coDynArr2D<.*>", r"operator\(\)", 2, lambda a, r, c: a["cells_"]["data_"][r * a["row_length_"] + c]),
+    ("coDynArr2D<.*>|mlMatrix", "rows", 0, lambda a: a["rows_"]),
+    ("coDynArr2D<.*>|mlMatrix", "cols", 0, lambda a: a["cols_"]),
+    ("mlVector", "slice", 0, view_of_vector),
+    ("mlVector", "slice", 3, view_of_vector),
+    ("mlSlice", r"operator\[\]", 1, lambda s, i: s["data_"][s["start_"] + i * s["stride_"]]),
+    ("mlSlice", "length", 0, lambda s: s["length_"]),
+    ("mlSlice", "slice", 3, view_of_slice),
+    ("mlMatrix", r"operator\(\)", 2, lambda m, r, c: m["data_"][r * m["cols_"] + c]),
+    ("mlMatrix", "row", 1, lambda m, r: make_slice(m["data_"], r * m["cols_"], m["cols_"], 1)),
+    ("mlMatrix", "col", 1, lambda m, c: make_slice(m["data_"], c, m["rows_"], m["cols_"])),
+    ("mlMatrix", "diagonal", 0,
+     lambda m: make_slice(m["data_"], 0, min(int(m["rows_"]), int(m["cols_"])), m["cols_"] + 1)),
+    ("mlTinyVector<.*>", r"operator\[\]", 1, lambda v, i: v["components_"][i]),
+)
+
+
+class Method(gdb.xmethod.XMethod):
+    """One line of METHODS, which can be switched off by its name."""
+
+    def __init__(self, owner, name, count, call):
+        super().__init__("%s::%s/%d" % (owner, name.replace("\\", ""), count))
+        self.owner, self.method = re.compile("(%s)$" % owner), re.compile("%s$" % name)
+        self.count, self.call = count, call
+
+
+class Worker(gdb.xmethod.XMethodWorker):
+    def __init__(self, method):
+        self.method = method
+
+    def get_arg_types(self):
+        return [gdb.lookup_type("int")] * self.method.count
+
+    def __call__(self, this, *arguments):
+        if this.type.strip_typedefs().code == gdb.TYPE_CODE_PTR:
+            this = this.dereference()
+        return self.method.call(this, *arguments)
+
+
+class Matcher(gdb.xmethod.XMethodMatcher):
+    def __init__(self):
+        super().__init__("maths")
+        self.methods = [Method(*line) for line in METHODS]
+
+    def match(self, class_type, method_name):
+        owner = class_type.unqualified().strip_typedefs().tag
+        if owner is None:
+            return None
+        return [Worker(m) for m in self.methods
+                if m.enabled and m.owner.match(owner) and m.method.match(method_name)]
+
+
 gdb.printing.register_pretty_printer(gdb.current_objfile(), build(), replace=True)
+gdb.xmethod.register_xmethod_matcher(gdb.current_objfile(), Matcher(), replace=True)

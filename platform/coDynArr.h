@@ -22,6 +22,8 @@ concept coExtendedArray = std::derived_from<Other, Array> && sizeof(Other) != si
 /// fresh slots, those that can only be moved by move assignment.
 /// Elements: non-const access past the end extends the array; the elements that it skips, like those that `expand`
 /// adds, are not initialised when T is trivially copyable and otherwise as T() leaves them.
+/// Moves: an array can be moved when it is made, so functions return arrays, and `become` takes a temporary's block;
+/// the source is left empty. There is no move assignment.
 /// An element type of stricter alignment than std::max_align_t does not compile.
 /// Bad input: nothing is checked. Failure: an allocation that fails, or a size that leaves int, throws std::bad_alloc
 /// and leaves the array as it was. Threads: one at a time.
@@ -47,6 +49,14 @@ public:
 
     /// Same capacity, size and increment as `other`, elements copied by assignment.
     coDynArr(enum utCopy, coDynArr const & other);
+
+    /// Takes the block of `other`, which is left empty.
+    coDynArr(coDynArr && other) noexcept
+        : data_(std::exchange(other.data_, nullptr)), capacity_(std::exchange(other.capacity_, 0)),
+          size_(std::exchange(other.size_, 0)), increment_(other.increment_) {}
+
+    /// Not of an array that has members besides its elements: a matrix would keep its shape.
+    template <coExtendedArray<coDynArr> Other> coDynArr(Other &&) = delete;
 
     coDynArr(coDynArr const &) = delete;
     coDynArr & operator=(coDynArr const &) = delete;
@@ -80,6 +90,14 @@ public:
 
     /// Takes size, increment and elements of `other`, growing where its elements do not fit.
     void become(enum utCopy, coDynArr const & other);
+
+    /// Frees its block and takes that of a temporary, which is left empty. Nothing happens when it is this array.
+    coDynArr & become(coDynArr && temporary) noexcept {
+        coDynArr taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
+    template <coExtendedArray<coDynArr> Other> void become(Other &&) = delete;
 
     /// Makes the array empty; the block is kept for `release` = 0, else freed.
     void clear(int release);

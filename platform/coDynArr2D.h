@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/coDynArr.h"
 
@@ -17,6 +18,13 @@ template <class T> class coDynArr2D {
 public:
     /// Holds no element, with room for rows x cols.
     coDynArr2D(int rows, int cols, int row_increment, int col_increment);
+
+    /// Takes the elements of `other`, which is left empty.
+    coDynArr2D(coDynArr2D && other) noexcept
+        : cells_(std::move(other.cells_)), row_room_(std::exchange(other.row_room_, 0)),
+          row_length_(std::exchange(other.row_length_, 0)), rows_(std::exchange(other.rows_, 0)),
+          cols_(std::exchange(other.cols_, 0)), row_increment_(other.row_increment_),
+          col_increment_(other.col_increment_) {}
 
     coDynArr2D(coDynArr2D const &) = delete;
     coDynArr2D & operator=(coDynArr2D const &) = delete;

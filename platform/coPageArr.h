@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "platform/coDynArr.h"
 #include "platform/coPageArrcoIterator.h"
@@ -54,6 +55,11 @@ public:
         copy_elements(other);
     }
 
+    /// Takes the pages of `other`, which is left empty, with pages of the same size.
+    coPageArr(coPageArr && other) noexcept
+        : blocks_(std::exchange(other.blocks_, 0)), size_(std::exchange(other.size_, 0)), page_size_(other.page_size_),
+          page_shift_(other.page_shift_), pages_(std::move(other.pages_)) {}
+
     coPageArr(coPageArr const &) = delete;
     coPageArr & operator=(coPageArr const &) = delete;
 
@@ -83,6 +89,23 @@ public:
 
     /// Frees what it holds and takes page size and elements of `other`.
     coPageArr & become(enum utCopy, coPageArr const & other);
+
+    /// Frees what it holds and takes the pages of a temporary, which is left empty. Nothing happens when it is this
+    /// array.
+    coPageArr & become(coPageArr && temporary) noexcept {
+        coPageArr taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
+
+    /// Exchanges the contents of two arrays in constant time.
+    void swap(coPageArr & other) noexcept {
+        std::swap(blocks_, other.blocks_);
+        std::swap(size_, other.size_);
+        std::swap(page_size_, other.page_size_);
+        std::swap(page_shift_, other.page_shift_);
+        pages_.swap(other.pages_);
+    }
 
     /// Makes the array empty; the pages are kept for `release` = 0, else freed, the table too.
     void clear(int release);

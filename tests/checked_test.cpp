@@ -1,5 +1,7 @@
 #include <functional>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -69,9 +71,24 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
         {[&] { mlMatrix(mlMatrixProduct, m, m); }, "2 x 4 times 2 x 4"},
         {[&] { multiply(m, v, y); }, "4 elements wanted, 3 given"},
         {[&] { n.append_col(none); }, "append_col: 0 elements to 2 x 2"},
+        {[&] { n += m; }, "matrix sum: 2 x 2 and 2 x 4"},
+        {[&] { v.add_multiple(1.0, y); }, "add_multiple: 3 elements wanted, 0 given"},
+        {[&] { multiply_transposed(m, v.slice(0, 1, 1), y); }, "multiply: 2 elements wanted, 1 given"},
+        {[&] {
+             mlMatrix{{1, 2}, {3}};
+         },
+         "a row of 1 elements in a matrix of 2 columns"},
         {[&] { tiny[3] = 0.0; }, "component 3 of 3"},
         {[&] { tiny = longer.slice(0, 1, 2); }, "fixed-size vector: 3 components wanted, 2 given"},
         {[&] { pages.copyout(out, 4, 0, 0); }, "copyout: 4 elements from 0 on of 3"},
+    });
+    std::vector<mlVector> list;
+    for (int const size : {2, 1, 3, 1})
+        list.push_back(mlVector(mlVectorZero, size));
+    expect_stops({
+        {[&] { list.erase(list.begin()); }, "vector assignment: 2 elements wanted, 1 given"},
+        {[&] { list.erase(list.begin() + 1); }, "vector assignment: 3 elements to a vector of 1"},
+        {[&] { std::swap(list[1], list[3]); }, "vector assignment: 1 elements to a vector of 0"},
     });
     v[5] = 1.0; // growth is no misuse, nor are longer operands where a contract allows them
     static_cast<void>(v.slice(9, 1, 0));

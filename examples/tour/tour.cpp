@@ -66,7 +66,8 @@ void fit_measurements(ColumnTable const & table) {
     std::printf("  %d calls of the function in %d solves from b1 = 500, b2 = 0.0001\n\n", calls, solves);
 }
 
-/// Solves H x = H (1, ..., 1) for Hilbert's matrix H of order n: the residual stays small, the solution does not.
+/// Solves H x = H (1, ..., 1) for Hilbert's matrix H of order n: the residual stays small, the solution does not. The
+/// condition says how many digits to believe, before x is compared with what it should be.
 void solve_hilbert_system(int n) {
     mlMatrix const hilbert(mlMatrixHilbert, n);
     mlVector ones(mlVectorZero, n), right_side, x, image;
@@ -76,11 +77,14 @@ void solve_hilbert_system(int n) {
     mlLUDecomposition const lu(hilbert);
     lu.solve(right_side, x);
     multiply(hilbert, x, image);
+    double const roundoff = std::numeric_limits<double>::epsilon();
+    double const believed = std::max(0.0, std::log10(lu.reciprocal_condition() / roundoff));
 
     double digits = 11.0;
     for (int i = 0; i < n; ++i)
         digits = std::min(digits, agreeing_digits(x[i], 1.0));
-    std::printf("  %5d   %14.6e   %12.1e   %6.1f\n", n, lu.determinant(), norm_diff(image, right_side), digits);
+    std::printf("  %5d   %14.6e   %12.1e   %10.1f   %6.1f\n", n, lu.determinant(), norm_diff(image, right_side),
+                believed, digits);
 }
 
 void print_objects() {
@@ -105,7 +109,7 @@ int main(int argc, char ** argv) {
     fit_measurements(ColumnTable(argc > 1 ? argv[1] : MATHS_EXAMPLE_DATA "misra1a.txt", 2));
 
     std::printf("Hilbert's matrix H of order n: H x = H (1, ..., 1) solved by LU decomposition\n");
-    std::printf("  %5s   %14s   %12s   %6s\n", "order", "determinant", "residual", "digits of x");
+    std::printf("  %5s   %14s   %12s   %10s   %6s\n", "order", "determinant", "residual", "to believe", "digits of x");
     for (int n = 2; n <= 12; ++n)
         solve_hilbert_system(n);
     std::printf("\n");

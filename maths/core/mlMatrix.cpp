@@ -8,6 +8,18 @@
 #include "maths/core/mlStreamFlags.h"
 #include "maths/core/mlVectorRuns.h"
 
+mlMatrix::mlMatrix(std::initializer_list<std::initializer_list<mlNumber>> rows) {
+    std::size_t const cols = rows.size() == 0 ? 0 : rows.begin()->size();
+    become(::mlMatrixZero, coSize(rows.size()), coSize(cols));
+    double * to = data();
+    for (auto const & row : rows) {
+        MATHS_CHECK(row.size() == cols, "matrix in braces: a row of %d elements in a matrix of %d columns",
+                    static_cast<int>(row.size()), cols_);
+        std::copy_n(row.begin(), std::min(row.size(), cols), to);
+        to += cols;
+    }
+}
+
 mlMatrix::mlMatrix(enum mlMatrixZero, int rows, int cols) { become(::mlMatrixZero, rows, cols); }
 
 mlMatrix::mlMatrix(enum mlMatrixIdentity, int n) { become(::mlMatrixIdentity, n); }
@@ -22,6 +34,16 @@ mlMatrix::mlMatrix(enum mlMatrixTranspose, mlMatrix const & m) { become(::mlMatr
 mlMatrix::mlMatrix(enum utConvert, double const * src, int rows, int cols) : doublecoDynArr(rows, cols) {
     become(::utConvert, src, rows, cols);
 }
+
+mlMatrix::mlMatrix(std::span<double const> values, int rows, int cols) {
+    MATHS_CHECK(values.size() >= static_cast<std::size_t>(coTableSize(rows, cols)), "matrix: %d elements for %d x %d",
+                static_cast<int>(values.size()), rows, cols);
+    become(::utConvert, values.data(), rows, cols);
+}
+
+mlMatrix::mlMatrix(enum utCopy, mlMatrix const & m) { become(::utCopy, m); }
+
+mlMatrix::mlMatrix(int rows, int cols) { become(rows, cols); }
 
 mlMatrix & mlMatrix::become(enum mlMatrixZero, int rows, int cols) {
     become(rows, cols);
@@ -90,6 +112,26 @@ void mlMatrix::swap(mlMatrix & other) noexcept {
     std::swap(cols_, other.cols_);
     std::swap(rows_, other.rows_);
 }
+
+namespace {
+
+template <class Y, class Change> void update(mlMatrix & m, Y y, Change change) {
+    ml_run_update(mlDenseRun<double>{m.data()}, y, m.rows() * m.cols(), change);
+}
+
+mlDenseRun<double const> operand([[maybe_unused]] char const * operation, [[maybe_unused]] mlMatrix const & m,
+                                 mlMatrix const & other) {
+    MATHS_CHECK(m.rows() == other.rows() && m.cols() == other.cols(), "%s: %d x %d and %d x %d", operation, m.rows(),
+                m.cols(), other.rows(), other.cols());
+    return {other.data()};
+}
+
+} // namespace
+
+void mlMatrix::operator+=(mlMatrix const & m) { update(*this, operand("matrix sum", *this, m), mlAdd()); }
+void mlMatrix::operator-=(mlMatrix const & m) { update(*this, operand("matrix difference", *this, m), mlSubtract()); }
+void mlMatrix::operator*=(double x) { update(*this, mlConstantRun{x}, mlMultiply()); }
+void mlMatrix::operator/=(double x) { update(*this, mlConstantRun{x}, mlDivide()); }
 
 void mlMatrix::append_row(mlVector const & v) {
     MATHS_CHECK(cols_ == 0 || v.size() == cols_, "append_row: %d elements to %d x %d", v.size(), rows_, cols_);

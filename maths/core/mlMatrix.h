@@ -1,6 +1,9 @@
 #pragma once
 
+#include <initializer_list>
 #include <iosfwd>
+#include <span>
+#include <utility>
 
 #include "maths/core/mlVector.h"
 
@@ -16,7 +19,8 @@ enum mlMatrixTranspose { mlMatrixTranspose };
 /// `expand` never shrinks it, and an empty matrix made by zero, identity, conversion, copy or product keeps one
 /// element. Comparison and `max_absolute_value` run over the storage's whole size. The array's own `swap`, `clear` and
 /// `shrink`, which would change the storage and not the shape, are replaced or deleted here. Each constructor with a
-/// tag has a `become` that gives an existing matrix the same value.
+/// tag has a `become` that gives an existing matrix the same value. A matrix can be moved when it is made, so functions
+/// return matrices, and `become` takes a temporary's storage; there is no assignment.
 /// Lifetime: slices are valid until the shape changes. Bad input: no index, shape or size is checked.
 /// Failure: growth, and a shape of more elements than an int can count, throws std::bad_alloc. Editing operations then
 /// leave the matrix as it was, `become` and products as it was or without elements. Threads: one at a time.
@@ -24,6 +28,10 @@ class MATHS_API mlMatrix : public doublecoDynArr {
 public:
     /// 0 x 0, without storage.
     mlMatrix() noexcept = default;
+
+    /// The rows in the braces: `mlMatrix{{1.0, 2.0}, {3.0, 4.0}}`, of one length. The first row has the number of
+    /// columns; what others lack is 0, and what they have more is left out.
+    mlMatrix(std::initializer_list<std::initializer_list<mlNumber>> rows);
 
     mlMatrix(enum mlMatrixZero, int rows, int cols);
     mlMatrix(enum mlMatrixIdentity, int n);
@@ -37,6 +45,24 @@ public:
 
     /// The rows * cols values at src, row by row.
     mlMatrix(enum utConvert, double const * src, int rows, int cols);
+    mlMatrix(std::span<double const> values, int rows, int cols);
+
+    mlMatrix(enum utCopy, mlMatrix const & m);
+
+    /// rows x cols, not initialised.
+    explicit mlMatrix(int rows, int cols);
+
+    // clang-format off
+    /// A tag of another class is not a number of rows.
+    template <class Tag>
+        requires std::is_enum_v<Tag>
+    mlMatrix(Tag, int) = delete;
+    // clang-format on
+
+    /// Takes storage and shape of m, which is left 0 x 0 and without storage.
+    mlMatrix(mlMatrix && m) noexcept
+        : doublecoDynArr(static_cast<doublecoDynArr &&>(m)), cols_(std::exchange(m.cols_, 0)),
+          rows_(std::exchange(m.rows_, 0)) {}
 
     mlMatrix(mlMatrix const &) = delete;
     mlMatrix & operator=(mlMatrix const &) = delete;
@@ -52,6 +78,14 @@ public:
     /// src may lie in this matrix when the new shape has no more elements than the storage has room for.
     mlMatrix & become(enum utConvert, double const * src, int rows, int cols);
     mlMatrix & become(enum utCopy, mlMatrix const & m);
+
+    /// Frees its storage and takes storage and shape of a temporary, which is left 0 x 0 and without storage. Nothing
+    /// happens when it is this matrix.
+    mlMatrix & become(mlMatrix && temporary) noexcept {
+        mlMatrix taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
 
     /// rows x cols, with the values that the storage happens to hold.
     mlMatrix & become(int rows, int cols);
@@ -115,11 +149,21 @@ public:
     [[nodiscard]] mlSlice diagonal() { return diagonal_view(); }
     [[nodiscard]] mlSlice const diagonal() const { return diagonal_view(); }
 
+    /// Element by element of the shape, which m shares, in storage order.
+    void operator+=(mlMatrix const & m);
+    void operator-=(mlMatrix const & m);
+    void operator*=(double x);
+
+    /// Divides every element; does not multiply by 1 / x.
+    void operator/=(double x);
+
     /// Adds v as the last row; a matrix without columns gets as many as v has elements, and other rows of zeros.
     void append_row(mlVector const & v);
+    void append_row(mlSlice const & s) { append_row(mlVector(s)); }
 
     /// Adds v as the last column; a matrix without rows gets as many as v has elements.
     void append_col(mlVector const & v);
+    void append_col(mlSlice const & s) { append_col(mlVector(s)); }
 
     void delete_row(int r);
     void delete_col(int c);
@@ -156,6 +200,9 @@ private:
     int cols_ = 0;
     int rows_ = 0;
 };
+
+/// Exchanges two matrices in constant time.
+inline void swap(mlMatrix & a, mlMatrix & b) noexcept { a.swap(b); }
 
 /// 1 when each stored value of a equals that of b, exactly; a NaN equals nothing. Shapes are not compared.
 [[nodiscard]] MATHS_API int operator==(mlMatrix const & a, mlMatrix const & b);

@@ -21,6 +21,16 @@ void mlSlice::operator-=(mlSlice const & s) {
 
 void mlSlice::operator-=(double x) { ml_run_update(ml_run(*this), mlConstantRun{x}, length_, mlSubtract()); }
 
+void mlSlice::add_multiple(double factor, mlSlice const & w) {
+    ml_check_length("add_multiple", length_, w.length_);
+    ml_run_update(ml_run(*this), ml_run(w), length_, mlAddMultiple{factor});
+}
+
+void mlSlice::add_multiple(double factor, mlVector const & w) {
+    ml_check_length("add_multiple", length_, w.size());
+    ml_run_update(ml_run(*this), ml_run(w), length_, mlAddMultiple{factor});
+}
+
 int mlSlice::operator==(mlSlice const & s) const {
     return ml_run_equal(mlDenseRun<double const>{data_}, mlDenseRun<double const>{s.data_}, length_);
 }

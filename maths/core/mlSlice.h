@@ -1,7 +1,9 @@
 #pragma once
 
 #include <iosfwd>
+#include <ranges>
 
+#include "maths/core/mlSliceIterator.h"
 #include "maths/maths_api.h"
 #include "platform/utCheck.h"
 
@@ -41,11 +43,21 @@ public:
         return data_[start_ + i * stride_];
     }
 
+    /// For ranges and algorithms: `std::ranges::sort(m.col(0))`.
+    [[nodiscard]] mlSliceIterator<double> begin() { return {data_, start_, stride_, 0}; }
+    [[nodiscard]] mlSliceIterator<double> end() { return {data_, start_, stride_, length_}; }
+    [[nodiscard]] mlSliceIterator<double const> begin() const { return {data_, start_, stride_, 0}; }
+    [[nodiscard]] mlSliceIterator<double const> end() const { return {data_, start_, stride_, length_}; }
+
     /// Element by element, in index order; views of the same storage may overlap.
     void operator=(mlSlice const & s);
     void operator=(mlVector const & v);
     void operator-=(mlSlice const & s);
     void operator-=(double x);
+
+    /// s[i] += factor w[i] for each element, in index order: the product is rounded, then added.
+    void add_multiple(double factor, mlSlice const & w);
+    void add_multiple(double factor, mlVector const & w);
 
     /// 1 when the first length() doubles from data() on equal those from s.data() on, exactly; a NaN equals nothing.
     /// Deliberate: start and stride are ignored, as if both were whole vectors; the function caches rely on it.
@@ -70,6 +82,10 @@ private:
     int length_;
     int stride_;
 };
+
+/// The iterators of a slice outlive it.
+template <> inline constexpr bool std::ranges::enable_borrowed_range<mlSlice> = true;
+template <> inline constexpr bool std::ranges::enable_borrowed_range<mlSlice const> = true;
 
 /// Sum of a[i] b[i] over the elements of a, in index order.
 [[nodiscard]] MATHS_API double scalar_product(mlSlice const & a, mlSlice const & b);

@@ -25,6 +25,15 @@ public:
     mlTinyVector() = default;
 
     explicit mlTinyVector(enum mlVectorZero) { fill(0.0); }
+    mlTinyVector(enum utConvert, double const * p) { become(::utConvert, p); }
+    mlTinyVector(enum utCopy, mlTinyVector const & v) : mlTinyVector(v) {}
+    mlTinyVector(enum mlVectorAdd, mlTinyVector const & a, mlTinyVector const & b) { become(::mlVectorAdd, a, b); }
+    mlTinyVector(enum mlVectorSubtract, mlTinyVector const & a, mlTinyVector const & b) {
+        become(::mlVectorSubtract, a, b);
+    }
+
+    /// m v, for an m of N rows.
+    mlTinyVector(enum mlMatrixProduct, mlMatrix const & m, mlTinyVector const & v) { become(::mlMatrixProduct, m, v); }
 
     double & operator[](int i) {
         MATHS_CHECK(i >= 0 && i < N, "fixed-size vector: component %d of %d", i, N);

@@ -37,6 +37,38 @@ template <std::invocable<double &, double> Change> void update(mlVector & v, dou
 
 mlVector::mlVector(enum mlVectorZero, int n) : doublecoDynArr(n, 1) { become(::mlVectorZero, n); }
 
+mlVector::mlVector(std::initializer_list<mlNumber> values) : doublecoDynArr(coSize(values.size()), 1) {
+    expand(coSize(values.size()));
+    std::copy(values.begin(), values.end(), data());
+}
+
+mlVector::mlVector(enum utConvert, double const * src, int n) : doublecoDynArr(n, 1) { become(::utConvert, src, n); }
+
+mlVector::mlVector(enum utCopy, mlSlice const & s) : mlVector(s) {}
+
+mlVector::mlVector(enum utCopy, std::span<double const> values) : mlVector(values) {}
+
+mlVector::mlVector(mlSlice const & s) : doublecoDynArr(s.length(), 1) { become(::utCopy, s); }
+
+mlVector::mlVector(std::span<double const> values) : mlVector(::utConvert, values.data(), coSize(values.size())) {}
+
+mlVector::mlVector(enum mlMatrixProduct, mlMatrix const & m, mlVector const & v) { multiply(m, v, *this); }
+
+mlVector::mlVector(enum mlMatrixProduct, mlMatrix const & m, mlSlice const & s) { multiply(m, s, *this); }
+
+mlVector & mlVector::become(enum utCopy, mlSlice const & s) {
+    if (data() != nullptr && s.data() == data()) return become(mlVector(s));
+    reserve(s.length()); // first, since it may fail
+    clear(0);
+    expand(s.length());
+    ml_run_update(ml_run(*this), ml_run(s), size(), mlAssign());
+    return *this;
+}
+
+mlVector & mlVector::become(enum utCopy, std::span<double const> values) {
+    return become(::utCopy, mlSlice(const_cast<double *>(values.data()), 0, coSize(values.size()), 1));
+}
+
 mlVector & mlVector::become(enum mlVectorZero, int n) {
     expand(n);
     fill(0.0);
@@ -79,6 +111,8 @@ void mlVector::operator+=(double x) { update(*this, x, mlAdd()); }
 void mlVector::operator-=(double x) { update(*this, x, mlSubtract()); }
 void mlVector::operator*=(double x) { update(*this, x, mlMultiply()); }
 void mlVector::operator/=(double x) { update(*this, x, mlDivide()); }
+void mlVector::add_multiple(double s, mlVector const & w) { update(*this, w, "add_multiple", mlAddMultiple{s}); }
+void mlVector::add_multiple(double s, mlSlice const & w) { update(*this, w, "add_multiple", mlAddMultiple{s}); }
 void mlVector::fill(double x) { update(*this, x, mlAssign()); }
 
 void mlVector::delete_element(int i) {

@@ -1,7 +1,12 @@
 #pragma once
 
+#include <concepts>
+#include <initializer_list>
 #include <iosfwd>
+#include <span>
+#include <utility>
 
+#include "maths/core/mlNumber.h"
 #include "maths/core/mlSlice.h"
 #include "maths/core/mlTags.h"
 #include "platform/coDynArr.h"
@@ -15,7 +20,12 @@ class utOstream;
 /// initialised. Storage and growth are those of `doublecoDynArr`, and the object is just as large. Assignment and
 /// compound assignment never resize: they run over this vector's own elements and read as many of the other operand,
 /// which must have them. Size the vector first, with `become(mlVectorZero, n)`; a checked build stops at an assignment
-/// of more elements than the vector has.
+/// of another number of elements than the vector has.
+/// Moves: a vector can be moved when it is made, so functions return vectors, and `become` takes a temporary's storage.
+/// Deliberate: there is no move assignment; `v = f()` copies elements like any other assignment. So what assigns to
+/// move, as `erase` and `insert` of std::vector<mlVector> and `std::sort` do, keeps each slot's size: values move down
+/// rightly when all vectors have one size, and otherwise come out cut off, or read past the end. A slot moved from is
+/// empty and takes nothing. A checked build stops at each of these.
 /// Lifetime: slices are valid until the vector grows, shrinks or is cleared.
 /// Bad input: nothing is checked. Failure: growth throws std::bad_alloc and changes nothing. Threads: one at a time.
 class MATHS_API mlVector : public doublecoDynArr {
@@ -23,12 +33,51 @@ public:
     /// Empty.
     mlVector() noexcept = default;
 
+    /// The numbers in the braces: `mlVector{1.0, 2.0}`. A tag is no number and keeps its meaning there.
+    mlVector(std::initializer_list<mlNumber> values);
+
     /// n zeros.
     mlVector(enum mlVectorZero, int n);
+
+    /// The n values at src.
+    mlVector(enum utConvert, double const * src, int n);
+
+    /// Copies, with the capacity and the increment of an array.
+    mlVector(enum utCopy, doublecoDynArr const & v) : doublecoDynArr(::utCopy, v) {}
+    mlVector(enum utCopy, mlSlice const & s);
+    mlVector(enum utCopy, std::span<double const> values);
+
+    /// The same of what is no vector: standard containers and arrays, and slices.
+    explicit mlVector(mlSlice const & s);
+    explicit mlVector(std::span<double const> values);
+
+    // clang-format off
+    /// Which elements of a matrix are meant would have to be said.
+    template <std::derived_from<doublecoDynArr> Array>
+        requires(!std::derived_from<Array, mlVector>)
+    explicit mlVector(Array const & array) = delete;
+    // clang-format on
+
+    /// m v.
+    mlVector(enum mlMatrixProduct, mlMatrix const & m, mlVector const & v);
+    mlVector(enum mlMatrixProduct, mlMatrix const & m, mlSlice const & s);
+
+    /// Takes the storage of v, which is left empty.
+    mlVector(mlVector && v) noexcept = default;
 
     mlVector(mlVector const &) = delete;
 
     using doublecoDynArr::become;
+
+    /// Frees its storage and takes that of a temporary, which is left empty. Nothing happens when it is this vector.
+    mlVector & become(mlVector && temporary) noexcept {
+        doublecoDynArr::become(std::move(temporary));
+        return *this;
+    }
+
+    /// Just the elements of the slice, which may view this vector, or of another container.
+    mlVector & become(enum utCopy, mlSlice const & s);
+    mlVector & become(enum utCopy, std::span<double const> values);
 
     /// At least n elements, all of them zero. Deliberate: a longer vector keeps its size.
     mlVector & become(enum mlVectorZero, int n);
@@ -56,6 +105,10 @@ public:
 
     /// Divides every element; does not multiply by 1 / x.
     void operator/=(double x);
+
+    /// v[i] += s w[i] for each element, in index order: the product is rounded, then added.
+    void add_multiple(double s, mlVector const & w);
+    void add_multiple(double s, mlSlice const & w);
 
     /// Sets every element to x.
     void fill(double x);
@@ -86,6 +139,9 @@ private:
         return mlSlice(const_cast<double *>(data()), start, length, stride);
     }
 };
+
+/// Exchanges two vectors in constant time.
+inline void swap(mlVector & a, mlVector & b) noexcept { a.swap(b); }
 
 /// Assigns an element of an array of vectors. A fresh slot holds an empty vector, so nothing is assigned to it, which
 /// no checked build reports.

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
+#include "maths/decompositions/mlConditionEstimate.h"
 #include "maths/decompositions/mlTriangularSolve.h"
 #include "maths/kernels/mlColumnStrips.h"
 #include "maths/kernels/mlTuning.h"
@@ -148,6 +150,36 @@ void solve_many(mlMatrix const & a, mlVector const & diagonal, double * x, int m
     });
 }
 
+/// A^-1, which is symmetric.
+class Inverse {
+public:
+    Inverse(mlMatrix const & a, mlVector const & diagonal) : a_(a), diagonal_(diagonal) {}
+
+    int size() const { return a_.rows(); }
+    void solve(double * x) const { solve_one(a_, diagonal_, x); }
+    void solve_transposed(double * x) const { solve(x); }
+
+private:
+    mlMatrix const & a_;
+    mlVector const & diagonal_;
+};
+
+/// The row sums of |L| |L|^T.
+mlVector factor_sums(mlMatrix const & a, mlVector const & diagonal) {
+    int const n = a.rows();
+    mlVector columns(diagonal.slice()), sums(mlVectorZero, n);
+    for (int i = 0; i < n; ++i) {
+        for (int k = 0; k < i; ++k)
+            columns[k] += std::fabs(a(i, k));
+    }
+    for (int i = 0; i < n; ++i) {
+        for (int k = 0; k < i; ++k)
+            sums[i] += std::fabs(a(i, k)) * columns[k];
+        sums[i] += diagonal[i] * columns[i];
+    }
+    return sums;
+}
+
 } // namespace
 
 mlCholeskyDecomposition::mlCholeskyDecomposition(mlMatrix const & a) {
@@ -223,4 +255,25 @@ void mlCholeskyDecomposition::solve(mlVector const & b, mlVector & x) const {
     x.expand(n);
     if (&x != &b) std::copy_n(b.data(), n, x.data());
     solve_one(matrix_, diagonal_, x.data());
+}
+
+void mlCholeskyDecomposition::solve(mlSlice const & b, mlVector & x) const {
+    x.become(utCopy, b);
+    solve(x, x); // in place
+}
+
+double mlCholeskyDecomposition::reciprocal_condition() const {
+    if (singular_) return 0.0;
+    mlMatrix a;
+    matrix_original(a);
+    return ml_reciprocal_condition(one_norm(a), Inverse(matrix_, diagonal_));
+}
+
+double mlCholeskyDecomposition::refine(mlSlice const & b, mlVector & x) const {
+    if (singular_) return std::numeric_limits<double>::infinity();
+    int const n = dimension();
+    MATHS_CHECK(b.length() >= n && x.size() >= n, "Cholesky refine: order %d, vectors of %d and %d", n, b.length(),
+                x.size());
+    auto const element = [this, n](int i, int j) { return matrix_.data()[i < j ? i * n + j : j * n + i]; };
+    return ml_refine(Inverse(matrix_, diagonal_), element, factor_sums(matrix_, diagonal_), b, x);
 }

@@ -1,7 +1,10 @@
 #include "maths/decompositions/mlLUDecomposition.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
+#include "maths/decompositions/mlConditionEstimate.h"
 #include "maths/decompositions/mlLUElimination.h"
 #include "maths/decompositions/mlTriangularSolve.h"
 #include "maths/kernels/mlColumnStrips.h"
@@ -34,6 +37,72 @@ void solve_upper(mlMatrix const & lu, int n, mlBlock x, int m) {
     ml_in_strips(n, m, x, [&](int width, mlBlock strip) {
         ml_kernels().solve_latest_first(1, n, width, upper, {strip.data + (n - 1) * strip.ld, -strip.ld});
     });
+}
+
+void check_right_side([[maybe_unused]] mlMatrix const & lu, [[maybe_unused]] int singular, [[maybe_unused]] int n,
+                      [[maybe_unused]] int size) {
+    MATHS_CHECK(!singular, "LU solve: the %d x %d matrix is singular", lu.rows(), lu.cols());
+    MATHS_CHECK(n <= lu.rows() && size >= n, "LU solve: %d x %d factors, %d elements", lu.rows(), lu.cols(), size);
+}
+
+// A x = b for the n rows of x, which is a copy of b, a vector or a slice.
+template <class RightHandSide>
+void solve_copy(mlMatrix const & lu, intcoDynArr const & permutation, int n, RightHandSide const & b, mlVector & x) {
+    if (n < 1) return;
+    double * const v = x.data();
+    for (int i = 0; i < n; ++i) {
+        if (permutation[i] != i) v[i] = b[permutation[i]];
+    }
+    ml_solve_unit_lower(n, block(lu), v);
+    ml_solve_latest_first(n, upper_triangle(lu, n), v + n - 1, -1); // U x = y
+}
+
+/// A^-1, by the factors of the first n columns.
+class Inverse {
+public:
+    Inverse(mlMatrix const & lu, intcoDynArr const & permutation)
+        : lu_(lu), permutation_(permutation), permuted_(mlVectorZero, lu.rows()) {}
+
+    int size() const { return lu_.rows(); }
+
+    void solve(double * x) const {
+        for (int k = 0; k < size(); ++k)
+            permuted_[k] = x[permutation_[k]];
+        std::copy(permuted_.begin(), permuted_.end(), x);
+        ml_solve_unit_lower(size(), block(lu_), x);
+        ml_solve_latest_first(size(), upper_triangle(lu_, size()), x + size() - 1, -1);
+    }
+
+    // U^T y = x, then L^T z = y from its last row on, and z is permuted.
+    void solve_transposed(double * x) const {
+        static constexpr double one = 1.0;
+        std::ptrdiff_t const cols = lu_.cols(), last = size() - 1;
+        ml_solve_latest_first(size(), {lu_.data(), 1, cols, lu_.data(), cols + 1}, x, 1);
+        ml_solve_latest_first(size(), {lu_.data() + last * (cols + 1), -1, -cols, &one, 0}, x + last, -1);
+        for (int k = 0; k < size(); ++k)
+            permuted_[permutation_[k]] = x[k];
+        std::copy(permuted_.begin(), permuted_.end(), x);
+    }
+
+private:
+    mlMatrix const & lu_;
+    intcoDynArr const & permutation_;
+    mutable mlVector permuted_;
+};
+
+/// The row sums of |L| |U|, by the rows of A.
+mlVector factor_sums(mlMatrix const & lu, intcoDynArr const & permutation) {
+    int const n = lu.rows();
+    mlVector upper(mlVectorZero, n), sums(mlVectorZero, n);
+    for (int i = 0; i < n; ++i) {
+        for (int j = i; j < n; ++j)
+            upper[i] += std::fabs(lu(i, j));
+        double sum = upper[i];
+        for (int k = 0; k < i; ++k)
+            sum += std::fabs(lu(i, k)) * upper[k];
+        sums[permutation[i]] = sum;
+    }
+    return sums;
 }
 
 } // namespace
@@ -126,17 +195,42 @@ void mlLUDecomposition::solve(mlVector const & b, mlVector & x) const {
         return;
     }
     int const n = source_->rows();
-    MATHS_CHECK(!singular_, "LU solve: the %d x %d matrix is singular", lu_.rows(), lu_.cols());
-    MATHS_CHECK(n <= lu_.rows() && b.size() >= n, "LU solve: %d x %d factors, %d elements", lu_.rows(), lu_.cols(),
-                b.size());
+    check_right_side(lu_, singular_, n, b.size());
     x.clear(0);
     x.become(utCopy, b);
-    if (n < 1) return;
+    solve_copy(lu_, permutation_, n, b, x);
+}
 
-    double * const v = x.data();
-    for (int i = 0; i < n; ++i) {
-        if (permutation_[i] != i) v[i] = b[permutation_[i]];
+void mlLUDecomposition::solve(mlSlice const & b, mlVector & x) const {
+    if (b.data() == x.data()) {
+        solve(mlVector(b), x);
+        return;
     }
-    ml_solve_unit_lower(n, block(lu_), v);
-    ml_solve_latest_first(n, upper_triangle(lu_, n), v + n - 1, -1); // U x = y
+    int const n = source_->rows();
+    check_right_side(lu_, singular_, n, b.length());
+    x.become(utCopy, b);
+    solve_copy(lu_, permutation_, n, b, x);
+}
+
+double mlLUDecomposition::reciprocal_condition() const {
+    if (singular_) return 0.0;
+    int const n = lu_.rows();
+    double norm = 0.0;
+    if (source_->cols() == n) {
+        norm = one_norm(*source_);
+    } else {
+        for (int j = 0; j < n && norm == norm; ++j) {
+            double const sum = one_norm(source_->col(j));
+            if (!(sum <= norm)) norm = sum;
+        }
+    }
+    return ml_reciprocal_condition(norm, Inverse(lu_, permutation_));
+}
+
+double mlLUDecomposition::refine(mlSlice const & b, mlVector & x) const {
+    if (singular_) return std::numeric_limits<double>::infinity();
+    MATHS_CHECK(b.length() >= lu_.rows() && x.size() >= lu_.rows(), "LU refine: order %d, vectors of %d and %d",
+                lu_.rows(), b.length(), x.size());
+    auto const element = [this](int i, int j) { return source_->data()[i * source_->cols() + j]; };
+    return ml_refine(Inverse(lu_, permutation_), element, factor_sums(lu_, permutation_), b, x);
 }

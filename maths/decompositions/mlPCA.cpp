@@ -13,18 +13,10 @@ void copy_sized(mlVector & to, mlSlice const & from) {
     to = from;
 }
 
-} // namespace
-
-mlPCA::mlPCA(doublecoDynArr2D const & points) : status_(mlPCANotComputed) {
-    if (points.rows() >= points.cols() && points.cols() >= 2)
-        do_pca(points);
-    else
-        status_ = mlPCANotEnoughData;
-}
-
-mlPCA::~mlPCA() = default;
-
-void mlPCA::do_pca(doublecoDynArr2D const & points) {
+// Row i of the points is point i: a matrix or a 2D array.
+template <class Points>
+mlPCAStatus decompose(Points const & points, mlVector & eigenvalues, mlMatrix & axes, doublecoDynArr & mass_centre) {
+    if (points.rows() < points.cols() || points.cols() < 2) return mlPCANotEnoughData;
     int const count = points.rows(), dimension = points.cols();
     mlVector mean(mlVectorZero, dimension);
     double * const sums = mean.data();
@@ -33,7 +25,7 @@ void mlPCA::do_pca(doublecoDynArr2D const & points) {
             sums[j] += points(i, j);
     }
     mean /= count;
-    mass_centre_.become(utCopy, mean);
+    mass_centre.become(utCopy, mean);
 
     double const scale = std::sqrt(count - 1.0); // so that x x^T is the covariance matrix
     mlFortranMatrix x(dimension, count);
@@ -44,10 +36,35 @@ void mlPCA::do_pca(doublecoDynArr2D const & points) {
         ml_kernels().divide(ml_padded(count), row, scale);
     }
     doublecoDynArr variances;
-    ml_transposed_ata_eigen(x, variances, axes_);
-    eigenvalues_.become(utConvert, variances.data(), dimension);
-    status_ = mlPCAComputed;
+    ml_transposed_ata_eigen(x, variances, axes);
+    eigenvalues.become(utConvert, variances.data(), dimension);
+    return mlPCAComputed;
 }
+
+template <class Points>
+void project(Points const & points, doublecoDynArr const & mean, mlMatrix const & axes, mlMatrix & out) {
+    int const dimension = mean.size();
+    MATHS_CHECK(points.cols() == dimension, "principal components: scores of %d x %d in %d dimensions", points.rows(),
+                points.cols(), dimension);
+    mlMatrix centred(points.rows(), dimension);
+    for (int i = 0; i < points.rows(); ++i) {
+        for (int j = 0; j < dimension; ++j)
+            centred(i, j) = points(i, j) - mean[j];
+    }
+    multiply(centred, axes, out);
+}
+
+} // namespace
+
+mlPCA::mlPCA(doublecoDynArr2D const & points) : status_(mlPCANotComputed) {
+    status_ = decompose(points, eigenvalues_, axes_, mass_centre_);
+}
+
+mlPCA::mlPCA(mlMatrix const & points) : status_(mlPCANotComputed) {
+    status_ = decompose(points, eigenvalues_, axes_, mass_centre_);
+}
+
+mlPCA::~mlPCA() = default;
 
 mlPCAStatus mlPCA::axis(int i, mlVector & out) const {
     if (i < 0 || i >= eigenvalues_.size()) return mlPCAAxisOutOfRange;
@@ -70,5 +87,15 @@ double mlPCA::eigenvalue(int i) const {
 
 mlPCAStatus mlPCA::eigenvalues(mlVector & out) const {
     if (status_ == mlPCAComputed) copy_sized(out, eigenvalues_.slice());
+    return status_;
+}
+
+mlPCAStatus mlPCA::scores(mlMatrix const & points, mlMatrix & out) const {
+    if (status_ == mlPCAComputed) project(points, mass_centre_, axes_, out);
+    return status_;
+}
+
+mlPCAStatus mlPCA::scores(doublecoDynArr2D const & points, mlMatrix & out) const {
+    if (status_ == mlPCAComputed) project(points, mass_centre_, axes_, out);
     return status_;
 }

@@ -21,6 +21,7 @@ enum mlPCAStatus : int {
 class MATHS_API mlPCA {
 public:
     explicit mlPCA(doublecoDynArr2D const & points);
+    explicit mlPCA(mlMatrix const & points);
     mlPCA(mlPCA const &) = delete;
     mlPCA & operator=(mlPCA const &) = delete;
     ~mlPCA();
@@ -49,14 +50,19 @@ public:
     mlPCAStatus eigenvalues(mlVector & out) const;
     mlVector const & eigenvalues() const { return eigenvalues_; }
 
+    /// The scores of the points: element (i, k) of out is the coordinate of point i along axis k, measured from the
+    /// mean; a sum from 0.0 in increasing j of (points(i, j) - mean_j) axis_k[j]. The points are those that the object
+    /// was made from, or others of as many dimensions. Writes out, which is sized here, only when it returns
+    /// `mlPCAComputed`; out may be the points.
+    mlPCAStatus scores(mlMatrix const & points, mlMatrix & out) const;
+    mlPCAStatus scores(doublecoDynArr2D const & points, mlMatrix & out) const;
+
     /// The mean of the points.
     [[nodiscard]] doublecoDynArr const & mass_centre() const { return mass_centre_; }
 
     [[nodiscard]] mlPCAStatus status() const { return status_; }
 
 private:
-    void do_pca(doublecoDynArr2D const & points);
-
     mlVector eigenvalues_;
     mlMatrix axes_;
     doublecoDynArr mass_centre_;

@@ -78,3 +78,11 @@ void mlSingularValueDecomposition::solve(mlVector const & b, mlVector & x) const
     }
     x.become(mlMatrixProduct, inverse(1e-7), b);
 }
+
+void mlSingularValueDecomposition::solve(mlSlice const & b, mlVector & x) const {
+    if (b.data() == x.data()) {
+        solve(mlVector(b), x);
+        return;
+    }
+    x.become(mlMatrixProduct, inverse(1e-7), b);
+}

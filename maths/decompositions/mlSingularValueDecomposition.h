@@ -54,9 +54,11 @@ public:
     [[nodiscard]] int rank(double tolerance) const;
 
     /// The least-squares solution of A X = B of the smallest norm: inverse(1e-7) B, with B of m rows. If `inverse` was
-    /// called earlier, its result is used, whatever its tolerance. X and x may be B and b. Needs U and V.
+    /// called earlier, its result is used, whatever its tolerance. X and x may be B and b; b may view x. Needs U
+    /// and V.
     void solve(mlMatrix const & b, mlMatrix & x) const;
     void solve(mlVector const & b, mlVector & x) const;
+    void solve(mlSlice const & b, mlVector & x) const;
 
 protected:
     /// The decomposition of a into u diag(s) v^T for job = mlJOB_U + 10 mlJOB_V; s, u and v are sized here.

@@ -114,3 +114,15 @@ void mlTridiagonal::solve_periodic(mlSlice const & r, mlSlice & x) const {
     for (int i = 0; i < n_; ++i)
         result[i] = solution[i] - f * y[i];
 }
+
+void mlTridiagonal::solve(mlSlice const & r, mlVector & x) const {
+    x.become(utCopy, r);
+    x.shrink(n_, 0);
+    solve(x.slice(), x.slice());
+}
+
+void mlTridiagonal::solve_periodic(mlSlice const & r, mlVector & x) const {
+    x.become(utCopy, r);
+    x.shrink(n_, 0);
+    solve_periodic(x.slice(), x.slice());
+}

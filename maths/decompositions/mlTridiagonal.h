@@ -1,6 +1,6 @@
 #pragma once
 
-#include "maths/core/mlSlice.h"
+#include "maths/core/mlVector.h"
 
 /// Solves tridiagonal systems A x = r of order n in O(n), by elimination without row exchanges.
 ///
@@ -42,6 +42,14 @@ public:
     /// to the diagonal, and upper[0] is ignored. Deliberate: unless `same_sign_corners`, the corners are dropped
     /// silently, and the solution is that of `solve`; a checked build says so on standard error.
     void solve_periodic(mlSlice const & r, mlSlice & x) const;
+
+    /// The same into a temporary slice, as in `t.solve(r.slice(), m.col(0))`.
+    void solve(mlSlice const & r, mlSlice && x) const { solve(r, x); }
+    void solve_periodic(mlSlice const & r, mlSlice && x) const { solve_periodic(r, x); }
+
+    /// The same into a vector, which gets just n elements. r may view it.
+    void solve(mlSlice const & r, mlVector & x) const;
+    void solve_periodic(mlSlice const & r, mlVector & x) const;
 
 private:
     int n_;

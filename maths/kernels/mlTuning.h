@@ -78,6 +78,9 @@ constexpr int panel_group_cols = 4;
 /// 8, 1.11 at 9, 1.02 at 10. Found by these figures: that it is ml_max_lanes - 1 is chance.
 constexpr int gemv_plain_max = 7;
 
+/// Rows and columns of the blocks of A that are copied, transposed, for A^T B. maths/core/multiply_transposed.cpp.
+constexpr int transposed_product_block = 64;
+
 // ---- strips of columns: mlColumnStrips.h, for the Cholesky factor and for `solve` and `inverse` with many columns
 // (mlCholeskyDecomposition.cpp, mlLUDecomposition.cpp; the elimination of mlLUElimination.cpp has none) ----
 

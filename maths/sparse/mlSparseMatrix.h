@@ -14,6 +14,9 @@ public:
     /// 0 x 0.
     mlSparseMatrix() noexcept = default;
 
+    /// Takes the rows of m, which is left 0 x 0.
+    mlSparseMatrix(mlSparseMatrix && m) noexcept = default;
+
     /// rows x cols without elements.
     mlSparseMatrix(enum mlMatrixZero, int rows, int cols);
     mlSparseMatrix(enum mlMatrixIdentity, int n);
@@ -33,6 +36,13 @@ public:
     mlSparseMatrix & become(enum mlMatrixProduct, mlSparseMatrix const & a, mlSparseMatrix const & b);
     mlSparseMatrix & become(enum mlMatrixTranspose, mlSparseMatrix const & m);
     mlSparseMatrix & become(enum utCopy, mlSparseMatrix const & m);
+
+    /// Frees its rows and takes those of a temporary, which is left 0 x 0. Nothing happens when it is this matrix.
+    mlSparseMatrix & become(mlSparseMatrix && temporary) noexcept {
+        mlSparseMatrix taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
     mlSparseMatrix & become(enum utCopy, mlSparseSymMatrix const & m);
 
     /// An element that both store becomes the sum or difference of the two, one that only m stores becomes its value or
@@ -60,8 +70,9 @@ public:
     /// m becomes the same matrix, dense.
     void decompress(mlMatrix & m) const;
 
-    /// y = A x, of just rows() elements, each a sum from 0.0 in column order. y may be x.
+    /// y = A x, of just rows() elements, each a sum from 0.0 in column order. y may be x. A slice is copied first.
     void multiply_vector(mlVector const & x, mlVector & y) const;
+    void multiply_vector(mlSlice const & x, mlVector & y) const { multiply_vector(mlVector(x), y); }
 
     /// c = A b, rows() x b.cols(), summed like a matrix of its columns. c may be b.
     void multiply_matrix(mlMatrix const & b, mlMatrix & c) const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <type_traits>
+#include <utility>
 
 #include "maths/core/mlMatrix.h"
 #include "maths/sparse/mlSparseRowcoDynArrPrgcoPrgcoDynArr.h"
@@ -42,6 +43,10 @@ protected:
     /// 0 x 0.
     mlSparseMatrixBase() noexcept = default;
     mlSparseMatrixBase(enum utCopy, mlSparseMatrixBase const & other);
+
+    /// Takes the rows of `other`, which is left 0 x 0.
+    mlSparseMatrixBase(mlSparseMatrixBase && other) noexcept
+        : num_cols_(std::exchange(other.num_cols_, 0)), row_handles_(std::move(other.row_handles_)) {}
     ~mlSparseMatrixBase() = default;
 
     mlSparseMatrixBase & become(enum utCopy, mlSparseMatrixBase const & other);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "maths/sparse/mlSparseElementcoDynArr.h"
 #include "maths/sparse/mlSparseRowIT.h"
 
@@ -18,6 +20,16 @@ public:
     /// The elements of `other`, and room for as many as it has reserved.
     mlSparseRow(enum utCopy, mlSparseRow const & other);
     mlSparseRow & become(enum utCopy, mlSparseRow const & other);
+
+    /// Takes the storage of a row, which is left empty; `become` frees its own first.
+    mlSparseRow(mlSparseRow && other) noexcept
+        : mlSparseElementcoDynArr(static_cast<mlSparseElementcoDynArr &&>(other)),
+          reserved_(std::exchange(other.reserved_, 0)) {}
+    mlSparseRow & become(mlSparseRow && temporary) noexcept {
+        mlSparseRow taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
 
     /// Adds an element after the others, whatever its value.
     void append_element(int index, double value) {

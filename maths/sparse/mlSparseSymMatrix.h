@@ -17,6 +17,9 @@ public:
     /// 0 x 0.
     mlSparseSymMatrix() noexcept = default;
 
+    /// Takes the rows of m, which is left 0 x 0.
+    mlSparseSymMatrix(mlSparseSymMatrix && m) noexcept = default;
+
     /// n x n without elements.
     mlSparseSymMatrix(enum mlMatrixZero, int n);
     mlSparseSymMatrix(enum mlMatrixIdentity, int n);
@@ -32,6 +35,13 @@ public:
     mlSparseSymMatrix & become(enum mlMatrixIdentity, int n);
     mlSparseSymMatrix & become(enum mlMatrixPremultiplyTranspose, mlSparseMatrix const & a);
     mlSparseSymMatrix & become(enum utCopy, mlSparseSymMatrix const & m);
+
+    /// Frees its rows and takes those of a temporary, which is left 0 x 0. Nothing happens when it is this matrix.
+    mlSparseSymMatrix & become(mlSparseSymMatrix && temporary) noexcept {
+        mlSparseSymMatrix taken(std::move(temporary));
+        swap(taken);
+        return *this;
+    }
 
     /// An element that both store becomes the sum or difference of the two, one that only m stores becomes its value or
     /// negative.
@@ -71,8 +81,10 @@ public:
     void decompress(mlMatrix & m) const;
 
     /// y = A x: from zeros, each stored element (i, j) adds to y[i] and, off the diagonal, to y[j], row by row. A y
-    /// with more than n elements keeps its size, and its further elements become 0. y may be x.
+    /// with more than n elements keeps its size, and its further elements become 0. y may be x. A slice is copied
+    /// first.
     void multiply_vector(mlVector const & x, mlVector & y) const;
+    void multiply_vector(mlSlice const & x, mlVector & y) const { multiply_vector(mlVector(x), y); }
 
     /// c = A b, n x b.cols(), summed in the same order. c may be b.
     void multiply_matrix(mlMatrix const & b, mlMatrix & c) const;
