@@ -45,7 +45,7 @@ double mlBaseMinimiser2::minimise(double & u, double & v, int & found, int & u_e
     v = point_[1] = search.point().x[1];
     u_end = end(0, search.falls_downwards(0));
     v_end = end(1, search.falls_downwards(1));
-    not_converged = state_ == mlMinimiser2Failed;
+    not_converged = is_unfinished();
     found = !not_converged && u_end == 0 && v_end == 0;
     return search.point().f;
 }

@@ -1,15 +1,16 @@
 #pragma once
 
-#include "maths/maths_api.h"
+#include "maths/optimisation/mlObserver.h"
 
 /// How a search of `mlBaseMinimiser2` ended.
 enum mlMinimiser2State : int {
-    mlMinimiser2Failed = 0,         ///< the iterations ran out, the function falls for ever, or values are no numbers
-    mlMinimiser2Converged = 1,      ///< a minimum inside the window
-    mlMinimiser2AtUEnd = 2,         ///< u is at an end of the window, from which the function rises inwards
-    mlMinimiser2AtVEnd = 3,         ///< the same for v
-    mlMinimiser2AtCorner = 4,       ///< both
-    mlMinimiser2AbsoluteMinimum = 5 ///< a value at or below the absolute minimum was met
+    mlMinimiser2Failed = 0,          ///< the iterations ran out, the function falls for ever, or values are no numbers
+    mlMinimiser2Converged = 1,       ///< a minimum inside the window
+    mlMinimiser2AtUEnd = 2,          ///< u is at an end of the window, from which the function rises inwards
+    mlMinimiser2AtVEnd = 3,          ///< the same for v
+    mlMinimiser2AtCorner = 4,        ///< both
+    mlMinimiser2AbsoluteMinimum = 5, ///< a value at or below the absolute minimum was met
+    mlMinimiser2Stopped = 6          ///< the observer ended the search
 };
 
 /// Minimises a function of two parameters on a window, a rectangle of the (u, v) plane: what `mlMinimiser2` and
@@ -33,6 +34,7 @@ enum mlMinimiser2State : int {
 /// An unbounded side of the window is the largest double or its negative, and is not an end of it.
 /// Parameters are best scaled alike and of magnitudes from 1e-6 to 1e6: steps to begin with, and differences, go by
 /// the start's magnitudes, taken as 1 where they are less, and by the window's widths.
+/// An observer is told of the value at the current point and of the last move's length, 0 where a step was rejected.
 /// Lifetime: the function must outlive the object. Bad input: a window with u_min > u_max or v_min > v_max; a start
 /// that is NaN fails without a call. Failure: `state`. Threads: one object, one thread.
 /// Cost: about 30 values and partial derivatives in ordinary problems, which count 1 each, and 35 with values alone;
@@ -40,7 +42,7 @@ enum mlMinimiser2State : int {
 /// valley whose walls are a million times as steep as its floor takes up to 600.
 /// Source: Conn, Gould & Toint, Trust-Region Methods (2000); Nocedal & Wright, Numerical Optimization (2006); Polyak's
 /// step: Minimization of unsmooth functionals (1969).
-class MATHS_API mlBaseMinimiser2 {
+class MATHS_API mlBaseMinimiser2 : public mlObservable {
 public:
     mlBaseMinimiser2(mlBaseMinimiser2 const &) = delete;
     mlBaseMinimiser2 & operator=(mlBaseMinimiser2 const &) = delete;
@@ -51,9 +53,9 @@ public:
     /// `u_end`, `v_end`: -1 or +1 when the minimum lies on the lower or upper end of the window in that parameter and
     /// the function's domain goes on beyond it, so that another window may have a lower one; else 0. In a window
     /// without width they say to which side the function falls; without derivatives, +1 before -1.
-    /// `found`: 0 when the search failed or an end is reported, else 1.
-    /// `not_converged`: 1 when the search failed, else 0. Then the point is the best one so far, and no end is
-    /// reported.
+    /// `found`: 0 when the search failed, was ended by the observer, or an end is reported; else 1.
+    /// `not_converged`: 1 when the search failed or was ended by the observer, else 0. Then the point is the best one
+    /// so far, and no end is reported.
     double minimise(double & u, double & v, int & found, int & u_end, int & v_end, int & not_converged);
 
     /// Replaces the window. The current point is clamped into it.
@@ -95,7 +97,8 @@ private:
     virtual bool goes_on_below(int parameter) const = 0;         // the function's domain, beyond the window
     virtual bool goes_on_above(int parameter) const = 0;
 
-    bool is_minimum() const { return state_ != mlMinimiser2Failed && state_ != mlMinimiser2AbsoluteMinimum; }
+    bool is_unfinished() const { return state_ == mlMinimiser2Failed || state_ == mlMinimiser2Stopped; }
+    bool is_minimum() const { return !is_unfinished() && state_ != mlMinimiser2AbsoluteMinimum; }
     int end(int parameter, bool falls_downwards) const;
 
     double point_[2];

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "maths/core/mlNorms.h"
 #include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/optimisation/mlSquareDistances.h"
 
@@ -21,7 +22,7 @@ bool is_finite(double x) { return x - x == 0.0; }
 
 mlBoundedFit::mlBoundedFit(mlDistanceLeastSquares & model, mlVector const & lower, mlVector const & upper)
     : model_(model), status_(mlBoundedFitIterationLimit), iterations_(0), max_iterations_(500),
-      sum_(std::numeric_limits<double>::quiet_NaN()), lambda_(first_lambda),
+      sum_(std::numeric_limits<double>::quiet_NaN()), lambda_(first_lambda), calls_(0),
       alpha_(mlMatrixZero, model.n_parameters(), model.n_parameters()),
       damped_(mlMatrixZero, model.n_parameters(), model.n_parameters()) {
     int const m = model.n_parameters();
@@ -47,6 +48,8 @@ mlBoundedFitStatus mlBoundedFit::fit(mlVector const & start, mlVector & result) 
     point_ = start;
     bring_inside(point_);
     lambda_ = first_lambda;
+    calls_ = 0;
+    begin_observation();
     status_ = mlBoundedFitIterationLimit;
     for (;;) {
         if (!linearise()) {
@@ -59,6 +62,10 @@ mlBoundedFitStatus mlBoundedFit::fit(mlVector const & start, mlVector & result) 
             break;
         }
         ++iterations_;
+        if (stops(sum_, calls_, observed() ? euclidean_norm(step_) : 0.0)) {
+            status_ = mlBoundedFitStopped;
+            break;
+        }
     }
     result.become(utCopy, point_);
     return status_;
@@ -76,6 +83,7 @@ void mlBoundedFit::bring_inside(mlVector & p) const {
 bool mlBoundedFit::linearise() {
     int const m = point_.size();
     model_.set_parameters(point_);
+    ++calls_;
     sum_ = 0.0;
     beta_.fill(0.0);
     std::fill_n(alpha_.data(), m * m, 0.0);
@@ -106,6 +114,7 @@ mlBoundedFit::Outcome mlBoundedFit::take_step() {
         bring_inside(trial_);
         if (trial_ == point_) return arrived;
         double const sum = ml_sum_of_square_distances(model_, trial_);
+        ++calls_;
         if (std::fabs(promise()) <= negligible * sum_) { // negative at times, beside parameters held
             // The last step adds digits to the parameters that the sum does not show.
             if (sum <= sum_ + negligible * sum_) {
@@ -117,6 +126,7 @@ mlBoundedFit::Outcome mlBoundedFit::take_step() {
         }
         if (sum < sum_) {
             point_ = trial_;
+            sum_ = sum;
             lambda_ = std::max(lambda_ / factor, min_lambda);
             return moved;
         }

@@ -2,13 +2,15 @@
 
 #include "maths/core/mlMatrix.h"
 #include "maths/optimisation/mlDistanceLeastSquares.h"
+#include "maths/optimisation/mlObserver.h"
 
 /// How a bounded fit ended.
 enum mlBoundedFitStatus : int {
     mlBoundedFitConverged = 0,      ///< no step within the box lowers the sum, or could by more than roundoff
     mlBoundedFitIterationLimit = 1, ///< out of iterations; before the first fit too
     mlBoundedFitNotFinite = 2,      ///< a distance or gradient at an accepted point is NaN or infinite
-    mlBoundedFitEmptyBox = 3        ///< a lower bound is not at most the upper one
+    mlBoundedFitEmptyBox = 3,       ///< a lower bound is not at most the upper one
+    mlBoundedFitStopped = 4         ///< the observer ended it
 };
 
 /// Fits a model to points with its parameters in a box: minimises the sum of squared distances subject to
@@ -20,6 +22,7 @@ enum mlBoundedFitStatus : int {
 /// grows tenfold when it does not lower the sum. The model is never asked outside the box.
 /// Bounds: infinite ones and +-the largest double leave a side open; equal ones fix a parameter. A start outside is
 /// moved to the nearest point of the box. The model's `normalise_parameters` comes first, then the bounds.
+/// An observer is told of the sum of squared distances after each step and of the step's length.
 /// Failure: the status; std::bad_alloc. Ends for NaN and infinity. The minimum is a local one: try several starts.
 /// Lifetime: the model is the caller's and must outlive this object; the bounds are copied. After a fit the model is at
 /// parameters tried last: set the result before asking it for distances. Threads: one object, one thread.
@@ -28,7 +31,7 @@ enum mlBoundedFitStatus : int {
 /// Levenberg-Marquardt methods with strong local convergence properties for solving nonlinear equations with convex
 /// constraints (2004); the active set as in Bertsekas, Projected Newton methods for optimization problems with simple
 /// constraints (1982).
-class MATHS_API mlBoundedFit {
+class MATHS_API mlBoundedFit : public mlObservable {
 public:
     mlBoundedFit(mlDistanceLeastSquares & model, mlVector const & lower, mlVector const & upper);
     mlBoundedFit(mlBoundedFit const &) = delete;
@@ -69,6 +72,7 @@ private:
     int max_iterations_;
     double sum_;
     double lambda_;
+    int calls_; // with the model's parameters set anew
     mlVector lower_, upper_;
     mlVector point_, trial_;
     mlMatrix alpha_;  // J'J

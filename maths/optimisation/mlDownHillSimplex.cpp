@@ -42,11 +42,13 @@ double mlDownHillSimplex::solve(mlFunctionN1 & f, mlVector const & start, mlDown
     tolerance_ = speed == mlDownHillSimplexCoarse ? 1e-5 : 1e-10;
     call_limit = call_limit_of(speed);
 
+    begin_observation();
     build_simplex(start);
     Extremes e = find_extremes();
     while (!finished(e)) {
         improve(e);
         e = find_extremes();
+        if (stops(values_[e.lowest], calls_, observed() ? extent(e) : 0.0)) break;
     }
     move_to_front(e.lowest);
     return values_[0];
@@ -95,8 +97,11 @@ bool mlDownHillSimplex::finished(Extremes const & e) const {
     double const low = values_[e.lowest];
     double const spread = 2.0 * std::fabs(high - low) / (std::fabs(high) + std::fabs(low) + tiny);
     if (tolerance_ > spread || calls_ >= call_limit) return true;
-    return std::fabs(high) < tiny || dimension_ <= 0 ||
-           norm_diff(vertices_.row(e.lowest), vertices_.row(e.highest)) < tiny;
+    return std::fabs(high) < tiny || dimension_ <= 0 || extent(e) < tiny;
+}
+
+double mlDownHillSimplex::extent(Extremes const & e) const {
+    return norm_diff(vertices_.row(e.lowest), vertices_.row(e.highest));
 }
 
 // Reflects the highest vertex; then expands, keeps the reflection, or contracts.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "maths/functions/mlFunctionN1.h"
+#include "maths/optimisation/mlObserver.h"
 
 /// How long a simplex search goes on: its limit of calls and the relative spread of values at which it stops. Any value
 /// other than the first three is thorough.
@@ -17,11 +18,12 @@ enum mlDownHillSimplexSpeed : int {
 /// step that has begun is finished, so the count may pass it), when the highest value is below 1e-20 in magnitude or
 /// when the highest and the lowest vertex coincide. NaN and infinite values end the search too.
 /// Reports nothing when the limit was reached: compare `number_of_calls` with it.
+/// An observer is told of the lowest value and of the distance between the vertices of the lowest and highest.
 /// Lifetime: the function is used during `solve` only. Bad input: sizes are not checked. Failure: std::bad_alloc, in
 /// the constructor and in `result`. Threads: one object, one thread. Deliberate: the limit of calls is one for all
 /// objects, set by every `solve` and kept until the next, so searches of different speeds, also one inside the other's
 /// function, must not run at the same time. Source: Nelder & Mead, A simplex method for function minimization (1965).
-class MATHS_API mlDownHillSimplex {
+class MATHS_API mlDownHillSimplex : public mlObservable {
 public:
     /// For functions of n variables, n at least 0.
     explicit mlDownHillSimplex(int n);
@@ -56,6 +58,7 @@ private:
     void build_simplex(mlVector const & start);
     Extremes find_extremes() const;
     bool finished(Extremes const & e) const;
+    double extent(Extremes const & e) const;
     void improve(Extremes const & e);
     void shrink_towards(int lowest);
     void move_to_front(int vertex);

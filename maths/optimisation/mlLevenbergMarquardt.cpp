@@ -21,7 +21,7 @@ mlLevenbergMarquardt::mlLevenbergMarquardt(mlDistanceLeastSquares & model)
     : model_(model), strict_(false), max_iterations_(500),
       alpha_(mlMatrixZero, model.n_parameters(), model.n_parameters()), beta_(mlVectorZero, model.n_parameters()),
       chi_square_(std::numeric_limits<double>::quiet_NaN()), saved_diagonal_(mlVectorZero, model.n_parameters()),
-      lambda_(first_lambda), current_parameters_(mlVectorZero, model.n_parameters()),
+      lambda_(first_lambda), calls_(0), current_parameters_(mlVectorZero, model.n_parameters()),
       trial_parameters_(mlVectorZero, model.n_parameters()), step_(mlVectorZero, model.n_parameters()) {}
 
 mlLevenbergMarquardt::~mlLevenbergMarquardt() = default;
@@ -38,33 +38,41 @@ double mlLevenbergMarquardt::fit(mlVector const & start, mlVector & result, int 
     current_parameters_ = start;
     model_.normalise_parameters(current_parameters_);
     lambda_ = first_lambda;
+    calls_ = 0;
+    begin_observation();
     for (int i = 0; i < max_iterations; ++i) {
         lambda_ *= relaxation;
         if (lambda_ < min_lambda) break;
         calc_matrices(current_parameters_);
-        try_steps(max_lambda);
+        double const sum = try_steps(max_lambda);
         if (lambda_ > max_lambda) break; // even when the last try was a success
         bool const negligible =
             strict && distance_squared(current_parameters_, trial_parameters_) < negligible_square_step;
+        double const step = observed() ? norm_diff(current_parameters_, trial_parameters_) : 0.0;
         current_parameters_ = trial_parameters_; // after 50 failures too
-        if (negligible) break;
+        if (negligible || stops(sum, calls_, step)) break;
     }
     result.become(utCopy, current_parameters_);
     return chi_square_ / model_.n_points(); // deliberate: not evaluated again at the result
 }
 
-// Tries steps from the current parameters with growing lambda until one lowers the sum or a limit is passed.
-void mlLevenbergMarquardt::try_steps(double max_lambda) {
+// Tries steps from the current parameters with growing lambda until one lowers the sum or a limit is passed, and
+// returns the last one's.
+double mlLevenbergMarquardt::try_steps(double max_lambda) {
+    double sum = chi_square_;
     for (int i = 0; i < max_tries; ++i) {
         lambda_ *= growth;
         trial_parameters_ = current_parameters_;
-        if (update_pars(lambda_, trial_parameters_) < chi_square_ || lambda_ > max_lambda) return;
+        sum = update_pars(lambda_, trial_parameters_);
+        if (sum < chi_square_ || lambda_ > max_lambda) break;
     }
+    return sum;
 }
 
 void mlLevenbergMarquardt::calc_matrices(mlVector & p) {
     int const m = beta_.size();
     chi_square_ = 0.0;
+    ++calls_;
     model_.set_parameters(p);
     for (int i = 0; i < model_.n_points(); ++i) {
         double d;
@@ -95,6 +103,7 @@ double mlLevenbergMarquardt::update_pars(double lambda, mlVector & p) {
     p += step_;
     model_.normalise_parameters(p);
     double const sum = ml_sum_of_square_distances(model_, p);
+    ++calls_;
     for (int j = 0; j < m; ++j)
         alpha_(j, j) = saved_diagonal_[j];
     return sum;

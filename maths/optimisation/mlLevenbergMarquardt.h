@@ -2,6 +2,7 @@
 
 #include "maths/core/mlMatrix.h"
 #include "maths/optimisation/mlDistanceLeastSquares.h"
+#include "maths/optimisation/mlObserver.h"
 
 /// Fits a model to points: minimises the sum of squared distances over the model's parameters, by damped Gauss-Newton
 /// steps.
@@ -13,12 +14,14 @@
 /// succeed at the first try take lambda below its range too, and end the fit wherever it is: fit strictly, or fit again
 /// from the result until nothing changes. Reports nothing: judge the mean square distance. A point whose distance is
 /// NaN makes every try fail.
+/// An observer is told of the sum of squared distances after each step and of the step's length; where it ends the fit,
+/// the result is the point reached.
 /// Lifetime: the model is the caller's and must outlive this object. After a fit it is left at the parameters tried
 /// last, which can differ from the result: set them before asking it for distances.
 /// Failure: std::bad_alloc. Threads: one object, one thread.
 /// Cost, for n points and m parameters: 2 n m^2 operations an iteration, m^3 / 3 operations and n distances a try.
 /// Source: Marquardt, An algorithm for least-squares estimation of nonlinear parameters (1963).
-class MATHS_API mlLevenbergMarquardt {
+class MATHS_API mlLevenbergMarquardt : public mlObservable {
 public:
     explicit mlLevenbergMarquardt(mlDistanceLeastSquares & model);
     mlLevenbergMarquardt(mlLevenbergMarquardt const &) = delete;
@@ -52,7 +55,7 @@ protected:
 
 private:
     bool solve_step();
-    void try_steps(double max_lambda);
+    double try_steps(double max_lambda);
 
     mlDistanceLeastSquares & model_;
     bool strict_;
@@ -62,6 +65,7 @@ private:
     double chi_square_;
     mlVector saved_diagonal_; // of alpha_, without the damping
     double lambda_;
+    int calls_; // with the model's parameters set anew
     mlVector current_parameters_;
     mlVector trial_parameters_;
     mlVector step_; // the gradient of one point while the matrices are formed

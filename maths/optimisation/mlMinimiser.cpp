@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 #include "platform/utCheck.h"
@@ -31,7 +32,8 @@ mlMinimiser::mlMinimiser(mlFunction const & f, double t0, double lo, double hi, 
 double mlMinimiser::minimise(int & found, int & range_end, int & not_converged) {
     mlMinimiserState const state = search();
     range_end = 0;
-    found = state != mlMinimiserFailed;
+    not_converged = state == mlMinimiserFailed || state == mlMinimiserStopped;
+    found = !not_converged;
     double const t = current_.t;
     if (state == mlMinimiserAtRangeEnd || function_->highest_derivative_order <= 1) {
         if (t == lo_ && lo_ > function_->t_min()) {
@@ -43,7 +45,6 @@ double mlMinimiser::minimise(int & found, int & range_end, int & not_converged) 
             found = 0;
         }
     }
-    not_converged = state == mlMinimiserFailed;
     return t;
 }
 
@@ -106,6 +107,8 @@ public:
         if (expand() || move_to_lower_far_end() || bisect()) return std::nullopt;
         return mlMinimiserBracketConverged;
     }
+
+    double width() const { return high_.t - low_.t; }
 
     bool wide() const { return high_.t - low_.t > m_.resolution_; }
 
@@ -203,9 +206,13 @@ private:
 mlMinimiserState mlMinimiser::search() {
     Search steps(*this);
     iterations_ = 0;
+    begin_observation();
     while (has_iterations()) {
         if (auto const end = steps.iterate()) return *end;
         ++iterations_;
+        if (stops(current_.knows_value() ? current_.value : std::numeric_limits<double>::quiet_NaN(), -1,
+                  steps.width()))
+            return mlMinimiserStopped;
     }
     return steps.wide() ? mlMinimiserFailed : mlMinimiserBracketConverged;
 }

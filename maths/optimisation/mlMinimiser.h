@@ -1,6 +1,7 @@
 #pragma once
 
 #include "maths/optimisation/mlFunctionValue.h"
+#include "maths/optimisation/mlObserver.h"
 
 /// How a search, or a step of it, came out.
 enum mlMinimiserState : int {
@@ -11,7 +12,8 @@ enum mlMinimiserState : int {
     mlMinimiserBracketed = 4,        ///< both neighbours at the probing distance are higher
     mlMinimiserAtRangeEnd = 5,       ///< the current point is a bracket end and the function rises from there inwards
     mlMinimiserGoLower = 6,          ///< the minimum lies below the current point
-    mlMinimiserGoHigher = 7          ///< the minimum lies above the current point
+    mlMinimiserGoHigher = 7,         ///< the minimum lies above the current point
+    mlMinimiserStopped = 8           ///< the observer ended the search
 };
 
 /// Minimises a function of one variable on a range [lo, hi], with the derivatives that it provides.
@@ -24,8 +26,9 @@ enum mlMinimiserState : int {
 /// the point where the last one ended, whose value is still known. `resolution` is the width of a bracket that is
 /// narrow enough, and the first distance at which neighbours are probed. A search makes at most 100 iterations, which
 /// end it whatever the function returns; a NaN slope counts as 0.
+/// An observer is told of the value, where it is known, and of the bracket's width, but not of the calls.
 /// Lifetime: the function must outlive the object. Bad input: nothing is checked. Threads: one object, one thread.
-class MATHS_API mlMinimiser {
+class MATHS_API mlMinimiser : public mlObservable {
 public:
     /// Starts at t0, or at the end of the range nearest to it.
     mlMinimiser(mlFunction const & f, double t0, double lo, double hi, double resolution);
@@ -34,7 +37,7 @@ public:
     mlMinimiser(mlFunction const && f, double t0, double lo, double hi, double resolution) = delete;
 
     /// Searches and returns the abscissa of the minimum.
-    /// `found`: 0 when the iterations ran out or `range_end` is set, else 1.
+    /// `found`: 0 when the iterations ran out, the observer ended it or `range_end` is set, else 1.
     /// `range_end`: -1 or +1 when the minimum lies on the lower or upper end of the range and the function's domain
     /// goes on beyond it, so that `change_range` and another search may find a lower one; else 0. For a function with
     /// two derivatives `range_end` is set only when its slope rises inwards. `not_converged`: 1 when the iterations ran

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "maths/core/mlNorms.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 
 namespace {
@@ -27,6 +28,7 @@ void mlNewtonRaphson::solve(mlFunctionN const & f, mlVector & x, double toleranc
     double best = evaluate(f);
     iterations_ = 0;
     status_ = mlNRConverged;
+    begin_observation();
     if (!(best <= eps)) {
         improve(f, x, best);
         if (iterations_ >= max_iterations_) status_ = mlNRIterationLimit;
@@ -75,5 +77,9 @@ void mlNewtonRaphson::improve(mlFunctionN const & f, mlVector & x, double & best
             return;
         }
         if (best <= finest_tolerance) return;
+        if (stops(current, iterations_ + 2, observed() ? euclidean_norm(step_) : 0.0)) {
+            status_ = mlNRStopped;
+            return;
+        }
     }
 }

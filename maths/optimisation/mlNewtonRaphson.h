@@ -1,6 +1,7 @@
 #pragma once
 
 #include "maths/functions/mlFunctionN.h"
+#include "maths/optimisation/mlObserver.h"
 
 /// Selects the construction by dimension.
 enum mlNRDim { mlNRDim };
@@ -11,7 +12,8 @@ enum mlNRStatus : int {
     mlNRSingularJacobian = 1,
     mlNRIterationLimit = 2, ///< 20 steps
     mlNRSlowProgress = 4,   ///< five steps in a row without a decrease by a thousandth
-    mlNRNoChange = 5        ///< a step left the point and the largest value as they were
+    mlNRNoChange = 5,       ///< a step left the point and the largest value as they were
+    mlNRStopped = 6         ///< the observer ended it
 };
 
 /// Solves F(x) = 0, n equations in n unknowns, by Newton's method.
@@ -21,9 +23,10 @@ enum mlNRStatus : int {
 /// of 20 steps and the test for slow progress end a search from a bad start.
 /// Bad input: a dimension other than F's and x's is not checked. Deliberate: NaN among the values of F is ignored when
 /// their size is taken, so values that are all NaN count as converged; look at them where F can be undefined.
+/// An observer is told of the size of F after each step, and of the step's length.
 /// Failure: the status; std::bad_alloc. Threads: one object, one thread.
 /// Cost: a Jacobian, a value of F and O(n^3) operations a step.
-class MATHS_API mlNewtonRaphson {
+class MATHS_API mlNewtonRaphson : public mlObservable {
 public:
     /// For n equations.
     mlNewtonRaphson(enum mlNRDim, int n);

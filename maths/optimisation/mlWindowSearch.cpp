@@ -24,13 +24,18 @@ mlWindowSearch::mlWindowSearch(mlBaseMinimiser2 & minimiser)
 
 mlMinimiser2State mlWindowSearch::run() {
     minimiser_.iterations_ = 0;
+    minimiser_.begin_observation();
     bool const in_plane = !std::isnan(point_.x[0]) && !std::isnan(point_.x[1]);
     point_.f = in_plane ? function_.value(point_.x) : std::numeric_limits<double>::quiet_NaN();
     if (!in_plane || minimiser_.max_iterations_ <= 0) return mlMinimiser2Failed;
     End end;
     while (!end && !function_.has_met_absolute_minimum() && minimiser_.iterations_ < minimiser_.max_iterations_) {
         ++minimiser_.iterations_;
+        mlPair const before = point_.x;
         end = iterate();
+        if (end || !minimiser_.observed() || function_.has_met_absolute_minimum()) continue;
+        double const du = point_.x[0] - before[0], dv = point_.x[1] - before[1];
+        if (minimiser_.stops(point_.f, minimiser_.calls_, std::sqrt(du * du + dv * dv))) end = mlMinimiser2Stopped;
     }
     bool const met = function_.has_met_absolute_minimum();
     if (met) point_ = function_.lowest();

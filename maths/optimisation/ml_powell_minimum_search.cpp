@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "maths/functions/mlLineOnFunctionN1.h"
+#include "maths/optimisation/mlObserver.h"
 #include "maths/optimisation/ml_brent_minimum_search.h"
 #include "maths/optimisation/ml_minimum_bracketing.h"
 
@@ -14,7 +15,7 @@ int const line_iterations = 100;
 double const tiny = 1e-25;
 int const none = -1;
 
-class PowellSearch {
+class PowellSearch : public mlObservable {
 public:
     PowellSearch(mlVector & x, mlMatrix & directions, mlFunctionN1 & f)
         : f_(f), x_(x), directions_(directions), n_(x.size()), start_(mlVectorZero, n_),
@@ -48,6 +49,9 @@ public:
         return 2.0 * (before_sweep_ - value_) <= tolerance * (std::fabs(before_sweep_) + std::fabs(value_)) + tiny ||
                iterations == last_iteration || value_ > 10.0 * best_value_;
     }
+
+    // The observer's word, who is told of the sweep.
+    bool is_stopped() { return stops(value_, -1, observed() ? norm_diff(x_, start_) : 0.0); }
 
     // Minimises along the whole way of the sweep as well, when that promises more than the directions do.
     void follow_sweep() {
@@ -116,20 +120,31 @@ private:
     double best_value_ = mlUnboundedMax;
 };
 
-} // namespace
-
-double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
-                                mlFunctionN1 & f) {
+double minimise(mlVector & x, mlMatrix & directions, double tolerance, int & iterations, mlFunctionN1 & f,
+                mlObserver * observer) {
     MATHS_CHECK(directions.rows() == x.size() && directions.cols() == x.size(),
                 "powell: directions %d x %d in %d dimensions", directions.rows(), directions.cols(), x.size());
     MATHS_CHECK(f.dimension == x.size(), "powell: the function's `dimension` is %d, the start has %d elements",
                 f.dimension, x.size());
     PowellSearch search(x, directions, f);
+    search.set_observer(observer);
     search.sweep();
-    while (!search.finished(tolerance, iterations)) {
+    while (!search.finished(tolerance, iterations) && !search.is_stopped()) {
         search.follow_sweep();
         ++iterations;
         search.sweep();
     }
     return search.end_at_best();
+}
+
+} // namespace
+
+double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
+                                mlFunctionN1 & f) {
+    return minimise(x, directions, tolerance, iterations, f, nullptr);
+}
+
+double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
+                                mlFunctionN1 & f, mlObserver & observer) {
+    return minimise(x, directions, tolerance, iterations, f, &observer);
 }

@@ -2,6 +2,8 @@
 
 #include "maths/functions/mlFunctionN1.h"
 
+class mlObserver;
+
 /// Minimises a function of n variables without derivatives by Powell's direction-set method: line searches along n
 /// directions, of which the one of the largest decrease is replaced by the overall direction of a sweep. Returns the
 /// lowest value found at the end of a sweep, and x becomes its point.
@@ -21,3 +23,8 @@
 /// Deliberate: this one takes their square roots; where one is negative the directions stay.
 MATHS_API double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
                                           mlFunctionN1 & f);
+
+/// The same, telling the observer of each sweep: its value and length, without a count of calls. Where the observer
+/// ends the search, x is the best point so far.
+MATHS_API double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
+                                          mlFunctionN1 & f, mlObserver & observer);

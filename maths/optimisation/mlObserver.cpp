@@ -1,0 +1,3 @@
+#include "maths/optimisation/mlObserver.h"
+
+mlObserver::~mlObserver() = default;
