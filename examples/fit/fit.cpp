@@ -18,7 +18,7 @@
 namespace {
 
 struct Fit {
-    mlVector parameters;
+    mlVector parameters, deviations;
     double residual_sum;
     int iterations, tries;
 };
@@ -42,6 +42,7 @@ void fit_from_start(NistProblem const & problem, ColumnTable const & table, int 
         model.distance(d, i);
         fit.residual_sum += d * d;
     }
+    fit.deviations.become(utCopy, mlFitQuality(model, fit.parameters).standard_errors());
 }
 
 void print_beside(std::string const & name, double certified, double first, double second) {
@@ -58,9 +59,11 @@ void fit_reference_problem(NistProblem const & problem, std::string const & fold
     std::printf("%s, %s level, %d observations\n", problem.name, problem.level, table.rows());
     std::printf("  %-12s %17s   %17s %4s   %17s %4s\n", "", "certified", "from start 1", "dig.", "from start 2",
                 "dig.");
-    for (int j = 0; j < fits[0].parameters.size(); ++j)
+    for (int j = 0; j < fits[0].parameters.size(); ++j) {
         print_beside(std::string("b").append(std::to_string(j + 1)), problem.certified[j], fits[0].parameters[j],
                      fits[1].parameters[j]);
+        print_beside("  deviation", problem.deviations[j], fits[0].deviations[j], fits[1].deviations[j]);
+    }
     print_beside("residual sum", problem.residual_sum, fits[0].residual_sum, fits[1].residual_sum);
     std::printf("  %-12s %17s   %17d %4s   %17d\n", "iterations", "", fits[0].iterations, "", fits[1].iterations);
     std::printf("  %-12s %17s   %17d %4s   %17d\n\n", "tries", "", fits[0].tries, "", fits[1].tries);
