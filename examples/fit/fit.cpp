@@ -1,7 +1,8 @@
 // Fitting and solving: published regression problems and shapes by Levenberg-Marquardt, a curve through a profile by
 // chord-length interpolation, the angles of a robot's arm by Newton-Raphson.
 //
-// fit [folder]     The folder holds the regression problems' observations; the default is in examples/data.
+// fit [--progress] [folder]     With --progress standard error shows how each problem's fit proceeds. The folder holds
+// the regression problems' observations; the default is in examples/data.
 
 #include <algorithm>
 #include <cmath>
@@ -9,6 +10,7 @@
 #include <iostream>
 #include <numbers>
 #include <string>
+#include <string_view>
 
 #include "examples/fit/nist.h"
 #include "examples/fit/shapes.h"
@@ -24,12 +26,14 @@ struct Fit {
 };
 
 // Strictly, since the ordinary fit stops as soon as lambda has fallen to 1e-10, which costs Lanczos3 half its digits.
-void fit_from_start(NistProblem const & problem, ColumnTable const & table, int start, Fit & fit) {
+void fit_from_start(NistProblem const & problem, ColumnTable const & table, int start, mlObserver * observer,
+                    Fit & fit) {
     NistFit model(problem, table.column(0), table.column(1));
     mlVector b;
     b.become(utConvert, problem.starts[start].data(), model.n_parameters());
     mlLevenbergMarquardt solver(model);
     solver.set_strict(true);
+    solver.set_observer(observer);
     solver.fit(b, fit.parameters);
     fit.iterations = model.gradients / model.n_points();
     fit.tries = model.distances / model.n_points();
@@ -50,11 +54,11 @@ void print_beside(std::string const & name, double certified, double first, doub
                 agreeing_digits(first, certified), second, agreeing_digits(second, certified));
 }
 
-void fit_reference_problem(NistProblem const & problem, std::string const & folder) {
+void fit_reference_problem(NistProblem const & problem, std::string const & folder, mlObserver * observer) {
     ColumnTable const table(folder + problem.data, 2);
     Fit fits[2];
     for (int start = 0; start < 2; ++start)
-        fit_from_start(problem, table, start, fits[start]);
+        fit_from_start(problem, table, start, observer, fits[start]);
 
     std::printf("%s, %s level, %d observations\n", problem.name, problem.level, table.rows());
     std::printf("  %-12s %17s   %17s %4s   %17s %4s\n", "", "certified", "from start 1", "dig.", "from start 2",
@@ -208,9 +212,14 @@ void reach(double x, double y, double first, double second) {
 } // namespace
 
 int main(int argc, char ** argv) {
-    std::string const folder = argc > 1 ? std::string(argv[1]) + '/' : MATHS_EXAMPLE_DATA;
-    for (NistProblem const & problem : nist_problems())
-        fit_reference_problem(problem, folder);
+    bool const progress = argc > 1 && std::string_view(argv[1]) == "--progress";
+    int const first = progress ? 2 : 1;
+    std::string const folder = argc > first ? std::string(argv[first]) + '/' : MATHS_EXAMPLE_DATA;
+    {
+        mlProgressLine line(std::cerr);
+        for (NistProblem const & problem : nist_problems())
+            fit_reference_problem(problem, folder, progress ? &line : nullptr);
+    }
     fit_circle();
     fit_plane();
     draw_nose();
