@@ -121,9 +121,9 @@ constexpr int unit_lower_block_rows = 16;
 
 // ---- Cholesky: mlCholeskyDecomposition.cpp ----
 
-/// Rows < this: factored element by element; from here on in blocks of a strip's width: 1.33 at order 16, 1.16 at 20,
-/// 1.02 at 22, 0.85 at 24, 0.71 at 28; by AVX2 1.21 at 22, 1.07 at 24, 0.96 at 26; by SSE2 1.08 at 22, 0.92 at 24.
-constexpr int cholesky_blocked_min_rows = 24;
+/// Rows < this: factored element by element; from here on in blocks of a strip's width: 1.01 at order 24, 0.99 at 26,
+/// 0.88 at 28, 0.70 at 32; by AVX2 1.02, 0.95, 0.97 and 0.78; by SSE2 1.23, 1.34, 1.06 and 0.83.
+constexpr int cholesky_blocked_min_rows = 26;
 
 // ---- rotations of one-sided and two-sided Jacobi methods: mlJacobiRotations.cpp, ml_svd.cpp ----
 
