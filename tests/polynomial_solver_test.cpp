@@ -86,7 +86,7 @@ void expect_sound(mlPolynomialSolver const & solver, Values const & a, char cons
 }
 
 /// The given roots stand in the list, within `ratio` times 8 n eps times their condition and within their bounds, which
-/// are at most a thousand times the former.
+/// are at most 35 times the former.
 void expect_roots(mlPolynomialSolver const & solver, Values const & a, std::vector<Point> const & roots, double ratio,
                   char const * name) {
     ASSERT_EQ(solver.num_roots(), static_cast<int>(roots.size())) << name;
@@ -102,7 +102,7 @@ void expect_roots(mlPolynomialSolver const & solver, Values const & a, std::vect
         Extended const error = std::abs(root(solver, nearest) - z);
         EXPECT_LE(error, ratio * figure) << name << ", " << z;
         EXPECT_LE(error, solver.error_bound(nearest) + 1e-18L * std::abs(z)) << name << ", " << z;
-        EXPECT_LE(solver.error_bound(nearest), 1000.0L * figure) << name << ", " << z;
+        EXPECT_LE(solver.error_bound(nearest), 35.0L * figure) << name << ", " << z;
         EXPECT_EQ(solver.imaginary_part(nearest) == 0.0, z.imag() == 0.0L) << name << ", " << z;
     }
 }
