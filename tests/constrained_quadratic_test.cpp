@@ -115,7 +115,7 @@ double least_by_enumeration(QuadraticProgramme const & p) {
 
 TEST(ConstrainedQuadratic, FindsWhatEnumerationOfTheActiveSetsFinds) {
     int infeasible = 0;
-    for (long seed = 0; seed < 300; ++seed) {
+    for (long seed = 0; seed < 1500; ++seed) {
         SCOPED_TRACE(seed);
         int const n = 1 + static_cast<int>(seed % 3);
         QuadraticProgramme p = integer_programme(n, 1 + static_cast<int>(seed % 6), n, 0, seed);
@@ -130,18 +130,18 @@ TEST(ConstrainedQuadratic, FindsWhatEnumerationOfTheActiveSetsFinds) {
             EXPECT_EQ(m.solve(), mlConstrainedQuadraticInfeasible);
         }
     }
-    EXPECT_TRUE(infeasible > 30 && infeasible < 200) << infeasible;
+    EXPECT_TRUE(infeasible > 150 && infeasible < 1000) << infeasible;
 }
 
 TEST(ConstrainedQuadratic, MeetsTheOptimalityConditionsWhateverTheCurvature) {
-    for (long seed = 0; seed < 600; ++seed) {
+    for (long seed = 0; seed < 4000; ++seed) {
         SCOPED_TRACE(seed);
         int const n = 2 + static_cast<int>(seed % 11), positive = static_cast<int>(seed % (n + 1));
         QuadraticProgramme p = integer_programme(n, 0, positive, seed % 2 == 0 ? 0 : n / 2, seed);
         QuadraticProgramme const rows = integer_programme(n, 2 * n, 0, 0, seed + 1000);
         for (Constraint const & c : rows.constraints) // all meet in the origin, many of them
             if (c.relation == Relation::equal ? c.bound == 0.0 : c.bound < 0.5) p.constraints.push_back(c);
-        p.box(-3.0, 2.0);
+        p.box(-3.1, 1.9);
         Minimiser m(p);
         ASSERT_EQ(m.solve(), mlConstrainedQuadraticSolved);
         EXPECT_LT(roundoffs_off(m), few);
@@ -162,49 +162,6 @@ TEST(ConstrainedQuadratic, LeavesASaddleAndPointsOfNegativeCurvatureAtTheEnds) {
     expect_solution(peak, -10.0);
 }
 
-/// Hock & Schittkowski, Test Examples for Nonlinear Programming Codes (1981); values without their constants.
-TEST(ConstrainedQuadratic, SolvesPublishedProblems) {
-    QuadraticProgramme hs21{2, {0.02, 0, 0, 2}, {0, 0}}, hs35{3, {4, 2, 2, 2, 4, 0, 2, 0, 2}, {-8, -6, -4}},
-        hs76{4, {2, 0, -1, 0, 0, 1, 0, 0, -1, 0, 2, 1, 0, 0, 1, 1}, {-1, -3, 1, -1}}, hs118{15, zeros(225), zeros(15)};
-    hs21.at_least({10, -1}, 10);
-    hs21.lower(0, 2);
-    hs21.upper(0, 50);
-    hs21.lower(1, -50);
-    hs21.upper(1, 50);
-    expect_solution(hs21, 0.04);
-    hs35.at_least({-1, -1, -2}, -3);
-    hs76.at_least({-1, -2, -1, -1}, -5);
-    hs76.at_least({-3, -1, -2, 1}, -4);
-    hs76.at_least({0, 1, 4, 0}, 1.5);
-    for (int i = 0; i < 4; ++i) {
-        if (i < 3) hs35.lower(i, 0.0);
-        hs76.lower(i, 0.0);
-    }
-    expect_solution(hs35, 1.0 / 9.0 - 9.0);
-    expect_solution(hs76, -206.0 / 44.0);
-
-    double const slope[] = {2.3, 1.7, 2.2}, curvature[] = {2e-4, 2e-4, 3e-4}, rise[] = {6, 7, 6};
-    double const low[] = {8, 43, 3}, high[] = {21, 57, 16}, most[] = {90, 120, 60}, sums[] = {60, 50, 70, 85, 100};
-    for (int i = 0; i < 15; ++i) {
-        hs118.vector[static_cast<std::size_t>(i)] = slope[i % 3];
-        hs118.matrix[static_cast<std::size_t>(i * 16)] = curvature[i % 3];
-        hs118.lower(i, i < 3 ? low[i] : 0.0);
-        hs118.upper(i, i < 3 ? high[i] : most[i % 3]);
-        if (i >= 3) {
-            Values up = zeros(15), down = zeros(15);
-            up[static_cast<std::size_t>(i)] = down[static_cast<std::size_t>(i - 3)] = 1.0;
-            up[static_cast<std::size_t>(i - 3)] = down[static_cast<std::size_t>(i)] = -1.0;
-            hs118.at_least(up, -7.0);
-            hs118.at_least(down, -rise[i % 3]);
-        }
-        Values sum = zeros(15);
-        std::fill_n(sum.begin() + i / 3 * 3, 3, 1.0);
-        if (i % 3 == 0) hs118.at_least(sum, sums[i / 3]);
-    }
-    Minimiser m(hs118);
-    expect_solution(m, 664.82045, 1e-12);
-}
-
 TEST(ConstrainedQuadratic, EndsOnLinearProgrammesThatMakeSimplexMethodsCycle) {
     QuadraticProgramme beale{4, zeros(16), {-0.75, 150, -0.02, 6}}, kuhn{4, zeros(16), {-2, -3, 1, 12}};
     beale.at_least({-0.25, 60, 0.04, -9}, 0);
@@ -219,33 +176,6 @@ TEST(ConstrainedQuadratic, EndsOnLinearProgrammesThatMakeSimplexMethodsCycle) {
     }
     expect_solution(beale, -0.05);
     expect_solution(kuhn, -2.0);
-}
-
-TEST(ConstrainedQuadratic, AssignsAtTheLeastCost) { // vertices of 2k - 1 equalities and k^2 - k zeros at least
-    for (int k = 2; k <= 6; ++k) {
-        mlRandom random(k);
-        QuadraticProgramme p{k * k, zeros(k * k * k * k), zeros(k * k)};
-        for (double & cost : p.vector)
-            cost = std::floor(10.0 * random.uniform());
-        for (int line = 0; line < 2 * k; ++line) {
-            Values normal = zeros(k * k);
-            for (int i = 0; i < k; ++i)
-                normal[static_cast<std::size_t>(line < k ? line * k + i : i * k + line - k)] = 1.0;
-            p.equal(normal, 1.0);
-        }
-        for (int i = 0; i < k * k; ++i)
-            p.lower(i, 0.0);
-        std::vector<int> order(static_cast<std::size_t>(k));
-        std::iota(order.begin(), order.end(), 0);
-        double least = infinity;
-        do {
-            double cost = 0.0;
-            for (int i = 0; i < k; ++i)
-                cost += p.vector[static_cast<std::size_t>(i * k + order[static_cast<std::size_t>(i)])];
-            least = std::min(least, cost);
-        } while (std::next_permutation(order.begin(), order.end()));
-        expect_solution(p, least);
-    }
 }
 
 TEST(ConstrainedQuadratic, SeesContradictionsAboveABillionthAndNoneBelow) {
@@ -264,6 +194,24 @@ TEST(ConstrainedQuadratic, SeesContradictionsAboveABillionthAndNoneBelow) {
             }
         }
     }
+}
+
+TEST(ConstrainedQuadratic, TakesNormalsAtAnAngleOfABillionthForOne) {
+    for (auto const & [tilt, x] : {std::pair(1e-10, 1.0), {1e-5, 2.0}}) {
+        QuadraticProgramme p{2, identity(2), {0, 0}};
+        p.equal({1, 1}, 2.0);
+        p.equal({1, 1 + tilt}, 2.0); // meets the other in (2, 0)
+        Minimiser m(p);
+        EXPECT_EQ(m.solve(), mlConstrainedQuadraticSolved);
+        EXPECT_NEAR(m.x[0], x, 1e-6);
+    }
+    QuadraticProgramme small_bound{2, identity(2), {1, -1e10}}, tiny{2, identity(2), {0, 0}};
+    small_bound.lower(0, 1e-30); // no rounded zero beside 1e10
+    expect_solution(small_bound, -0.5e20);
+    tiny.equal({5e-324, 0}, 0.0); // its multiplier's scale is beyond the largest double
+    Minimiser m(tiny);
+    expect_solution(m, 0.0);
+    EXPECT_EQ(m.minimiser->multiplier(0), 0.0);
 }
 
 TEST(ConstrainedQuadratic, TakesAZeroNormalForNoConstraintOrAContradiction) {

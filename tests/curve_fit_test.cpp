@@ -121,20 +121,20 @@ TEST(CurveFit, TakesDifferencesOnTheScaleOfTheStart) {
 }
 
 TEST(FitQuality, TellsWhichParametersTheDataDoNotDetermine) {
-    // p[0] + p[1] alone, p[2], nothing of p[3]; the units of p[2] are tiny
-    Matrix const rows(5, 4, {1, 1, 1e9, 0, 1, 1, 2e9, 0, 1, 1, 3e9, 0, 1, 1, 4e9, 0, 1, 1, 5e9, 0});
+    // p[0] + p[1] alone, p[2], nothing of p[3]; the squares of p[2]'s column overflow
+    Matrix const rows(5, 4, {1, 1, 1e200, 0, 1, 1, 2e200, 0, 1, 1, 3e200, 0, 1, 1, 4e200, 0, 1, 1, 5e200, 0});
     LinearFit model(rows, {1, 2, 3, 4, 6});
-    mlFitQuality const quality(model, Vector{-0.2, -0.2, 1.2e-9, 0});
+    mlFitQuality const quality(model, Vector{-0.2, -0.2, 1.2e-200, 0});
     EXPECT_EQ(quality.status(), mlFitQualityUndetermined);
     EXPECT_TRUE(quality.rank() == 2 && quality.degrees_of_freedom() == 3);
     for (int j : {0, 1, 3})
         EXPECT_TRUE(quality.standard_errors()[j] == infinity && !quality.is_determined(j)) << j;
     EXPECT_NEAR(quality.residual_sum(), 0.4, 1e-12);
-    EXPECT_NEAR(quality.standard_errors()[2] * 1e9, std::sqrt(0.4 / 3 / 10), 1e-12); // the line's slope
+    EXPECT_NEAR(quality.standard_errors()[2] * 1e200, std::sqrt(0.4 / 3 / 10), 1e-12); // the line's slope
     EXPECT_TRUE(quality.is_determined(2) && std::isnan(quality.covariance()(2, 0)) &&
                 std::isnan(quality.correlations()(0, 3)));
     EXPECT_LT(quality.relative_offset(), 1e-6); // it is the minimum
-    EXPECT_NEAR(mlFitQuality(model, Vector{0.6, -0.2, 1.2e-9, 0}).relative_offset(),
+    EXPECT_NEAR(mlFitQuality(model, Vector{0.6, -0.2, 1.2e-200, 0}).relative_offset(),
                 std::sqrt(0.8 * 0.8 * 5 / 2 / (0.4 / 3)), 1e-9);
 }
 
@@ -233,6 +233,12 @@ TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
     fit.set_max_iterations(0);
     EXPECT_EQ(fit.fit(Vector{20}, p), mlBoundedFitIterationLimit);
     EXPECT_TRUE(p[0] == 10 && fit.at_bound(0) == 1 && fit.residual_sum() == 130.0 && fit.iterations() == 0);
+    Matrix const first_only(2, 2, {1, 0, 1, 0});
+    LinearFit idle(first_only, {1, 3});
+    Vector two{0, 5};
+    EXPECT_EQ(mlBoundedFit(idle, Vector{-9, -9}, Vector{9, 9}).fit(two, two), mlBoundedFitConverged);
+    EXPECT_NEAR(two[0], 2, 1e-12);
+    EXPECT_EQ(two[1], 5) << "a parameter without a part in it stays";
     auto const falls = [](double, mlVector const & q) { return 1.0 / q[0]; };
     Vector const x{0}, y{0}, start{1};
     mlCurveModel endless(x.slice(), y.slice(), start, falls);
@@ -267,6 +273,21 @@ TEST(Fits, GoByTheModelsOwnSquaresNormalFormAndIndependentParameters) {
     model.factor = infinity;
     EXPECT_EQ(fit.fit(Vector{-0.5, 0}, p), mlBoundedFitNotFinite);
     EXPECT_EQ(mlFitQuality(model, p).status(), mlFitQualityNotFinite);
+    EXPECT_TRUE(std::isnan(mlFitQuality(model, p).relative_offset()));
+}
+
+// A linear problem takes a step that the damping shortens, and few more: held parameters move the others at once.
+TEST(BoundedFit, TakesAStepForEachChangeOfTheParametersHeld) {
+    Matrix const rows(3, 2, {1, -1, 1, 0, 0, 1});
+    auto const expect = [&](Values const & right, Vector const & lower, Vector const & start, int iterations) {
+        LinearFit model(rows, right);
+        mlBoundedFit fit(model, lower, Vector{9, 1});
+        mlVector p;
+        EXPECT_EQ(fit.fit(start, p), mlBoundedFitConverged);
+        EXPECT_EQ(fit.iterations(), iterations) << testing::PrintToString(right);
+    };
+    expect({0, 0, 1}, {0, -9}, {0, 0}, 4);  // the first one, on its bound without a slope, is free only after a step
+    expect({5, 5, 9}, {-9, -9}, {0, 0}, 3); // the second one meets its bound in the first step
 }
 
 } // namespace

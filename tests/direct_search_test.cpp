@@ -168,4 +168,14 @@ TEST(Powell, SearchesTheWayOfASweepWithoutReplacingADirectionWhenNoneHasDecrease
     EXPECT_TRUE(search.directions == mlMatrix(mlMatrixIdentity, 2));
 }
 
+TEST(Powell, ReplacesTheFirstOfTheDirectionsThatDecreaseMost) {
+    // Both lines take exactly 1 off the sum of two rounded magnitudes; the way of the sweep leads far down.
+    TracedFunctionN1 f(2, [](mlSlice const & x) {
+        if (x[0] < -0.5 && x[1] < -0.5) return -2.0;
+        return std::round(4.0 * std::fabs(x[0])) / 4.0 + std::round(4.0 * std::fabs(x[1])) / 4.0;
+    });
+    Powell const search(f, {1.0, 1.0}, 1e-9);
+    EXPECT_EQ(contents(search.directions.col(0)), (Values{0.0, 1.0}));
+}
+
 } // namespace

@@ -46,6 +46,12 @@ TEST_P(JacobiOfOrder, TakesTheFirstOfEqualPivots) {
         make_symmetric(a, n, [&] { return one_of({-1.0, 0.0, 1.0}); });
         expect_the_bits_of_full_products(a);
     }
+    for (int repetition = 0; repetition < 20 && n > 0; ++repetition) { // rotations that exchange two columns
+        make_symmetric(a, n, [&] { return one_of({0.25, -0.25, 0.125}); });
+        a(n - 1, n - 1) = 1e20;
+        a(n / 2, n - 1) = a(n - 1, n / 2) = n < 2 ? 1e20 : 1.0;
+        if (n > 2) expect_the_bits_of_full_products(a);
+    }
     make_symmetric(a, n, [] { return 0.25; });
     expect_the_bits_of_full_products(a);
     for (int i = 0; i < n; ++i)
@@ -119,12 +125,13 @@ int sweep_in_order(Values & a, Values & s2, int rows, int cols, int rank) {
 
 TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
     for (auto const & [rows, cols] : {std::pair(5, 1), {3, 2}, {9, 5}, {4, 9}, {20, 10}, {40, 23}}) {
-        for (int const negligible : {0, 1, cols / 2}) {
+        for (int const negligible : {0, 1, cols / 2, cols - 1, -1}) { // columns; -1: ties
             mlRandom random(rows);
             double const tol = 0.1 * 1e-22;
             Values expected((rows + cols) * cols), squares(cols, 7.0), found_squares(cols, 7.0);
             for (int k = 0; k < rows * cols; ++k)
-                expected[k] = random.uniform(-1.0, 1.0) * (k % cols < cols - negligible ? 1.0 : 1e-40);
+                expected[k] = negligible < 0 ? std::round(random.uniform(-1.4, 1.4))
+                                             : random.uniform(-1.0, 1.0) * (k % cols < cols - negligible ? 1.0 : 1e-40);
             Values found = expected;
             for (int k = 0; k < cols * cols; ++k)
                 expected[rows * cols + k] = k % (cols + 1) == 0 ? 1.0 : 0.0;

@@ -56,6 +56,9 @@ TEST(BrentSearch, CutsGoldenSectionsUntilAParabolaFits) {
     EXPECT_TRUE(f.calls[0].t == 0.5 && f.calls[1].t == first);
     EXPECT_EQ(f.calls[2].t, first + 0.381966 * (3.0 - first)); // three points, two of them equal, make no parabola
     EXPECT_NEAR(f.calls[3].t, 1.0, 1e-15);
+    TracedFunction flat([](double) { return 1.0; });
+    ml_brent_minimum_search(flat, 0.0, 0.5, 3.0, 1e-8, 2, &x);
+    EXPECT_EQ(flat.calls[2].t, first + 0.381966 * (3.0 - first)) << "of equal values the later is the better";
     ml_brent_minimum_search(reversed, 3.0, 0.5, 0.0, 1e-8, 100, &x);
     EXPECT_EQ(reversed.calls, f.calls);
     EXPECT_EQ(ml_brent_minimum_search(f, 0.0, 0.5, 3.0, 1e-8, 0, &x), 0.25); // without iterations f(b)

@@ -67,6 +67,9 @@ void expect_sound(mlPolynomialSolver const & solver, Values const & a, char cons
         double const x = solver.real_part(i), y = solver.imaginary_part(i), bound = solver.error_bound(i);
         EXPECT_TRUE(std::isfinite(x) && std::isfinite(y) && bound >= 0.0 && std::isfinite(bound)) << name << i;
         EXPECT_LE(solver.real_part(std::max(i - 1, 0)), x) << name << i;
+        if (i > 0 && solver.real_part(i - 1) == x) {
+            EXPECT_LE(std::fabs(solver.imaginary_part(i - 1)), std::fabs(y)) << name << i;
+        }
         EXPECT_FALSE((x == 0.0 && std::signbit(x)) || (y == 0.0 && std::signbit(y))) << name << i;
         real += y == 0.0;
         if (y < 0.0) {
@@ -83,7 +86,7 @@ void expect_sound(mlPolynomialSolver const & solver, Values const & a, char cons
 }
 
 /// The given roots stand in the list, within `ratio` times 8 n eps times their condition and within their bounds, which
-/// are at most a thousand times the former.
+/// are at most 35 times the former.
 void expect_roots(mlPolynomialSolver const & solver, Values const & a, std::vector<Point> const & roots, double ratio,
                   char const * name) {
     ASSERT_EQ(solver.num_roots(), static_cast<int>(roots.size())) << name;
@@ -99,7 +102,7 @@ void expect_roots(mlPolynomialSolver const & solver, Values const & a, std::vect
         Extended const error = std::abs(root(solver, nearest) - z);
         EXPECT_LE(error, ratio * figure) << name << ", " << z;
         EXPECT_LE(error, solver.error_bound(nearest) + 1e-18L * std::abs(z)) << name << ", " << z;
-        EXPECT_LE(solver.error_bound(nearest), 1000.0L * figure) << name << ", " << z;
+        EXPECT_LE(solver.error_bound(nearest), 35.0L * figure) << name << ", " << z;
         EXPECT_EQ(solver.imaginary_part(nearest) == 0.0, z.imag() == 0.0L) << name << ", " << z;
     }
 }
@@ -199,24 +202,6 @@ TEST(PolynomialSolver, FindsTheRootsOfUnityOfHighOrder) {
     }
 }
 
-TEST(PolynomialSolver, FindsTheRealRootsOfChebyshevsPolynomialOfDegree50) {
-    std::vector<Extended> before{1.0L}, last{0.0L, 1.0L};
-    for (int k = 2; k <= 50; ++k) { // integers below 2^64
-        std::vector<Extended> next(k + 1);
-        for (int i = 0; i <= k; ++i)
-            next[i] = (i > 0 ? 2.0L * last[i - 1] : 0.0L) - (i <= k - 2 ? before[i] : 0.0L);
-        before = last;
-        last = next;
-    }
-    mlPolynomialSolver solver;
-    Values const a(last.begin(), last.end());
-    solve(solver, a);
-    expect_sound(solver, a, "Chebyshev");
-    ASSERT_EQ(solver.num_real_roots(), 50);
-    for (int i = 25; i < 50; ++i) // an even polynomial
-        EXPECT_NEAR(solver.real_part(i), -solver.real_part(49 - i), 1e-14);
-}
-
 // What is left of a k-fold root: a cluster that narrow, whose bounds hold and tell it from 0.
 TEST(PolynomialSolver, KeepsMultipleRootsTogether) {
     mlPolynomialSolver solver;
@@ -250,18 +235,15 @@ TEST(PolynomialSolver, TellsTheTwoRootsOfMignottesPolynomialsWithinTheirBounds) 
         a[n] = 1.0;
         solve(solver, a);
         expect_sound(solver, a, "Mignotte");
-        Extended side = -1.0L;
         int close = 0;
         for (int i = 0; i < n; ++i) {
             if (std::abs(root(solver, i)) > 0.2L) continue;
+            Extended const side = close++ == 0 ? -1.0L : 1.0L;
             Extended distance = 0.0L; // 10 t - 1 is plus or minus the root of t^n / 2
             for (int k = 0; k < 50; ++k)
                 distance = 0.1L * std::pow(0.1L + side * distance, n / 2.0L) / std::sqrt(2.0L);
             Extended const error = std::abs(root(solver, i) - Point(0.1L) - side * distance);
             EXPECT_LE(error, std::min<Extended>(solver.error_bound(i), 1e-16L)) << n;
-            EXPECT_LT(solver.error_bound(i), 1e-9) << n;
-            side = 1.0L;
-            ++close;
         }
         EXPECT_EQ(close, 2);
     }
@@ -309,6 +291,42 @@ TEST(RootEnclosure, HoldsTheNearestRootAndLittleMore) {
     }
 }
 
+// (t - 2^20) (t^60 - 1), whose powers overflow there: the bound is found around 1 / z.
+TEST(RootEnclosure, HoldsTheNearestRootWherePowersOverflow) {
+    Values a(62, 0.0);
+    a[0] = 0x1p20;
+    a[1] = -1.0;
+    a[60] = -0x1p20;
+    a[61] = 1.0;
+    mlScaledPolynomial scaled;
+    scaled.become(61, a.data(), 0);
+    mlRootEnclosure enclosure;
+    for (double distance = 1.0; distance < 0x1p13; distance *= 4.0) {
+        double value, sum, bound = enclosure.distance(scaled, {0x1p20 + distance, 0.0}, value, sum);
+        EXPECT_GE(bound, distance);
+        EXPECT_LE(bound, 100.0 * distance);
+    }
+}
+
+// Beyond degrees that doubles serve the roots listed are poor, and said to be, but the bounds hold.
+TEST(PolynomialSolver, TellsWhereItCannotEvaluate) {
+    Values a(2001, 0.0); // roots of magnitudes (1/3)^(1/1000) and (3e300)^(1/1000), but for roundoff
+    a[0] = 1.0;
+    a[1000] = -3.0;
+    a[2000] = 1e-300;
+    mlPolynomialSolver solver;
+    EXPECT_EQ(solve(solver, a), mlPolynomialSolverIterationLimit);
+    Extended worst = 0.0L;
+    for (int i = 0; i < 2000; ++i) {
+        Extended const r = std::abs(root(solver, i)), error = std::min(std::fabs(r - std::pow(1 / 3.0L, 1e-3L)),
+                                                                       std::fabs(r - std::pow(3e300L, 1e-3L)));
+        EXPECT_LE(error, solver.error_bound(i) + 1e-15L) << i;
+        EXPECT_LT(solver.error_bound(i), infinity) << i;
+        worst = std::max(worst, error);
+    }
+    EXPECT_GT(worst, 1.0L);
+}
+
 // Powers of two in the coefficients and in the variable change nothing but exponents.
 TEST(PolynomialSolver, ScalesWithPowersOfTwo) {
     Values const a = polynomial({-4, 0.25, 7}, {{0.25, 0.5}, {-4, 1}});
@@ -330,19 +348,11 @@ TEST(PolynomialSolver, ScalesWithPowersOfTwo) {
 
 TEST(PolynomialSolver, FindsRootsOfAllMagnitudesInOnePolynomial) {
     mlPolynomialSolver solver;
-    Values const roots{-1e150, -3e-150, 1e-40, 2.0, 1e40}; // the product is far from both ends of the range
-    Values a{1.0};
-    for (double const root : roots) { // of the two terms of a coefficient one is negligible
-        a.push_back(0.0);
-        for (std::size_t i = a.size(); i-- > 0;)
-            a[i] = (i > 0 ? a[i - 1] : 0.0) - root * a[i];
-    }
-    ASSERT_EQ(solve(solver, a), mlPolynomialSolverSolved);
+    Values const roots{-1e150, -3e-150, 1e-40, 2.0, 1e40}; // of the two terms of a coefficient one is negligible
+    ASSERT_EQ(solve(solver, polynomial(roots)), mlPolynomialSolverSolved);
     for (int i = 0; i < 5; ++i) {
-        Values sorted = roots;
-        std::sort(sorted.begin(), sorted.end());
-        EXPECT_NEAR(solver.real_part(i), sorted[i], 1e-14 * std::fabs(sorted[i]));
-        EXPECT_LT(solver.error_bound(i), 1e-13 * std::fabs(sorted[i]));
+        EXPECT_NEAR(solver.real_part(i), roots[i], 1e-14 * std::fabs(roots[i]));
+        EXPECT_LT(solver.error_bound(i), 1e-13 * std::fabs(roots[i]));
         EXPECT_EQ(solver.imaginary_part(i), 0.0);
     }
     ASSERT_EQ(solve(solver, {1e-300, 1.0, 1e300, 1e10}), mlPolynomialSolverSolved); // s^2 + s + 1 in s = 1e300 t

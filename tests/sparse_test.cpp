@@ -148,8 +148,14 @@ TEST(SparseRow, DoublesItsRoomFromEight) {
         row.append_element(i, 0.5);
         EXPECT_EQ(row.capacity(), i < 8 ? 8 : i < 16 ? 16 : i < 32 ? 32 : 64);
     }
-    row.clear(0);
-    EXPECT_EQ(mlSparseRow(utCopy, row).capacity(), 64); // a copy gets as much room
+    mlSparseRow copy(utCopy, row), grown;
+    EXPECT_EQ(copy.capacity(), 64); // a copy gets as much room, and doubles it like the row
+    for (int i = 40; i < 65; ++i)
+        copy.append_element(i, 0.5);
+    EXPECT_EQ(copy.capacity(), 128);
+    grown.expand(3); // as an array
+    grown.append_elements(std::array{mlSparseElement(7, 1.0)}.data(), 1);
+    EXPECT_EQ(grown.capacity(), 4);
     row.clear(1);
     row.append_element(3, 1.0);
     EXPECT_EQ(row.capacity(), 8);

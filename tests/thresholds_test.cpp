@@ -356,6 +356,7 @@ void romberg(int levels) { // few are needed
 struct Check {
     std::vector<int> sizes;
     void (*at)(int size);
+    friend void PrintTo(Check const & check, std::ostream * stream) { *stream << testing::PrintToString(check.sizes); }
 };
 
 std::vector<int> around(int t) { return {t - 1, t, t + 1}; }

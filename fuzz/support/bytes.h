@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -33,6 +34,20 @@ public:
         double x;
         std::memcpy(&x, &bits, sizeof(x));
         return x;
+    }
+
+    /// A number of one of three kinds: a small whole one, mostly, a strange one or any double.
+    double number() {
+        static double const strange[] = {0.0,          -0.0,     5e-324,    -5e-324, 2.2250738585072014e-308,
+                                         1e-300,       1e300,    -1e308,    1e308,   1e-8,
+                                         1.0 / 0x1p52, INFINITY, -INFINITY, NAN};
+        int const kind = below(16);
+        return kind < 13 ? below(9) - 4.0 : kind < 15 ? strange[below(14)] : any_double();
+    }
+
+    template <class Numbers> void fill(Numbers & numbers) {
+        for (double & x : numbers)
+            x = number();
     }
 
 private:

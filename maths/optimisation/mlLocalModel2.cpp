@@ -104,21 +104,16 @@ bool mlLocalModel2::confirm(mlWindowPoint const & point) {
 
 bool mlLocalModel2::agrees_across(mlWindowPoint const & point) {
     if (!has_last_step_) return false;
-    double const longest = function_->length(last_step_);
-    mlPair s, x, g;
-    for (int i : {0, 1}) {
-        double const across = (i == 0 ? -1.0 : 1.0) * last_step_[1 - i] / function_->unit(1 - i) / longest;
-        double const h = 1e-5 * scale(point.x, i) * across;
-        x[i] = function_->moved(point.x, i, h);
-        if (x[i] == point.x[i]) x[i] = function_->moved(point.x, i, -h);
-        s[i] = x[i] - point.x[i];
-    }
-    if (x == point.x || !function_->gradient(x, g)) return false;
-    mlPair const expected = model_.b.times(s);
+    int const i = std::fabs(last_step_[0]) * function_->unit(1) < std::fabs(last_step_[1]) * function_->unit(0) ? 0 : 1;
+    mlPair const x = function_->beside(point.x, i, 1e-5 * scale(point.x, i));
+    mlPair g;
+    double const s = x[i] - point.x[i];
+    if (s == 0.0 || !function_->gradient(x, g)) return false;
     double error = 0.0, size = 0.0;
-    for (int i : {0, 1}) {
-        error = std::max(error, std::fabs(g[i] - model_.g[i] - expected[i]) * function_->unit(i));
-        size = std::max(size, std::fabs(expected[i]) * function_->unit(i));
+    for (int j : {0, 1}) {
+        double const expected = s * (i == j ? model_.b.diagonal(i) : model_.b.uv);
+        error = std::max(error, std::fabs(g[j] - model_.g[j] - expected) * function_->unit(j));
+        size = std::max(size, std::fabs(expected) * function_->unit(j));
     }
     mlSymmetric2 const & b = model_.b; // the curvature along the floor of a valley is a small difference
     return error <= 0.25 * (1.0 - b.uv / b.uu * (b.uv / b.vv)) * size;
@@ -145,9 +140,7 @@ bool mlLocalModel2::renew_by_gradients(mlWindowPoint const & point) {
     mlPair rows[2] = {{0.0, 0.0}, {0.0, 0.0}};
     for (int const side : {1, -1}) {
         for (int i : {0, 1}) {
-            double const h = 1e-5 * scale(point.x, i);
-            mlPair x = point.x, g;
-            x[i] = function_->moved(point.x, i, h > function_->high(i) - point.x[i] ? -h : h);
+            mlPair x = function_->beside(point.x, i, 1e-5 * scale(point.x, i)), g;
             if (side < 0) x[i] = function_->moved(point.x, i, point.x[i] - x[i]);
             double const s = x[i] - point.x[i];
             if (s == 0.0) continue;                                     // no room
@@ -227,9 +220,7 @@ double mlLocalModel2::forward_step(mlWindowPoint const & point, int i) const {
 
 bool mlLocalModel2::difference_gradient(mlWindowPoint const & point, mlPair & g) {
     for (int i : {0, 1}) {
-        double const h = forward_step(point, i);
-        mlPair x = point.x;
-        x[i] = function_->moved(point.x, i, point.x[i] + h > function_->high(i) ? -h : h);
+        mlPair const x = function_->beside(point.x, i, forward_step(point, i));
         double const s = x[i] - point.x[i];
         g[i] = s == 0.0 ? 0.0 : (function_->value(x) - point.f) / s - 0.5 * model_.b.diagonal(i) * s;
     }

@@ -30,7 +30,7 @@ public:
     /// step has corrected a partial one. False as above.
     bool confirm(mlWindowPoint const & point);
 
-    /// Whether the gradient beside the point, across the last step, which the updates know nothing of, is as the
+    /// Whether the gradient beside the point, where the last step moved less and the updates learned little, is as the
     /// curvature says. Two first derivatives.
     bool agrees_across(mlWindowPoint const & point);
 

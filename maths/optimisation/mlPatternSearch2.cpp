@@ -13,14 +13,12 @@ double const shrinkage = 0.25;
 } // namespace
 
 bool mlPatternSearch2::poll_at(mlWindowPoint & point, double distance, bool & all_alike) {
-    mlPair const axis = along_axes_ ? mlPair{1.0, 0.0} : turned_;
     all_alike = std::isfinite(point.f) && point.f != 0.0;
     for (int j = 0; j < num_directions; ++j) {
         int const k = (first_direction_ + j) % num_directions;
         mlPair const & d = directions[k];
-        double const du = axis[0] * d[0] - axis[1] * d[1], dv = axis[1] * d[0] + axis[0] * d[1];
         mlPair const x =
-            function_.moved(point.x, {distance * function_.unit(0) * du, distance * function_.unit(1) * dv});
+            function_.moved(point.x, {distance * function_.unit(0) * d[0], distance * function_.unit(1) * d[1]});
         if (x == point.x) continue;
         double const f = function_.value(x);
         if (!(std::fabs(f - point.f) <= point.noise())) all_alike = false;
@@ -45,8 +43,6 @@ mlPatternSearch2::Result mlPatternSearch2::poll(mlWindowPoint & point) {
     }
     if (all_alike || is_at_finest(point.x)) return ended;
     distance_ *= shrinkage;
-    along_axes_ = !along_axes_;
-    if (!along_axes_) turned_ = {0.6 * turned_[0] - 0.8 * turned_[1], 0.8 * turned_[0] + 0.6 * turned_[1]};
     return nothing;
 }
 

@@ -6,9 +6,8 @@
 /// not finite, where all derivatives vanish. For use inside the library.
 ///
 /// A poll samples eight directions at one distance and moves to the first lower value. The distance grows when a poll
-/// succeeds and shrinks when it fails. The directions are those of the parameters and between them, and after every
-/// other failure they are turned, further each time, by the angle whose cosine is 3/5, no multiple of which is a full
-/// circle. Source: Torczon, On the convergence of pattern search algorithms (1997).
+/// succeeds and shrinks when it fails. The directions are those of the parameters and between them.
+/// Source: Torczon, On the convergence of pattern search algorithms (1997).
 class mlPatternSearch2 {
 public:
     explicit mlPatternSearch2(mlWindowFunction & function) : function_(function) {}
@@ -34,7 +33,5 @@ private:
 
     mlWindowFunction & function_;
     double distance_ = 1.0;
-    bool along_axes_ = true;
-    mlPair turned_ = {1.0, 0.0};
     int first_direction_ = 0; // the one that succeeded last
 };

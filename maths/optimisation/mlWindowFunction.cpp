@@ -68,6 +68,12 @@ mlPair mlWindowFunction::moved(mlPair const & x, mlPair const & s) const {
     return {moved(x, 0, s[0]), moved(x, 1, s[1])};
 }
 
+mlPair mlWindowFunction::beside(mlPair const & x, int i, double h) const {
+    mlPair to = x;
+    to[i] = moved(x, i, h > high(i) - x[i] ? -h : h);
+    return to;
+}
+
 double mlWindowFunction::length(mlPair const & s) const {
     return std::max(std::fabs(s[0]) / unit_[0], std::fabs(s[1]) / unit_[1]);
 }

@@ -51,6 +51,9 @@ public:
     mlPair moved(mlPair const & x, mlPair const & s) const;
     double moved(mlPair const & x, int i, double s) const;
 
+    /// x with parameter i moved by h, or by -h where the window has no room.
+    mlPair beside(mlPair const & x, int i, double h) const;
+
     /// A length of parameter i to begin with: its magnitude at the start, at least 1, at most the window's width.
     double unit(int i) const { return unit_[i]; }
     /// The larger of a step's two parts, in units.

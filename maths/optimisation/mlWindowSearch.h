@@ -35,7 +35,7 @@ private:
     End reject(mlPair const & s, double f, double predicted);
     End settle(mlPair s);
     End confirm();
-    bool is_far_from_valleys(mlPair const & s) const;
+    bool is_far_from_valleys() const;
     End sample();
     End start_sampling(double distance);
     End finish();
@@ -55,6 +55,7 @@ private:
     bool has_to_be_renewed_near_the_end(mlPair const & s) const;
     bool is_lower(mlPair const & x);
     bool is_lower_down_the_slope();
+    bool is_lower_at_an_end_nearby();
     bool is_unbounded(mlPair const & x) const;
 
     mlBaseMinimiser2 & minimiser_;

@@ -24,9 +24,8 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
     bool const on_u_end = is_firmly_held(0, s), on_v_end = is_firmly_held(1, s);
     if (on_u_end && on_v_end) return finish(); // whatever the curvature
     bool const fresh = model_.is_fresh();
-    bool const round = shrinks_fast(s) && !model_.curvature().is_nearly_singular(clear);
     bool const proven =
-        function_.order() == 1 && !fresh && (round || on_u_end || on_v_end || model_.agrees_across(point_));
+        function_.order() == 1 && !fresh && (shrinks_fast(s) || on_u_end || on_v_end || model_.agrees_across(point_));
     if (!proven && !model_.confirm(point_)) return start_sampling(1.0);
     if (!fresh || function_.curvature_is_partial()) {
         radius_ = std::max(radius_, 10.0 * function_.coarse_resolution());
@@ -42,23 +41,20 @@ mlWindowSearch::End mlWindowSearch::settle(mlPair s) {
     double const f = function_.value(x);
     double const gain = point_.f - f;
     if (!(gain >= 0.0)) {
-        bool const by_values = function_.order() == 0;
-        if (-gain <= point_.noise() || (by_values && predicted <= 1e3 * point_.noise())) return finish();
-        return reject(s, f, predicted);
+        return -gain <= point_.noise() ? finish() : reject(s, f, predicted);
     }
     bool const foretold = predicted <= 1e3 * point_.noise() || std::fabs(gain / predicted - 1.0) <= 0.1;
     settled_ = settled_ && foretold;
-    bool const sure = ++settlings_ > most_settlings || predicted <= point_.noise() || settled_ ||
-                      (foretold && is_far_from_valleys(s));
+    bool const sure =
+        ++settlings_ > most_settlings || predicted <= point_.noise() || settled_ || (foretold && is_far_from_valleys());
     move_to({x, f});
     return sure ? finish() : confirm();
 }
 
-// Whether a model that foretells the gain of such a step leaves nothing to confirm.
-bool mlWindowSearch::is_far_from_valleys(mlPair const & s) const {
+// Whether a model that foretells the gain of a step leaves nothing to confirm.
+bool mlWindowSearch::is_far_from_valleys() const {
     mlSymmetric2 const & b = model_.curvature();
-    if (b.is_nearly_singular(clear) || b.uu < balanced * b.vv || b.vv < balanced * b.uu) return false;
-    return !model_.has_last_step() || function_.length(s) <= shrinkage * function_.length(model_.last_step());
+    return !b.is_nearly_singular(clear) && b.uu >= balanced * b.vv && b.vv >= balanced * b.uu;
 }
 
 // Whether this may be the wall of a valley with a long way to go, which the curvature must be known well to tell.
@@ -89,9 +85,7 @@ mlWindowSearch::End mlWindowSearch::confirm() {
     mlPair const next = model_step();
     bool const shrinks = function_.length(next) <= (is_narrow(next) ? shrinkage_if_narrow : shrinkage) * last;
     bool const is_short = function_.is_below_resolution(point_.x, next, shrinks ? 1.0 : negligible);
-    if (!is_short || changes_ends(function_.moved(point_.x, next))) return std::nullopt;
-    settled_ = shrinks && is_clear;
-    return finish();
+    return is_short ? finish() : std::nullopt;
 }
 
 // A minimum, unless a lower value is known or close by.
@@ -103,11 +97,10 @@ mlWindowSearch::End mlWindowSearch::finish() {
     bool lower = point_.is_above(lowest.f);
     if (lower)
         point_ = lowest;
-    else if (!sampling_)
-        lower = is_flat() ? escape() : is_lower_down_the_slope();
+    else
+        lower = is_lower_at_an_end_nearby() || (!sampling_ && (is_flat() ? escape() : is_lower_down_the_slope()));
     if (lower) {
         move_to(point_);
-        radius_ = 0.0;
         model_.forget();
         return std::nullopt;
     }
@@ -133,25 +126,18 @@ bool mlWindowSearch::is_flat() const {
     return (free_u && !(b.uu > 0.0)) || (free_v && !(b.vv > 0.0)) || (free_u && free_v && !b.is_positive());
 }
 
-// Looks for a lower value along the direction in which the curvature is flat, far and near, and across it; all around
-// where no direction is less flat than others.
+// Looks for a lower value along the direction in which the curvature is flat, and across it; all around where no
+// direction is less flat than others.
 bool mlWindowSearch::escape() {
     mlSymmetric2 const & b = model_.curvature();
     mlPair const unit = {function_.unit(0), function_.unit(1)};
     double const uu = b.uu * unit[0] * unit[0], uv = b.uv * unit[0] * unit[1], vv = b.vv * unit[1] * unit[1];
-    mlPair flat;
-    if (held_by_an_end(0))
-        flat = {0.0, 1.0};
-    else if (held_by_an_end(1))
-        flat = {1.0, 0.0};
-    else if (!(std::fmin(uu, vv) >= -0.01 * std::fmax(uu, vv) && std::fmax(uu, vv) > 0.0))
-        return pattern_.escape(point_);
-    else
-        flat = uu > vv ? mlPair{-uv / uu, 1.0} : mlPair{1.0, -uv / vv};
-    mlPair const far = {0.1 * flat[0], 0.1 * flat[1]}, near = {0.001 * flat[0], 0.001 * flat[1]};
-    for (mlPair const & d : {far, near, {far[1], -far[0]}})
-        for (double const side : {1.0, -1.0})
-            if (is_lower(function_.moved(point_.x, {side * unit[0] * d[0], side * unit[1] * d[1]}))) return true;
+    if (!(std::fmin(uu, vv) >= -0.01 * std::fmax(uu, vv) && std::fmax(uu, vv) > 0.0)) return pattern_.escape(point_);
+    mlPair const flat = uu > vv ? mlPair{-uv / uu, 1.0} : mlPair{1.0, -uv / vv};
+    for (mlPair const & d : {flat, {flat[1], -flat[0]}})
+        for (double const distance : {0.1, -0.1})
+            if (is_lower(function_.moved(point_.x, {distance * unit[0] * d[0], distance * unit[1] * d[1]})))
+                return true;
     return false;
 }
 
@@ -175,4 +161,18 @@ bool mlWindowSearch::is_lower_down_the_slope() {
     mlPair const unit = {g[0] / largest, g[1] / largest};
     double const distance = -3.0 * function_.resolution() / std::sqrt(unit[0] * unit[0] + unit[1] * unit[1]);
     return is_lower(function_.moved(point_.x, {distance * unit[0], distance * unit[1]}));
+}
+
+// A minimum within the resolution of an end may be on it.
+bool mlWindowSearch::is_lower_at_an_end_nearby() {
+    for (int i : {0, 1}) {
+        mlPair x = point_.x;
+        if (function_.at_end(x, i)) continue;
+        if (x[i] - function_.low(i) < function_.resolution())
+            x[i] = function_.low(i);
+        else if (function_.high(i) - x[i] < function_.resolution())
+            x[i] = function_.high(i);
+        if (is_lower(x)) return true;
+    }
+    return false;
 }

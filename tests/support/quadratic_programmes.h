@@ -82,8 +82,8 @@ struct Minimiser {
     mlVector x;
 };
 
-/// How far a result is from the optimality conditions, in roundoffs: the largest of all, relative to its terms. Signs
-/// and the multipliers of constraints that are not active must be exact.
+/// How far a result is from the optimality conditions, in roundoffs: the largest of all, relative to its terms. Signs,
+/// the multipliers of constraints that are not active, and bounds that are, must be exact.
 inline double roundoffs_off(Minimiser const & m) {
     QuadraticProgramme const & p = m.p;
     double const eps = std::numeric_limits<double>::epsilon(), wrong = infinity;
@@ -106,6 +106,8 @@ inline double roundoffs_off(Minimiser const & m) {
         double const multiplier = m.minimiser->multiplier(static_cast<int>(k));
         bool const equality = c.relation == Relation::equal;
         if ((!active && multiplier != 0.0) || (!equality && !(multiplier >= 0.0))) return wrong;
+        double const end = c.relation == Relation::upper_bound ? -c.bound : c.bound;
+        if (active && c.variable >= 0 && m.x[c.variable] != end) return wrong;
         long double excess = -c.bound, square = 0.0;
         for (int i = 0; i < p.n; ++i) {
             double const a = c.normal[static_cast<std::size_t>(i)];

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "fuzz/support/bytes.h"
+#include "maths/maths.h"
+
+/// Functions of every interface, in two variables or with two parameters and five points, that answer what the script
+/// says, whatever they are asked; after its end small whole numbers in turn. Nothing may ask for ever.
+class Answers : public mlFunction,
+                public mlFunction2,
+                public mlFunctionN1,
+                public mlFunctionN,
+                public mlDistanceLeastSquares {
+public:
+    explicit Answers(Bytes & script) : mlDistanceLeastSquares(2, 5), script_(script) {
+        mlFunction::highest_derivative_order = script.below(3);
+        mlFunction2::highest_derivative_order = script.below(3);
+        dimension = input_dimension = output_dimension = 2;
+        precise_square_distance = script.below(2);
+    }
+
+    double next() const {
+        require(++asked_ < 3000000, "asked no more than three million times");
+        return script_.empty() ? asked_ % 7 : script_.number();
+    }
+
+    double function(double) const override { return next(); }
+    double function_derivative(int, double) const override { return next(); }
+    double function(double, double) const override { return next(); }
+    double uv_function_derivative(int, int, double, double) const override { return next(); }
+    double function(mlSlice const &) const override { return next(); }
+    void function(mlSlice const &, mlVector & y) const override { fill(y); }
+    void function_gradient(mlSlice const &, mlMatrix & jacobian) const override { fill(jacobian); }
+    void function_derivative(mlSlice const &, int * const, mlVector & y) const override { fill(y); }
+    void normalise_parameters(mlVector &) override {}
+    void distance(double & d, int) override { d = next(); }
+    void distance_and_gradient(double & d, mlVector & gradient, int) override { d = next(), fill(gradient); }
+    double get_last_square_distance() const override { return next(); }
+
+private:
+    template <class Array> void fill(Array & array) const {
+        for (double & x : array)
+            x = next();
+    }
+
+    Bytes & script_;
+    mutable int asked_ = 0;
+};
