@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "maths/core/multiply_transposed.h"
 #include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlLUElimination.h"
@@ -259,6 +260,20 @@ void right_hand_sides(int rows, int count) {
     cholesky_solves(a, count);
 }
 
+/// As many right-hand sides as rows; for LU also the inverse, which has the bits of the identity's solution.
+void square_right_hand_sides(int n) {
+    right_hand_sides(n, n);
+    mlMatrix a, solution, inverse;
+    fill_random(a, n, n, n);
+    mlMatrix const identity(mlMatrixIdentity, n);
+    mlLUDecomposition const lu(a);
+    lu.solve(identity, solution);
+    lu.inverse(inverse);
+    EXPECT_TRUE(equal_bits(solution, inverse));
+    lu.inverse(a); // in the place of the matrix that it was made of
+    EXPECT_TRUE(equal_bits(solution, a));
+}
+
 // ---- spectra ----
 
 void svd(int n) {
@@ -289,8 +304,9 @@ void symmetric(int n) { // few elements off the diagonal, and equal squares
 
 /// b and c have a column more than x, which is a column of b.
 void multiplies(int rows, int cols, int inner) {
-    mlMatrix a, b, expected(mlMatrixZero, rows, cols), found;
+    mlMatrix a, b, expected(mlMatrixZero, rows, cols), found, found_transposed;
     fill_random(a, rows, inner, 1);
+    mlMatrix const transposed(mlMatrixTranspose, a);
     fill_random(b, inner, cols, 2);
     for (int i = 0; i < rows; ++i)
         for (int j = 0; j < cols; ++j)
@@ -299,7 +315,9 @@ void multiplies(int rows, int cols, int inner) {
     in_each_instruction_set([&] {
         mlVector y;
         multiply(a, b, found);
+        multiply_transposed(transposed, b, found_transposed);
         multiply(a, b.col(cols - 1), y);
+        EXPECT_TRUE(equal_bits(expected, found_transposed)) << inner << " x " << rows << " transposed x " << cols;
         EXPECT_TRUE(equal_bits(expected, found)) << rows << " x " << inner << " x " << cols;
         for (int i = 0; i < rows; ++i)
             ASSERT_TRUE(same_bits(y[i], expected(i, cols - 1))) << with_bits(y[i]) << ", row " << i;
@@ -374,6 +392,9 @@ std::map<std::string, Check> const checks = {
     {"solve_prefetch_after_row", {around(solve_prefetch_after_row + 1), cholesky}},
     {"panel_group_cols", {{lu_one_panel_max_rows - panel_group_cols, 3 * lu_panel_cols}, lu_in_every_column}},
     {"gemv_plain_max", {around(gemv_plain_max), [](int n) { multiplies(n, 1, n), multiplies(n, 1, n + 1); }}},
+    {"transposed_product_block",
+     {around(transposed_product_block), [](int n) { multiplies(n, 9, 2 * n), multiplies(2 * n, 9, n); }}},
+    {"triangle_plain_max", {around(triangle_plain_max), square_right_hand_sides}},
     {"strip_wide_max_rows", {around(strip_wide_max_rows), [](int n) { lu(n), cholesky(n), right_hand_sides(n, 40); }}},
     {"strip_wide_cols", {around(strip_wide_cols), [](int count) { right_hand_sides(50, count); }}},
     {"strip_narrow_cols",

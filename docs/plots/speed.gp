@@ -15,8 +15,8 @@ rows(met) = sprintf("< awk -F, '/widest set/ { widest = $NF; sub(/.* /, \"\", wi
         if (($9 == \"\" ? \"-\" : $9) ~ /^(%s)$/) { gsub(/_/, \" \", $1); \
             label = $1 \", \" $3 \", \" least[line] (most[line] > least[line] ? \" to \" most[line] : \"\") \
                 ($4 == widest ? \"\" : \", \" $4); \
-            printf \"%%d %%s %%s %%s \\\"%%s\\\"\\n\", height[line], $7, ($8 > 0 ? $8 : \"NaN\"), $2, label } }' %s %s", \
-    met, results, results)
+            printf \"%%d %%s %%s %%s \\\"%%s\\\"\\n\", \
+                height[line], $7, ($8 > 0 ? $8 : \"NaN\"), $2, label } }' %s %s", met, results, results)
 sized(size) = 0.5 + 0.3 * log10(size)
 
 stats rows('yes|NO|-') using 1 nooutput
