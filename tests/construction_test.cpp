@@ -123,6 +123,7 @@ TEST(Construction, EqualsBecomeOfTheSameArguments) {
     y.become(utCopy, std::span(values)); // just these elements, from itself too
     EXPECT_EQ(contents(y.become(utCopy, y.slice(5, -2, 3))), (Values{9, 1, 3}));
     EXPECT_EQ(contents(y.become(utCopy, std::span<double const>(y).subspan(1))), (Values{1, 3}));
+    EXPECT_EQ(contents(y.become(utCopy, mlSlice(y.data() + 1, 0, 2, -1))), (Values{3, 1})); // backwards
 
     mlTinyVector2 const a(utConvert, values.data()), b(mlVectorAdd, a, a), c(mlVectorSubtract, b, a);
     EXPECT_TRUE(c == a && mlTinyVector2(utCopy, b)[1] == 6.0);

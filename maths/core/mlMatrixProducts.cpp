@@ -62,10 +62,10 @@ void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c) {
     if (a.rows() == 3 && a.cols() == 3 && b.cols() == 3) {
         c.become(3, 3);
         multiply_3(a.data(), b.data(), c.data());
-    } else if (a.rows() > 0 && b.cols() > 0) {
+    } else if (a.rows() > 0 && a.cols() > 0 && b.cols() > 0) {
         c.become(a.rows(), b.cols());
         ml_kernels().gemm(a.rows(), b.cols(), a.cols(), block(a), block(b), {c.data(), c.cols()});
-    } else {
+    } else { // also without terms, when b may have no storage to point into
         c.become(mlMatrixZero, a.rows(), b.cols());
     }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <concepts>
 #include <cstring>
+#include <functional>
 
 #include "maths/core/mlMatrix.h"
 #include "maths/core/mlStreamFlags.h"
@@ -57,7 +58,8 @@ mlVector::mlVector(enum mlMatrixProduct, mlMatrix const & m, mlVector const & v)
 mlVector::mlVector(enum mlMatrixProduct, mlMatrix const & m, mlSlice const & s) { multiply(m, s, *this); }
 
 mlVector & mlVector::become(enum utCopy, mlSlice const & s) {
-    if (data() != nullptr && s.data() == data()) return become(mlVector(s));
+    std::less<double const *> const before; // a total order, also for data of another block
+    if (!before(s.data(), data()) && before(s.data(), data() + size())) return become(mlVector(s));
     reserve(s.length()); // first, since it may fail
     clear(0);
     expand(s.length());

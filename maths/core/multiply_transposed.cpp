@@ -17,6 +17,7 @@ void multiply_row(mlMatrix const & a, double const * x, mlVector & y) {
     y.reserve(a.cols()); // first, since it may fail
     y.clear(0);
     y.expand(a.cols());
+    if (a.rows() < 1) return y.fill(0.0); // a may have no storage to point into
     ml_kernels().gemm(1, a.cols(), a.rows(), {x, a.rows()}, block(a, 0, 0), {y.data(), a.cols()});
 }
 
