@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "maths/core/multiply_transposed.h"
 #include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlLUElimination.h"
@@ -306,6 +307,20 @@ void multiplies(int rows, int cols, int inner) {
     });
 }
 
+void multiplies_transposed(int rows, int cols, int count) {
+    mlMatrix a, b, expected(mlMatrixZero, cols, count), found;
+    fill_random(a, rows, cols, 1);
+    fill_random(b, rows, count, 2);
+    for (int i = 0; i < cols; ++i)
+        for (int j = 0; j < count; ++j)
+            for (int k = 0; k < rows; ++k)
+                expected(i, j) += a(k, i) * b(k, j);
+    in_each_instruction_set([&] {
+        multiply_transposed(a, b, found);
+        EXPECT_TRUE(equal_bits(expected, found)) << rows << " x " << cols << ", " << count;
+    });
+}
+
 void sparse_terms(int terms) { // those before the last of the rows that a row of the product adds up
     int const rows = 130, full = 128;
     mlSparseMatrix a(mlMatrixZero, 1, rows), b(mlMatrixZero, rows, 2 * full), product;
@@ -374,6 +389,12 @@ std::map<std::string, Check> const checks = {
     {"solve_prefetch_after_row", {around(solve_prefetch_after_row + 1), cholesky}},
     {"panel_group_cols", {{lu_one_panel_max_rows - panel_group_cols, 3 * lu_panel_cols}, lu_in_every_column}},
     {"gemv_plain_max", {around(gemv_plain_max), [](int n) { multiplies(n, 1, n), multiplies(n, 1, n + 1); }}},
+    {"transposed_product_block",
+     {around(transposed_product_block),
+      [](int n) { multiplies_transposed(n, n, 9), multiplies_transposed(2 * n, 70, n); }}},
+    {"triangle_plain_max",
+     {around(triangle_plain_max),
+      [](int n) { right_hand_sides(n, n), right_hand_sides(n, n - 1), right_hand_sides(n, n + 1); }}},
     {"strip_wide_max_rows", {around(strip_wide_max_rows), [](int n) { lu(n), cholesky(n), right_hand_sides(n, 40); }}},
     {"strip_wide_cols", {around(strip_wide_cols), [](int count) { right_hand_sides(50, count); }}},
     {"strip_narrow_cols",
