@@ -1,6 +1,7 @@
 #include <array>
 #include <cmath>
 #include <stdexcept>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -63,7 +64,7 @@ TEST(FunctionN1Of, TakesTheGradientGivenOrTheUsualDifferences) {
     bare.gradient(x.slice(), g);
     EXPECT_NEAR(g[0], 4.0, 1e-6);
     EXPECT_NEAR(g[1], 3.0, 1e-6);
-    EXPECT_TRUE(bare.function(x.slice()) == 19.0 && bare.dimension == 2 && given.dimension == 2);
+    EXPECT_EQ(std::tuple(bare.function(x.slice()), bare.dimension, given.dimension), std::tuple(19.0, 2, 2));
 }
 
 TEST(FunctionNOf, TakesTheJacobianGivenOrCentralDifferencesInAToldOrderOfCalls) {
@@ -87,7 +88,7 @@ TEST(FunctionNOf, TakesTheJacobianGivenOrCentralDifferencesInAToldOrderOfCalls) 
     double const exact[] = {0.25, -4, 0, 3 * 0.0625, 0, 0};
     for (int i = 0; i < 6; ++i)
         EXPECT_NEAR(j[i], exact[i], 1e-9) << i;
-    EXPECT_TRUE(bare.input_dimension == 2 && bare.output_dimension == 3);
+    EXPECT_EQ(std::tuple(bare.input_dimension, bare.output_dimension), std::tuple(2, 3));
 }
 
 TEST(FunctionsOfCallables, LetExceptionsPassAndServeTheSolvers) {

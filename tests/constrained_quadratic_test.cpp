@@ -1,4 +1,5 @@
 #include <numeric>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -311,7 +312,7 @@ TEST(ConstrainedQuadratic, StartsWarmFromTheLastActiveSet) {
     EXPECT_LT(4 * warm_iterations, 3 * cold_iterations);
     warm.add({Relation::at_least, Values(20, 1.0), 10.5});
     EXPECT_EQ(warm.solve(), mlConstrainedQuadraticInfeasible);
-    EXPECT_TRUE(warm.minimiser->is_active(0) == 0 && warm.minimiser->multiplier(0) == 0.0);
+    EXPECT_EQ(std::tuple(warm.minimiser->is_active(0), warm.minimiser->multiplier(0)), std::tuple(0, 0.0));
 }
 
 TEST(ConstrainedQuadratic, StartsWhereTheCallerSaysOrAtZero) {
@@ -328,7 +329,7 @@ TEST(ConstrainedQuadratic, StartsWhereTheCallerSaysOrAtZero) {
         none.add({Relation::equal, {}, feasible ? 0.0 : 1.0});
         none.x.become(utCopy, Vector{1});
         EXPECT_EQ(none.solve(), feasible ? mlConstrainedQuadraticSolved : mlConstrainedQuadraticInfeasible);
-        EXPECT_TRUE(none.x.size() == 0 && none.minimiser->value() == 0.0);
+        EXPECT_EQ(std::tuple(none.x.size(), none.minimiser->value()), std::tuple(0, 0.0));
     }
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -126,7 +127,7 @@ TEST(FitQuality, TellsWhichParametersTheDataDoNotDetermine) {
     LinearFit model(rows, {1, 2, 3, 4, 6});
     mlFitQuality const quality(model, Vector{-0.2, -0.2, 1.2e-200, 0});
     EXPECT_EQ(quality.status(), mlFitQualityUndetermined);
-    EXPECT_TRUE(quality.rank() == 2 && quality.degrees_of_freedom() == 3);
+    EXPECT_EQ(std::tuple(quality.rank(), quality.degrees_of_freedom()), std::tuple(2, 3));
     for (int j : {0, 1, 3})
         EXPECT_TRUE(quality.standard_errors()[j] == infinity && !quality.is_determined(j)) << j;
     EXPECT_NEAR(quality.residual_sum(), 0.4, 1e-12);
@@ -142,11 +143,11 @@ TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
     Matrix const square(2, 2, {1, 0, 1, 1}), wide(1, 2, {1, 1});
     LinearFit exact(square, {1, 2}), wanting(wide, {1});
     mlFitQuality const quality(exact, Vector{1, 1});
-    EXPECT_TRUE(quality.status() == mlFitQualityNoFreedom && quality.degrees_of_freedom() == 0);
+    EXPECT_EQ(std::tuple(quality.status(), quality.degrees_of_freedom()), std::tuple(mlFitQualityNoFreedom, 0));
     EXPECT_TRUE(std::isnan(quality.residual_deviation()) && std::isnan(quality.standard_errors()[0]));
     EXPECT_NEAR(quality.correlations()(0, 1), -std::sqrt(0.5), 1e-15);
     mlFitQuality const short_of_points(wanting, Vector{1, 0});
-    EXPECT_TRUE(short_of_points.status() == mlFitQualityUndetermined && short_of_points.rank() == 1);
+    EXPECT_EQ(std::tuple(short_of_points.status(), short_of_points.rank()), std::tuple(mlFitQualityUndetermined, 1));
     for (double const bad : {nan_value, infinity}) {
         mlFitQuality const failed(exact, Vector{bad, 1});
         EXPECT_EQ(failed.status(), mlFitQualityNotFinite);
@@ -154,7 +155,8 @@ TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
     }
     LinearFit nothing(square, {1, 2});
     mlFitQuality const at_rest(nothing, Vector{1, 1}, 1.0); // no singular value counts
-    EXPECT_TRUE(at_rest.rank() == 0 && at_rest.degrees_of_freedom() == 2 && at_rest.relative_offset() == 0.0);
+    EXPECT_EQ(std::tuple(at_rest.rank(), at_rest.degrees_of_freedom(), at_rest.relative_offset()),
+              std::tuple(0, 2, 0.0));
 }
 
 TEST(BoundedFit, EqualsTheFreeFitInsideAWideBox) {
@@ -232,7 +234,7 @@ TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
     EXPECT_EQ(fit.residual_sum(), 2.0);
     fit.set_max_iterations(0);
     EXPECT_EQ(fit.fit(Vector{20}, p), mlBoundedFitIterationLimit);
-    EXPECT_TRUE(p[0] == 10 && fit.at_bound(0) == 1 && fit.residual_sum() == 130.0 && fit.iterations() == 0);
+    EXPECT_EQ(std::tuple(p[0], fit.at_bound(0), fit.residual_sum(), fit.iterations()), std::tuple(10, 1, 130.0, 0));
     Matrix const first_only(2, 2, {1, 0, 1, 0});
     LinearFit idle(first_only, {1, 3});
     Vector two{0, 5};
@@ -262,12 +264,12 @@ TEST(Fits, GoByTheModelsOwnSquaresNormalFormAndIndependentParameters) {
     Matrix const rows(3, 2, {1, 0, 1, 1, 0, 1});
     PeculiarFit model(rows, {1, 2, 3});
     mlFitQuality const quality(model, Vector{1, 1});
-    EXPECT_TRUE(quality.residual_sum() == 21.0 && quality.rank() == 2 && quality.degrees_of_freedom() == 2);
+    EXPECT_EQ(std::tuple(quality.residual_sum(), quality.rank(), quality.degrees_of_freedom()), std::tuple(21.0, 2, 2));
     mlBoundedFit fit(model, Vector{-1, -1}, Vector{1, 1});
     fit.set_max_iterations(0);
     Vector p{9, 9};
     EXPECT_EQ(fit.fit(Vector{-0.5, 0}, p), mlBoundedFitIterationLimit);
-    EXPECT_TRUE(p[0] == 0.5 && fit.residual_sum() == 21.0);
+    EXPECT_EQ(std::tuple(p[0], fit.residual_sum()), std::tuple(0.5, 21.0));
     fit.set_max_iterations(5);
     EXPECT_EQ(fit.fit(Vector{-0.5, 0}, p), mlBoundedFitConverged); // 21 is never below 21
     model.factor = infinity;

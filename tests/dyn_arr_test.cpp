@@ -1,5 +1,6 @@
 #include <climits>
 #include <cstddef>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -50,8 +51,8 @@ TEST(DynArr, FollowsAModelThatCounts) {
             ASSERT_EQ(array.size(), size) << "step " << step;
             for (int i = 0; i < size; ++i)
                 ASSERT_EQ(array[i], i) << "step " << step;
-            ASSERT_TRUE(array.capacity() == capacity && array.increment() == increment &&
-                        (array.data() == nullptr) == (capacity == 0))
+            ASSERT_EQ(std::tuple(array.capacity(), array.increment(), (array.data() == nullptr)),
+                      std::tuple(capacity, increment, (capacity == 0)))
                 << "step " << step;
         }
     }
@@ -72,7 +73,7 @@ TEST(DynArr, FollowsItsFormulaBelowTheCapacityAndHoldsNothingWhileThatIsNegative
     EXPECT_EQ(negative.size(), 0);
     negative[0] = 7;
     EXPECT_THROW(negative[INT_MAX], std::bad_alloc);
-    EXPECT_TRUE(negative.size() == 1 && negative[0] == 7);
+    EXPECT_EQ(std::tuple(negative.size(), negative[0]), std::tuple(1, 7));
 }
 
 TEST(DynArr, AsksForStorageSeldomWhenItGrowsByOneAndGivesItBack) {
@@ -126,7 +127,7 @@ TEST(DynArr2D, KeepsEveryElementInItsPlaceAndNeverShrinks) {
             array(7 * n % 30, n) = 7 * n % 30 + 100 * n;
             array.expand(n % 4, n % 5);
         }
-        EXPECT_TRUE(array.rows() == 30 && array.cols() == 30);
+        EXPECT_EQ(std::tuple(array.rows(), array.cols()), std::tuple(30, 30));
         for (int n = 0; n < 30; ++n)
             EXPECT_EQ(array(7 * n % 30, n), 7 * n % 30 + 100 * n);
     }

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -109,7 +110,8 @@ TEST(PrincipalComponents, AreTheEigenvectorsOfTheCovariance) {
         }
         EXPECT_EQ(contents(axis), contents(pca.least_axis()));
         EXPECT_EQ(contents(pca.axis(0)), contents(pca.principal_axis()));
-        EXPECT_TRUE(pca.axis(d, axis) == mlPCAAxisOutOfRange && pca.axis(-1, axis) == mlPCAAxisOutOfRange);
+        EXPECT_EQ(std::tuple(pca.axis(d, axis), pca.axis(-1, axis)),
+                  std::tuple(mlPCAAxisOutOfRange, mlPCAAxisOutOfRange));
         EXPECT_EQ(pca.eigenvalues(values), mlPCAComputed);
         EXPECT_EQ(contents(values), contents(pca.eigenvalues()));
     }
@@ -121,10 +123,11 @@ TEST(PrincipalComponents, NeedTwoDimensionsAndAPointForEach) {
         points.expand(count, dimension);
         mlPCA const pca(points);
         mlVector untouched(mlVectorZero, 1);
-        EXPECT_TRUE(pca.axis(0, untouched) == mlPCAAxisOutOfRange && pca.least_axis(untouched) == mlPCAAxisOutOfRange);
+        EXPECT_EQ(std::tuple(pca.axis(0, untouched), pca.least_axis(untouched)),
+                  std::tuple(mlPCAAxisOutOfRange, mlPCAAxisOutOfRange));
         EXPECT_EQ(pca.principal_axis(untouched), mlPCANotEnoughData);
         EXPECT_EQ(pca.eigenvalues(untouched), mlPCANotEnoughData);
-        EXPECT_TRUE(untouched.size() == 1 && pca.eigenvalue(0) == largest_double);
+        EXPECT_EQ(std::tuple(untouched.size(), pca.eigenvalue(0)), std::tuple(1, largest_double));
     }
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -53,7 +54,7 @@ TEST(BrentSearch, CutsGoldenSectionsUntilAParabolaFits) {
     EXPECT_LT(ml_brent_minimum_search(f, 0.0, 0.5, 3.0, 1e-8, 100, &x), 1e-15);
     EXPECT_NEAR(x, 1.0, 3e-8);
     ASSERT_GT(f.calls.size(), 4u);
-    EXPECT_TRUE(f.calls[0].t == 0.5 && f.calls[1].t == first);
+    EXPECT_EQ(std::tuple(f.calls[0].t, f.calls[1].t), std::tuple(0.5, first));
     EXPECT_EQ(f.calls[2].t, first + 0.381966 * (3.0 - first)); // three points, two of them equal, make no parabola
     EXPECT_NEAR(f.calls[3].t, 1.0, 1e-15);
     TracedFunction flat([](double) { return 1.0; });
@@ -176,14 +177,15 @@ TEST(FunctionValue, CopiesWhatIsKnownAndForgetsDerivatives) {
     target.first_derivative = target.second_derivative = 7.0;
     source.first_derivative = source.second_derivative = 9.0; // after an unknown value these count for nothing
     target = source;
-    EXPECT_TRUE(target.t == 1.0 && target.first_derivative == 7.0);
+    EXPECT_EQ(std::tuple(target.t, target.first_derivative), std::tuple(1.0, 7.0));
     source.value = 3.0;
     source.invalidate_derivatives();
     target = source;
-    EXPECT_TRUE(target.value == 3.0 && target.first_derivative == mlUnboundedMin && target.second_derivative == 7.0);
+    EXPECT_EQ(std::tuple(target.value, target.first_derivative, target.second_derivative),
+              std::tuple(3.0, mlUnboundedMin, 7.0));
     source.first_derivative = 4.0;
     target = source;
-    EXPECT_TRUE(target.first_derivative == 4.0 && target.second_derivative == 9.0);
+    EXPECT_EQ(std::tuple(target.first_derivative, target.second_derivative), std::tuple(4.0, 9.0));
 }
 
 TEST(FunctionValue, KnowsNothingThatACallWhichThrewWasToTell) {
@@ -198,9 +200,9 @@ TEST(FunctionValue, KnowsNothingThatACallWhichThrewWasToTell) {
     entry.do_fn2(TracedFunction(slope, slope, slope));
     entry.t = 3.0;
     EXPECT_THROW(entry.do_fn2(TracedFunction(slope, slope, fails)), std::bad_alloc);
-    EXPECT_TRUE(entry.first_derivative == 2.0 && entry.second_derivative == mlUnboundedMin);
+    EXPECT_EQ(std::tuple(entry.first_derivative, entry.second_derivative), std::tuple(2.0, mlUnboundedMin));
     EXPECT_THROW(entry.do_fn1(TracedFunction(slope, fails, slope)), std::bad_alloc);
-    EXPECT_TRUE(entry.value == 2.0 && entry.first_derivative == mlUnboundedMin);
+    EXPECT_EQ(std::tuple(entry.value, entry.first_derivative), std::tuple(2.0, mlUnboundedMin));
     EXPECT_THROW(entry.do_fn0(TracedFunction(fails)), std::bad_alloc);
     EXPECT_EQ(entry.value, mlUnboundedMin);
 }

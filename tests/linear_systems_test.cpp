@@ -1,3 +1,4 @@
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -40,7 +41,7 @@ TEST(Cholesky, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
             v = b.col(10);
             cholesky.solve(b, b);
             cholesky.solve(v, v); // to the bits of a column
-            EXPECT_TRUE(b == x && contents(v) == contents(x.col(10)));
+            EXPECT_EQ(std::tuple(contents(b), contents(v)), std::tuple(contents(x), contents(x.col(10))));
         }
     }
 }
@@ -66,7 +67,7 @@ TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
     EXPECT_EQ(basis.status(), mlGSNothingDone);
     auto const add = [&](Vector v, int keep, mlGSStatus status, double answer, Values const & left, int rows) {
         EXPECT_EQ(basis.add(&v, keep), answer);
-        EXPECT_TRUE(basis.status() == status && contents(v) == left && m.rows() == rows);
+        EXPECT_EQ(std::tuple(basis.status(), contents(v), m.rows()), std::tuple(status, left, rows));
     };
     add({9e-6, 0}, 1, mlGSNegligible, 0.0, {9e-6, 0}, 0);
     add({2, 0}, 1, mlGSSucceeded, 4.0, {2, 0}, 1);
@@ -83,7 +84,7 @@ TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
     later.add(&first, 1);
     later.add(&second, 1);
     EXPECT_EQ(Values(no_cols.begin(), no_cols.begin() + 6), (Values{0, 0, 0, 0, 3, 4})) << "rows of zeros";
-    EXPECT_TRUE(no_cols.rows() == 4 && no_cols.size() == 8);
+    EXPECT_EQ(std::tuple(no_cols.rows(), no_cols.size()), std::tuple(4, 8));
     EXPECT_LT(std::fabs(scalar_product(no_cols.row(2), no_cols.row(3))), 1e-14);
 }
 
@@ -112,7 +113,8 @@ TEST(QR, TellsByItsStatusWhatBecameOfAVector) {
     unit.set_Q_orthonormal();
     auto const add = [&](mlQRDecomposition & qr, Vector v, mlQRStatus status, Values const & coefficients) {
         qr.add(&v);
-        EXPECT_TRUE(qr.status() == status && contents(&qr == &plain ? r : unit_r) == coefficients) << v[0];
+        EXPECT_EQ(std::tuple(qr.status(), contents(&qr == &plain ? r : unit_r)), std::tuple(status, coefficients))
+            << v[0];
     };
     EXPECT_EQ(plain.status(), mlQRNothingDone);
     add(plain, {1, 0}, mlQRAdded, {1});

@@ -2,6 +2,7 @@
 #include "maths/functions/mlSquaredLengthFunc2.h"
 
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -44,7 +45,7 @@ TEST(LineOnFunction2, StaysInsideTheWindowBetweenItsEnds) {
         mlLineOnFunction2 line(c.du, c.dv, 1.0, 1.0, &f);
         static_cast<void>(line.t_max()); // the next window must discard the interval that this has computed
         line.set_window(c.window[0], c.window[1], c.window[2], c.window[3]);
-        EXPECT_TRUE(line.t_min() == c.t_min && line.t_max() == c.t_max) << c.du << ", " << c.dv;
+        EXPECT_EQ(std::tuple(line.t_min(), line.t_max()), std::tuple(c.t_min, c.t_max)) << c.du << ", " << c.dv;
     }
 }
 
@@ -52,7 +53,7 @@ TEST(LineOnFunction2, AsksForTheDomainOnceAndForTheDerivativesThatHaveAWeight) {
     Monomial f;
     f.highest_derivative_order = 1;
     mlLineOnFunction2 const line(2.0, -1.0, 0.0, 0.0, &f);
-    EXPECT_TRUE(line.t_min() == -1.0 && line.t_max() == 1.0);
+    EXPECT_EQ(std::tuple(line.t_min(), line.t_max()), std::tuple(-1.0, 1.0));
     EXPECT_EQ(std::exchange(f.trace, ""), "u_min u_max v_min v_max ");
     EXPECT_EQ(line.highest_derivative_order, 1);
     EXPECT_EQ(line.function_derivative(1, -4.0), 2 * f.uv_function_derivative(1, 0, -2, 3) - 4 * 27); // at a corner

@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "maths/core/mlMatrix.h"
@@ -85,18 +87,18 @@ TEST(Matrix, KeepsShapeAndStorageTogether) {
     mlMatrix a(mlMatrixIdentity, 2), b(mlMatrixZero, 5, 4), rows;
     a.swap(b);
     expect_table(b, {{1, 0}, {0, 1}});
-    EXPECT_TRUE(a.rows() == 5 && a.cols() == 4 && a.size() == 20);
+    EXPECT_EQ(std::tuple(a.rows(), a.cols(), a.size()), std::tuple(5, 4, 20));
     a.clear(0);
     b.clear(1);
-    EXPECT_TRUE(a.rows() + a.cols() + b.rows() + b.cols() == 0 && a.capacity() == 20 && b.capacity() == 0);
+    EXPECT_EQ(std::tuple(a.rows() + a.cols() + b.rows() + b.cols(), a.capacity(), b.capacity()), std::tuple(0, 20, 0));
     rows.become(2, 0).append_row(Vector{1, 2, 3});
     expect_table(rows, {{0, 0, 0}, {0, 0, 0}, {1, 2, 3}});
     a.become(mlMatrixZero, 100000, 1);
     a(1, 0) = a(0, 0) = 5.0;
     a.expand(1, 100000, 7.0); // in the same storage, where either shape fits but not what spans both
-    EXPECT_TRUE(a.size() == 100000 && a(0, 0) == 5.0 && a(0, 1) == 7.0 && a(0, 99999) == 7.0);
+    EXPECT_EQ(std::tuple(a.size(), a(0, 0), a(0, 1), a(0, 99999)), std::tuple(100000, 5.0, 7.0, 7.0));
     a.expand(100000, 1, 8.0);
-    EXPECT_TRUE(a.size() == 100000 && a(0, 0) == 5.0 && a(1, 0) == 8.0);
+    EXPECT_EQ(std::tuple(a.size(), a(0, 0), a(1, 0)), std::tuple(100000, 5.0, 8.0));
 }
 
 TEST(Matrix, MultipliesASliceOfNeighboursWhereItIs) {

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -43,7 +44,8 @@ TEST(NewtonRaphson, StopsByItsRulesAtTheBestPoint) {
         int converged = -1;
         solver.solve(f, x, tolerance, converged);
         EXPECT_EQ(f.trace, trace);
-        EXPECT_TRUE(solver.status() == status && converged == (status == mlNRConverged) && x[0] == f.best) << trace;
+        EXPECT_EQ(std::tuple(solver.status(), converged, x[0]), std::tuple(status, (status == mlNRConverged), f.best))
+            << trace;
     };
     Values const one = {1};
     Values halving, late(19, 1), later(19, 1);

@@ -1,6 +1,7 @@
 #include "platform/coPageArr.h"
 
 #include <numeric>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -22,15 +23,15 @@ TEST(PageArr, KeepsElementsInPlaceAndTakesOnlyThePagesThatTheyNeed) {
     int const * const first = &array[0];
     array.copyin(counting(40).data(), 40, 0, 0);
     array.shrink(8, 0);
-    EXPECT_TRUE(&array[0] == first && array.blocks() == 10);
+    EXPECT_EQ(std::tuple(&array[0], array.blocks()), std::tuple(first, 10));
     other.become(utCopy, other.become(utCopy, array));
     EXPECT_EQ(contents(intcoPageArr(utCopy, other)), counting(8));
     EXPECT_EQ(other.blocks(), 2); // both full
     array.shrink(20, 1);
-    EXPECT_TRUE(array.size() == 8 && array.blocks() == 5);
+    EXPECT_EQ(std::tuple(array.size(), array.blocks()), std::tuple(8, 5));
     array.clear(1);
     array.copyin(nullptr, 0, 6, 0); // nothing is copied, yet the array is extended up to there
-    EXPECT_TRUE(array.size() == 6 && array.blocks() == 2);
+    EXPECT_EQ(std::tuple(array.size(), array.blocks()), std::tuple(6, 2));
 }
 
 TEST(PageArr, TransfersRunsAcrossPagesAndOverThemselves) {
@@ -65,7 +66,7 @@ TEST(PageArr, RepaginatesAShortArrayIntoTheSmallestPage) {
         array.shrink(size, 0);
         EXPECT_EQ(array.repaginate(), saved) << size << " in " << blocks << " pages";
         EXPECT_TRUE(array.page_size() == page_size && 1 << array.page_shift() == page_size);
-        EXPECT_TRUE(array.blocks() == blocks_left && contents(array) == counting(size));
+        EXPECT_EQ(std::tuple(array.blocks(), contents(array)), std::tuple(blocks_left, counting(size)));
     }
 }
 

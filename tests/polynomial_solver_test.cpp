@@ -3,6 +3,7 @@
 #include <cmath>
 #include <complex>
 #include <numbers>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -74,7 +75,8 @@ void expect_sound(mlPolynomialSolver const & solver, Values const & a, char cons
         real += y == 0.0;
         if (y < 0.0) {
             ASSERT_LT(i + 1, n) << name;
-            EXPECT_TRUE(solver.real_part(i + 1) == x && solver.imaginary_part(i + 1) == -y) << name << i;
+            EXPECT_EQ(std::tuple(solver.real_part(i + 1), solver.imaginary_part(i + 1)), std::tuple(x, -y))
+                << name << i;
             EXPECT_EQ(solver.error_bound(i + 1), bound) << name << i;
         } else if (y > 0.0) {
             ASSERT_TRUE(i > 0 && solver.imaginary_part(i - 1) == -y) << name << i;
@@ -427,8 +429,8 @@ TEST_P(RandomPolynomials, HaveSoundListsTheSameEachTime) {
         solve(other, a);
         Extended product = 1.0L; // of the magnitudes: no root is missing
         for (int i = 0; i < n; ++i) {
-            EXPECT_TRUE(other.real_part(i) == solver.real_part(i) &&
-                        other.imaginary_part(i) == solver.imaginary_part(i));
+            EXPECT_EQ(std::tuple(other.real_part(i), other.imaginary_part(i)),
+                      std::tuple(solver.real_part(i), solver.imaginary_part(i)));
             EXPECT_EQ(other.error_bound(i), solver.error_bound(i));
             product *= std::abs(root(solver, i));
         }

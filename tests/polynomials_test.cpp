@@ -1,6 +1,7 @@
 #include <cmath>
 #include <numeric>
 #include <sstream>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -83,7 +84,7 @@ TYPED_TEST(PolynomialsOver, HaveTheValuesOfTheirSumsAndProducts) {
         Polynomial::multiply(4, a.data(), 3, b.data(), d, dots.data());
     else
         Polynomial::scalar_product(4, a.data(), 3, b.data(), d, dots.data());
-    EXPECT_TRUE(degree == 7 && d == 7);
+    EXPECT_EQ(std::tuple(degree, d), std::tuple(7, 7));
     TypeParam expected = value_of(b, 0.7), total = value_of(a, 0.7);
     EXPECT_NEAR(value_of(dots, 0.7), dot(total, expected), 1e-12);
     total *= -1.5;
@@ -108,14 +109,14 @@ TEST(Polynomial, TreatsTheDegreeOfZeroAsNothingToGoOver) {
     mlPolynomial::integral(n, a);
     mlPolynomial::multiply(-1, &two, 2, &two, d, a); // no coefficient of either is read
     mlPolynomial::set_zero(-1, a + 2);
-    EXPECT_TRUE(n == 0 && d == 1);
+    EXPECT_EQ(std::tuple(n, d), std::tuple(0, 1));
     EXPECT_EQ(Values(a, a + 3), (Values{0, 0, 6}));
     double value = 5.0;
     mlTinyVector2 point = mlTinyVector2(mlVectorZero);
     point.fill(5.0);
     mlPolynomial::evaluate(-1, a, 2.0, value);
     mlTinyVector2Polynomial::evaluate(-1, nullptr, 2.0, point);
-    EXPECT_TRUE(value == 0.0 && point[0] == 0.0 && point[1] == 0.0);
+    EXPECT_EQ(std::tuple(value, point[0], point[1]), std::tuple(0.0, 0.0, 0.0));
 }
 
 TEST(Polynomial, PrintsFromTheHighestPowerDown) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -26,7 +27,7 @@ TEST(SingularValues, ReproduceTheMatrixFromOrthonormalBasesInOrder) {
             make_matrix(a, Kind(kind), rows, cols);
             SVD const svd(a);
             mlVector const & values = svd.diagonal();
-            ASSERT_TRUE(svd.invalid() == 0 && values.size() == std::min(rows, cols));
+            ASSERT_EQ(std::tuple(svd.invalid(), values.size()), std::tuple(0, std::min(rows, cols)));
             EXPECT_TRUE(std::is_sorted(values.begin(), values.end(), std::greater<>()) && values.end()[-1] >= 0.0);
             s.diagonal() = values;
             mlMatrix const us(mlMatrixProduct, svd.U(), s);
@@ -101,7 +102,8 @@ TEST(SingularValues, AreTheSameBitsWhateverVectorsAreWanted) {
             EXPECT_TRUE(svd.diagonal() == full.diagonal());
             bool const wants_u = jobs % 2 == SVD::mlALL_U, wants_v = jobs / 2 != SVD::mlNO_V;
             int const v_cols = jobs / 2 == SVD::mlTHIN_V ? std::min(rows, cols) : cols;
-            ASSERT_TRUE(svd.V().rows() == (wants_v ? cols : 1) && svd.V().cols() == (wants_v ? v_cols : 1));
+            ASSERT_EQ(std::tuple(svd.V().rows(), svd.V().cols()),
+                      std::tuple((wants_v ? cols : 1), (wants_v ? v_cols : 1)));
             ASSERT_EQ(svd.U().rows(), wants_u ? rows : 1);
             EXPECT_TRUE(!wants_u || svd.U() == full.U());
             for (int c = 0; wants_v && c < v_cols; ++c)
@@ -113,16 +115,19 @@ TEST(SingularValues, AreTheSameBitsWhateverVectorsAreWanted) {
 TEST(SingularValues, GiveTheSignOfAValueToItsColumnOfUAndKeepTheOrderOfEqualOnes) {
     SVD const svd(Matrix(2, 2, {1, 0, 0, -1})), lone(Matrix(1, 1, {-5}));
     for (int i = 0; i < 4; ++i)
-        EXPECT_TRUE(std::fabs(svd.V()[i]) == (i % 3 == 0) && svd.U()[i] == (i == 3 ? -1 : 1) * svd.V()[i]) << i;
-    EXPECT_TRUE(lone.diagonal()[0] == 5.0 && lone.U()(0, 0) == -1.0 && lone.V()(0, 0) == 1.0);
+        EXPECT_EQ(std::tuple(std::fabs(svd.V()[i]), svd.U()[i]),
+                  std::tuple((i % 3 == 0), (i == 3 ? -1 : 1) * svd.V()[i]))
+            << i;
+    EXPECT_EQ(std::tuple(lone.diagonal()[0], lone.U()(0, 0), lone.V()(0, 0)), std::tuple(5.0, -1.0, 1.0));
     EXPECT_EQ(SVD(Matrix(2, 2, {nan_value, 1, 1, 1})).invalid(), 1) << "the iteration limit is reported";
 }
 
 TEST(SingularValues, JudgeRankRelativelyButASingleValueAbsolutely) {
     auto const expect = [](mlMatrix const & a, double tolerance, int rank, int singular) {
         SVD const svd(a);
-        EXPECT_TRUE(svd.rank(tolerance) == rank && svd.is_singular(tolerance) == singular) << a << tolerance;
-        EXPECT_TRUE(svd.U().rows() == a.rows() && svd.V().rows() == a.cols());
+        EXPECT_EQ(std::tuple(svd.rank(tolerance), svd.is_singular(tolerance)), std::tuple(rank, singular))
+            << a << tolerance;
+        EXPECT_EQ(std::tuple(svd.U().rows(), svd.V().rows()), std::tuple(a.rows(), a.cols()));
         svd.inverse(1e-7); // of every shape
     };
     expect(Matrix(2, 2, {1, 0, 0, 1e-9}), 1e-7, 1, 1);
@@ -172,7 +177,7 @@ TEST(PseudoInverse, MakesAProjectionAndSolvesLeastSquares) {
             svd.solve(b, x);
             svd.solve(column, column); // in its place
             svd.solve(b, b);
-            EXPECT_TRUE(b == x && norm_diff(column.slice(), x.col(1)) == 0.0);
+            EXPECT_EQ(std::tuple(contents(b), contents(column)), std::tuple(contents(x), contents(x.col(1))));
         }
     }
 }

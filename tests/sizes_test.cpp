@@ -1,4 +1,5 @@
 #include <climits>
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -17,15 +18,15 @@ TEST(Sizes, OfArraysThatLeaveIntThrowAndChangeNothing) {
     EXPECT_THROW(pages.copyin(run, 5, INT_MAX - 2, 0), std::bad_alloc);
     EXPECT_THROW(none.copy(pages, 3, INT_MAX - 1, 0), std::bad_alloc);
     EXPECT_THROW(coPageArr<char>(31, 1, 1), std::bad_alloc);
-    EXPECT_TRUE(contents(pages) == (std::vector{1, 2, 3}) && none.size() == 0 && none.blocks() == 0);
+    EXPECT_EQ(std::tuple(contents(pages), none.size(), none.blocks()), std::tuple((std::vector{1, 2, 3}), 0, 0));
     pages.shrink(INT_MIN, 1); // counts as 0
-    EXPECT_TRUE(pages.size() == 0 && pages.blocks() == 0 && pages.repaginate() == 0);
+    EXPECT_EQ(std::tuple(pages.size(), pages.blocks(), pages.repaginate()), std::tuple(0, 0, 0));
 
     doublecoDynArr2D table(2, 2, 7, 7);
     table(1, 1) = 5.0;
     EXPECT_THROW(table(INT_MAX, 0), std::bad_alloc);
     EXPECT_THROW(table(0, INT_MAX - 1), std::bad_alloc); // once an increment is added
-    EXPECT_TRUE(table.rows() == 2 && table(1, 1) == 5.0);
+    EXPECT_EQ(std::tuple(table.rows(), table(1, 1)), std::tuple(2, 5.0));
 }
 
 TEST(Sizes, OfMatricesThatLeaveIntThrowAndChangeNothing) {
@@ -47,9 +48,9 @@ TEST(Sizes, OfMatricesThatLeaveIntThrowAndChangeNothing) {
     mlSparseMatrix sparse(mlMatrixZero, 1, INT_MAX), column(mlMatrixZero, 1, 1);
     column.set(0, 0, 1.0);
     EXPECT_THROW(sparse.concatenate_right(column), std::bad_alloc);
-    EXPECT_TRUE(sparse.cols() == INT_MAX && sparse.num_non_zero_elements() == 0);
+    EXPECT_EQ(std::tuple(sparse.cols(), sparse.num_non_zero_elements()), std::tuple(INT_MAX, 0));
     column.extract_sub_matrix(0, INT_MIN, 1, INT_MAX, sparse); // columns that there are none of
-    EXPECT_TRUE(sparse.cols() == INT_MAX && sparse.num_non_zero_elements() == 0);
+    EXPECT_EQ(std::tuple(sparse.cols(), sparse.num_non_zero_elements()), std::tuple(INT_MAX, 0));
 }
 
 TEST(Sizes, OfACacheAndOfAFitThatLeaveIntThrow) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -53,7 +54,8 @@ struct Symmetric : mlSparseSymMatrix {
 template <class Matrix> void expect_acts_like(mlMatrix const & dense, Matrix const & m) {
     mlMatrix decompressed, b, product;
     m.decompress(decompressed);
-    ASSERT_TRUE(m.rows() == dense.rows() && m.cols() == dense.cols() && decompressed == dense);
+    ASSERT_EQ(std::tuple(m.rows(), m.cols()), std::tuple(dense.rows(), dense.cols()));
+    ASSERT_TRUE(decompressed == dense);
     for (int i = 0; i < m.rows(); ++i) {
         int last = -1;
         for (mlSparseElement const & e : General(dense).row(m, i)) {
@@ -67,7 +69,7 @@ template <class Matrix> void expect_acts_like(mlMatrix const & dense, Matrix con
     multiply(dense, b, product);
     m.multiply_vector(x, x); // the results take their factors' places
     m.multiply_matrix(b, b);
-    EXPECT_TRUE(product == b && contents(x) == contents(product.col(1)));
+    EXPECT_EQ(std::tuple(contents(product), contents(x)), std::tuple(contents(b), contents(product.col(1))));
 }
 
 /// One random operation on both. Half of those with a second operand take the matrix itself.
@@ -198,7 +200,7 @@ TEST(SparseMatrix, KeepsExplicitZerosAndTheirSignsAndALongerResultsSize) {
     Vector x{1, 2, 3}, y{9, 9, 9}, z{9, 9, 9};
     m.multiply_vector(x, y);
     mlSparseSymMatrix(mlMatrixIdentity, 2).multiply_vector(x, z);
-    EXPECT_TRUE(contents(y) == Values(2) && contents(z) == (Values{1, 2, 0}));
+    EXPECT_EQ(std::tuple(contents(y), contents(z)), std::tuple(Values(2), (Values{1, 2, 0})));
 }
 
 TEST(SparseMatrix, SumsTheLaterOfTwoElementsInOneColumnFirstInTheProductWithItsTranspose) {
@@ -225,7 +227,7 @@ TEST(SparseMatrix, EmptiesItsRowsOwnsEachOnceAndKeepsItsShape) {
             EXPECT_EQ(m.row(m, 1).capacity(), release ? 0 : 8);
         }
         m.set_invalid();
-        EXPECT_TRUE(m.invalid() == 1 && m.cols() == 0);
+        EXPECT_EQ(std::tuple(m.invalid(), m.cols()), std::tuple(1, 0));
         m += mlSparseMatrix();
         m.become(mlMatrixIdentity, 4);
         m.become(mlMatrixZero, 4, 4);

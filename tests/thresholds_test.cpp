@@ -260,9 +260,12 @@ void right_hand_sides(int rows, int count) {
     cholesky_solves(a, count);
 }
 
-/// As many right-hand sides as rows; for LU also the inverse, which has the bits of the identity's solution.
+std::vector<int> around(int t) { return {t - 1, t, t + 1}; }
+
+/// About as many right-hand sides as rows; for LU also the inverse, which has the bits of the identity's solution.
 void square_right_hand_sides(int n) {
-    right_hand_sides(n, n);
+    for (int const count : around(n))
+        right_hand_sides(n, count);
     mlMatrix a, solution, inverse;
     fill_random(a, n, n, n);
     mlMatrix const identity(mlMatrixIdentity, n);
@@ -376,8 +379,6 @@ struct Check {
     void (*at)(int size);
     friend void PrintTo(Check const & check, std::ostream * stream) { *stream << testing::PrintToString(check.sizes); }
 };
-
-std::vector<int> around(int t) { return {t - 1, t, t + 1}; }
 
 std::map<std::string, Check> const checks = {
     {"baseline", {{}, nullptr}}, // the kernels' own test takes every small size in every set

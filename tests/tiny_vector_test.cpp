@@ -1,3 +1,4 @@
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -58,7 +59,7 @@ TYPED_TEST(TinyVector, GivesTheResultsOfItsSliceButRoundsAndMultipliesInItsOwnWa
     EXPECT_LT(a[0], 1.0); // by the reciprocal
     auto const before = b;
     multiply(mlMatrix(utConvert, Values{1, 2}.data(), 1, 2), ones, b);
-    EXPECT_TRUE(b[0] == 3.0 && b[1] == before[1]) << "one row writes one component";
+    EXPECT_EQ(std::tuple(b[0], b[1]), std::tuple(3.0, before[1])) << "one row writes one component";
 }
 
 TEST(TinyVector3, ProductsAreRightHandedAndMayReplaceAnOperand) {

@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "maths/containers/mlTinyVectorcoDynArr.h"
@@ -46,8 +48,8 @@ TEST(TypedArrays, IteratorsVisitInOrderAndEndWithANullPointer) {
         array[256].fill(0.0);
         int i = 0;
         for (mlTinyVector2 const * v = (iterator.*first)(); v != nullptr; v = iterator.next(), ++i)
-            EXPECT_TRUE(v == &array[i] && iterator.index() == i);
-        EXPECT_TRUE(i == 257 && iterator.next() == nullptr);
+            EXPECT_EQ(std::tuple(v, iterator.index()), std::tuple(&array[i], i));
+        EXPECT_EQ(std::tuple(i, iterator.next()), std::tuple(257, nullptr));
         array.shrink(1, 1);
         EXPECT_EQ(iterator.invariant(), 0);
         iterator.reset();
