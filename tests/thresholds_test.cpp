@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "maths/core/multiply_transposed.h"
 #include "maths/decompositions/mlCholeskyDecomposition.h"
 #include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlLUElimination.h"
@@ -287,7 +288,6 @@ void symmetric(int n) { // few elements off the diagonal, and equal squares
 
 // ---- products, and the rest ----
 
-/// b and c have a column more than x, which is a column of b.
 void multiplies(int rows, int cols, int inner) {
     mlMatrix a, b, expected(mlMatrixZero, rows, cols), found;
     fill_random(a, rows, inner, 1);
@@ -296,13 +296,19 @@ void multiplies(int rows, int cols, int inner) {
         for (int j = 0; j < cols; ++j)
             for (int k = 0; k < inner; ++k)
                 expected(i, j) += a(i, k) * b(k, j);
+    mlMatrix const transposed(mlMatrixTranspose, a);
     in_each_instruction_set([&] {
+        SCOPED_TRACE(std::to_string(rows) + " x " + std::to_string(inner) + " x " + std::to_string(cols));
+        mlVector const last(expected.col(cols - 1));
         mlVector y;
         multiply(a, b, found);
+        EXPECT_TRUE(equal_bits(expected, found));
         multiply(a, b.col(cols - 1), y);
-        EXPECT_TRUE(equal_bits(expected, found)) << rows << " x " << inner << " x " << cols;
-        for (int i = 0; i < rows; ++i)
-            ASSERT_TRUE(same_bits(y[i], expected(i, cols - 1))) << with_bits(y[i]) << ", row " << i;
+        EXPECT_TRUE(equal_bits(last, y, rows));
+        multiply_transposed(transposed, b, found);
+        EXPECT_TRUE(equal_bits(expected, found));
+        multiply_transposed(transposed, b.col(cols - 1), y);
+        EXPECT_TRUE(equal_bits(last, y, rows));
     });
 }
 
@@ -374,6 +380,8 @@ std::map<std::string, Check> const checks = {
     {"solve_prefetch_after_row", {around(solve_prefetch_after_row + 1), cholesky}},
     {"panel_group_cols", {{lu_one_panel_max_rows - panel_group_cols, 3 * lu_panel_cols}, lu_in_every_column}},
     {"gemv_plain_max", {around(gemv_plain_max), [](int n) { multiplies(n, 1, n), multiplies(n, 1, n + 1); }}},
+    {"transposed_product_block",
+     {around(transposed_product_block), [](int n) { multiplies(n, 9, 9), multiplies(9, 9, n), multiplies(9, n, 9); }}},
     {"strip_wide_max_rows", {around(strip_wide_max_rows), [](int n) { lu(n), cholesky(n), right_hand_sides(n, 40); }}},
     {"strip_wide_cols", {around(strip_wide_cols), [](int count) { right_hand_sides(50, count); }}},
     {"strip_narrow_cols",
