@@ -253,17 +253,17 @@ TEST(Minimiser2, FollowsValleysToTheirEndsFromEverywhere) {
                 };
                 SCOPED_TRACE(testing::Message() << scale << ", resolution " << resolution << ", order " << order);
                 int calls[] = {0, 0};
-                for (double u = -2.0; u <= 2.0; u += 0.25)
-                    for (double v = -2.0; v <= 2.0; v += 0.25) {
-                        Answer const a[] = {search(f, u, v, box, order, resolution),
-                                            search(roots, u, v, box, order, resolution)};
-                        for (int k : {0, 1}) { // by values alone the floor is known to 3e-9
-                            EXPECT_EQ(a[k].state, mlMinimiser2Converged) << u << ", " << v;
-                            EXPECT_LT(a[k].value, std::max(1e-3 * resolution, 3e-9)) << u << ", " << v;
-                            EXPECT_LE(a[k].calls, most_calls[k][order]) << u << ", " << v;
-                            calls[k] += a[k].calls;
-                        }
+                for (int i = 0; i < 289; ++i) {
+                    double const u = 0.25 * (i / 17) - 2.0, v = 0.25 * (i % 17) - 2.0;
+                    Answer const a[] = {search(f, u, v, box, order, resolution),
+                                        search(roots, u, v, box, order, resolution)};
+                    for (int k : {0, 1}) { // by values alone the floor is known to 3e-9
+                        EXPECT_EQ(a[k].state, mlMinimiser2Converged) << u << ", " << v;
+                        EXPECT_LT(a[k].value, std::max(1e-3 * resolution, 3e-9)) << u << ", " << v;
+                        EXPECT_LE(a[k].calls, most_calls[k][order]) << u << ", " << v;
+                        calls[k] += a[k].calls;
                     }
+                }
                 for (int k : {0, 1})
                     EXPECT_LE(calls[k], 289 * mean_calls[k][order]) << k;
             }
@@ -300,8 +300,8 @@ TEST(Minimiser2, LeavesSaddles) {
         EXPECT_LT(search(saddle, 0.5, 0.0, {0.25, 1.0, -1.0, 2.0}, order).value, -0.9) << "on an end, " << order;
         EXPECT_LT(search([](Jet u, Jet v) { return cos(u) * cos(v); }, 0.0, 0.0, {}, order).value, -0.99) << order;
         EXPECT_LT(search(monkey_saddle, 0.0, 0.0, box, order).value, -0.9) << order;
-        auto const slanted = [](Jet u, Jet v) { return square(u + v) - fourth_powers(u, v); };
-        EXPECT_LT(search(slanted, 0.0, 0.0, box, order).value, -0.9) << "flat along the diagonal, " << order;
+        auto const slanted = [](Jet u, Jet v) { return square(u + 2.0 * v) - fourth_powers(u, v); };
+        EXPECT_LT(search(slanted, 0.0, 0.0, box, order).value, -0.9) << "flat along a slanted line, " << order;
     }
     EXPECT_LT(search([](Jet u, Jet v) { return u * v; }, 0.0, 0.0, {0.0, 1.0, -1.0, 0.0}, 2).value, -0.9) << "a corner";
 }
@@ -313,7 +313,7 @@ TEST(Minimiser2, NeverConvergesOnNumbersThatAreNone) {
             EXPECT_EQ(search(f, 0.5, 0.5, {0.0, 1.0, 0.0, unbounded}, order).state, mlMinimiser2Failed);
         }
     EXPECT_EQ(search(saddle, nan, 0.5, {}, 2).calls, 0);
-    EXPECT_LE(search([](Jet, Jet) { return Jet(3.0); }, 0.5, 0.5, {}, 0).calls, 40) << "a constant";
+    EXPECT_LE(search([](Jet, Jet) { return Jet(3.0); }, 0.5, 0.5, {}, 0).calls, 30) << "a constant";
     auto const slopes_of = [](double none) { // NaN, or what says that there are no derivatives
         return [=](Jet u, Jet v) { return Jet((square(u - 0.3) + square(v)).f, none, none, none, none, none); };
     };
