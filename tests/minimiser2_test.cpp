@@ -16,7 +16,6 @@ namespace {
 
 double const unbounded = mlUnboundedMax;
 double const nan = std::numeric_limits<double>::quiet_NaN();
-double const infinity = std::numeric_limits<double>::infinity();
 
 struct Window {
     double u_min = -unbounded, u_max = unbounded, v_min = -unbounded, v_max = unbounded;
@@ -43,62 +42,56 @@ struct Watch {
 };
 
 /// A function on a window, beyond which its domain may go on.
-class Watched : public mlFunction2, public Watch {
-public:
-    Watched(Formula f, Window const & w, int order, Window const & its_domain = {})
-        : Watch(w), domain_(its_domain), f_(std::move(f)) {
+struct Watched : mlFunction2, Watch {
+    Watched(Formula formula, Window const & w, int order, Window const & its_domain = {})
+        : Watch(w), f(std::move(formula)), domain(its_domain) {
         highest_derivative_order = order;
     }
     double function(double u, double v) const override {
         see(u, v);
-        values.push_back(f_(u, v).f);
-        return values.back();
+        return values.emplace_back(f(u, v).f);
     }
     double uv_function_derivative(int i, int j, double u, double v) const override {
         see(u, v);
         EXPECT_LE(i + j, highest_derivative_order);
-        return f_(u_at(u), v_at(v)).derivative(i, j);
+        return f(u_at(u), v_at(v)).derivative(i, j);
     }
-    double u_min() const override { return domain_.u_min; }
-    double u_max() const override { return domain_.u_max; }
-    double v_min() const override { return domain_.v_min; }
-    double v_max() const override { return domain_.v_max; }
+    double u_min() const override { return domain.u_min; }
+    double u_max() const override { return domain.u_max; }
+    double v_min() const override { return domain.v_min; }
+    double v_max() const override { return domain.v_max; }
 
-private:
-    Window domain_;
-    Formula f_;
+    Formula f;
+    Window domain;
 };
 
 /// A vector-valued function on a window; its values are squared lengths.
-class WatchedVector : public mlFunctionN, public Watch {
-public:
-    explicit WatchedVector(Formulas f, Window const & w = {}) : Watch(w), f_(std::move(f)) {
+struct WatchedVector : mlFunctionN, Watch {
+    explicit WatchedVector(Formulas formulas, Window const & w = {}) : Watch(w), f(std::move(formulas)) {
         input_dimension = 2;
-        output_dimension = static_cast<int>(f_(0.0, 0.0).size());
+        output_dimension = static_cast<int>(f(0.0, 0.0).size());
+    }
+    std::vector<Jet> at(mlSlice const & x) const {
+        see(x[0], x[1]);
+        return f(u_at(x[0]), v_at(x[1]));
     }
     void function(mlSlice const & x, mlVector & y) const override {
-        derive(x, 0, 0, y);
+        int orders[] = {0, 0};
+        function_derivative(x, orders, y);
         values.push_back(y.modulus_squared());
     }
     void function_gradient(mlSlice const & x, mlMatrix & jacobian) const override {
-        see(x[0], x[1]);
-        std::vector<Jet> const f = f_(u_at(x[0]), v_at(x[1]));
+        std::vector<Jet> const row = at(x);
         for (int i = 0; i < output_dimension; ++i)
-            jacobian(i, 0) = f[i].u, jacobian(i, 1) = f[i].v;
+            jacobian(i, 0) = row[i].u, jacobian(i, 1) = row[i].v;
     }
     void function_derivative(mlSlice const & x, int * const orders, mlVector & y) const override {
-        derive(x, orders[0], orders[1], y);
+        std::vector<Jet> const row = at(x);
+        for (int i = 0; i < output_dimension; ++i)
+            y[i] = row[i].derivative(orders[0], orders[1]);
     }
 
-private:
-    void derive(mlSlice const & x, int i, int j, mlVector & y) const {
-        see(x[0], x[1]);
-        std::vector<Jet> const f = f_(u_at(x[0]), v_at(x[1]));
-        for (int k = 0; k < output_dimension; ++k)
-            y[k] = f[k].derivative(i, j);
-    }
-
-    Formulas f_;
+    Formulas f;
 };
 
 /// Everything that a search answers.
@@ -150,22 +143,12 @@ Jet beale(Jet const & u, Jet const & v) {
     return square(1.5 - u + u * v) + square(2.25 - u + u * v * v) + square(2.625 - u + u * v * v * v);
 }
 Jet mccormick(Jet const & u, Jet const & v) { return sin(u + v) + square(u - v) - 1.5 * u + 2.5 * v + 1.0; }
-Jet camel(Jet const & u, Jet const & v) {
-    Jet const w = u * u;
-    return 2.0 * w - 1.05 * w * w + 1.0 / 6.0 * w * w * w + u * v + v * v;
-}
-Jet branin(Jet const & u, Jet const & v) {
-    double const pi = 3.14159265358979323846;
-    return square(v - 5.1 / (4.0 * pi * pi) * u * u + 5.0 / pi * u - 6.0) + 10.0 * (1.0 - 1.0 / (8.0 * pi)) * cos(u) +
-           10.0;
-}
 Jet hs3(Jet const & u, Jet const & v) { return v + 1e-5 * square(v - u); }
 Jet hs4(Jet const & u, Jet const & v) { return 1.0 / 3.0 * (u + 1.0) * square(u + 1.0) + v; }
 Jet fourth_powers(Jet const & u, Jet const & v) { return square(square(u)) + square(square(v)); }
 Jet slope(Jet const & u, Jet const & v) { return u - 2.0 * v; }
 Jet saddle(Jet const & u, Jet const & v) { return u * u - v * v; }
 Jet monkey_saddle(Jet const & u, Jet const & v) { return u * u * u - 3.0 * u * v * v; }
-Jet circle(Jet const & u, Jet const & v) { return square(u * u + v * v - 4.0); }
 Jet raised(Jet const & u, Jet const & v) { return 1e6 + rosenbrock(u, v); }
 Jet nan_beyond(Jet const & u, Jet const & v) {
     return u.f > 1.5 || v.f < -1.0 ? Jet(nan, nan, nan, nan, nan, nan) : square(u - 1.0) + square(square(v - 1.0) + u);
@@ -193,16 +176,11 @@ Problem const problems[] = {
     {"RosenbrockRaised", raised, -1.2, 1.0, {}, 1e-8, 1e6, {54, 52, 46}},
     {"Himmelblau", himmelblau, 0.0, 0.0, {-5.0, 5.0, -5.0, 5.0}, 1e-8, 0.0, {49, 44, 41}},
     {"Beale", beale, 1.0, 1.0, {-4.5, 4.5, -4.5, 4.5}, 1e-8, 0.0, {91, 67, 47}},
-    {"Camel", camel, 0.9, 0.5, {-5.0, 5.0, -5.0, 5.0}, 1e-8, 0.0, {28, 24, 25}},
-    {"CamelCoarse", camel, 0.9, 0.5, {-5.0, 5.0, -5.0, 5.0}, 1e-3, 0.0, {23, 21, 22}},
     {"HimmelblauCoarse", himmelblau, 0.0, 0.0, {-5.0, 5.0, -5.0, 5.0}, 1e-2, 0.0, {38, 40, 35}},
-    {"Branin", branin, 2.5, 7.5, {-5.0, 10.0, 0.0, 15.0}, 1e-8, 0.39788735772973816, {30, 27, 26}},
     {"FourthPowers", fourth_powers, 1.7, 2.2, {}, 1e-8, 0.0, {242, 232, 18}},
     {"FourthPowersCoarse", fourth_powers, 2.0, 1.0, {-1.0, 2.0, -3.0, 1.0}, 1e-6, 0.0, {148, 227, 18}},
-    {"Circle", circle, 2.5, 0.3, {}, 1e-8, 0.0, {131, 26, 28}},
     {"NaNBeyond", nan_beyond, -2.0, 3.0, {-4.0, 4.0, -4.0, 4.0}, 1e-8, nan, {46, 40, 43}},
     {"Slope", slope, 0.3, 0.4, {0.0, 1.0, 0.0, 1.0}, 1e-8, -2.0, {10, 10, 12}},
-    {"Saddle", saddle, 0.0, 0.0, {-1.0, 1.0, -1.0, 2.0}, 1e-8, nan, {13, 10, 12}},
 };
 
 Answer search(Problem const & p, Watched const & f, int limit = 100, double absolute_minimum = nan) {
@@ -219,6 +197,7 @@ TEST(Minimiser2, SolvesEachProblemWithinItsCallsWithEachOrderOfDerivatives) {
             EXPECT_NE(a.state, mlMinimiser2Failed);
             EXPECT_LE(a.calls, p.most_calls[order]);
             EXPECT_TRUE(search(p, again) == a) << "another answer, for the same search";
+            EXPECT_TRUE(p.f != raised || order == 0 || std::hypot(a.u - 1.0, a.v - 1.0) < 1e-7) << "lost digits";
             if (!std::isnan(p.lowest)) {
                 EXPECT_NEAR(a.value, p.lowest, p.resolution * (order == 0 ? 10.0 : 1e-2) + 1e-15 * p.lowest);
             }
@@ -233,32 +212,24 @@ TEST(Minimiser2, SolvesEachProblemWithinItsCallsWithEachOrderOfDerivatives) {
         }
 }
 
-TEST(Minimiser2, NeverRisesWithAnotherIteration) {
-    for (Problem const & p : problems)
-        for (int order : {0, 1, 2}) {
-            Watched const f(p.f, p.window, order);
-            double const u = std::clamp(p.u0, p.window.u_min, p.window.u_max);
-            double const v = std::clamp(p.v0, p.window.v_min, p.window.v_max);
-            double last = p.f(u, v).f;
-            for (int limit = 0, iterations = search(p, f).iterations; limit <= iterations; ++limit) {
-                Answer const a = search(p, f, limit);
-                SCOPED_TRACE(testing::Message() << p.name << ", order " << order << ", limit " << limit);
-                EXPECT_LE(a.value, last);
-                EXPECT_EQ(a.state == mlMinimiser2Failed, limit < iterations);
-                EXPECT_EQ(a.iterations, limit);
-                EXPECT_TRUE(limit > 0 || (a.u == u && a.v == v && a.calls == 1));
-                last = a.value;
-            }
-        }
-}
-
-TEST(Minimiser2, StopsAtTheCallThatMeetsTheAbsoluteMinimum) {
+TEST(Minimiser2, NeverRisesWithAnotherIterationAndStopsAtTheCallThatMeetsTheAbsoluteMinimum) {
     for (Problem const & p : problems)
         for (int order : {0, 1, 2}) {
             Watched const whole(p.f, p.window, order);
-            double const end = search(p, whole).value, start = whole.values[0];
-            double const lowest = *std::min_element(whole.values.begin(), whole.values.end());
-            for (double const least : {start, start + 0.3 * (end - start), start + 0.9 * (end - start), lowest}) {
+            Answer const end = search(p, whole);
+            double const start = whole.values[0];
+            double last = start;
+            for (int limit = 0; limit <= end.iterations; ++limit) {
+                Answer const a = search(p, Watched(p.f, p.window, order), limit);
+                SCOPED_TRACE(testing::Message() << p.name << ", order " << order << ", limit " << limit);
+                EXPECT_LE(a.value, last);
+                EXPECT_TRUE(a.iterations == limit && a.not_converged == (limit < end.iterations));
+                EXPECT_TRUE(limit > 0 || (a.u == std::clamp(p.u0, p.window.u_min, p.window.u_max) &&
+                                          a.v == std::clamp(p.v0, p.window.v_min, p.window.v_max) && a.calls == 1));
+                last = a.value;
+            }
+            double const lowest = *std::min_element(whole.values.begin(), whole.values.end()), way = end.value - start;
+            for (double const least : {start, start + 0.3 * way, start + 0.9 * way, lowest}) {
                 Watched const f(p.f, p.window, order);
                 Answer const a = search(p, f, 100, least);
                 SCOPED_TRACE(testing::Message() << p.name << ", order " << order << ", least " << least);
@@ -282,17 +253,17 @@ TEST(Minimiser2, FollowsValleysToTheirEndsFromEverywhere) {
                 };
                 SCOPED_TRACE(testing::Message() << scale << ", resolution " << resolution << ", order " << order);
                 int calls[] = {0, 0};
-                for (double u = -2.0; u <= 2.0; u += 0.25)
-                    for (double v = -2.0; v <= 2.0; v += 0.25) {
-                        Answer const a[] = {search(f, u, v, box, order, resolution),
-                                            search(roots, u, v, box, order, resolution)};
-                        for (int k : {0, 1}) { // by values alone the floor is known to 3e-9
-                            EXPECT_EQ(a[k].state, mlMinimiser2Converged) << u << ", " << v;
-                            EXPECT_LT(a[k].value, std::max(1e-3 * resolution, 3e-9)) << u << ", " << v;
-                            EXPECT_LE(a[k].calls, most_calls[k][order]) << u << ", " << v;
-                            calls[k] += a[k].calls;
-                        }
+                for (int i = 0; i < 289; ++i) {
+                    double const u = 0.25 * (i / 17) - 2.0, v = 0.25 * (i % 17) - 2.0;
+                    Answer const a[] = {search(f, u, v, box, order, resolution),
+                                        search(roots, u, v, box, order, resolution)};
+                    for (int k : {0, 1}) { // by values alone the floor is known to 3e-9
+                        EXPECT_EQ(a[k].state, mlMinimiser2Converged) << u << ", " << v;
+                        EXPECT_LT(a[k].value, std::max(1e-3 * resolution, 3e-9)) << u << ", " << v;
+                        EXPECT_LE(a[k].calls, most_calls[k][order]) << u << ", " << v;
+                        calls[k] += a[k].calls;
                     }
+                }
                 for (int k : {0, 1})
                     EXPECT_LE(calls[k], 289 * mean_calls[k][order]) << k;
             }
@@ -300,21 +271,17 @@ TEST(Minimiser2, FollowsValleysToTheirEndsFromEverywhere) {
 
 TEST(Minimiser2, ReportsEndsBeyondWhichTheDomainGoesOn) {
     Window const window{-1.0, 1.0, -1.5, 1.25};
+    int const states[][2] = {{mlMinimiser2Converged, mlMinimiser2AtVEnd}, {mlMinimiser2AtUEnd, mlMinimiser2AtCorner}};
     for (double const a : {-9.0, -0.5, 0.0, 0.5, 9.0})
         for (double const b : {-9.0, -0.5, 0.0, 0.5, 9.0})
             for (int order : {0, 1, 2}) { // a bowl whose bottom the slopes move, far or not at all
                 auto const f = [&](Jet u, Jet v) { return square(u) + 2.0 * square(v) + a * u + b * v; };
                 Answer const open = search(f, 0.3, 0.1, window, order);
                 SCOPED_TRACE(testing::Message() << "slopes " << a << ", " << b << ", order " << order);
-                bool const at_u = std::fabs(a) > 1.0, at_v = std::fabs(b) > 1.0;
-                EXPECT_EQ(open.state, at_u && at_v ? mlMinimiser2AtCorner
-                                      : at_u       ? mlMinimiser2AtUEnd
-                                      : at_v       ? mlMinimiser2AtVEnd
-                                                   : mlMinimiser2Converged);
-                EXPECT_EQ(open.u_end, !at_u ? 0 : a > 0.0 ? -1 : 1);
-                EXPECT_EQ(open.v_end, !at_v ? 0 : b > 0.0 ? -1 : 1);
-                EXPECT_TRUE(!at_u || open.u == open.u_end);
-                EXPECT_TRUE(!at_v || open.v == (b > 0.0 ? -1.5 : 1.25));
+                int const u_end = a > 1.0 ? -1 : a < -1.0 ? 1 : 0, v_end = b > 1.0 ? -1 : b < -1.0 ? 1 : 0;
+                EXPECT_EQ(open.state, states[std::abs(u_end)][std::abs(v_end)]);
+                EXPECT_TRUE(open.u_end == u_end && (u_end == 0 || open.u == u_end));
+                EXPECT_TRUE(open.v_end == v_end && (v_end == 0 || open.v == (v_end < 0 ? -1.5 : 1.25)));
                 Answer const closed = search(f, 0.3, 0.1, window, order, 1e-8, window);
                 EXPECT_TRUE(closed.state == open.state && closed.found == 1);
             }
@@ -333,23 +300,25 @@ TEST(Minimiser2, LeavesSaddles) {
         EXPECT_LT(search(saddle, 0.5, 0.0, {0.25, 1.0, -1.0, 2.0}, order).value, -0.9) << "on an end, " << order;
         EXPECT_LT(search([](Jet u, Jet v) { return cos(u) * cos(v); }, 0.0, 0.0, {}, order).value, -0.99) << order;
         EXPECT_LT(search(monkey_saddle, 0.0, 0.0, box, order).value, -0.9) << order;
-        auto const slanted = [](Jet u, Jet v) { return square(u + v) - fourth_powers(u, -1.0 * v); };
-        EXPECT_LT(search(slanted, 0.0, 0.0, box, order).value, -0.9) << "flat along the diagonal, " << order;
+        auto const slanted = [](Jet u, Jet v) { return square(u + 2.0 * v) - fourth_powers(u, v); };
+        EXPECT_LT(search(slanted, 0.0, 0.0, box, order).value, -0.9) << "flat along a slanted line, " << order;
     }
     EXPECT_LT(search([](Jet u, Jet v) { return u * v; }, 0.0, 0.0, {0.0, 1.0, -1.0, 0.0}, 2).value, -0.9) << "a corner";
 }
 
 TEST(Minimiser2, NeverConvergesOnNumbersThatAreNone) {
-    for (double const value : {nan, infinity, -infinity})
+    for (double const value : {nan, HUGE_VAL, -HUGE_VAL})
         for (int order : {0, 1, 2}) {
             auto const f = [&](Jet, Jet) { return Jet(value, value, value, value, value, value); };
             EXPECT_EQ(search(f, 0.5, 0.5, {0.0, 1.0, 0.0, unbounded}, order).state, mlMinimiser2Failed);
         }
     EXPECT_EQ(search(saddle, nan, 0.5, {}, 2).calls, 0);
-    EXPECT_LE(search([](Jet, Jet) { return Jet(3.0); }, 0.5, 0.5, {}, 0).calls, 40) << "a constant";
-
-    auto const nan_slopes = [](Jet u, Jet v) { return Jet((square(u - 0.3) + square(v)).f, nan, nan, nan, nan, nan); };
-    EXPECT_LT(search(nan_slopes, 1.0, 1.0, {}, 2, 1e-4).value, 1e-7) << "values alone will do";
+    EXPECT_LE(search([](Jet, Jet) { return Jet(3.0); }, 0.5, 0.5, {}, 0).calls, 30) << "a constant";
+    auto const slopes_of = [](double none) { // NaN, or what says that there are no derivatives
+        return [=](Jet u, Jet v) { return Jet((square(u - 0.3) + square(v)).f, none, none, none, none, none); };
+    };
+    EXPECT_LT(search(slopes_of(nan), 1.0, 1.0, {}, 2, 1e-4).value, 1e-7) << "values alone will do";
+    EXPECT_LT(search(slopes_of(mlNoDerivative), 1.0, 1.0, {}, 2).value, 1e-14);
     Answer const from_outside = search(nan_beyond, 3.0, -3.0, {-4.0, 4.0, -4.0, 4.0}, 2);
     EXPECT_NE(from_outside.state, mlMinimiser2Failed) << "numbers are looked for";
 }
@@ -373,11 +342,8 @@ TEST(Minimiser2, GoesOnFromWhereItEndedAlsoInAnotherWindow) {
     for (int order : {0, 1, 2}) {
         Watched f(rosenbrock, {}, order);
         mlMinimiser2 m(f, -1.2, 1.0, 1e-8);
-        Answer const first = search(m, f, 5);
-        ASSERT_EQ(first.state, mlMinimiser2Failed);
-        Answer const same = search(m, f, 0);
+        Answer const first = search(m, f, 5), same = search(m, f, 0);
         EXPECT_TRUE(same.u == first.u && same.v == first.v && same.value == first.value && same.calls == 1);
-
         f.window = {-unbounded, unbounded, 1.5, 2.0};
         Answer const clamped = search(m, f, 0);
         EXPECT_TRUE(clamped.u == first.u && clamped.v == 1.5);
@@ -396,7 +362,6 @@ TEST(Minimiser2, StaysInWindowsWithoutWidth) {
         EXPECT_EQ(line.u_end, order > 0 ? -1 : 1) << "to where it falls, as far as that is known";
         Answer const point = search(bowl, 9.0, 2.0, {1.0, 1.0, -2.0, -2.0}, order);
         EXPECT_TRUE(point.value == 3.0 && point.state == mlMinimiser2AtCorner);
-
         // The far end of a window within the resolution is the minimum where the function falls to it.
         for (double const width : {1e-3, 1e-10}) {
             Answer const a = search(bowl, 9.0, 9.0, {1.0, 1.0 + width, 2.0, 2.0 + width}, order, 0.1);
@@ -407,41 +372,17 @@ TEST(Minimiser2, StaysInWindowsWithoutWidth) {
     }
 }
 
-TEST(Minimiser2, TakesDerivativesOf666ThroughoutForMissing) {
-    auto const values_alone = [](Jet u, Jet v) {
-        double const none = mlNoDerivative;
-        return Jet((square(u - 1.0) + square(v + 2.0) + 0.5 * u * v).f, none, none, none, none, none);
-    };
-    Answer const a = search(values_alone, 5.0, 5.0, {}, 2, 1e-7);
-    EXPECT_NEAR(a.u, 1.6, 1e-7);
-    EXPECT_NEAR(a.v, -2.4, 1e-7);
-    EXPECT_EQ(a.state, mlMinimiser2Converged);
-}
-
-TEST(Minimiser2, FindsTheLastDigitsWhereValuesAreEqual) {
-    for (int order : {1, 2}) {
-        Answer const a = search(raised, -1.2, 1.0, {}, order);
-        EXPECT_LT(std::hypot(a.u - 1.0, a.v - 1.0), 1e-7) << order;
-    }
-}
-
-TEST(Minimiser2, FindsKinksWithValuesAlone) {
-    auto const kinks = [](Jet u, Jet v) { return magnitude(u - 0.3) + 10.0 * magnitude(v + 0.7); };
-    auto const askew = [](Jet u, Jet v) { return magnitude(u + 0.4 * v - 0.5) + 0.1 * magnitude(u - v); };
-    for (Formula const & f : {Formula(kinks), Formula(askew)})
-        EXPECT_LT(search(f, 2.0, 2.0, {}, 0, 1e-6).value, 1e-5);
-}
-
-TEST(Minimiser2, GoesByTheScalesOfTheParameters) {
+TEST(Minimiser2, GoesByTheScalesOfTheParametersAndFindsKinks) {
     for (double const scale : {1e-8, 1e-3, 1e3, 1e8})
         for (int order : {1, 2}) {
-            auto const f = [&](Jet u, Jet v) {
-                return square(u * scale - 1.0) + square(v * (1.0 / scale) - 2.0) + 0.5 * u * v;
-            };
+            auto const f = [&](Jet u, Jet v) { return square(u * scale - 1.0) + square(v * (1.0 / scale) - 2.0); };
             Answer const a = search(f, 0.0, 0.0, {}, order, 1e-10);
-            EXPECT_NEAR(a.u * scale, 8.0 / 15.0, 1e-9);
-            EXPECT_NEAR(a.v / scale, 28.0 / 15.0, 1e-9);
+            EXPECT_LT(std::hypot(a.u * scale - 1.0, a.v / scale - 2.0), 1e-9) << scale << ", order " << order;
         }
+    for (double const slant : {0.0, 0.4}) {
+        auto const f = [&](Jet u, Jet v) { return magnitude(u + slant * v - 0.5) + 0.1 * magnitude(u - v); };
+        EXPECT_LT(search(f, 2.0, 2.0, {}, 0, 1e-6).value, 1e-5);
+    }
 }
 
 /// From a point (x, y, z) to the torus of radii 3 and 1.
@@ -456,7 +397,7 @@ std::vector<Jet> freudenstein_roth(Jet const & u, Jet const & v) {
     return {-13.0 + u + ((5.0 - v) * v - 2.0) * v, -29.0 + u + ((v + 1.0) * v - 14.0) * v};
 }
 
-TEST(VectorMinimiser2, FindsFeetOnATorus) {
+TEST(VectorMinimiser2, FindsFeetOnATorusAndACircle) {
     double const points[][3] = {{5.0, 1.0, 1.0}, {3.5, 0.5, 0.2}, {1.0, 1.0, 3.0}, {0.1, 0.2, 0.5}, {-4.0, 2.0, -1.0}};
     int const most_calls[] = {110, 35, 60};
     for (int order : {0, 1, 2}) {
@@ -470,51 +411,39 @@ TEST(VectorMinimiser2, FindsFeetOnATorus) {
         EXPECT_NEAR(on_axis.value, 4.0, 1e-12);
         EXPECT_LE(on_axis.calls, 40);
         EXPECT_NEAR(search(to_torus(3.0, 0.0, 9.0), 0.0, -1.5, {}, order).value, 64.0, 1e-12) << "v = pi/2";
+        // The far side of a circle: the gradient is zero, and the Jacobian does not tell a maximum.
+        auto const circle = [](Jet u, Jet v) { return std::vector<Jet>{cos(u) - 2.0, sin(u), v}; };
+        EXPECT_NEAR(search(circle, 3.14159265358979323846, 0.0, {-9.0, 9.0, -1.0, 1.0}, order).value, 1.0, 1e-12);
     }
 }
 
-TEST(VectorMinimiser2, ConvergesWithLargeResidualsAndLeavesMaxima) {
-    // The far side of the circle: the gradient is zero, and the Jacobian does not tell a maximum.
-    auto const circle_to = [](Jet u, Jet v) { return std::vector<Jet>{cos(u) - 2.0, sin(u), v}; };
+TEST(VectorMinimiser2, ConvergesWithLargeResidualsUnlessAValueMeetsTheAbsoluteMinimum) {
     for (int order : {0, 1, 2}) {
-        Answer const a = search(freudenstein_roth, 0.5, -2.0, {}, order);
-        EXPECT_NEAR(a.value, 48.98425367924, 1e-9);
-        EXPECT_NEAR(a.v, -0.89680525327, 1e-7);
-        EXPECT_LE(a.calls, 60);
-        EXPECT_NEAR(search(circle_to, 3.14159265358979323846, 0.0, {-9.0, 9.0, -1.0, 1.0}, order).value, 1.0, 1e-12);
-    }
-}
-
-TEST(VectorMinimiser2, ReportsEveryEndOfItsWindow) {
-    auto const valley = [](Jet u, Jet v) { return std::vector<Jet>{10.0 * (v - u * u), 1.0 - u}; };
-    for (int order : {0, 1, 2}) {
-        Answer const a = search(valley, -3.0, 1.0, {-1.0, 0.5, -2.0, 2.0}, order);
-        EXPECT_TRUE(a.u == 0.5 && a.state == mlMinimiser2AtUEnd && a.u_end == 1 && std::fabs(a.v - 0.25) < 1e-7);
-        EXPECT_TRUE(search(valley, -3.0, 1.0, {-1.0, 0.5, -2.0, 2.0}, order) == a) << "another answer";
-    }
-}
-
-TEST(VectorMinimiser2, StopsAtTheValueThatMeetsTheAbsoluteMinimumAlsoOfDifferences) {
-    for (int order : {0, 1, 2})
-        for (double const least : {1e3, 400.0, 60.0, 48.98426}) {
+        Answer const end = search(freudenstein_roth, 0.5, -2.0, {}, order);
+        EXPECT_LT(std::hypot(end.value - 48.98425367924, 0.01 * (end.v + 0.89680525327)), 1e-9);
+        EXPECT_LE(end.calls, 60);
+        for (double const least : {1e3, 400.0, 60.0, 48.98426}) { // differences may meet it
             WatchedVector const f(freudenstein_roth);
             mlVectorMinimiser2 m(f, 0.5, -2.0, 1e-8, order);
             Answer const a = search(m, f, 100, least);
-            EXPECT_EQ(a.state, mlMinimiser2AbsoluteMinimum);
+            EXPECT_TRUE(a.state == mlMinimiser2AbsoluteMinimum && f.values.back() == a.value) << least;
             EXPECT_EQ(std::count_if(f.values.begin(), f.values.end(), [&](double x) { return x <= least; }), 1);
-            EXPECT_EQ(f.values.back(), a.value);
         }
+    }
 }
 
-TEST(VectorMinimiser2, RemembersNothingOfTheFunctionBetweenSearches) {
-    double x = 5.0;
-    WatchedVector const f([&](Jet u, Jet v) { return to_torus(x, 1.0, 1.0)(u, v); });
+TEST(VectorMinimiser2, ReportsEveryEndAndRemembersNothingOfTheFunctionBetweenSearches) {
+    double bend = 1.0;
+    auto const valley = [&](Jet u, Jet v) { return std::vector<Jet>{10.0 * (v - bend * u * u), 1.0 - u}; };
+    WatchedVector const f(valley, {-1.0, 0.5, -2.0, 2.0});
     for (int order : {0, 1, 2}) {
-        mlVectorMinimiser2 m(f, 0.5, 0.5, 1e-8, order);
-        x = 5.0;
-        Answer const there = search(m, f);
-        x = 6.0; // the same point, another function
-        EXPECT_GT(search(m, f, 0).value, there.value + 1.0);
+        mlVectorMinimiser2 m(f, -3.0, 1.0, 1e-8, order), again(f, -3.0, 1.0, 1e-8, order);
+        bend = 1.0;
+        Answer const a = search(m, f);
+        EXPECT_TRUE(a.u == 0.5 && a.state == mlMinimiser2AtUEnd && a.u_end == 1 && std::fabs(a.v - 0.25) < 1e-7);
+        EXPECT_TRUE(search(again, f) == a) << "another answer, for the same search";
+        bend = 2.0; // the same point, another function
+        EXPECT_GT(search(m, f, 0).value, a.value + 1.0);
     }
 }
 

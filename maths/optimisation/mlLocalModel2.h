@@ -8,7 +8,8 @@
 /// Second derivatives are asked for at the start, and later where the model has predicted badly or a minimum is to be
 /// confirmed; between, and without them, the curvature is carried on by secant updates. A sum of squares has the
 /// curvature of its Jacobian, corrected by secant updates. Without derivatives both come from differences of values:
-/// central ones where the curvature is made afresh, else forward ones, corrected by the curvature known.
+/// central ones where the curvature is made afresh and in narrow valleys, else forward ones, corrected by the
+/// curvature.
 class mlLocalModel2 {
 public:
     explicit mlLocalModel2(mlWindowFunction & function) : function_(&function) {}

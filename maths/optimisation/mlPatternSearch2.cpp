@@ -1,7 +1,5 @@
 #include "maths/optimisation/mlPatternSearch2.h"
 
-#include <cmath>
-
 namespace {
 
 mlPair const directions[] = {{1.0, 0.0}, {0.0, 1.0},  {-1.0, 0.0},  {0.0, -1.0},
@@ -12,8 +10,7 @@ double const shrinkage = 0.25;
 
 } // namespace
 
-bool mlPatternSearch2::poll_at(mlWindowPoint & point, double distance, bool & all_alike) {
-    all_alike = std::isfinite(point.f) && point.f != 0.0;
+bool mlPatternSearch2::poll_at(mlWindowPoint & point, double distance) {
     for (int j = 0; j < num_directions; ++j) {
         int const k = (first_direction_ + j) % num_directions;
         mlPair const & d = directions[k];
@@ -21,7 +18,6 @@ bool mlPatternSearch2::poll_at(mlWindowPoint & point, double distance, bool & al
             function_.moved(point.x, {distance * function_.unit(0) * d[0], distance * function_.unit(1) * d[1]});
         if (x == point.x) continue;
         double const f = function_.value(x);
-        if (!(std::fabs(f - point.f) <= point.noise())) all_alike = false;
         if (!point.is_above(f)) continue;
         point = {x, f};
         first_direction_ = k;
@@ -36,19 +32,17 @@ bool mlPatternSearch2::is_at_finest(mlPair const & x) const {
 }
 
 mlPatternSearch2::Result mlPatternSearch2::poll(mlWindowPoint & point) {
-    bool all_alike;
-    if (poll_at(point, distance_, all_alike)) {
+    if (poll_at(point, distance_)) {
         distance_ *= growth;
         return moved;
     }
-    if (all_alike || is_at_finest(point.x)) return ended;
+    if (is_at_finest(point.x)) return ended;
     distance_ *= shrinkage;
     return nothing;
 }
 
 bool mlPatternSearch2::escape(mlWindowPoint & point) {
-    bool all_alike;
     for (double const distance : {0.1, 0.001, 4.0 * function_.coarse_resolution()})
-        if (poll_at(point, distance, all_alike)) return true;
+        if (poll_at(point, distance)) return true;
     return false;
 }

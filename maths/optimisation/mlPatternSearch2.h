@@ -15,7 +15,7 @@ public:
     enum Result : int {
         moved = 0,   ///< to a lower value
         nothing = 1, ///< lower at this distance
-        ended = 2    ///< nothing lower within the resolution either, or no value differs by more than roundoff
+        ended = 2    ///< nothing lower within the resolution either
     };
 
     /// Begins with polls at this distance, in units.
@@ -29,7 +29,7 @@ public:
 
 private:
     bool is_at_finest(mlPair const & x) const;
-    bool poll_at(mlWindowPoint & point, double distance, bool & all_alike);
+    bool poll_at(mlWindowPoint & point, double distance);
 
     mlWindowFunction & function_;
     double distance_ = 1.0;

@@ -69,7 +69,7 @@ private:
     double growth_ = 2.0; // of the radius, when it next grows
     double lengthening_ = 10.0;
     int failed_lengthenings_ = 0;
-    int settlings_ = 0;
+    int settlings_ = 0; // steps within the resolution since the last longer one
     int level_steps_ = 0;
     bool settled_ = false;            // no value down the slope need be looked at
     int rejections_ = 0;              // at this point
