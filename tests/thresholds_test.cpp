@@ -305,7 +305,6 @@ void symmetric(int n) { // few elements off the diagonal, and equal squares
 
 // ---- products, and the rest ----
 
-/// b and c have a column more than x, which is a column of b.
 void multiplies(int rows, int cols, int inner) {
     mlMatrix a, b, expected(mlMatrixZero, rows, cols), found, found_transposed;
     fill_random(a, rows, inner, 1);
