@@ -155,7 +155,8 @@ TEST(SparseRow, DoublesItsRoomFromEight) {
     for (int i = 40; i < 65; ++i)
         copy.append_element(i, 0.5);
     EXPECT_EQ(copy.capacity(), 128);
-    grown.expand(3); // as an array
+    for (int i = 0; i < 3; ++i)
+        grown[i] = mlSparseElement(i, 0.5); // as an array
     grown.append_elements(std::array{mlSparseElement(7, 1.0)}.data(), 1);
     EXPECT_EQ(grown.capacity(), 4);
     row.clear(1);

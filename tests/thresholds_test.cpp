@@ -1,6 +1,7 @@
+#include <algorithm>
 #include <fstream>
 #include <map>
-#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -328,22 +329,22 @@ void multiplies(int rows, int cols, int inner) {
 
 void sparse_terms(int terms) { // those before the last of the rows that a row of the product adds up
     int const rows = 130, full = 128;
-    mlSparseMatrix a(mlMatrixZero, 1, rows), b(mlMatrixZero, rows, 2 * full), product;
+    mlSparseMatrix a(mlMatrixZero, 1, rows), b(mlMatrixZero, rows, rows + full), product;
     mlRandom random(terms);
-    Values expected(2 * full);
+    Values expected(rows + full);
     for (int k = 0, left = terms; k < rows; left -= std::min(left, full), ++k) {
         double const factor = random.uniform(-1.0, 1.0);
         a.set(0, k, factor);
         for (int j = k; j < k + (k == rows - 1 ? full : std::min(left, full)); ++j) {
             double const element = random.uniform(-1.0, 1.0);
-            b.set(k, j % (2 * full), element);
-            expected[j % (2 * full)] += factor * element;
+            b.set(k, j, element);
+            expected[j] += factor * element;
         }
     }
     product.become(mlMatrixProduct, a, b);
     mlMatrix found;
     product.decompress(found);
-    EXPECT_TRUE(equal_bits(expected, found.data(), 2 * full));
+    EXPECT_TRUE(equal_bits(expected, found.data(), rows + full));
 }
 
 void tridiagonal(int n) {
@@ -433,12 +434,14 @@ INSTANTIATE_TEST_SUITE_P(, Threshold, testing::ValuesIn(checks), [](auto const &
 
 TEST(Thresholds, AreAllHere) {
     std::ifstream header(MATHS_TUNING_HEADER);
-    std::regex const constant("^constexpr (int|mlKernelShape) (\\w+)");
-    std::smatch found;
     int count = 0;
     for (std::string line; std::getline(header, line);) {
-        if (!std::regex_search(line, found, constant)) continue;
-        EXPECT_EQ(checks.count(found[2]), 1u) << found[2] << " of mlTuning.h has no check";
+        std::istringstream words(line);
+        std::string first, type, name;
+        words >> first >> type >> name;
+        if (first != "constexpr" || (type != "int" && type != "mlKernelShape")) continue;
+        name.resize(std::min(name.size(), name.find('{')));
+        EXPECT_EQ(checks.count(name), 1u) << name << " of mlTuning.h has no check";
         ++count;
     }
     EXPECT_EQ(count, static_cast<int>(checks.size()) + 1) << "the baseline has two shapes";
