@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <limits>
@@ -54,10 +53,6 @@ inline Values contents(mlSlice const & slice) {
 
 /// Equal, or both NaN.
 inline bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
-
-inline bool all_same(Values const & a, Values const & b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
-}
 
 /// The text that an object prints on a stream of its own.
 template <class T> std::string printed(T const & object) {
