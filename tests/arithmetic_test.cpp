@@ -62,14 +62,18 @@ TEST(TransposedProducts, TakeEmptyShapesAndTheirOwnOperands) {
         for (int const cols : {0, 1, 4}) {
             SCOPED_TRACE(std::to_string(rows) + " x " + std::to_string(cols));
             mlMatrix a, b, expected, c;
-            mlVector y;
+            mlVector x, y, expected_y;
             fill_random(a, rows, cols, 1);
+            fill_random(x, 2 * rows + 1, 3);
             fill_random(b, rows, cols, 2);
             if (rows > 2 && cols > 1) a(2, 1) = infinity;
             mlMatrix const transposed(mlMatrixTranspose, a);
             multiply(transposed, b, expected);
-            multiply_transposed(a, mlVector(mlVectorZero, rows), y);
-            EXPECT_EQ(y.size(), cols);
+            multiply(transposed, x.slice(0, 2, rows), expected_y);
+            multiply_transposed(a, x.slice(0, 2, rows), y);
+            EXPECT_TRUE(equal_bits(expected_y, y, cols) && y.size() == cols);
+            multiply_transposed(a, mlVector(x.slice(0, 2, rows)), y);
+            EXPECT_TRUE(equal_bits(expected_y, y, cols) && y.size() == cols);
             c.become(utCopy, a);
             multiply_transposed(c, b, c);
             multiply_transposed(a, b, b);
