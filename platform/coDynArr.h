@@ -56,7 +56,7 @@ public:
           size_(std::exchange(other.size_, 0)), increment_(other.increment_) {}
 
     /// Not of an array that has members besides its elements: a matrix would keep its shape.
-    template <coExtendedArray<coDynArr> Other> coDynArr(Other &&) = delete;
+    template <coExtendedArray<coDynArr> Other> coDynArr(Other const &&) = delete;
 
     coDynArr(coDynArr const &) = delete;
     coDynArr & operator=(coDynArr const &) = delete;
@@ -97,7 +97,7 @@ public:
         swap(taken);
         return *this;
     }
-    template <coExtendedArray<coDynArr> Other> void become(Other &&) = delete;
+    template <coExtendedArray<coDynArr> Other> void become(Other const &&) = delete;
 
     /// Makes the array empty; the block is kept for `release` = 0, else freed.
     void clear(int release);

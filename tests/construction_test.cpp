@@ -16,74 +16,59 @@ namespace {
 template <class... T>
 constexpr bool only_moved_when_made = ((std::is_nothrow_move_constructible_v<T> &&
                                         !std::is_copy_constructible_v<T>)&&...);
-
 static_assert(only_moved_when_made<mlVector, mlMatrix, doublecoDynArr, mlVectorcoDynArr, doublecoDynArr2D,
                                    mlTinyVector2coPageArr, mlSparseRow, mlSparseMatrix, mlSparseSymMatrix>);
-static_assert(!std::is_assignable_v<mlMatrix &, mlMatrix> && !std::is_assignable_v<mlSparseMatrix &, mlSparseMatrix>);
-static_assert(!std::is_assignable_v<doublecoDynArr &, doublecoDynArr>);
+static_assert(!std::is_assignable_v<mlMatrix &, mlMatrix> && !std::is_assignable_v<mlSparseMatrix &, mlSparseMatrix> &&
+              !std::is_assignable_v<doublecoDynArr &, doublecoDynArr>);
 static_assert(!std::is_constructible_v<doublecoDynArr, mlMatrix>, "the matrix would keep its shape");
 
-mlVector counted_from(double first, int n) {
-    mlVector v(mlVectorZero, n);
-    std::iota(v.begin(), v.end(), first);
-    return v;
-}
-
-/// Moves `source` to a new object, and on by `become`; `place` and `print` tell where and what its elements are.
-template <class T, class Place> void expect_to_move(T source, Place place) {
+/// Moves `source` to a new object, and on by `become`; `place` tells where and how many its elements are.
+template <class T> void expect_to_move(T source, auto place) {
     auto const at = place(source);
-    T made(std::move(source));
-    EXPECT_EQ(place(made), at);
-    T target;
+    T made(std::move(source)), target;
+    EXPECT_TRUE(place(made) == at && place(source) == place(T()));
     target.become(std::move(made));
-    EXPECT_EQ(place(target), at);
-    target.become(std::move(target));
-    EXPECT_EQ(place(target), at) << "moved to itself";
-    source.become(T());
-    EXPECT_NE(place(source), at);
-    EXPECT_NE(place(made), at);
+    target.become(std::move(target)); // moved to itself
+    EXPECT_TRUE(place(target) == at && place(made) == place(T()));
 }
 
 TEST(Moves, TakeTheStorageAndLeaveTheSourceEmptyAndOfUse) {
-    auto const storage = [](auto const & array) { return std::pair(array.data(), array.size()); };
-    expect_to_move(counted_from(1, 3), storage);
-    expect_to_move(mlMatrix(mlMatrixHilbert, 3),
-                   [](mlMatrix const & m) { return std::tuple(m.data(), m.rows(), m.cols(), m.size()); });
+    auto const storage = [](auto const & array) { return std::tuple(array.data(), array.size(), array.capacity()); };
+    auto const shape = [](auto const & m) { return std::tuple(m.rows() > 0 ? m.element(0, 0) : 0.0, m.cols()); };
     mlVectorcoDynArr vectors;
-    vectors[1].become(counted_from(1, 3));
-    expect_to_move(std::move(vectors), storage);
+    vectors[1].become({1, 2, 3});
     mlTinyVector2coPageArr pages;
     pages[300].fill(1.0);
-    expect_to_move(std::move(pages), [](mlTinyVector2coPageArr const & array) {
-        return std::tuple(array.blocks() > 0 ? array.page(1) : nullptr, array.size());
-    });
     mlSparseRow row;
     row.append_element(3, 1.0);
+    expect_to_move(mlVector{1, 2, 3}, storage);
+    expect_to_move(mlMatrix(mlMatrixHilbert, 3),
+                   [](mlMatrix const & m) { return std::tuple(m.data(), m.rows(), m.cols(), m.size()); });
+    expect_to_move(std::move(vectors), storage);
+    expect_to_move(std::move(pages), [](mlTinyVector2coPageArr const & array) {
+        return std::tuple(array.blocks() > 0 ? array.page(1) : nullptr, array.blocks(), array.size());
+    });
     expect_to_move(std::move(row), storage);
-    auto const first_row = [](auto const & m) { return std::pair(m.rows() > 0 ? m.element(0, 0) : 0.0, m.cols()); };
-    expect_to_move(mlSparseMatrix(mlMatrixIdentity, 3), first_row);
-    expect_to_move(mlSparseSymMatrix(mlMatrixIdentity, 3), first_row);
+    expect_to_move(mlSparseMatrix(mlMatrixIdentity, 3), shape);
+    expect_to_move(mlSparseSymMatrix(mlMatrixIdentity, 3), shape);
 
     doublecoDynArr2D table(2, 2, 1, 1);
     table(1, 1) = 7.0;
     doublecoDynArr2D const made(std::move(table));
     EXPECT_TRUE(table.rows() == 0 && made.rows() == 2 && made(1, 1) == 7.0);
     table(2, 0) = 5.0; // what was moved from grows again
-    mlVector v = counted_from(1, 3), w(std::move(v));
-    v[1] = 4.0;
-    EXPECT_TRUE(table(2, 0) == 5.0 && v.size() == 2 && v[1] == 4.0 && contents(w) == (Values{1, 2, 3}));
+    EXPECT_TRUE(table.rows() == 3 && table(2, 0) == 5.0);
 }
 
 TEST(Moves, InAStandardVectorOfVectorsKeepElementsWhereAllHaveOneSize) {
     std::vector<mlVector> list;
     for (int i = 0; i < 5; ++i)
-        list.push_back(counted_from(10 * i, 3)); // which grows and moves them
-    list.erase(list.begin() + 1);                // which assigns
-    EXPECT_EQ(contents(list[1]), (Values{20, 21, 22}));
-    list[0].become(counted_from(5, 1));
+        list.push_back(mlVector{10 * i, 10 * i + 1}); // which grows and moves them
+    list.erase(list.begin() + 1);                     // which assigns
+    list[0].become({5});
     using std::swap;
     swap(list[0], list[2]); // which exchanges storage
-    EXPECT_TRUE(contents(list[0]) == (Values{30, 31, 32}) && contents(list[2]) == Values{5});
+    EXPECT_EQ((Values{list[0][1], list[1][1], list[2][0], list[3][1]}), (Values{31, 21, 5, 41}));
     if (checked_build) return;
     list.erase(list.begin() + 2);
     EXPECT_EQ(contents(list.back()), Values{40}) << "cut off: an assignment resizes nothing";
@@ -93,19 +78,17 @@ template <class T, class... Arguments>
 concept MadeInBraces = requires(Arguments... arguments) {
     T{arguments...};
 };
-static_assert(!MadeInBraces<mlVector, enum mlMatrixZero, int> && !MadeInBraces<mlVector, enum mlVectorZero>);
-static_assert(!MadeInBraces<mlVector, double, enum mlVectorZero> && !MadeInBraces<mlMatrix, enum mlVectorZero, int>);
+static_assert(!MadeInBraces<mlVector, enum mlMatrixZero, int> && !MadeInBraces<mlVector, enum mlVectorZero> &&
+              !MadeInBraces<mlVector, double, enum mlVectorZero> && !MadeInBraces<mlMatrix, enum mlVectorZero, int>);
 static_assert(!std::is_constructible_v<mlVector, mlMatrix const &>, "copies nothing by accident");
 
 TEST(Construction, TakesNumbersInBracesAndTagsForWhatTheyAre) {
     int const n = 2;
-    EXPECT_EQ(contents(mlVector{1.5, n, 3.0f}), (Values{1.5, 2, 3}));
-    EXPECT_EQ(contents(mlVector{mlVectorZero, n}), Values(2));
-    EXPECT_EQ(contents(mlVector{mlVectorZero, 3}), Values(3));
+    EXPECT_EQ(contents(mlVector{9, 9, 9, 9}.become({1.5, n, 3.0f})), (Values{1.5, 2, 3}));
+    EXPECT_TRUE(contents(mlVector{mlVectorZero, n}) == Values(2) && contents(mlVector{mlVectorZero, 3}) == Values(3));
     mlMatrix const m{{1, 2, 3}, {4, 5, 6}}, column{{1}, {2}}, zero{mlMatrixZero, 1, n}, shaped{n, 3};
     EXPECT_TRUE(m.rows() == 2 && m.cols() == 3 && contents(m) == (Values{1, 2, 3, 4, 5, 6}));
-    EXPECT_TRUE(column.rows() == 2 && column.cols() == 1 && contents(zero) == Values(2));
-    EXPECT_TRUE(shaped.rows() == 2 && shaped.cols() == 3 && mlMatrix{}.rows() == 0 && mlVector{}.size() == 0);
+    EXPECT_TRUE(column.rows() == 2 && column.cols() == 1 && contents(zero) == Values(2) && shaped.cols() == 3);
     if (checked_build) return;
     EXPECT_EQ(contents(mlMatrix{{1, 2}, {3}, {4, 5, 6}}), (Values{1, 2, 3, 0, 4, 5}));
 }
@@ -113,36 +96,32 @@ TEST(Construction, TakesNumbersInBracesAndTagsForWhatTheyAre) {
 TEST(Construction, EqualsBecomeOfTheSameArguments) {
     std::vector<double> const values{4, 3, 2, 1, 0, 9};
     mlMatrix const m(values, 2, 3), copy(utCopy, m);
-    EXPECT_TRUE(copy == m && copy.rows() == 2 && m.row(1)[2] == 9.0);
-    mlVector const v(utConvert, values.data(), 3);
-    EXPECT_TRUE(v == mlVector(std::span(values).first(3)) && v == mlVector(utCopy, v) && v.size() == 3);
-    EXPECT_EQ(contents(mlVector(values)), values);
+    mlVector const v(utConvert, values.data(), 3), w(std::span<double const>(values).first(3));
+    EXPECT_TRUE(copy == m && copy.rows() == 2 && contents(w) == contents(v) && contents(mlVector(values)) == values);
     EXPECT_EQ(contents(mlVector(m.col(1))), (Values{3, 0}));
     mlVector y(mlMatrixProduct, m, v), z(mlMatrixProduct, m, v.slice(2, -1, 3));
     EXPECT_EQ((Values{y[0], y[1], z[0], z[1]}), (Values{29, 22, 25, 38}));
     y.become(utCopy, std::span(values)); // just these elements, from itself too
     EXPECT_EQ(contents(y.become(utCopy, y.slice(5, -2, 3))), (Values{9, 1, 3}));
+    EXPECT_EQ(contents(y.become(utCopy, mlSlice(y.data() + 1, 0, 2, -1))), (Values{1, 9})); // backwards
+    y.become({9, 1, 3});
     EXPECT_EQ(contents(y.become(utCopy, std::span<double const>(y).subspan(1))), (Values{1, 3}));
-    EXPECT_EQ(contents(y.become(utCopy, mlSlice(y.data() + 1, 0, 2, -1))), (Values{3, 1})); // backwards
-
-    mlTinyVector2 const a(utConvert, values.data()), b(mlVectorAdd, a, a), c(mlVectorSubtract, b, a);
-    EXPECT_TRUE(c == a && mlTinyVector2(utCopy, b)[1] == 6.0);
-    EXPECT_EQ(mlTinyVector2(mlMatrixProduct, mlMatrix{{0, 1}, {2, 0}}, a)[1], 8.0);
+    mlTinyVector2 const a(utConvert, values.data()), b(mlVectorAdd, a, a);
+    EXPECT_TRUE(mlTinyVector2(mlVectorSubtract, b, a) == a && mlTinyVector2(utCopy, b)[1] == 6.0 &&
+                mlTinyVector2(mlMatrixProduct, mlMatrix{{0, 1}, {2, 0}}, a)[1] == 8.0);
 }
 
-static_assert(std::random_access_iterator<mlSliceIterator<double>> && std::ranges::random_access_range<mlSlice>);
-static_assert(std::is_same_v<std::ranges::range_reference_t<mlSlice const>, double const &>);
+static_assert(std::random_access_iterator<mlSliceIterator<double>> && std::ranges::random_access_range<mlSlice> &&
+              std::is_same_v<std::ranges::range_reference_t<mlSlice const>, double const &>);
 
 TEST(Slices, WorkWithAlgorithmsAndRanges) {
     mlMatrix m{{3, 1}, {2, 5}, {1, 4}};
     std::ranges::sort(m.col(0));
-    EXPECT_EQ(contents(m), (Values{1, 1, 2, 5, 3, 4}));
-    mlMatrix const & fixed = m;
-    EXPECT_EQ(*std::ranges::max_element(fixed.col(1)), 5.0);
     mlSlice backwards = mlSlice(m.data(), 5, 3, -2);
     EXPECT_EQ(Values(backwards.begin(), backwards.end()), (Values{4, 5, 1}));
     std::ranges::reverse(backwards);
-    mlSliceIterator<double const> it = backwards.begin();
+    EXPECT_EQ(contents(m), (Values{1, 4, 2, 5, 3, 1}));
+    mlSliceIterator<double const> const it = backwards.begin();
     EXPECT_TRUE(it[2] == 4.0 && it + 3 == backwards.end() && backwards.end() - it == 3 && it < backwards.end());
     EXPECT_EQ(std::ranges::distance(mlSlice(nullptr, 7, 0, 2)), 0);
 }
@@ -153,23 +132,22 @@ TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
     mlCholeskyDecomposition const cholesky(a);
     mlSingularValueDecomposition const svd(a);
     mlSparseMatrix sparse(mlMatrixIdentity, 3);
-    sparse *= 3.0;
-    sparse.set(0, 2, 5.0);
     mlSparseSymMatrix symmetric(mlMatrixIdentity, 3);
+    sparse.set(0, 2, 5.0);
     symmetric.set(0, 2, 5.0);
     auto const expect_equal = [&](auto solve) {
-        mlVector const b(rhs.col(1));
         mlVector x, y, own{9, 0, 8, 0, 7};
-        solve(b, x);
+        solve(mlVector(rhs.col(1)), x);
         solve(rhs.col(1), y);
-        EXPECT_EQ(contents(y), contents(x));
         solve(own.slice(4, -2, 3), own);
-        EXPECT_EQ(contents(own), contents(x));
+        EXPECT_EQ(contents(y), contents(x));
+        EXPECT_EQ(Values(own.begin(), own.begin() + 3), contents(x));
     };
     expect_equal([&](auto const & b, mlVector & x) { lu.solve(b, x); });
     expect_equal([&](auto const & b, mlVector & x) { cholesky.solve(b, x); });
     expect_equal([&](auto const & b, mlVector & x) { svd.solve(b, x); });
     expect_equal([&](auto const & b, mlVector & x) { sparse.multiply_vector(b, x); });
+    expect_equal([&](auto const & b, mlVector & x) { symmetric.multiply_vector(b, x); });
 
     mlMatrix grown{{1, 2}}, x(mlMatrixZero, 3, 2);
     grown.append_row(grown.row(0));
@@ -179,32 +157,26 @@ TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
     mlTridiagonal const t(3, lower.slice(), a.diagonal(), upper.slice());
     t.solve(rhs.col(0), x.col(0));
     t.solve_periodic(rhs.col(0), x.col(1));
-    mlVector plain, periodic(rhs.col(0));
-    t.solve(rhs.col(0), plain);
+    mlVector plain, periodic{1, 2, 3, 99}; // longer than the system
+    t.solve(periodic.slice(), plain);
     t.solve_periodic(periodic.slice(), periodic);
     EXPECT_TRUE(contents(plain) == contents(x.col(0)) && contents(periodic) == contents(x.col(1)));
-    mlVector product;
-    symmetric.multiply_vector(rhs.col(0), product);
-    EXPECT_EQ(contents(product), (Values{16, 2, 8}));
 }
 
 TEST(PrincipalComponents, OfAMatrixHaveScoresThatReproduceThePoints) {
     mlMatrix points{{2, 1, 0}, {4, 2, 1}, {6, 3, 1}, {9, 3, 2}, {9, 5, -1}}, scores;
     doublecoDynArr2D table(5, 3, 1, 1);
-    for (int i = 0; i < 5; ++i) {
-        for (int j = 0; j < 3; ++j)
-            table(i, j) = points(i, j);
-    }
-    mlPCA const pca(points), same(table);
-    EXPECT_EQ(contents(pca.eigenvalues()), contents(same.eigenvalues()));
+    for (int k = 0; k < 15; ++k)
+        table(k / 3, k % 3) = points(k / 3, k % 3);
+    mlPCA const pca(points);
+    EXPECT_EQ(contents(pca.eigenvalues()), contents(mlPCA(table).eigenvalues()));
     ASSERT_EQ(pca.scores(table, scores), mlPCAComputed);
-    for (int k = 0; k < 3; ++k) { // uncorrelated, with the variances that the eigenvalues are
-        EXPECT_NEAR(scores.col(k).modulus_squared() / 4.0, pca.eigenvalue(k), 1e-13);
-        EXPECT_NEAR(scalar_product(scores.col(k), scores.col((k + 1) % 3)), 0.0, 1e-13);
+    for (int k = 0; k < 3; ++k) {
         double coordinate = pca.mass_centre()[k];
         for (int axis = 0; axis < 3; ++axis)
             coordinate += scores(3, axis) * pca.axis(axis)[k];
         EXPECT_NEAR(coordinate, points(3, k), 1e-14);
+        EXPECT_NEAR(scores.col(k).modulus_squared() / 4.0, pca.eigenvalue(k), 1e-13);
     }
     pca.scores(points, points);
     EXPECT_TRUE(points == scores);

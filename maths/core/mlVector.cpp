@@ -39,8 +39,7 @@ template <std::invocable<double &, double> Change> void update(mlVector & v, dou
 mlVector::mlVector(enum mlVectorZero, int n) : doublecoDynArr(n, 1) { become(::mlVectorZero, n); }
 
 mlVector::mlVector(std::initializer_list<mlNumber> values) : doublecoDynArr(coSize(values.size()), 1) {
-    expand(coSize(values.size()));
-    std::copy(values.begin(), values.end(), data());
+    become(values);
 }
 
 mlVector::mlVector(enum utConvert, double const * src, int n) : doublecoDynArr(n, 1) { become(::utConvert, src, n); }
@@ -64,6 +63,14 @@ mlVector & mlVector::become(enum utCopy, mlSlice const & s) {
     clear(0);
     expand(s.length());
     ml_run_update(ml_run(*this), ml_run(s), size(), mlAssign());
+    return *this;
+}
+
+mlVector & mlVector::become(std::initializer_list<mlNumber> values) {
+    reserve(coSize(values.size())); // first, since it may fail
+    clear(0);
+    expand(coSize(values.size()));
+    std::copy(values.begin(), values.end(), data());
     return *this;
 }
 

@@ -79,6 +79,9 @@ public:
     mlVector & become(enum utCopy, mlSlice const & s);
     mlVector & become(enum utCopy, std::span<double const> values);
 
+    /// Just the numbers in the braces: `v.become({1.0, 2.0})`.
+    mlVector & become(std::initializer_list<mlNumber> values);
+
     /// At least n elements, all of them zero. Deliberate: a longer vector keeps its size.
     mlVector & become(enum mlVectorZero, int n);
 

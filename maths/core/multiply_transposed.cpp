@@ -62,7 +62,7 @@ void multiply_transposed(mlMatrix const & a, mlMatrix const & b, mlMatrix & c) {
             int const rows = std::min(size, a.cols() - i);
             ml_kernels().copy_transposed(inner, rows, block(a, k, i), {copy, inner});
             for (int e = 0; e < rows * inner; ++e)
-                copy[e] = -copy[e];
+                copy[e] = -copy[e]; // NOLINT(clang-analyzer-core*): the kernel has written it
             ml_kernels().gemm_subtract(rows, b.cols(), inner, {copy, inner}, block(b, k, 0),
                                        {c.data() + i * b.cols(), b.cols()});
         }
