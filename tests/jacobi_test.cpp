@@ -124,7 +124,7 @@ int sweep_in_order(Values & a, Values & s2, int rows, int cols, int rank) {
 }
 
 TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
-    for (auto const shape : {std::pair(5, 1), {3, 2}, {9, 5}, {4, 9}, {20, 10}, {40, 23}}) {
+    for (auto const & shape : {std::pair(5, 1), {3, 2}, {9, 5}, {4, 9}, {20, 10}, {40, 23}}) {
         int const rows = shape.first, cols = shape.second;
         for (int const negligible : {0, 1, cols / 2, cols - 1, -1}) { // columns; -1: ties
             mlRandom random(rows);
