@@ -38,8 +38,7 @@ Outcome powell(mlObserver * observer) {
     mlVector x = start();
     mlMatrix directions(mlMatrixIdentity, 2);
     int sweeps = 0;
-    double const value = observer == nullptr ? ml_powell_minimum_search(x, directions, 1e-12, sweeps, f)
-                                             : ml_powell_minimum_search(x, directions, 1e-12, sweeps, f, *observer);
+    double const value = ml_powell_minimum_search(x, directions, 1e-12, sweeps, f, observer);
     return outcome(value, x, sweeps == 2);
 }
 

@@ -10,12 +10,12 @@
 #include <iostream>
 #include <numbers>
 #include <string>
-#include <string_view>
 
 #include "examples/fit/nist.h"
 #include "examples/fit/shapes.h"
 #include "examples/support/agreeing_digits.h"
 #include "examples/support/column_table.h"
+#include "examples/support/progress_option.h"
 
 namespace {
 
@@ -212,14 +212,11 @@ void reach(double x, double y, double first, double second) {
 } // namespace
 
 int main(int argc, char ** argv) {
-    bool const progress = argc > 1 && std::string_view(argv[1]) == "--progress";
-    int const first = progress ? 2 : 1;
+    ProgressOption progress(argc, argv);
+    int const first = progress.first_argument();
     std::string const folder = argc > first ? std::string(argv[first]) + '/' : MATHS_EXAMPLE_DATA;
-    {
-        mlProgressLine line(std::cerr);
-        for (NistProblem const & problem : nist_problems())
-            fit_reference_problem(problem, folder, progress ? &line : nullptr);
-    }
+    for (NistProblem const & problem : nist_problems())
+        fit_reference_problem(problem, folder, progress.observer());
     fit_circle();
     fit_plane();
     draw_nose();

@@ -1,8 +1,9 @@
 // Minima and integrals: the temperature at which water is densest, three test functions that are hard on minimisers,
 // and the length of a bridge's cable.
 //
-// minimise [folder]      With a folder, the ways of two searches are written into it, a table each:
-//                        rosenbrock_simplex.txt and rosenbrock_powell.txt, which docs/plots/rosenbrock.gp plots.
+// minimise [--progress] [folder]     With --progress standard error shows how the searches proceed. With a folder, the
+// ways of two searches are written into it, a table each: rosenbrock_simplex.txt and rosenbrock_powell.txt, which
+// docs/plots/rosenbrock.gp plots.
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "examples/support/agreeing_digits.h"
+#include "examples/support/progress_option.h"
 #include "maths/maths.h"
 
 namespace {
@@ -153,13 +155,14 @@ void write_way(std::vector<Followed::Step> const & way, std::string const & path
     }
 }
 
-void search_by_both_methods(Problem const & problem, std::string const & folder) {
+void search_by_both_methods(Problem const & problem, std::string const & folder, mlObserver * observer) {
     Followed by_simplex(problem), by_powell(problem);
     int const n = by_simplex.dimension;
     mlVector start(mlVectorZero, n), x(mlVectorZero, n);
     start.become(utConvert, problem.start.data(), n);
 
     mlDownHillSimplex simplex(n);
+    simplex.set_observer(observer);
     double least = simplex.solve(by_simplex, start, mlDownHillSimplexThorough);
     simplex.result(x);
     print_result(problem.name, "simplex", by_simplex.calls, least, x, problem.solution);
@@ -167,7 +170,7 @@ void search_by_both_methods(Problem const & problem, std::string const & folder)
     x = start;
     mlMatrix axes(mlMatrixIdentity, n);
     int iterations = 0;
-    least = ml_powell_minimum_search(x, axes, 1e-10, iterations, by_powell);
+    least = ml_powell_minimum_search(x, axes, 1e-10, iterations, by_powell, observer);
     print_result(problem.name, "Powell", by_powell.calls, least, x, problem.solution);
 
     if (folder.empty() || problem.value != rosenbrock) return;
@@ -216,10 +219,12 @@ void measure_cable() {
 } // namespace
 
 int main(int argc, char ** argv) {
+    ProgressOption progress(argc, argv);
+    int const first = progress.first_argument();
     find_densest_water();
     std::printf("\n  %-18s   %-7s   %5s   %11s   %11s   %6s\n", "function", "method", "calls", "least value",
                 "distance", "digits");
     for (Problem const & problem : problems)
-        search_by_both_methods(problem, argc > 1 ? argv[1] : "");
+        search_by_both_methods(problem, argc > first ? argv[first] : "", progress.observer());
     measure_cable();
 }

@@ -120,8 +120,10 @@ private:
     double best_value_ = mlUnboundedMax;
 };
 
-double minimise(mlVector & x, mlMatrix & directions, double tolerance, int & iterations, mlFunctionN1 & f,
-                mlObserver * observer) {
+} // namespace
+
+double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
+                                mlFunctionN1 & f, mlObserver * observer) {
     MATHS_CHECK(directions.rows() == x.size() && directions.cols() == x.size(),
                 "powell: directions %d x %d in %d dimensions", directions.rows(), directions.cols(), x.size());
     MATHS_CHECK(f.dimension == x.size(), "powell: the function's `dimension` is %d, the start has %d elements",
@@ -137,14 +139,7 @@ double minimise(mlVector & x, mlMatrix & directions, double tolerance, int & ite
     return search.end_at_best();
 }
 
-} // namespace
-
 double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
                                 mlFunctionN1 & f) {
-    return minimise(x, directions, tolerance, iterations, f, nullptr);
-}
-
-double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
-                                mlFunctionN1 & f, mlObserver & observer) {
-    return minimise(x, directions, tolerance, iterations, f, &observer);
+    return ml_powell_minimum_search(x, directions, tolerance, iterations, f, nullptr);
 }

@@ -24,7 +24,7 @@ class mlObserver;
 MATHS_API double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
                                           mlFunctionN1 & f);
 
-/// The same, telling the observer of each sweep: its value and length, without a count of calls. Where the observer
-/// ends the search, x is the best point so far.
+/// The same, telling the observer, if it is not null, of each sweep: its value and length, without a count of calls.
+/// Where the observer ends the search, x is the best point so far.
 MATHS_API double ml_powell_minimum_search(mlVector & x, mlMatrix & directions, double tolerance, int & iterations,
-                                          mlFunctionN1 & f, mlObserver & observer);
+                                          mlFunctionN1 & f, mlObserver * observer);
