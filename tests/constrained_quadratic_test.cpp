@@ -132,7 +132,7 @@ double negative_curvature(Minimiser const & m) {
     int const rank = active.rows();
     if (rank == 0) active.become(mlMatrixZero, 1, n);
     mlSingularValueDecomposition const svd(active);
-    if (rank > n || (rank > 0 && svd.diagonal()[rank - 1] < 1e-11)) return 1.0;
+    if (rank > n || (rank > 0 && !(svd.diagonal()[rank - 1] > 1e-11))) return 1.0;
     if (rank == n || infinity_norm(g) == 0.0) return 0.0;
     mlMatrix z(mlMatrixZero, n, n - rank);
     for (int i = 0; i < z.size(); ++i)
