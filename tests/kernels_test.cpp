@@ -1,5 +1,5 @@
+#include <cfloat>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include "maths/core/mlRandom.h"
 #include "maths/kernels/mlKernels.h"
 #include "tests/support/bits.h"
+#include "tests/support/values.h"
 
 // Whatever the instruction set, every element has the bits that the plain definition gives it.
 
@@ -27,13 +28,7 @@ private:
 
 /// Numbers in [-1, 1), one in twenty of them a special one.
 void fill(mlMatrix & m, int rows, int cols, mlRandom & random) {
-    static double const specials[] = {0.0,
-                                      -0.0,
-                                      std::numeric_limits<double>::infinity(),
-                                      std::numeric_limits<double>::quiet_NaN(),
-                                      std::numeric_limits<double>::denorm_min(),
-                                      std::numeric_limits<double>::max(),
-                                      std::numeric_limits<double>::min()};
+    double const specials[] = {0.0, -0.0, infinity, nan_value, 5e-324, largest_double, DBL_MIN};
     m.become(rows, cols);
     for (double & x : m)
         x = random.uniform() < 0.05 ? specials[static_cast<int>(random.uniform() * 7)] : random.uniform(-1.0, 1.0);
@@ -43,32 +38,30 @@ mlConstBlock block(mlMatrix const & m) { return {m.data(), m.cols()}; }
 
 /// Both products of a rows x depth and a depth x cols matrix, element by element; those of a column as a vector too.
 void expect_plain_products(int rows, int cols, int depth, mlRandom & random) {
-    mlMatrix a, b, product(mlMatrixZero, rows, cols), before, rest;
+    mlMatrix a, b, product(rows, cols), before, rest;
     fill(a, rows, depth, random);
     fill(b, depth, cols, random);
     fill(before, rows, cols, random);
     rest.become(utCopy, before);
     SCOPED_TRACE(testing::Message() << rows << " x " << depth << " times " << depth << " x " << cols);
-    auto const expect_plain = [&] {
-        for (int i = 0; i < rows * cols; ++i) {
-            double sum = 0.0, difference = before[i];
-            for (int k = 0; k < depth; ++k) {
-                sum += a(i / cols, k) * b(k, i % cols);
-                difference -= a(i / cols, k) * b(k, i % cols);
-            }
-            ASSERT_TRUE(same_bits(product[i], sum)) << with_bits(product[i]) << " for " << with_bits(sum);
-            ASSERT_TRUE(same_bits(rest[i], difference)) << with_bits(rest[i]) << " for " << with_bits(difference);
-        }
-    };
     ml_kernels().gemm(rows, cols, depth, block(a), block(b), {product.data(), cols});
     ml_kernels().gemm_subtract(rows, cols, depth, block(a), block(b), {rest.data(), cols});
-    ASSERT_NO_FATAL_FAILURE(expect_plain());
+    mlMatrix sum(mlMatrixZero, rows, cols), difference;
+    difference.become(utCopy, before);
+    for (int i = 0; i < rows * cols; ++i) {
+        for (int k = 0; k < depth; ++k) {
+            sum[i] += a(i / cols, k) * b(k, i % cols);
+            difference[i] -= a(i / cols, k) * b(k, i % cols);
+        }
+    }
+    ASSERT_TRUE(equal_bits(sum, product));
+    ASSERT_TRUE(equal_bits(difference, rest));
     if (cols != 1) return;
     product.become(mlMatrixZero, rows, cols);
-    rest.become(utCopy, before);
     ml_kernels().gemv(rows, depth, block(a), b.data(), product.data());
-    ml_kernels().gemv_subtract(rows, depth, block(a), b.data(), rest.data());
-    expect_plain();
+    ml_kernels().gemv_subtract(rows, depth, block(a), b.data(), before.data());
+    ASSERT_TRUE(equal_bits(sum, product));
+    ASSERT_TRUE(equal_bits(difference, before));
 }
 
 /// Random columns but for a tiny one, `singular`, or special numbers anywhere.
@@ -97,8 +90,8 @@ void expect_plain_panel(int rows, int width, int singular, bool specials, mlRand
         }
     }
     ASSERT_EQ(done, k) << rows << " x " << width;
-    for (int i = 0; i < rows * width; ++i)
-        ASSERT_TRUE(same_bits(panel(i % width, i / width), a[i])) << rows << " x " << width << ", element " << i;
+    panel.expand(width, rows, 0.0); // without the padding
+    ASSERT_TRUE(equal_bits(mlMatrix(mlMatrixTranspose, a), panel));
 }
 
 TEST_P(KernelsOf, FactorPanelsLikeTheDefinition) {
@@ -113,7 +106,7 @@ TEST_P(KernelsOf, FactorPanelsLikeTheDefinition) {
     }
 }
 
-bool counts(double x) { return std::fabs(x) >= std::numeric_limits<double>::min(); }
+bool counts(double x) { return std::fabs(x) >= DBL_MIN; }
 
 /// A rows x cols matrix before and after a change of rank one, if `changed`, and its weighted sums both ways.
 void expect_plain_reflection(int rows, int cols, bool changed, mlRandom & random) {
@@ -131,6 +124,7 @@ void expect_plain_reflection(int rows, int cols, bool changed, mlRandom & random
     ml_kernels().update_gemv_transposed(rows, cols, {summed_down.data(), ld}, change, row_weights.data(), down.data());
     ml_kernels().update_gemv(rows, cols, {summed_along.data(), ld}, change, column_weights.data(), along.data());
 
+    SCOPED_TRACE(testing::Message() << rows << " x " << cols);
     mlVector plain_down(mlVectorZero, cols), plain_along(mlVectorZero, rows);
     for (int i = 0; i < rows; ++i) {
         for (int j = 0; j < cols; ++j) {
@@ -139,12 +133,11 @@ void expect_plain_reflection(int rows, int cols, bool changed, mlRandom & random
             plain_down[j] += row_weights[i] * element;
             if (counts(column_weights[j])) plain_along[i] += element * column_weights[j];
             for (mlMatrix const * const found : {&changed_x, &summed_down, &summed_along})
-                ASSERT_TRUE(same_bits((*found)(i, j), element)) << rows << " x " << cols << ": " << i << ", " << j;
+                ASSERT_TRUE(same_bits((*found)(i, j), element)) << "row " << i << ", column " << j;
         }
-        ASSERT_TRUE(same_bits(along[i], plain_along[i])) << rows << " x " << cols << ", row " << i;
     }
-    for (int j = 0; j < cols; ++j)
-        ASSERT_TRUE(same_bits(down[j], plain_down[j])) << rows << " x " << cols << ", column " << j;
+    ASSERT_TRUE(equal_bits(plain_along, along, rows));
+    ASSERT_TRUE(equal_bits(plain_down, down, cols));
 }
 
 TEST_P(KernelsOf, ReflectLikeTheDefinition) {
@@ -156,39 +149,30 @@ TEST_P(KernelsOf, ReflectLikeTheDefinition) {
 }
 
 TEST_P(KernelsOf, RotateLikeTheDefinition) {
-    int const strips = 3, cols = 12, strip_rows = mlKernels::strip_rows, rows = strips * strip_rows;
+    int const strips = 3, cols = 12, strip_rows = mlKernels::strip_rows;
     // The last one comes to its first column again.
     mlRotationChain const chains[] = {{0, 1, 11}, {7, 2, 1}, {3, 4, 2}, {11, 0, 4}, {3, 1, 4}};
     mlRandom random(4);
-    mlMatrix x, one_by_one, plain;
-    fill(x, rows, cols, random); // element (i, j) in strip i / strip_rows, at j * strip_rows + i % strip_rows
-    one_by_one.become(utCopy, x);
+    mlMatrix x, plain;
+    fill(x, strips * cols, strip_rows, random); // row strip * cols + j has column j of the strip
     plain.become(utCopy, x);
-    mlRotation rotations[22];
-    for (mlRotation & rotation : rotations)
-        rotation = {random.uniform(-1.0, 1.0), random.uniform(-1.0, 1.0)};
+    mlRotation rotations[22], *rotation = rotations;
+    for (mlRotation & r : rotations)
+        r = {random.uniform(-1.0, 1.0), random.uniform(-1.0, 1.0)};
     ml_kernels().rotate_strips(strips, cols, x.data(), 5, chains, rotations);
-
-    mlRotation const * rotation = rotations;
     for (mlRotationChain const & chain : chains) {
         for (int k = 0; k < chain.count; ++k, ++rotation) {
             int const first = k == 0 ? chain.first : chain.second + k - 1, second = chain.second + k;
-            for (int strip = 0; strip < strips; ++strip) {
-                int const at = strip * cols * strip_rows;
-                ml_kernels().rotate(strip_rows, one_by_one.data() + at + first * strip_rows,
-                                    one_by_one.data() + at + second * strip_rows, *rotation);
-                for (int r = 0; r < strip_rows; ++r) {
-                    double & a = plain[at + first * strip_rows + r];
-                    double & b = plain[at + second * strip_rows + r];
-                    double const before = a;
-                    a = rotation->c * before + rotation->s * b;
-                    b = rotation->c * b - rotation->s * before;
-                }
+            for (int i = 0; i < strips * strip_rows; ++i) {
+                int const strip = i / strip_rows * cols;
+                double &a = plain(strip + first, i % strip_rows), &b = plain(strip + second, i % strip_rows);
+                double const before = a;
+                a = rotation->c * before + rotation->s * b;
+                b = rotation->c * b - rotation->s * before;
             }
         }
     }
-    for (int i = 0; i < rows * cols; ++i)
-        ASSERT_TRUE(same_bits(x[i], plain[i]) && same_bits(one_by_one[i], plain[i])) << i;
+    EXPECT_TRUE(equal_bits(plain, x));
 }
 
 TEST_P(KernelsOf, MultiplyLikeTheDefinitionAtEverySmallSize) {

@@ -37,11 +37,6 @@ TEST(Cholesky, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
             fill_random(b, n, 11, 3);
             cholesky.solve(b, x);
             EXPECT_LT(solve_ratio(a, x, b), 30);
-            mlVector v(mlVectorZero, n);
-            v = b.col(10);
-            cholesky.solve(b, b);
-            cholesky.solve(v, v); // to the bits of a column
-            EXPECT_EQ(std::tuple(contents(b), contents(v)), std::tuple(contents(x), contents(x.col(10))));
         }
     }
 }
@@ -54,7 +49,6 @@ TEST(Cholesky, StopsAtTheFirstSquareThatIsNotPositive) {
     EXPECT_EQ(contents(l), (Values{2, 0, 0, 1, 0, 0, 3, 0, 0}));
     EXPECT_EQ(semidefinite.determinant(), 0.0);
     EXPECT_EQ(mlCholeskyDecomposition(Matrix(1, 1, {nan_value})).is_singular(), 0);
-
     EXPECT_EQ(mlCholeskyDecomposition(mlMatrix()).determinant(), 1.0);
 }
 
@@ -94,9 +88,8 @@ TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {
         fill_random(a, n, n + 2, n);
         mlQRDecomposition plain(&q, &r), unit(&orthogonal, &coefficients);
         unit.set_Q_orthonormal();
-        mlVector v(mlVectorZero, n + 2);
         for (int i = 0; i < n; ++i) {
-            v = a.row(i);
+            mlVector const v(a.row(i));
             plain.add(&v);
             unit.add(&v);
         }
@@ -130,7 +123,7 @@ TEST(Tridiagonal, LeavesAResidualOfAFewRoundoffsWithAndWithoutCorners) {
         for (int const kind : {0, 1, 2, 3}) { // without corners, with them, both negative, of unlike signs: dropped
             bool const counted = kind == 1 || kind == 2;
             double const sign = kind == 2 ? -1 : 1;
-            mlMatrix band, a(mlMatrixZero, n, n), b(mlMatrixZero, n, 1), x(mlMatrixZero, n, 1);
+            mlMatrix band, a(mlMatrixZero, n, n);
             fill_random(band, n, 4, n); // the diagonals and the right-hand side
             mlSlice lower = band.col(0), diagonal = band.col(1), upper = band.col(2), r = band.col(3);
             lower[0] = kind == 3 ? -0.5 : 0.5 * sign;
@@ -140,11 +133,10 @@ TEST(Tridiagonal, LeavesAResidualOfAFewRoundoffsWithAndWithoutCorners) {
                 if (i > 0 || counted) a(i, (i + n - 1) % n) += lower[i];
                 if (i < n - 1 || counted) a(i, (i + 1) % n) += upper[i];
             }
-            b.col(0) = r;
+            mlMatrix const b(utConvert, contents(r).data(), n, 1);
             mlTridiagonal const system(n, lower, diagonal, upper);
             kind > 0 ? system.solve_periodic(r, r) : system.solve(r, r);
-            x.col(0) = r;
-            EXPECT_LT(solve_ratio(a, x, b), 10) << n;
+            EXPECT_LT(solve_ratio(a, mlMatrix(utConvert, contents(r).data(), n, 1), b), 10) << n;
             EXPECT_EQ(system.same_sign_corners(), kind != 3);
         }
     }

@@ -38,8 +38,6 @@ TEST(LU, FactorsSolvesAndInvertsWithinAFewRoundoffs) {
             EXPECT_LT(solve_ratio(a, inverse, mlMatrix(mlMatrixIdentity, n)), 30.0);
             lu.solve(b, x);
             EXPECT_LT(solve_ratio(a, x, b), 30.0);
-            lu.solve(b, b); // in place
-            EXPECT_EQ(b, x);
         }
     }
 }

@@ -107,24 +107,22 @@ TEST_P(StrangeNumbers, EndInFunctionsOfManyVariables) {
 }
 
 TEST_P(StrangeNumbers, EndInQuadraticProgrammes) {
-    mlMatrix g(mlMatrixZero, 3, 3);
-    mlVector slope(mlVectorZero, 3), normal(mlVectorZero, 3), x(mlVectorZero, 3);
-    auto const finite = [this](mlSlice values) {
-        for (int i = 0; i < values.length(); ++i)
-            do
-                values[i] = f.next();
-            while (!std::isfinite(values[i]) && f.seed >= Strange::constants);
+    mlMatrix g(mlMatrixZero, 3, 3), normals(mlMatrixZero, 5, 6);
+    mlVector slope(mlVectorZero, 3), x(mlVectorZero, 3);
+    auto const finite = [this](auto & values) {
+        for (double & value : f.fill(values))
+            while (!std::isfinite(value) && f.seed >= Strange::constants)
+                value = f.next();
     };
     for (int i = 0; i < 20; ++i) {
-        finite(g.row(i % 3));
-        finite(slope.slice());
-        finite(x.slice());
+        finite(g);
+        finite(slope);
+        finite(normals);
+        finite(x);
         mlConstrainedQuadraticMinimiser minimiser(g, slope);
         for (int k = 0; k < 5; ++k) {
-            finite(normal.slice());
-            minimiser.add_inequality(normal.slice(), normal[k % 3]);
-            finite(normal.slice());
-            minimiser.add_equality(normal.slice(), normal[0]);
+            minimiser.add_inequality(normals.row(k).slice(0, 1, 3), normals(k, k % 3));
+            minimiser.add_equality(normals.row(k).slice(3, 1, 3), normals(k, 3));
             minimiser.minimise(x);
         }
         bool const solved = minimiser.minimise(x) == mlConstrainedQuadraticSolved;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -51,6 +52,9 @@ void make_troubled(mlMatrix & a, int n, int cols, Trouble trouble, int p) {
 
 int eliminate_plainly(mlMatrix & a, std::vector<int> & permutation, int & swaps) {
     int const n = a.rows(), cols = a.cols();
+    permutation.resize(n);
+    std::iota(permutation.begin(), permutation.end(), 0);
+    swaps = 0;
     for (int k = 0; k < n; ++k) {
         int p = k;
         for (int i = k + 1; i < n; ++i)
@@ -80,11 +84,8 @@ void expect_plain_elimination(int n, Trouble trouble, int p) {
     mlMatrix a, expected, found;
     make_troubled(a, n, n + 3, trouble, p); // three right-hand sides
     expected.become(utCopy, a);
-    std::vector<int> rows(n);
-    for (int i = 0; i < n; ++i)
-        rows[i] = i;
-    int swaps = 0;
-    int const passed = eliminate_plainly(expected, rows, swaps);
+    std::vector<int> rows;
+    int swaps, passed = eliminate_plainly(expected, rows, swaps);
     EXPECT_EQ(passed, trouble != Trouble::failing_pivot && (trouble != Trouble::ties || passed));
     in_each_instruction_set([&] {
         intcoDynArr permutation;
@@ -113,31 +114,34 @@ void solve_plainly(mlMatrix const & lu, mlMatrix & x, bool matrix_form) {
     }
 }
 
+/// The solution for all columns of b, and that for its first one as a vector.
+template <class Decomposition, class Column>
+void expect_solutions(mlMatrix const & a, mlMatrix const & b, mlMatrix const & expected, Column const & column) {
+    in_each_instruction_set([&] {
+        Decomposition const decomposition(a);
+        mlMatrix x(utCopy, b);
+        mlVector v(b.col(0));
+        decomposition.solve(x, x); // in their place
+        decomposition.solve(v, v);
+        EXPECT_TRUE(equal_bits(expected, x)) << b.rows() << " rows, " << b.cols() << " right-hand sides";
+        EXPECT_TRUE(equal_bits(column, v, b.rows())) << "of a vector";
+    });
+}
+
 void lu_solves(int n, int count) {
-    mlMatrix a, packed, b, expected, column, x;
+    mlMatrix a, packed, b, expected(n, count), column(n, 1);
     fill_random(a, n, n, n);
     fill_random(b, n, count, 3);
     packed.become(utCopy, a);
-    std::vector<int> rows(n);
-    for (int i = 0; i < n; ++i)
-        rows[i] = i;
-    int swaps = 0;
+    std::vector<int> rows;
+    int swaps;
     ASSERT_EQ(eliminate_plainly(packed, rows, swaps), 1);
-    expected.become(n, count);
     for (int i = 0; i < n; ++i)
         expected.row(i) = b.row(rows[i]);
-    column.become(mlMatrixZero, n, 1).col(0) = expected.col(0);
+    column.col(0) = expected.col(0);
     solve_plainly(packed, expected, true);
     solve_plainly(packed, column, false);
-    in_each_instruction_set([&] {
-        mlLUDecomposition const lu(a);
-        mlVector v(mlVectorZero, n);
-        v = b.col(0);
-        lu.solve(b, x);
-        lu.solve(v, v);
-        EXPECT_TRUE(equal_bits(expected, x)) << n << " rows, " << count << " right-hand sides";
-        EXPECT_TRUE(equal_bits(column, v, n)) << n << " rows";
-    });
+    expect_solutions<mlLUDecomposition>(a, b, expected, column);
 }
 
 void lu(int n) {
@@ -158,16 +162,19 @@ void lu_in_every_column(int n) {
 
 // ---- Cholesky ----
 
-/// L below the diagonal of a and on `diagonal`, as far as the pivots are above zero or NaN.
-int factor_plainly(mlMatrix & a, Values & diagonal) {
+/// L in the lower triangle of a, as far as the pivots are above zero or NaN, and zeros on the diagonal after that.
+int factor_plainly(mlMatrix & a) {
     int const n = a.rows();
     for (int i = 0; i < n; ++i) {
         for (int j = i; j < n; ++j) {
             double s = a(i, j);
             for (int k = i - 1; k >= 0; --k)
                 s -= a(i, k) * a(j, k);
-            if (j == i && s <= 0.0) return 0;
-            (j == i ? diagonal[i] : a(j, i)) = j == i ? std::sqrt(s) : s / diagonal[i];
+            a(j, i) = j == i ? std::sqrt(s) : s / a(i, i);
+            if (j > i || !(s <= 0.0)) continue;
+            for (int k = i; k < n; ++k)
+                a(k, k) = 0.0;
+            return 0;
         }
     }
     return 1;
@@ -185,14 +192,11 @@ void expect_plain_factor(mlMatrix const & a, int p, double pivot) {
     }
     if (pivot != 1.0) changed(p, p) = pivot;
     expected.become(utCopy, changed);
-    Values diagonal(n);
-    int const definite = factor_plainly(expected, diagonal);
+    int const definite = factor_plainly(expected);
     EXPECT_EQ(definite, !(pivot <= 0.0));
-    for (int i = 0; i < n; ++i) {
-        expected(i, i) = diagonal[i];
+    for (int i = 0; i < n; ++i)
         for (int j = i + 1; j < n; ++j)
             expected(i, j) = 0.0;
-    }
     in_each_instruction_set([&] {
         mlCholeskyDecomposition const cholesky(changed);
         EXPECT_EQ(cholesky.is_singular(), !definite);
@@ -203,35 +207,24 @@ void expect_plain_factor(mlMatrix const & a, int p, double pivot) {
 
 void cholesky_solves(mlMatrix const & a, int count) {
     int const n = a.rows();
-    mlMatrix b, l, x;
+    mlMatrix b, l, expected;
     fill_random(b, n, count, 3);
     l.become(utCopy, a);
-    Values diagonal(n);
-    ASSERT_EQ(factor_plainly(l, diagonal), 1);
-    mlMatrix expected;
+    ASSERT_EQ(factor_plainly(l), 1);
     expected.become(utCopy, b);
     for (int c = 0; c < count; ++c) {
         for (int i = 0; i < n; ++i) {
             for (int k = i - 1; k >= 0; --k)
                 expected(i, c) -= l(i, k) * expected(k, c);
-            expected(i, c) /= diagonal[i];
+            expected(i, c) /= l(i, i);
         }
         for (int i = n - 1; i >= 0; --i) {
             for (int k = i + 1; k < n; ++k)
                 expected(i, c) -= l(k, i) * expected(k, c);
-            expected(i, c) /= diagonal[i];
+            expected(i, c) /= l(i, i);
         }
     }
-    in_each_instruction_set([&] {
-        mlCholeskyDecomposition const cholesky(a);
-        mlVector v(mlVectorZero, n);
-        v = b.col(0);
-        cholesky.solve(b, x);
-        cholesky.solve(v, v);
-        EXPECT_TRUE(equal_bits(expected, x)) << n << " rows, " << count << " right-hand sides";
-        for (int i = 0; i < n; ++i)
-            ASSERT_TRUE(same_bits(v[i], expected(i, 0))) << with_bits(v[i]) << " in row " << i << " of " << n;
-    });
+    expect_solutions<mlCholeskyDecomposition>(a, b, expected, expected.col(0));
 }
 
 void make_definite(mlMatrix & a, int n) {
@@ -322,8 +315,7 @@ void multiplies(int rows, int cols, int inner) {
         multiply(a, b.col(cols - 1), y);
         EXPECT_TRUE(equal_bits(expected, found_transposed)) << inner << " x " << rows << " transposed x " << cols;
         EXPECT_TRUE(equal_bits(expected, found)) << rows << " x " << inner << " x " << cols;
-        for (int i = 0; i < rows; ++i)
-            ASSERT_TRUE(same_bits(y[i], expected(i, cols - 1))) << with_bits(y[i]) << ", row " << i;
+        EXPECT_TRUE(equal_bits(expected.col(cols - 1), y, rows)) << rows << " x " << inner << " times a vector";
     });
 }
 
