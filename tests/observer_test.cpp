@@ -121,6 +121,46 @@ TEST(Observer, IsToldOfEveryIterationChangesNothingAndEndsTheSearch) {
     }
 }
 
+TEST(Observer, IsNotToldOfTheSimplexThatEndsTheSearch) {
+    mlProgress last{};
+    mlObserverOf observer([&](mlProgress const & progress) {
+        last = progress;
+        return true;
+    });
+    mlDownHillSimplex search(2);
+    search.set_observer(&observer);
+    mlFunctionN1Of f(2, [](mlSlice const & p) { return rosenbrock(p[0], p[1]); });
+    search.solve(f, mlVector{-1.2, 1.0}, mlDownHillSimplexNormal);
+    EXPECT_LT(last.calls, search.number_of_calls());
+}
+
+TEST(Observer, EndsASearchWithoutAnEndOfItsRange) {
+    mlObserverOf observer([](mlProgress const &) { return false; });
+    for (bool const ends : {false, true}) {
+        mlFunctionOf const falling([](double t) { return -t; });
+        mlMinimiser search(falling, 0.0, 0.0, 8.0, 1e-3);
+        if (ends) search.set_observer(&observer);
+        int found, end, not_converged;
+        EXPECT_EQ(search.minimise(found, end, not_converged), 8.0);
+        EXPECT_EQ(std::tuple(found, end, not_converged), std::tuple(0, !ends, ends));
+    }
+}
+
+TEST(Observer, IsToldOfStepsByTheirEuclideanLength) {
+    mlVector const x{0.0, 1.0}, y{3.0, 4.0};
+    mlVector p{0.0, 0.0};
+    mlCurveModel model(x.slice(), y.slice(), p, [](double t, mlVector const & q) { return q[t < 0.5 ? 0 : 1]; });
+    double step = 0.0;
+    mlObserverOf observer([&](mlProgress const & progress) {
+        step = progress.step;
+        return false;
+    });
+    mlLevenbergMarquardt fitter(model);
+    fitter.set_observer(&observer);
+    fitter.fit(p, p);
+    EXPECT_NEAR(step, 5.0, 1e-3);
+}
+
 TEST(ProgressLine, IsWrittenAnewAndEnded) {
     std::ostringstream stream;
     {

@@ -45,10 +45,14 @@ double mlDownHillSimplex::solve(mlFunctionN1 & f, mlVector const & start, mlDown
     begin_observation();
     build_simplex(start);
     Extremes e = find_extremes();
-    while (!finished(e)) {
+    auto const diameter = [&] {
+        return std::sqrt(distance_squared(vertices_.row(e.lowest), vertices_.row(e.highest)));
+    };
+    bool end = finished(e);
+    while (!end) {
         improve(e);
         e = find_extremes();
-        if (stops(values_[e.lowest], calls_, observed() ? extent(e) : 0.0)) break;
+        end = finished(e) || stops(values_[e.lowest], calls_, observed() ? diameter() : 0.0);
     }
     move_to_front(e.lowest);
     return values_[0];

@@ -1,6 +1,7 @@
 #include "maths/optimisation/mlLevenbergMarquardt.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "maths/decompositions/mlCholeskyDecomposition.h"
@@ -48,7 +49,7 @@ double mlLevenbergMarquardt::fit(mlVector const & start, mlVector & result, int 
         if (lambda_ > max_lambda) break; // even when the last try was a success
         bool const negligible =
             strict && distance_squared(current_parameters_, trial_parameters_) < negligible_square_step;
-        double const step = observed() ? norm_diff(current_parameters_, trial_parameters_) : 0.0;
+        double const step = observed() ? std::sqrt(distance_squared(current_parameters_, trial_parameters_)) : 0.0;
         current_parameters_ = trial_parameters_; // after 50 failures too
         if (negligible || stops(sum, calls_, step)) break;
     }

@@ -35,6 +35,7 @@ double mlMinimiser::minimise(int & found, int & range_end, int & not_converged) 
     not_converged = state == mlMinimiserFailed || state == mlMinimiserStopped;
     found = !not_converged;
     double const t = current_.t;
+    if (state == mlMinimiserStopped) return t;
     if (state == mlMinimiserAtRangeEnd || function_->highest_derivative_order <= 1) {
         if (t == lo_ && lo_ > function_->t_min()) {
             range_end = -1;

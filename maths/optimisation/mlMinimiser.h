@@ -40,8 +40,8 @@ public:
     /// `found`: 0 when the iterations ran out, the observer ended it or `range_end` is set, else 1.
     /// `range_end`: -1 or +1 when the minimum lies on the lower or upper end of the range and the function's domain
     /// goes on beyond it, so that `change_range` and another search may find a lower one; else 0. For a function with
-    /// two derivatives `range_end` is set only when its slope rises inwards. `not_converged`: 1 when the iterations ran
-    /// out, else 0.
+    /// two derivatives `range_end` is set only when its slope rises inwards, and never when the observer ended the
+    /// search. `not_converged`: 1 when the iterations ran out or the observer ended it, else 0.
     double minimise(int & found, int & range_end, int & not_converged);
 
     /// The value at the current point, after a search that of the minimum. Usually it is known. Where the current point

@@ -51,7 +51,7 @@ public:
     }
 
     // The observer's word, who is told of the sweep.
-    bool is_stopped() { return stops(value_, -1, observed() ? norm_diff(x_, start_) : 0.0); }
+    bool is_stopped() { return stops(value_, -1, observed() ? std::sqrt(distance_squared(x_, start_)) : 0.0); }
 
     // Minimises along the whole way of the sweep as well, when that promises more than the directions do.
     void follow_sweep() {
