@@ -17,7 +17,8 @@ struct mlProgress {
 ///
 /// `set_observer` of the classes derived from `mlObservable` takes one, as `ml_powell_minimum_search` does; each says
 /// what its value and step are. Without one a search makes no other call and gives no other bit.
-/// Lifetime: the observer must outlive the searches that it is set for. What `iterated` throws passes through.
+/// Lifetime: the observer must outlive the searches that it is set for. What `iterated` throws passes through:
+/// results and status then tell nothing, and another search may begin.
 class MATHS_API mlObserver {
 public:
     mlObserver() = default;
@@ -25,8 +26,9 @@ public:
     mlObserver & operator=(mlObserver const &) = delete;
     virtual ~mlObserver();
 
-    /// Called at the end of each iteration but the last. Returns whether to go on: false ends the search, with the best
-    /// point so far, and a status that says so.
+    /// Called at the end of each iteration but one in which the search meets its own rule for ending; the last of a
+    /// limited number of iterations is told of too, but for Powell's sweeps. Returns whether to go on: false ends the
+    /// search, with the best point so far, and a status that says so.
     virtual bool iterated(mlProgress const & progress) = 0;
 };
 
