@@ -229,16 +229,6 @@ TEST(ConstrainedQuadratic, LeavesASaddleAndPointsOfNegativeCurvatureAtTheEnds) {
     expect_solution(peak, -10.0);
 }
 
-TEST(ConstrainedQuadratic, EndsOnBealesLinearProgrammeThatMakesSimplexMethodsCycle) {
-    QuadraticProgramme p{4, Values(16), {-0.75, 150, -0.02, 6}};
-    p.at_least({-0.25, 60, 0.04, -9}, 0);
-    p.at_least({-0.5, 90, 0.02, -3}, 0);
-    p.upper(2, 1.0);
-    for (int i = 0; i < 4; ++i)
-        p.lower(i, 0.0);
-    expect_solution(p, -0.05);
-}
-
 TEST(ConstrainedQuadratic, SeesContradictionsAboveABillionthAndNoneBelow) {
     for (double const length : {1.0, 3e8, 1e-8})
         for (double const gap : {1e-11, 1e-7}) {

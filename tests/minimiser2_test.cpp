@@ -196,6 +196,14 @@ TEST(Minimiser2, SolvesEachProblemWithinItsCallsWithEachOrderOfDerivatives) {
             EXPECT_TRUE(search(p, again) == a) << "another answer, for the same search";
             EXPECT_TRUE(p.f != raised || order == 0 || std::hypot(a.u - 1.0, a.v - 1.0) < 1e-7) << "lost digits";
             EXPECT_NEAR(a.value, p.lowest, p.resolution * (order == 0 ? 10.0 : 1e-2) + 1e-15 * p.lowest);
+            // No lower value lies a few resolutions down the slope, within the window.
+            Jet const g = p.f(u_at(a.u), v_at(a.v));
+            for (double const resolutions : {3.0, 5.0}) {
+                double const step = resolutions * p.resolution / (std::hypot(g.u, g.v) + 1e-300);
+                double const u = std::clamp(a.u - step * g.u, p.window.u_min, p.window.u_max);
+                double const v = std::clamp(a.v - step * g.v, p.window.v_min, p.window.v_max);
+                EXPECT_GE(p.f(u, v).f, a.value - 1e-14 * std::fabs(a.value) - 1e-28) << resolutions;
+            }
         }
 }
 
@@ -380,10 +388,6 @@ Formulas to_torus(double x, double y, double z) {
     };
 }
 
-std::vector<Jet> freudenstein_roth(Jet const & u, Jet const & v) {
-    return {-13.0 + u + ((5.0 - v) * v - 2.0) * v, -29.0 + u + ((v + 1.0) * v - 14.0) * v};
-}
-
 TEST(VectorMinimiser2, FindsFeetOnATorusAndACircle) {
     double const points[][3] = {{5.0, 1.0, 1.0}, {3.5, 0.5, 0.2}, {1.0, 1.0, 3.0}, {0.1, 0.2, 0.5}, {-4.0, 2.0, -1.0}};
     int const most_calls[] = {110, 35, 60};
@@ -404,18 +408,14 @@ TEST(VectorMinimiser2, FindsFeetOnATorusAndACircle) {
     }
 }
 
-TEST(VectorMinimiser2, ConvergesWithLargeResidualsUnlessAValueMeetsTheAbsoluteMinimum) {
+TEST(VectorMinimiser2, ConvergesWithLargeResiduals) {
     for (int order : {0, 1, 2}) {
+        auto const freudenstein_roth = [](Jet u, Jet v) {
+            return std::vector<Jet>{u + ((5.0 - v) * v - 2.0) * v - 13.0, u + ((v + 1.0) * v - 14.0) * v - 29.0};
+        };
         Answer const end = search(freudenstein_roth, 0.5, -2.0, {}, order);
         EXPECT_LT(std::hypot(end.value - 48.98425367924, 0.01 * (end.v + 0.89680525327)), 1e-9);
         EXPECT_LE(end.calls, 60);
-        for (double const least : {1e3, 400.0, 60.0, 48.98426}) { // differences may meet it
-            WatchedVector const f(freudenstein_roth);
-            mlVectorMinimiser2 m(f, 0.5, -2.0, 1e-8, order);
-            Answer const a = search(m, f, 100, least);
-            EXPECT_TRUE(a.state == mlMinimiser2AbsoluteMinimum && f.values.back() == a.value) << least;
-            EXPECT_EQ(std::count_if(f.values.begin(), f.values.end(), [&](double x) { return x <= least; }), 1);
-        }
     }
 }
 
