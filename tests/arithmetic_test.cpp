@@ -58,23 +58,20 @@ TEST(Norms, NeitherOverflowNorUnderflowOnTheWay) {
 }
 
 TEST(TransposedProducts, TakeEmptyShapesAndTheirOwnOperands) {
-    for (int const rows : {0, 1, 3}) {
-        for (int const cols : {0, 1, 4}) {
-            SCOPED_TRACE(std::to_string(rows) + " x " + std::to_string(cols));
-            mlMatrix a, b, expected, c;
-            mlVector y;
-            fill_random(a, rows, cols, 1);
-            fill_random(b, rows, cols, 2);
-            if (rows > 2 && cols > 1) a(2, 1) = infinity;
-            mlMatrix const transposed(mlMatrixTranspose, a);
-            multiply(transposed, b, expected);
-            multiply_transposed(a, mlVector(mlVectorZero, rows), y);
-            EXPECT_EQ(y.size(), cols);
-            c.become(utCopy, a);
-            multiply_transposed(c, b, c);
-            multiply_transposed(a, b, b);
-            EXPECT_TRUE(equal_bits(expected, b) && equal_bits(expected, c));
-        }
+    for (auto const & [rows, cols] : {std::pair(0, 4), {3, 0}, {1, 1}, {1, 4}, {3, 4}}) {
+        SCOPED_TRACE(testing::Message() << rows << " x " << cols);
+        mlMatrix a, b, expected;
+        fill_random(a, rows, cols, 1);
+        fill_random(b, rows, cols, 2);
+        if (rows > 2) a.row(2).add_multiple(infinity, a.row(2));
+        multiply(mlMatrix(mlMatrixTranspose, a), b, expected);
+        mlMatrix c(utCopy, a);
+        multiply_transposed(c, b, c);
+        multiply_transposed(a, b, b);
+        EXPECT_TRUE(equal_bits(expected, b) && equal_bits(expected, c));
+        mlVector y;
+        multiply_transposed(a, mlVector(mlVectorZero, rows), y);
+        EXPECT_EQ(y.size(), cols);
     }
 }
 

@@ -14,9 +14,8 @@ namespace {
 
 TEST(Condition, IsEstimatedWithinAFactorAndMostlyExactly) {
     int exact = 0, all = 0;
-    for (Kind const kind :
-         {Kind::identity, Kind::random, Kind::graded_rows, Kind::graded_cols, Kind::nearly_singular}) {
-        for (int const n : {1, 2, 3, 10, 60}) {
+    for (Kind const kind : {Kind::identity, Kind::random, Kind::graded_rows, Kind::graded_cols, Kind::nearly_singular})
+        for (int const n : {1, 2, 3, 10, 60})
             for (int seed = 1; seed <= 4; ++seed) {
                 SCOPED_TRACE(name_of(kind) + std::to_string(n));
                 mlMatrix a, inverse, g;
@@ -28,13 +27,10 @@ TEST(Condition, IsEstimatedWithinAFactorAndMostlyExactly) {
                 exact += ratio < 1.0 + 1e-4; // the inverse has errors of its own
                 ++all;
                 multiply(a, mlMatrix(mlMatrixTranspose, a), g);
-                for (int i = 0; i < n; ++i)
-                    g(i, i) += 0.1;
+                g += mlMatrix(mlMatrixIdentity, n);
                 mlCholeskyDecomposition const cholesky(g);
                 EXPECT_NEAR(cholesky.reciprocal_condition() / mlLUDecomposition(g).reciprocal_condition(), 1.0, 1e-4);
             }
-        }
-    }
     EXPECT_GT(exact, 0.8 * all); // of which a solution with the wrong triangle falls short
 }
 

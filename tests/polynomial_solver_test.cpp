@@ -279,25 +279,6 @@ TEST(PolynomialSolver, TellsWhereItCannotEvaluate) {
     EXPECT_GT(worst, 1.0L);
 }
 
-// Powers of two in the coefficients and in the variable change nothing but exponents.
-TEST(PolynomialSolver, ScalesWithPowersOfTwo) {
-    Values const a = polynomial({-4, 0.25, 7}, {{0.25, 0.5}, {-4, 1}});
-    mlPolynomialSolver solver, scaled;
-    solve(solver, a);
-    for (int const e : {-900, -300, 300, 900}) {
-        for (int const k : {0, -14, 14}) {
-            Values b = a;
-            for (std::size_t i = 0; i < b.size(); ++i)
-                b[i] = std::ldexp(b[i], e - k * static_cast<int>(i));
-            ASSERT_EQ(solve(scaled, b), mlPolynomialSolverSolved);
-            for (int i = 0; i < solver.num_roots(); ++i) {
-                EXPECT_EQ(scaled.real_part(i), std::ldexp(solver.real_part(i), k)) << e << ' ' << k;
-                EXPECT_EQ(scaled.imaginary_part(i), std::ldexp(solver.imaginary_part(i), k)) << e << ' ' << k;
-            }
-        }
-    }
-}
-
 TEST(PolynomialSolver, FindsRootsOfAllMagnitudesInOnePolynomial) {
     mlPolynomialSolver solver;
     Values const roots{-1e150, -3e-150, 1e-40, 2.0, 1e40}; // of the two terms of a coefficient one is negligible
@@ -361,23 +342,28 @@ TEST(PolynomialSolver, LeavesQuadraticsToTheClosedFormWhereItIsExactEnough) {
     EXPECT_EQ(solver.imaginary_part(1), 0x1p-20);
 }
 
-TEST(PolynomialSolver, ListsTheRootsOfRandomPolynomialsTheSameEachTime) {
+// Powers of two in the coefficients and in the variable change nothing but exponents, nor does what was solved before.
+TEST(PolynomialSolver, ListsTheRootsOfRandomPolynomialsTheSameEachTimeAndScaled) {
     for (int const n : {1, 2, 3, 4, 5, 8, 13, 30, 100, 600}) {
         mlRandom random(n);
         for (int round = 0; round < (n < 100 ? 20 : 1); ++round) {
-            Values a(n + 1);
-            for (double & c : a)
+            bool const scales = n != 2 && n < 30; // the closed form of a quadratic goes by absolute tolerances
+            int const e = scales ? 300 * (round % 5 - 2) : 0, k = scales ? 14 * (round % 3 - 1) : 0;
+            Values a(n + 1), b;
+            for (double & c : a) {
                 c = std::ldexp(random.uniform(-1.0, 1.0), round % 2 == 0 ? 0 : static_cast<int>(random.uniform() * 80));
+                b.push_back(std::ldexp(c, e - k * static_cast<int>(b.size())));
+            }
             mlPolynomialSolver solver, other;
             solve(solver, a);
             expect_sound(solver, a, "random");
             ASSERT_EQ(solver.num_roots(), n);
             solve(other, {1.0, 2.0, 3.0, 4.0});
-            solve(other, a);
+            solve(other, b);
             Extended product = 1.0L; // of the magnitudes: no root is missing
             for (int i = 0; i < n; ++i) {
-                EXPECT_EQ(root(other, i), root(solver, i));
-                EXPECT_EQ(other.error_bound(i), solver.error_bound(i));
+                EXPECT_EQ(root(other, i), root(solver, i) * std::ldexp(1.0L, k)) << n << ", " << round;
+                EXPECT_TRUE(a != b || other.error_bound(i) == solver.error_bound(i)) << n << ", " << round;
                 product *= std::abs(root(solver, i));
             }
             EXPECT_NEAR(static_cast<double>(product / std::fabs(a[0] / Extended(a[n]))), 1.0, 1e-14 * n);
