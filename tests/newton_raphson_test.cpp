@@ -76,11 +76,10 @@ TEST(NewtonRaphson, StopsByItsRulesAtTheBestPoint) {
 struct Curves : mlFunctionN {
     Curves() { input_dimension = output_dimension = 2; }
     void function(mlSlice const & x, mlVector & y) const override {
-        y[0] = x[0] * x[0] + x[1] * x[1] - 4.0;
-        y[1] = x[0] * x[1] - 1.0;
+        y = Vector{x[0] * x[0] + x[1] * x[1] - 4.0, x[0] * x[1] - 1.0};
     }
-    void function_gradient(mlSlice const & x, mlMatrix & jacobian) const override {
-        jacobian.become(utConvert, Values{2 * x[0], 2 * x[1], x[1], x[0]}.data(), 2, 2);
+    void function_gradient(mlSlice const & x, mlMatrix & j) const override {
+        j.become(utCopy, mlMatrix{{2 * x[0], 2 * x[1]}, {x[1], x[0]}});
     }
 };
 
