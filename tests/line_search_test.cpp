@@ -149,7 +149,8 @@ TEST(MinimiserSearch, TellsTheValueAndTheIterationsWithoutChangingWhatASearchAsk
     Minimiser m(f, 0.0, -10.0, 10.0, 0.125), at_end(rising, 1.0, 1.0, 2.0, 0.125);
     m.search();
     std::size_t const calls = f.calls.size();
-    EXPECT_EQ(std::tuple(m.value(), m.iterations(), f.calls.size()), std::tuple(0.0, 1, calls));
+    EXPECT_EQ(m.value(), 0.0);
+    EXPECT_EQ(std::tuple(m.iterations(), f.calls.size()), std::tuple(1, calls));
     m.search();
     EXPECT_EQ(m.iterations(), 0) << "each search counts for itself";
     EXPECT_EQ(at_end.search(), mlMinimiserAtRangeEnd);

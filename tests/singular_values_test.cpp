@@ -132,8 +132,7 @@ TEST(PseudoInverse, MakesAProjectionAndSolvesLeastSquares) {
             double const scale = 30 * rows * norm_1(a) * norm_1(inverse) * roundoff;
             EXPECT_LT(product_error(image, a, a), norm_1(a) * scale);
             EXPECT_LT(product_error(image, mlMatrix(mlMatrixIdentity, rows), image_transposed), scale);
-            mlVector column(mlVectorZero, rows);
-            column = b.col(1);
+            mlVector column(b.col(1));
             svd.solve(b, x);
             svd.solve(column, column); // in its place
             svd.solve(b, b);
