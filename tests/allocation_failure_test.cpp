@@ -129,27 +129,27 @@ void vectors_and_matrices(Objects & o) {
     std::ostringstream() << o.n << v;
 }
 
-/// (x + y, x y), with derivatives.
-struct SumAndProduct : mlFunctionN {
-    SumAndProduct() { input_dimension = output_dimension = 2; }
-    void function(mlSlice const & x, mlVector & y) const override { y = Vector{x[0] + x[1], x[0] * x[1]}; }
-    void function_gradient(mlSlice const & x, mlMatrix & j) const override {
-        j.become(utCopy, Matrix(2, 2, {1.0, 1.0, x[1], x[0]}));
-    }
-};
+mlFunctionNOf const sum_and_product(
+    2, 2,
+    [](mlSlice const & x, mlVector & y) {
+        y = Vector{x[0] + x[1], x[0] * x[1]};
+    },
+    [](mlSlice const & x, mlMatrix & j) {
+        j.become(utCopy, mlMatrix{{1.0, 1.0}, {x[1], x[0]}});
+    });
 
 double bowl(mlSlice const & x) { return (x[0] - 1.0) * (x[0] - 1.0) + (x[1] - 3.0) * (x[1] - 3.0); }
 
 void functions(Objects & o) {
-    SumAndProduct const f;
-    mlCachedFunctionN const cached(&f);
+    mlCachedFunctionN const cached(&sum_and_product);
     mlVector const x(mlVectorZero, 2);
     cached.function(x.slice(), o.v.become(mlVectorZero, 2));
     cached.function_gradient(x.slice(), o.m.become(mlMatrixZero, 2, 2));
     TracedFunctionN1 g(2, bowl);
     g.gradient(x.slice(), o.v);
     g.hessian(x.slice(), o.m);
-    mlIntegrateRomberg(1e-9, 6).integrate(mlLineOnFunctionN1(x, o.v, &g), mlSquaredLengthFunc2(&f).function(0, 0), 1.0);
+    mlIntegrateRomberg(1e-9, 6).integrate(mlLineOnFunctionN1(x, o.v, &g),
+                                          mlSquaredLengthFunc2(&sum_and_product).function(0, 0), 1.0);
     mlTinyVector2 const points[3] = {};
     mlTinyVector2 curve[3];
     mlTinyVector2Polynomial().fit(0.0, 1.0, points, 2, curve);
@@ -216,7 +216,7 @@ void optimisation(Objects & o) {
     mlMatrix directions(mlMatrixIdentity, 2);
     int flag = 0;
     ml_powell_minimum_search(x, directions, 1e-6, flag, f);
-    mlNewtonRaphson(mlNRDim, 2).solve(SumAndProduct(), x, 1e-6, flag);
+    mlNewtonRaphson(mlNRDim, 2).solve(sum_and_product, x, 1e-6, flag);
     Line line;
     mlLevenbergMarquardt(line).fit(x, o.v);
     line.point_distribution_quality(o.v);

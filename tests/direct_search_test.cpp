@@ -74,14 +74,11 @@ TEST(Simplex, ExpandsContractsAndShrinksByTheReflectedValue) {
 }
 
 TEST(Simplex, EndsAtItsLimitOfCallsWhateverTheValues) {
-    auto const calls = [](int n, double answer, int speed, double at) {
-        TracedFunctionN1::Formula const constant = [answer](mlSlice const &) { return answer; };
-        return Search(n, constant, speed, at).calls;
-    };
+    auto const constant = [](double answer) { return [answer](mlSlice const &) { return answer; }; };
     int const limits[] = {20000, 100, 600, 2000, 20000, 20000}; // of the speeds -1 to 4
     for (int speed = -1; speed <= 4; ++speed) {
-        EXPECT_EQ(calls(3, infinity, speed, 0.0), limits[speed + 1]);
-        EXPECT_EQ(calls(2, nan_value, speed, -1.0), limits[speed + 1] + 3) << "steps of 4";
+        EXPECT_EQ(Search(3, constant(infinity), speed).calls, limits[speed + 1]);
+        EXPECT_EQ(Search(2, constant(nan_value), speed, -1.0).calls, limits[speed + 1] + 3) << "steps of 4";
     }
     auto const begins_another = [calls = 0](mlSlice const &) mutable {
         if (++calls == 50) Search(1, bowl, mlDownHillSimplexCoarse);
@@ -99,11 +96,9 @@ TEST(Simplex, StopsAtOnceWhereNothingCanImprove) {
 
 /// A search from a start along the axes.
 struct Powell {
-    Powell(TracedFunctionN1 & f, std::vector<double> const & start, double tolerance, int first_iteration = 0)
-        : directions(mlMatrixIdentity, f.dimension), iterations(first_iteration) {
-        x.become(utConvert, start.data(), f.dimension);
-        least = ml_powell_minimum_search(x, directions, tolerance, iterations, f);
-    }
+    Powell(TracedFunctionN1 & f, Values const & start, double tolerance, int first_iteration = 0)
+        : x(start), directions(mlMatrixIdentity, f.dimension), iterations(first_iteration),
+          least(ml_powell_minimum_search(x, directions, tolerance, iterations, f)) {}
     mlVector x;
     mlMatrix directions;
     int iterations;
@@ -118,7 +113,7 @@ TEST(Powell, FindsTheMinimaOfQuadraticForms) {
                 sum += (i + 1) * std::pow(x[i] - i - 1 + (i > 0 ? 0.5 * (x[i - 1] - i) : 0.0), 2);
             return sum;
         });
-        Powell const search(f, std::vector<double>(n, 2.0), 1e-14);
+        Powell const search(f, Values(n, 2.0), 1e-14);
         EXPECT_NEAR(search.least, 1.0, 1e-12) << "n = " << n;
         for (int i = 0; i < n; ++i)
             EXPECT_NEAR(search.x[i], i + 1, 1e-5) << "n = " << n;

@@ -28,28 +28,6 @@ double residual(mlMatrix const & a, mlEigenVecs const & eigen) {
     return product_error(a, eigen.eigen_vectors(), scaled);
 }
 
-TEST(SymmetricEigen, HasOrthonormalVectorsAndValuesOfDecreasingMagnitude) {
-    for (Kind const kind : {Kind::random, Kind::graded_rows, Kind::rank_two}) {
-        for (int const n : {1, 2, 3, 20}) {
-            SCOPED_TRACE(name_of(kind));
-            mlMatrix a;
-            make_matrix(a, kind, n, n, n);
-            for (int k = 0; k < n * n; ++k)
-                a[k] = a(std::max(k / n, k % n), std::min(k / n, k % n));
-            mlSymEigenVecs eigen(a);
-            eigen.set_tolerance(-1e-10); // its magnitude counts
-            EXPECT_EQ(eigen.status(), mlEigenVecsNotCalculated);
-            eigen.calculate();
-            ASSERT_EQ(eigen.status(), mlEigenVecsCalculated);
-            ASSERT_EQ(eigen.num_real_eigen_values(), n);
-            EXPECT_LT(residual(a, eigen), 1e-12 * n + 30 * n * norm_1(a) * roundoff);
-            EXPECT_LT(orthonormality_ratio(eigen.eigen_vectors()), 100.0);
-            for (int i = 1; i < n; ++i)
-                EXPECT_LE(std::fabs(eigen.eigen_value(i)), std::fabs(eigen.eigen_value(i - 1)));
-        }
-    }
-}
-
 TEST(SymmetricEigen, VectorsAreEqualUpToTheirSign) {
     Matrix const unit(2, 2, {0.6, 0.8, -0.6, -0.8}), others(2, 2, {0.8, 0.6, 1.2, 1.6});
     for (int i = 0; i < 2; ++i) {

@@ -65,8 +65,6 @@ TEST(ApproxDeriv, OfTwoVariablesHoldsTheOtherOneFixed) {
     EXPECT_EQ((Values{by_v.u_min(), by_v.u_max(), by_v.v_min(), by_v.v_max()}), (Values{2, 4, 2, 4}))
         << "the range of v is returned for that of u";
     EXPECT_EQ(by_v.uv_function_derivative(1, 1, 0.5, 3.0), -666.0);
-    EXPECT_EQ((Values{f.mlFunction2::u_min(), f.mlFunction2::u_max(), f.mlFunction2::v_min(), f.mlFunction2::v_max()}),
-              (Values{-largest_double, largest_double, -largest_double, largest_double}));
 }
 
 TEST(FunctionN1, TakesDifferencesInAToldOrderOfCalls) {
@@ -90,28 +88,25 @@ TEST(FunctionN1, TakesDifferencesInAToldOrderOfCalls) {
 
 TEST(FunctionN1, HasDifferencesWhoseErrorsArePartsOfItsMagnitude) {
     TracedFunctionN1 const f(2, [](mlSlice const & x) { return std::exp(0.5 * x[0]) * std::cos(x[1]); });
-    double slope = 0.0, diagonal = 0.0, mixed = 0.0;
+    mlVector gradient;
+    mlMatrix hessian;
+    double diagonal = 0.0;
     for (double x = -2.0; x < 2.0; x += 0.13) {
         for (double y = -1.0; y < 1.0; y += 0.17) {
-            mlVector gradient;
-            mlMatrix hessian;
             double const e = std::exp(0.5 * x), value = e * std::cos(y);
             f.gradient(Vector{x, y}.slice(), gradient);
             f.hessian(Vector{x, y}.slice(), hessian);
-            slope = std::max(slope, std::fabs(gradient[0] - 0.5 * value) / value);
+            EXPECT_NEAR(gradient[0], 0.5 * value, 3e-9 * value);
+            EXPECT_NEAR(hessian(0, 1), -0.5 * e * std::sin(y), 0.02 * value);
             diagonal = std::max(diagonal, std::fabs(hessian(1, 1) + value) / value);
-            mixed = std::max(mixed, std::fabs(hessian(0, 1) + 0.5 * e * std::sin(y)) / value);
         }
     }
-    TracedFunctionN1 const rough(2, [](mlSlice const & x) { return std::sin(1e9 * x[0] + 3e9 * x[1]); });
-    mlMatrix bits;
-    rough.hessian(Vector{0.5, 0.25}.slice(), bits); // of differences that are scaled one by one
-    auto const at = [&](int i, int j) { return rough.function(Vector{0.5 + i * 1e-7, 0.25 + j * 1e-7}.slice()); };
-    EXPECT_EQ(bits(0, 1), ((at(1, 1) - at(-1, 1)) * 5e6 - (at(1, -1) - at(-1, -1)) * 5e6) * 5e6);
-    EXPECT_EQ(bits(0, 0), ((at(1, 0) - at(0, 0)) * 1e7 - (at(0, 0) - at(-1, 0)) * 1e7) * 1e7);
-    EXPECT_LT(slope, 3e-9);
     EXPECT_TRUE(0.01 < diagonal && diagonal < 0.1) << diagonal;
-    EXPECT_TRUE(0.001 < mixed && mixed < 0.02) << mixed;
+    TracedFunctionN1 const rough(2, [](mlSlice const & x) { return std::sin(1e9 * x[0] + 3e9 * x[1]); });
+    rough.hessian(Vector{0.5, 0.25}.slice(), hessian); // of differences that are scaled one by one
+    auto const at = [&](int i, int j) { return rough.function(Vector{0.5 + i * 1e-7, 0.25 + j * 1e-7}.slice()); };
+    EXPECT_EQ(hessian(0, 1), ((at(1, 1) - at(-1, 1)) * 5e6 - (at(1, -1) - at(-1, -1)) * 5e6) * 5e6);
+    EXPECT_EQ(hessian(0, 0), ((at(1, 0) - at(0, 0)) * 1e7 - (at(0, 0) - at(-1, 0)) * 1e7) * 1e7);
 }
 
 /// Two functions of two variables whose values are ten times the number of the call, plus the orders.

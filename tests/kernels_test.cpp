@@ -10,7 +10,8 @@
 #include "tests/support/bits.h"
 #include "tests/support/values.h"
 
-// Whatever the instruction set, every element has the bits that the plain definition gives it.
+// Whatever the instruction set, every element has the bits that the plain definition gives it, at every small size. The
+// test of thresholds factors panels and takes the sizes at which blocks are copied.
 
 namespace {
 
@@ -62,48 +63,6 @@ void expect_plain_products(int rows, int cols, int depth, mlRandom & random) {
     ml_kernels().gemv_subtract(rows, depth, block(a), b.data(), before.data());
     ASSERT_TRUE(equal_bits(sum, product));
     ASSERT_TRUE(equal_bits(difference, before));
-}
-
-/// Random columns but for a tiny one, `singular`, or special numbers anywhere.
-void expect_plain_panel(int rows, int width, int singular, bool specials, mlRandom & random) {
-    mlMatrix a, panel(mlMatrixZero, width, ml_padded(rows));
-    fill(a, rows, width, random);
-    for (int k = 0; k < rows * width && !specials; ++k)
-        a[k] = random.uniform(-1.0, 1.0) * (k % width == singular ? 1e-40 : 1.0);
-    ml_kernels().copy_transposed(rows, width, block(a), {panel.data(), panel.cols()});
-    intcoDynArr pivot_rows;
-    pivot_rows.expand(width);
-    int const done = ml_kernels().factor_panel(rows, width, panel.data(), panel.cols(), 1e-20, pivot_rows.data());
-    int k = 0;
-    for (; k < width; ++k) {
-        int p = k;
-        for (int i = k + 1; i < rows; ++i) {
-            if (std::fabs(a(i, k)) > std::fabs(a(p, k))) p = i;
-        }
-        ASSERT_EQ(pivot_rows[k], p) << rows << " x " << width << ", column " << k;
-        a.swap_rows(k, p);
-        if (1e-20 > std::fabs(a(k, k))) break;
-        for (int i = k + 1; i < rows; ++i) {
-            a(i, k) /= a(k, k);
-            for (int j = k + 1; j < width; ++j)
-                a(i, j) -= a(k, j) * a(i, k);
-        }
-    }
-    ASSERT_EQ(done, k) << rows << " x " << width;
-    panel.expand(width, rows, 0.0); // without the padding
-    ASSERT_TRUE(equal_bits(mlMatrix(mlMatrixTranspose, a), panel));
-}
-
-TEST_P(KernelsOf, FactorPanelsLikeTheDefinition) {
-    mlRandom random(4);
-    for (int rows = 1; rows <= 40; ++rows) {
-        for (int width = 1; width <= rows && width <= 21; width += 1 + width / 4) {
-            ASSERT_NO_FATAL_FAILURE(expect_plain_panel(rows, width, width, false, random));
-            for (int singular = rows % 3; singular < width; singular += 3)
-                ASSERT_NO_FATAL_FAILURE(expect_plain_panel(rows, width, singular, false, random));
-            ASSERT_NO_FATAL_FAILURE(expect_plain_panel(rows, width, width, true, random));
-        }
-    }
 }
 
 bool counts(double x) { return std::fabs(x) >= DBL_MIN; }
@@ -183,18 +142,6 @@ TEST_P(KernelsOf, MultiplyLikeTheDefinitionAtEverySmallSize) {
         for (int depth = 0; depth <= 40; ++depth)
             ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, 1, depth, random));
     }
-}
-
-TEST_P(KernelsOf, MultiplyLikeTheDefinitionWherePanelsAreCopied) {
-    mlRandom random(2);
-    for (int const depth : {127, 128, 129, 257}) {
-        for (int const cols : {47, 48, 49, 64, 97}) {
-            for (int const rows : {8, 9, 17})
-                ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, cols, depth, random));
-        }
-        ASSERT_NO_FATAL_FAILURE(expect_plain_products(37, 1, depth, random));
-    }
-    ASSERT_NO_FATAL_FAILURE(expect_plain_products(259, 97, 130, random));
 }
 
 INSTANTIATE_TEST_SUITE_P(, KernelsOf,

@@ -14,11 +14,11 @@ namespace {
 
 mlMatrix transposed(mlMatrix const & m) { return mlMatrix(mlMatrixTranspose, m); }
 
-TEST(Cholesky, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
+TEST(Cholesky, ReadsTheUpperTriangleAndFactorsAndInvertsWithinAFewRoundoffs) {
     for (Kind const kind : all_kinds) {
         for (int const n : {2, 5, 50}) {
             SCOPED_TRACE(name_of(kind) + std::to_string(n));
-            mlMatrix g, upper, a, l, inverse, b, x;
+            mlMatrix g, upper, a, l, inverse;
             make_matrix(g, kind, n, n, n);
             multiply(g, transposed(g), upper);
             double const lift = 100 * n * roundoff * norm_1(upper); // by a few roundoffs: safely definite
@@ -34,9 +34,6 @@ TEST(Cholesky, FactorsInvertsAndSolvesWithinAFewRoundoffs) {
             EXPECT_LT(factor_ratio(l, transposed(l), a), 30);
             cholesky.matrix_l_inverted(inverse);
             EXPECT_LT(solve_ratio(l, inverse, mlMatrix(mlMatrixIdentity, n)), 30);
-            fill_random(b, n, 11, 3);
-            cholesky.solve(b, x);
-            EXPECT_LT(solve_ratio(a, x, b), 30);
         }
     }
 }

@@ -72,22 +72,18 @@ TEST(NewtonRaphson, StopsByItsRulesAtTheBestPoint) {
     expect(mlNRNoChange, steps(1), {one, {infinity}}, 0.1);
 }
 
-/// A circle and a hyperbola.
-struct Curves : mlFunctionN {
-    Curves() { input_dimension = output_dimension = 2; }
-    void function(mlSlice const & x, mlVector & y) const override {
-        y[0] = x[0] * x[0] + x[1] * x[1] - 4.0;
-        y[1] = x[0] * x[1] - 1.0;
-    }
-    void function_gradient(mlSlice const & x, mlMatrix & jacobian) const override {
-        jacobian.become(utConvert, Values{2 * x[0], 2 * x[1], x[1], x[0]}.data(), 2, 2);
-    }
-};
-
 TEST(NewtonRaphson, FindsTheNearRootOfTwoEquations) {
+    mlFunctionNOf const curves( // a circle and a hyperbola
+        2, 2,
+        [](mlSlice const & x, mlVector & y) {
+            y = Vector{x.modulus_squared() - 4.0, x[0] * x[1] - 1.0};
+        },
+        [](mlSlice const & x, mlMatrix & j) {
+            j.become(utCopy, mlMatrix{{2 * x[0], 2 * x[1]}, {x[1], x[0]}});
+        });
     Vector x{2, 1};
     int converged = 0;
-    mlNewtonRaphson(mlNRDim, 2).solve(Curves(), x, 1e-10, converged);
+    mlNewtonRaphson(mlNRDim, 2).solve(curves, x, 1e-10, converged);
     EXPECT_LT(norm_diff(x, Vector{std::sqrt(2.0 + std::sqrt(3.0)), std::sqrt(2.0 - std::sqrt(3.0))}), 1e-14);
 }
 

@@ -99,6 +99,7 @@ double secant(double a, double fa, double b, double fb) { return (fa * b - fb * 
 TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
     double (*const bracketed)(mlFunction const &, double, double, double, int &, int) = mlRootSolve::newton_raphson;
     enum { newton, inside, falsi };
+    TracedFunction const steep([](double t) { return t == 0 ? -1 : t == 1 ? 15 : 1; });
     double const a = 1.375, b = 1.4375, p = secant(a, rising(a), b, rising(b)), q = secant(p, rising(p), b, rising(b)),
                  r = secant(1, -1, 1.5, 0.25);
     struct {
@@ -127,17 +128,8 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
         {inside, claim(0, rising), 0, 2, 2, 1.4, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, 4 / 3.0}, {1, 4 / 3.0}}},
         {inside, claim(0.05, rising), a, b, 9, q, 1, {{0, a}, {0, b}, {0, p}, {1, p}}}, // too flat to follow
         {inside, claim(nan_value, rising), 0, 2, 1, nan_value, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // is followed
-        {falsi,
-         claim(0, [](double t) { return t == 0   ? -1
-                                        : t == 1 ? 15
-                                                 : 1; }),
-         0,
-         1,
-         1,
-         0.0625,
-         1,
-         {{0, 0}, {0, 1}, {0, 0}, {0, 0.0625}}},                            // the bracket left is as wide as tolerated
-        {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}}, // short enough
+        {falsi, steep, 0, 1, 1, 0.0625, 1, {{0, 0}, {0, 1}, {0, 0}, {0, 0.0625}}}, // leaves as much as is tolerated
+        {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}},        // short enough
         {falsi, claim(0, rising), 0, 2, 3, r, 0, {{0, 0}, {0, 2}, {0, 0}, {0, 1}, {0, 1.5}, {0, r}}}, // a value halved
     };
     for (auto const & c : cases) {

@@ -6,7 +6,7 @@ set(commands -ex "set disable-randomization off" -ex "set confirm off" -ex "set 
 set(expected "")
 foreach(line IN LISTS lines)
     if(line MATCHES "^ +// (.*[^ ]) +//= (.+)$")
-    elseif(NOT line MATCHES "^ +[A-Za-z0-9 ]*[A-Za-z0-9] ([a-z_]+)[ ;=(].* ?//= (.+)$")
+    elseif(NOT line MATCHES "^ +[A-Za-z0-9 ]*[A-Za-z0-9] ([a-z_]+)[ ;=({].* ?//= (.+)$")
         message(FATAL_ERROR "no object in: ${line}")
     endif()
     list(APPEND commands -ex "output ${CMAKE_MATCH_1}" -ex "echo \\n")

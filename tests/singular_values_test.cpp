@@ -59,7 +59,7 @@ TEST(SingularValues, HaveTheBitsOfThePlainMethodForStructuredMatrices) {
         {"with strange numbers", one_of({1, 2, -1, 0.5, 3, nan_value, infinity, 1e300})},
     };
     for (auto const & [name, element] : structures) {
-        for (auto const & [rows, cols] : {Shape(2, 2), {3, 3}, {4, 3}, {5, 7}, {7, 6}, {8, 8}, {13, 11}}) {
+        for (auto const & [rows, cols] : {Shape(1, 1), {2, 2}, {3, 3}, {4, 3}, {5, 7}, {7, 6}, {8, 8}, {13, 11}}) {
             for (int trial = 0; trial < 20; ++trial) {
                 SCOPED_TRACE(testing::Message() << name << ", " << rows << " x " << cols);
                 mlMatrix a(mlMatrixZero, rows, cols);
@@ -93,16 +93,6 @@ TEST(SingularValues, AreTheSameBitsWhateverVectorsAreWanted) {
                 EXPECT_EQ(norm_diff(svd.V().col(c), full.V().col(c)), 0.0);
         }
     }
-}
-
-TEST(SingularValues, GiveTheSignOfAValueToItsColumnOfUAndKeepTheOrderOfEqualOnes) {
-    SVD const svd(Matrix(2, 2, {1, 0, 0, -1})), lone(Matrix(1, 1, {-5}));
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(std::tuple(std::fabs(svd.V()[i]), svd.U()[i]),
-                  std::tuple((i % 3 == 0), (i == 3 ? -1 : 1) * svd.V()[i]))
-            << i;
-    EXPECT_EQ(std::tuple(lone.diagonal()[0], lone.U()(0, 0), lone.V()(0, 0)), std::tuple(5.0, -1.0, 1.0));
-    EXPECT_EQ(SVD(Matrix(2, 2, {nan_value, 1, 1, 1})).invalid(), 1) << "the iteration limit is reported";
 }
 
 TEST(SingularValues, JudgeRankRelativelyButASingleValueAbsolutely) {
@@ -142,8 +132,7 @@ TEST(PseudoInverse, MakesAProjectionAndSolvesLeastSquares) {
             double const scale = 30 * rows * norm_1(a) * norm_1(inverse) * roundoff;
             EXPECT_LT(product_error(image, a, a), norm_1(a) * scale);
             EXPECT_LT(product_error(image, mlMatrix(mlMatrixIdentity, rows), image_transposed), scale);
-            mlVector column(mlVectorZero, rows);
-            column = b.col(1);
+            mlVector column(b.col(1));
             svd.solve(b, x);
             svd.solve(column, column); // in its place
             svd.solve(b, b);

@@ -424,6 +424,11 @@ TEST_P(Threshold, LeavesTheBitsThatThePlainDefinitionHas) {
 
 INSTANTIATE_TEST_SUITE_P(, Threshold, testing::ValuesIn(checks), [](auto const & test) { return test.param.first; });
 
+TEST(Thresholds, LeaveSmallOrdersToThePlainDefinition) {
+    for (int const n : {4, 5, 8})
+        lu(n), cholesky(n), svd(n), square_right_hand_sides(n);
+}
+
 TEST(Thresholds, AreAllHere) {
     std::ifstream header(MATHS_TUNING_HEADER);
     int count = 0;

@@ -9,14 +9,6 @@
 
 namespace {
 
-template <class Stream, class T>
-concept PrintsTo = requires(Stream & stream, T const & object) {
-    stream << object;
-};
-
-static_assert(PrintsTo<utOstream, mlVectorcoDynArr> && PrintsTo<std::ostream, mlTinyVector6coPageArr>);
-static_assert(!PrintsTo<std::ostream, doublecoDynArr> && !PrintsTo<utOstream, mlMatrix>);
-
 TEST(TypedArrays, PrintAnIndentedFrame) {
     std::ostringstream stream;
     utOstream indenting(stream, 1, 3);

@@ -69,7 +69,8 @@ inline void expect_the_bits_of_full_products(mlMatrix const & a, double toleranc
     Spectrum expected;
     full_products(a, tolerance, expected);
     mlSymEigenVecs eigen(a);
-    eigen.set_tolerance(tolerance);
+    eigen.set_tolerance(-tolerance); // its magnitude counts
+    EXPECT_EQ(eigen.status(), mlEigenVecsNotCalculated);
     eigen.calculate();
     EXPECT_EQ(eigen.status(), mlEigenVecsCalculated);
     ASSERT_EQ(eigen.num_real_eigen_values(), a.rows());
