@@ -66,6 +66,7 @@ public:
     int size() const { return lu_.rows(); }
 
     void solve(double * x) const {
+        if (size() == 0) return;
         for (int k = 0; k < size(); ++k)
             permuted_[k] = x[permutation_[k]];
         std::copy(permuted_.begin(), permuted_.end(), x);
@@ -75,6 +76,7 @@ public:
 
     // U^T y = x, then L^T z = y from its last row on, and z is permuted.
     void solve_transposed(double * x) const {
+        if (size() == 0) return;
         static constexpr double one = 1.0;
         std::ptrdiff_t const cols = lu_.cols(), last = size() - 1;
         ml_solve_latest_first(size(), {lu_.data(), 1, cols, lu_.data(), cols + 1}, x, 1);
