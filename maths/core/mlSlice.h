@@ -83,8 +83,10 @@ private:
     int stride_;
 };
 
-/// The iterators of a slice outlive it.
+/// @cond
+// The iterators of a slice outlive it. (Doxygen takes the specialisation of a variable for one that is not declared.)
 template <> inline constexpr bool std::ranges::enable_borrowed_range<mlSlice> = true;
+/// @endcond
 
 /// Sum of a[i] b[i] over the elements of a, in index order.
 [[nodiscard]] MATHS_API double scalar_product(mlSlice const & a, mlSlice const & b);
