@@ -133,9 +133,11 @@ auto lu_inverse(Race & race) {
     mlLUDecomposition const lu(of.a);
     Eigen::PartialPivLU<EigenMatrix> const eigen_lu(of.eigen_a);
     mlMatrix inverse;
-    EigenMatrix eigen_inverse(race.size(), race.size());
+    EigenMatrix eigen_inverse(race.size(), race.size()), fused_inverse(race.size(), race.size());
+    auto const fused_invert = fused_eigen::inverter(race.size(), of.a.data());
     race.add_for_each_set(inverse, [&] { lu.inverse(inverse); });
     race.add("eigen", eigen_inverse, [&] { eigen_inverse = eigen_lu.inverse(); });
+    race.add("eigen-fused", fused_inverse, [&] { fused_invert(fused_inverse.data()); });
     return race.run();
 }
 
@@ -155,7 +157,7 @@ bool const entered = enter("product", {3, 4, 5, 6, 8, 16, 32, 64, 128, 256, 512,
                      enter("scalar_product", {3, 10, 100, 1000, 100000}, scalar_product) &&
                      enter("lu_factor", {10, 20, 50, 100, 200, 500, 1000}, lu_factor) &&
                      enter("lu_solve", {10, 50, 100, 300, 1000}, lu_solve) &&
-                     enter("lu_inverse", {3, 4, 50, 100, 200, 500}, lu_inverse) &&
+                     enter("lu_inverse", {3, 4, 50, 100, 200, 500, 1000}, lu_inverse) &&
                      enter("lu_solve_many", {50, 100, 200, 500}, lu_solve_many);
 
 } // namespace

@@ -21,8 +21,10 @@ void fused_eigen::multiply(int n, double const * a, double const * b, double * c
 
 void fused_eigen::factor_lu(int n, double const * a) { keep(Eigen::PartialPivLU<Matrix>(matrix(a, n, n))); }
 
-void fused_eigen::invert(int n, double const * a, double * inverse) {
-    Eigen::Map<Matrix>(inverse, n, n) = Eigen::PartialPivLU<Matrix>(matrix(a, n, n)).inverse();
+std::function<void(double *)> fused_eigen::inverter(int n, double const * a) {
+    return [n, lu = Eigen::PartialPivLU<Matrix>(matrix(a, n, n))](double * inverse) {
+        Eigen::Map<Matrix>(inverse, n, n) = lu.inverse();
+    };
 }
 
 void fused_eigen::factor_cholesky(int n, double const * a) { keep(Eigen::LLT<Matrix>(matrix(a, n, n))); }
