@@ -155,9 +155,7 @@ TEST(Observer, IsToldOfStepsByTheirEuclideanLength) {
         step = progress.step;
         return false;
     });
-    mlLevenbergMarquardt fitter(model);
-    fitter.set_observer(&observer);
-    fitter.fit(p, p);
+    ml_curve_fit(model, p, &observer);
     EXPECT_NEAR(step, 5.0, 1e-3);
 }
 

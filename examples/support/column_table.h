@@ -1,11 +1,12 @@
 #pragma once
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <locale>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -68,9 +69,10 @@ private:
     }
 
     double number(std::string_view word) const {
+        std::istringstream stream{std::string(word)};
+        stream.imbue(std::locale::classic());
         double value = 0.0;
-        auto const [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-        if (error != std::errc() || end != word.data() + word.size() || !std::isfinite(value))
+        if (!(stream >> value) || !stream.eof() || !std::isfinite(value))
             fail(std::string("'").append(word).append("' is not a finite number"));
         return value;
     }

@@ -10,5 +10,6 @@ MATHS_API void multiply_transposed(mlMatrix const & a, mlSlice const & x, mlVect
 
 /// c = A^T B, a.cols() x b.cols(): each element is a sum from 0.0 in increasing k of a(k, i) b(k, j), k < a.rows(): the
 /// bits of the product with the transpose, which is not formed. c may be a or b, at the cost of a temporary matrix; a
-/// may be b. O(rows cols k). Failure: std::bad_alloc; c is then 0 x 0.
+/// may be b. O(rows cols k). Failure: std::bad_alloc; c is then 0 x 0, or as it was
+/// where it is a or b.
 MATHS_API void multiply_transposed(mlMatrix const & a, mlMatrix const & b, mlMatrix & c);

@@ -50,7 +50,8 @@ private:
 /// A fit or search that an observer can watch.
 class mlObservable {
 public:
-    /// Tells this observer of the iterations from the next search on; nullptr, as at first, tells none.
+    /// Tells this observer of the iterations to come, those of a search under way included; nullptr, as at first, tells
+    /// none.
     void set_observer(mlObserver * observer) { observer_ = observer; }
 
     /// 1 when the observer ended the last search.

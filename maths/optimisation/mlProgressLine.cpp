@@ -8,7 +8,12 @@
 
 mlProgressLine::mlProgressLine(std::ostream & stream) : stream_(&stream) {}
 
-mlProgressLine::~mlProgressLine() { end_line(); }
+mlProgressLine::~mlProgressLine() {
+    try {
+        end_line();
+    } catch (...) { // a stream may throw, and a destructor must not
+    }
+}
 
 bool mlProgressLine::iterated(mlProgress const & progress) {
     if (progress.iteration == 1) end_line();
