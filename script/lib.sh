@@ -67,6 +67,16 @@ step() {
     }
 }
 
+# quietly LOG COMMAND...: as `step`, but what the command prints is an error too.
+quietly() {
+    local log=$1
+    step "$@"
+    [ ! -s "$log" ] || {
+        cat "$log" >&2
+        die "$2: warnings"
+    }
+}
+
 # need COMMAND...: ends with an error unless every command is there.
 need() {
     local command

@@ -1,6 +1,7 @@
 # What the plots share. `folder` holds the examples' output, as script/docs leaves it, and gets the pictures.
 if (!exists("folder")) folder = '.'
-set terminal pngcairo size 900,560 font 'DejaVu Sans,11'
+# Twice the pixels that they take on a page, for the screens that have them.
+set terminal pngcairo size 1800,1120 font 'DejaVu Sans,11' fontscale 2 linewidth 2 pointscale 2
 set border 3 linecolor rgb 'gray40'
 set tics nomirror
 set grid linecolor rgb 'gray90'
