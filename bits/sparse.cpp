@@ -20,9 +20,64 @@ void digest_rows(ExactDigest & digest, mlSparseMatrix const & m) {
     }
 }
 
+/// A grid of side x side points with some more couplings, made definite by its diagonal but for a few.
+void fill_coupled(mlSparseSymMatrix & m, int side, Operands & operands) {
+    int const n = side * side;
+    m.become(mlMatrixZero, n);
+    for (int i = 0; i < n; ++i) {
+        m.set(i, i, 4.5 + operands.number());
+        for (int j = i + 1; j < n; ++j) {
+            bool const beside = (j == i + 1 && j % side > 0) || j == i + side;
+            if (beside || operands.below(3 * n) == 0) m.set(i, j, operands.number());
+        }
+    }
+}
+
+void digest_factors(ExactDigest & digest, mlSparseCholesky const & cholesky) {
+    digest(static_cast<int>(cholesky.status()));
+    digest(cholesky.failed_row());
+    digest(static_cast<int>(cholesky.num_non_zero_elements()));
+    for (int const row : cholesky.order())
+        digest(row);
+    digest(cholesky.d());
+    mlSparseMatrix l;
+    cholesky.matrix_l(l);
+    digest_rows(digest, l);
+}
+
+void digest_cholesky() {
+    ExactDigest digest("sparse Cholesky");
+    Operands operands(52);
+    for (int side = 1; side < 22; ++side) {
+        mlSparseSymMatrix a;
+        mlVector x;
+        mlMatrix columns;
+        fill_coupled(a, side, operands);
+        mlSparseCholesky cholesky(a);
+        digest_factors(digest, cholesky);
+        if (cholesky.status() == mlSparseCholeskyFactored) {
+            operands.become(x, a.rows());
+            operands.become(columns, a.rows(), 3);
+            cholesky.solve(x, x);
+            cholesky.solve(columns, columns);
+            digest(x);
+            digest(columns);
+            long long exponent;
+            digest(cholesky.determinant(exponent));
+            digest(static_cast<int>(exponent));
+        }
+        mlSparseSymMatrix rows(mlMatrixIdentity, a.rows());
+        rows *= -0.4; // leaves fewer definite
+        a += rows;
+        cholesky.factor(a);
+        digest_factors(digest, cholesky);
+    }
+}
+
 } // namespace
 
 void digest_sparse() {
+    digest_cholesky();
     ExactDigest digest("sparse matrices");
     Operands operands(51);
     for (int n = 1; n < 40; ++n) {

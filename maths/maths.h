@@ -96,6 +96,7 @@
 #include "maths/optimisation/ml_minimum_bracketing.h"
 #include "maths/optimisation/ml_powell_minimum_search.h"
 
+#include "maths/sparse/mlSparseCholesky.h"
 #include "maths/sparse/mlSparseElement.h"
 #include "maths/sparse/mlSparseElementcoDynArr.h"
 #include "maths/sparse/mlSparseMatrix.h"

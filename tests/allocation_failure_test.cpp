@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <new>
@@ -256,6 +257,24 @@ void sparse_matrices(Objects & o) {
     s -= mlSparseSymMatrix(utCopy, s);
     s.concatenate(mlSparseMatrix(utCopy, s));
     s.concatenate_diagonal(mlSparseSymMatrix(mlMatrixIdentity, 3));
+
+    mlSparseSymMatrix chain(mlMatrixZero, 3);
+    for (int i = 0; i < 3; ++i)
+        for (int j = i; j < std::min(i + 2, 3); ++j)
+            chain.set(i, j, i == j ? 2.0 : -1.0);
+    mlSparseCholesky cholesky;
+    auto const solves = [&] {
+        cholesky.solve(mlVector{1.0, 0.0, 1.0}, o.v);
+        return cholesky.status() == mlSparseCholeskyFactored && std::fabs(o.v[1] - 1.0) < 1e-15;
+    };
+    all_or_nothing([&] { cholesky.analyse(chain); }, [&] { return cholesky.dimension() == 0; });
+    all_or_nothing([&] { cholesky.factor(chain); }, [&] { return cholesky.status() == mlSparseCholeskyNotFactored; });
+    all_or_nothing([&] { cholesky.factor(chain); }, solves);
+    all_or_nothing([&] { cholesky.analyse(s); }, solves);
+    cholesky.factor(s);
+    cholesky.matrix_l(block);
+    o.m.become(mlMatrixIdentity, s.rows());
+    mlSparseCholesky(mlSparseSymMatrix(mlMatrixIdentity, s.rows())).solve(o.m, o.n);
 }
 
 TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {

@@ -189,6 +189,27 @@ TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
         {[&] { tall.concatenate_right(m); }, "concatenate_right: 2 x 3 to 3 x 3"},
         {[&] { m.extract_sub_matrix(1, 0, 2, 1, out); }, "extract_sub_matrix: 2 rows from 1 on of 2 x 3"},
     });
+    mlSparseSymMatrix const identity(mlMatrixIdentity, 3), smaller(mlMatrixIdentity, 2);
+    mlSparseSymMatrix other(utCopy, identity), shifted(mlMatrixZero, 3);
+    other.set(0, 2, 1.0);
+    for (int i = 0; i < 3; ++i)
+        shifted.set(i, i == 1 ? 2 : i, 1.0);
+    mlSparseCholesky cholesky;
+    mlVector x;
+    cholesky.analyse(identity);
+    expect_stops({
+        {[&] { cholesky.factor(other); }, "sparse Cholesky: order 3, 3 x 3 of another pattern than analysed"},
+        {[&] { cholesky.factor(shifted); }, "sparse Cholesky: order 3, 3 x 3 of another pattern than analysed"},
+        {[&] { cholesky.factor(smaller); }, "sparse Cholesky: order 3, 2 x 2 of another pattern than analysed"},
+        {[&] {
+             cholesky.solve(mlVector{1, 2, 3}, x);
+         },
+         "sparse Cholesky solve: order 3, status 0"},
+        {[&] {
+             mlSparseCholesky(identity).solve(mlVector{1, 2}, x);
+         },
+         "solve: 3 elements wanted, 2 given"},
+    });
     out.become(mlMatrixProduct, m, mlSparseMatrix(mlMatrixIdentity, 4)); // whose last row is not needed
 }
 

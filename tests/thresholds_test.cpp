@@ -18,10 +18,13 @@
 #include "maths/functions/mlIntegrateRomberg.h"
 #include "maths/kernels/mlLanes.h"
 #include "maths/kernels/mlTuning.h"
+#include "maths/sparse/mlSparseCholesky.h"
 #include "maths/sparse/mlSparseMatrix.h"
+#include "maths/sparse/mlSparseSymMatrix.h"
 #include "tests/support/bits.h"
 #include "tests/support/matrices.h"
 #include "tests/support/plain_jacobi.h"
+#include "tests/support/plain_ldlt.h"
 #include "tests/support/plain_svd.h"
 
 // Each size at which one method gives way to another, that is each constant of mlTuning.h, and the sizes below and
@@ -339,6 +342,27 @@ void sparse_terms(int terms) { // those before the last of the rows that a row o
     EXPECT_TRUE(equal_bits(expected, found.data(), rows + full));
 }
 
+void sparse_panels(int cols) { // blocks of so many unknowns, each coupled with the next
+    int const n = 4 * cols;
+    mlSparseSymMatrix a(mlMatrixZero, n);
+    mlRandom random(cols);
+    for (int i = 0; i < n; ++i) {
+        a.set(i, i, 3.0 * cols);
+        for (int j = i + 1; j < std::min(n, (i / cols + 2) * cols); ++j)
+            a.set(i, j, random.uniform(-1.0, 1.0));
+    }
+    in_each_instruction_set([&] {
+        mlSparseCholesky const cholesky(a);
+        PlainLdlt const plain(a, cholesky.order());
+        EXPECT_TRUE(equal_bits(plain.d, cholesky.d(), n));
+        mlSparseMatrix l;
+        mlMatrix found;
+        cholesky.matrix_l(l);
+        l.decompress(found);
+        EXPECT_TRUE(found == plain.l);
+    });
+}
+
 void tridiagonal(int n) {
     mlMatrix rows;
     fill_random(rows, 4, n, n);
@@ -403,6 +427,9 @@ std::map<std::string, Check> const checks = {
     {"rotations_immediate_max_rows", {around(rotations_immediate_max_rows), svd}},
     {"rotations_queue_length", {{rotations_immediate_max_rows + 30}, svd}}, // which rotates many times as often
     {"sparse_pending_max_terms", {around(sparse_pending_max_terms), sparse_terms}},
+    {"sparse_panel_max_cols", {around(sparse_panel_max_cols), sparse_panels}},
+    {"sparse_update_plain_max_cols", {around(sparse_update_plain_max_cols), sparse_panels}},
+    {"sparse_panel_block_cols", {around(sparse_panel_block_cols), sparse_panels}},
     {"strip_scratch", {around(strip_scratch / strip_narrow_cols), cholesky}},
     {"lu_panel_scratch", {around(lu_panel_scratch / lu_panel_cols), lu}},
     {"reflection_scratch", {around(reflection_scratch - ml_max_lanes + 1), thin_svd}},

@@ -146,6 +146,18 @@ constexpr int rotations_queue_length = 2000;
 /// second-level cache (a term takes 24 bytes while they are merged) and memory is bounded.
 constexpr int sparse_pending_max_terms = 16384;
 
+// ---- sparse Cholesky: maths/sparse/mlSymbolicCholesky.cpp, mlSparseCholesky.cpp ----
+
+/// Columns of a panel at most.
+constexpr int sparse_panel_max_cols = 48;
+
+/// Columns <= this, of the panel that an update comes from or of those that it changes: plain loops in place; more of
+/// both: the kernel, on a copy.
+constexpr int sparse_update_plain_max_cols = 3;
+
+/// Columns of a panel that are divided together.
+constexpr int sparse_panel_block_cols = 8;
+
 // ---- scratch: counts of doubles <= these lie on the stack, more come from the library's storage ----
 
 constexpr int strip_scratch = 8192;      ///< mlColumnStrips.h, mlCholeskyDecomposition.cpp
