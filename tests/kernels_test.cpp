@@ -109,19 +109,20 @@ TEST_P(KernelsOf, ReflectLikeTheDefinition) {
 
 TEST_P(KernelsOf, RotateLikeTheDefinition) {
     int const strips = 3, cols = 12, strip_rows = mlKernels::strip_rows;
-    // The last one comes to its first column again.
-    mlRotationChain const chains[] = {{0, 1, 11}, {7, 2, 1}, {3, 4, 2}, {11, 0, 4}, {3, 1, 4}};
+    // The fifth one comes to its first column again, and so does the last one, downwards.
+    mlRotationChain const chains[] = {{0, 1, 11}, {7, 2, 1},        {3, 4, 2},    {11, 0, 4},
+                                      {3, 1, 4},  {11, 10, 11, -1}, {5, 7, 4, -1}};
     mlRandom random(4);
     mlMatrix x, plain;
     fill(x, strips * cols, strip_rows, random); // row strip * cols + j has column j of the strip
     plain.become(utCopy, x);
-    mlRotation rotations[22], *rotation = rotations;
+    mlRotation rotations[37], *rotation = rotations;
     for (mlRotation & r : rotations)
         r = {random.uniform(-1.0, 1.0), random.uniform(-1.0, 1.0)};
-    ml_kernels().rotate_strips(strips, cols, x.data(), 5, chains, rotations);
+    ml_kernels().rotate_strips(strips, cols, x.data(), 7, chains, rotations);
     for (mlRotationChain const & chain : chains) {
         for (int k = 0; k < chain.count; ++k, ++rotation) {
-            int const first = k == 0 ? chain.first : chain.second + k - 1, second = chain.second + k;
+            int const second = chain.second + k * chain.step, first = k == 0 ? chain.first : second - chain.step;
             for (int i = 0; i < strips * strip_rows; ++i) {
                 int const strip = i / strip_rows * cols;
                 double &a = plain(strip + first, i % strip_rows), &b = plain(strip + second, i % strip_rows);

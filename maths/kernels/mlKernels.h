@@ -50,13 +50,14 @@ struct mlRotation {
     double s;
 };
 
-/// `count` rotations of pairs of columns: of (first, second), (second, second + 1), (second + 1, second + 2), ...
-/// Columns count from 0. first != second; a later pair may come to `first` again, as (2, 0, 3) does: (2, 0), (0, 1),
-/// (1, 2).
+/// `count` rotations of pairs of columns: of (first, second), (second, second + step), (second + step,
+/// second + 2 step), ... Columns count from 0. first != second; a later pair may come to `first` again, as (2, 0, 3)
+/// does: (2, 0), (0, 1), (1, 2).
 struct mlRotationChain {
     int first;
     int second;
     int count;
+    int step = 1; ///< 1 or -1
 };
 
 struct mlKernels {

@@ -37,7 +37,7 @@ inline void rotate_strip(mlRotationChain const & chain, mlRotation const * rotat
             held[v] = next;
         }
         first = second;
-        second += mlKernels::strip_rows;
+        second += chain.step * mlKernels::strip_rows;
     }
     for (int v = 0; v < vecs; ++v)
         store(first + v * lanes, held[v]);
@@ -49,9 +49,11 @@ void rotate_strips(int strips, int cols, double * x, int chain_count, mlRotation
         mlRotation const * of_chain = rotations;
         for (int k = 0; k < chain_count; of_chain += chains[k++].count) {
             MATHS_CHECK(chains[k].first >= 0 && chains[k].first < cols && chains[k].second >= 0 &&
-                            chains[k].second != chains[k].first && chains[k].second + chains[k].count <= cols,
-                        "kernel rotate_strips: columns %d, %d and on, %d rotations, %d columns", chains[k].first,
-                        chains[k].second, chains[k].count, cols);
+                            chains[k].second < cols && chains[k].second != chains[k].first &&
+                            chains[k].second + chains[k].count * chains[k].step >= -1 &&
+                            chains[k].second + chains[k].count * chains[k].step <= cols,
+                        "kernel rotate_strips: columns %d, %d and on by %d, %d rotations, %d columns", chains[k].first,
+                        chains[k].second, chains[k].step, chains[k].count, cols);
             rotate_strip(chains[k], of_chain, x);
         }
     }

@@ -10,6 +10,15 @@ namespace {
 
 bool immediate(int rows) { return rows <= ml_tuning::rotations_immediate_max_rows; }
 
+/// Adds the rotation of (first, first + step) to the chain, if it goes on there, and returns whether it did.
+bool lengthen(mlRotationChain & chain, int first, int step) {
+    if (first != chain.second + (chain.count - 1) * chain.step) return false;
+    if (step != chain.step && !(chain.count == 1 && step == -1)) return false;
+    chain.step = step;
+    ++chain.count;
+    return true;
+}
+
 } // namespace
 
 mlRotatedBasis::mlRotatedBasis(mlFortranMatrix const & basis)
@@ -29,20 +38,17 @@ mlRotatedBasis::mlRotatedBasis(mlFortranMatrix const & basis)
         sources_.get()[j - 1] = j;
 }
 
-// A chain is (first, second, count), its columns counted from 0: its rotations are of (first, second), (second,
-// second + 1), (second + 1, second + 2), ... So one of the second column of the rotation before and its neighbour on
-// the right makes that chain longer, the chain's `first` included; any other begins a new one.
+// A chain is (first, second, count, step), its columns counted from 0: its rotations are of (first, second), (second,
+// second + step), (second + step, second + 2 step), ... So one of the second column of the rotation before and its
+// neighbour makes that chain longer, the chain's `first` included, on the side that the chain's second rotation went
+// to; any other begins a new one.
 void mlRotatedBasis::rotate(int j, int k, mlRotation const & rotation) {
     MATHS_CHECK(rows_ > 0 && j >= 1 && j <= cols_ && k >= 1 && k <= cols_ && j != k,
                 "rotated basis: columns %d and %d of %d x %d", j, k, rows_, cols_);
     if (capacity_ == 0) return kernels_.rotate(strip_height_, address(1, j), address(1, k), rotation);
     if (queued_rotations_ == capacity_) flush();
-    mlRotationChain * const chains = chains_.get();
-    int const last = queued_chains_ - 1;
-    if (last >= 0 && j - 1 == chains[last].second + chains[last].count - 1 && k == j + 1)
-        ++chains[last].count;
-    else
-        chains[queued_chains_++] = {j - 1, k - 1, 1};
+    if (queued_chains_ == 0 || !lengthen(chains_.get()[queued_chains_ - 1], j - 1, k - j))
+        chains_.get()[queued_chains_++] = {j - 1, k - 1, 1};
     rotations_.get()[queued_rotations_++] = rotation;
 }
 
