@@ -42,6 +42,8 @@ inline constexpr Goal goals[] = {
     {"jacobi_svd_tall", 0, INT_MAX, "gsl", 1.2, 0, 0},
     {"symmetric_eigen", 2, 4, "gsl", 1.5, 0, 0},
     {"symmetric_eigen", 100, 100, "gsl", 12, 0, 0},
+    {"symmetric_ql", 20, 1000, "openblas", 1.3, 1.3, 1.3},
+    {"symmetric_ql_values", 20, 1000, "openblas", 2, 0, 0},
     {"pca_3", 10, 100000, "gsl", 1.0, 0, 0},
     {"pca_8", 1000, 100000, "gsl", 1.0, 0, 0},
     {"tridiagonal", 10, 10, "gsl", 1.0, 0, 0},

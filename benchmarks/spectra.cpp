@@ -123,38 +123,104 @@ auto jacobi_svd_tall(Race & race) { return jacobi_svd_of_shape(race, 2 * race.si
 
 // --- Symmetric eigenvalues: the size is the order
 
-auto symmetric_eigen(Race & race) {
-    int const n = race.size();
+EigenMatrix symmetric_matrix(int n) {
     EigenMatrix const g = Eigen::Map<EigenMatrix const>(uniform_values(n * n).data(), n, n);
-    EigenMatrix const a = g + g.transpose();
-    mlMatrix const own_a(utConvert, a.data(), n, n);
-    mlVector own;
-    EigenVector eigen;
-    Values lapack(n), work(64 * n), gsl(n), fused(n);
-    GslMatrix const vectors(gsl_matrix_alloc(n, n), gsl_matrix_free);
-    std::unique_ptr<gsl_eigen_symmv_workspace, void (*)(gsl_eigen_symmv_workspace *)> const gsl_work(
-        gsl_eigen_symmv_alloc(n), gsl_eigen_symmv_free);
-    race.add("maths", own, [&] {
-        mlSymEigenVecs solver(own_a);
-        solver.set_tolerance(1e-10);
-        solver.calculate();
-        own.become(utCopy, solver.eigen_values());
-        sort(own);
-    });
-    race.add("openblas", lapack, [&] {
+    return g + g.transpose();
+}
+
+struct LapackEigen {
+    explicit LapackEigen(int order) : n(order), values(order), work(64 * order) {}
+
+    void run(EigenMatrix const & a, char const * job) {
         EigenMatrix copy = a;
         int const lwork = static_cast<int>(work.size());
         int info = 0;
-        dsyev_("V", "U", &n, copy.data(), &n, lapack.data(), work.data(), &lwork, &info);
-    });
+        dsyev_(job, "U", &n, copy.data(), &n, values.data(), work.data(), &lwork, &info);
+    }
+
+    int n;
+    Values values, work;
+};
+
+struct GslEigen {
+    explicit GslEigen(int n)
+        : values(n), vectors(gsl_matrix_alloc(n, n), gsl_matrix_free),
+          work(gsl_eigen_symmv_alloc(n), gsl_eigen_symmv_free) {}
+
+    void run(EigenMatrix const & a) {
+        GslMatrix const copy = gsl_copy(a);
+        gsl_vector_view found = gsl_vector_view_array(values.data(), values.size());
+        gsl_eigen_symmv(copy.get(), &found.vector, vectors.get(), work.get());
+        sort(values);
+    }
+
+    Values values;
+    GslMatrix vectors;
+    std::unique_ptr<gsl_eigen_symmv_workspace, void (*)(gsl_eigen_symmv_workspace *)> work;
+};
+
+void find_by_rotations(mlMatrix const & a, mlVector & values) {
+    mlSymEigenVecs solver(a);
+    solver.set_tolerance(1e-10);
+    solver.calculate();
+    values.become(utCopy, solver.eigen_values());
+    sort(values);
+}
+
+void find_by_reflections(mlMatrix const & a, mlSymmetricEigen::mlJOB job, mlVector & values) {
+    values.become(utCopy, mlSymmetricEigen(a, job).eigen_values());
+    sort(values);
+}
+
+auto symmetric_eigen(Race & race) {
+    int const n = race.size();
+    EigenMatrix const a = symmetric_matrix(n);
+    mlMatrix const own_a(utConvert, a.data(), n, n);
+    mlVector own;
+    EigenVector eigen;
+    LapackEigen lapack(n);
+    GslEigen gsl(n);
+    Values fused(n);
+    race.add("maths", own, [&] { find_by_rotations(own_a, own); });
+    race.add("openblas", lapack.values, [&] { lapack.run(a, "V"); });
     race.add("eigen", eigen, [&] { eigen = Eigen::SelfAdjointEigenSolver<EigenMatrix>(a).eigenvalues(); });
     race.add("eigen-fused", fused, [&] { fused_eigen::eigenvalues(n, a.data(), fused.data()); });
-    race.add("gsl", gsl, [&] {
-        GslMatrix const copy = gsl_copy(a);
-        gsl_vector_view found = gsl_vector_view_array(gsl.data(), n);
-        gsl_eigen_symmv(copy.get(), &found.vector, vectors.get(), gsl_work.get());
-        sort(gsl);
-    });
+    race.add("gsl", gsl.values, [&] { gsl.run(a); });
+    return race.run();
+}
+
+/// "rotations" is the library's other class.
+auto symmetric_ql(Race & race) {
+    int const n = race.size();
+    EigenMatrix const a = symmetric_matrix(n);
+    mlMatrix const own_a(utConvert, a.data(), n, n);
+    mlVector own, rotated;
+    EigenVector eigen;
+    LapackEigen lapack(n);
+    GslEigen gsl(n);
+    Values fused(n);
+    race.add_for_each_set(own, [&] { find_by_reflections(own_a, mlSymmetricEigen::mlVECTORS, own); });
+    if (n <= 300) race.add("rotations", rotated, [&] { find_by_rotations(own_a, rotated); });
+    race.add("openblas", lapack.values, [&] { lapack.run(a, "V"); });
+    if (n <= 500) {
+        race.add("eigen", eigen, [&] { eigen = Eigen::SelfAdjointEigenSolver<EigenMatrix>(a).eigenvalues(); });
+        race.add("eigen-fused", fused, [&] { fused_eigen::eigenvalues(n, a.data(), fused.data()); });
+        race.add("gsl", gsl.values, [&] { gsl.run(a); });
+    }
+    return race.run();
+}
+
+auto symmetric_ql_values(Race & race) {
+    int const n = race.size();
+    EigenMatrix const a = symmetric_matrix(n);
+    mlMatrix const own_a(utConvert, a.data(), n, n);
+    mlVector own;
+    EigenVector eigen;
+    LapackEigen lapack(n);
+    race.add("maths", own, [&] { find_by_reflections(own_a, mlSymmetricEigen::mlVALUES, own); });
+    race.add("openblas", lapack.values, [&] { lapack.run(a, "N"); });
+    race.add("eigen", eigen,
+             [&] { eigen = Eigen::SelfAdjointEigenSolver<EigenMatrix>(a, Eigen::EigenvaluesOnly).eigenvalues(); });
     return race.run();
 }
 
@@ -192,6 +258,8 @@ bool const entered =
     enter("svd", {3, 20, 50, 100, 200, 300, 500}, svd) && enter("svd_tall", {20, 100}, svd_tall) &&
     enter("jacobi_svd", {3, 10, 50}, jacobi_svd) && enter("jacobi_svd_tall", {50}, jacobi_svd_tall) &&
     enter("symmetric_eigen", {2, 3, 4, 10, 20, 50, 100}, symmetric_eigen) &&
+    enter("symmetric_ql", {10, 20, 50, 100, 200, 300, 500, 1000}, symmetric_ql) &&
+    enter("symmetric_ql_values", {20, 100, 300, 1000}, symmetric_ql_values) &&
     enter("pca_3", {10, 1000, 10000, 100000}, [](Race & race) { return principal_components(race, 3); }) &&
     enter("pca_8", {1000, 10000, 100000}, [](Race & race) { return principal_components(race, 8); });
 

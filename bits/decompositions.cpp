@@ -194,6 +194,27 @@ void digest_eigen() {
     }
 }
 
+void digest_symmetric_eigen() {
+    ExactDigest digest("symmetric eigenvalues by QL and QR steps");
+    Operands operands(41);
+    for (int const n : {0, 1, 2, 3, 4, 5, 10, 20, 31, 32, 33, 50, 97, 130, 210}) {
+        for (int kind = 0; kind < 4; ++kind) { // plain, graded either way, with equal values
+            mlMatrix a(mlMatrixZero, n, n);
+            for (int i = 0; i < n; ++i) {
+                for (int j = i; j < n; ++j) {
+                    double const x = operands.number();
+                    int const grade = kind == 1 ? -i - j : kind == 2 ? i + j : 0;
+                    a(i, j) = kind == 3 ? (i == j ? 2.0 : i % 5 == 0 && j == i + 3 ? x : 0.0) : std::ldexp(x, grade);
+                }
+            }
+            mlSymmetricEigen const eigen(a);
+            digest(eigen.status());
+            digest(eigen.eigen_values());
+            digest(eigen.eigen_vectors());
+        }
+    }
+}
+
 void digest_small_eigen() {
     ExactDigest two("eigenvalues of 2 x 2 matrices");
     RuntimeDigest three("eigenvalues of 3 x 3 matrices");
@@ -224,5 +245,6 @@ void digest_decompositions() {
     digest_svd();
     digest_large_svd();
     digest_eigen();
+    digest_symmetric_eigen();
     digest_small_eigen();
 }

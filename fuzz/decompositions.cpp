@@ -79,6 +79,9 @@ void find_eigenvectors(mlMatrix const & a, bool whole, Numbers & all) {
         append(all, eigen.eigen_values()), append(all, eigen.eigen_vectors());
         require(!whole || eigen.status() == mlEigenVecsCalculated, "eigenvalues of whole numbers are found");
     }
+    mlSymmetricEigen const found(symmetric);
+    append(all, found.eigen_values()), append(all, found.eigen_vectors());
+    require(found.status() != mlSymmetricEigenIterationLimit, "eigenvalues of finite numbers are found");
     if (n == 2) mlAsymEigenVecs2(a).calculate();
     if (n == 3) mlAsymEigenVecs3(a).calculate();
 }

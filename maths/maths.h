@@ -73,6 +73,7 @@
 #include "maths/decompositions/mlQRDecomposition.h"
 #include "maths/decompositions/mlSingularValueDecomposition.h"
 #include "maths/decompositions/mlSymEigenVecs.h"
+#include "maths/decompositions/mlSymmetricEigen.h"
 #include "maths/decompositions/mlTridiagonal.h"
 #include "maths/decompositions/ml_svd.h"
 

@@ -190,6 +190,7 @@ void large_decompositions(Objects & o) {
     mlSingularValueDecomposition(wide, mlSingularValueDecomposition::mlALL_U, mlSingularValueDecomposition::mlTHIN_V);
     mlSingularValueDecomposition(tall, mlSingularValueDecomposition::mlNO_U, mlSingularValueDecomposition::mlALL_V);
     mlSymEigenVecs(small).calculate();
+    mlSymmetricEigen const eigen(small);
     ml_svd(mlMatrix(mlMatrixZero, 80, 40).data(), x.data(), 40, 40);
     doublecoDynArr2D points(300, 3, 1, 1);
     points(299, 2) = 1.0;

@@ -13,6 +13,7 @@
 #include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlLUElimination.h"
 #include "maths/decompositions/mlSingularValueDecomposition.h"
+#include "maths/decompositions/mlSymmetricEigen.h"
 #include "maths/decompositions/mlTridiagonal.h"
 #include "maths/functions/mlFunctionOf.h"
 #include "maths/functions/mlIntegrateRomberg.h"
@@ -26,6 +27,7 @@
 #include "tests/support/plain_jacobi.h"
 #include "tests/support/plain_ldlt.h"
 #include "tests/support/plain_svd.h"
+#include "tests/support/plain_symmetric.h"
 
 // Each size at which one method gives way to another, that is each constant of mlTuning.h, and the sizes below and
 // above it: in every instruction set the bits are those of the plain definitions that stand here.
@@ -300,6 +302,26 @@ void symmetric(int n) { // few elements off the diagonal, and equal squares
     in_each_instruction_set([&] { expect_the_bits_of_full_products(a); });
 }
 
+/// Values by decreasing magnitude, and vectors up to their signs.
+void symmetric_ql(int n) {
+    mlMatrix a;
+    fill_random(a, n, n, n);
+    PlainSymmetric const plain(a);
+    std::vector<int> order(n);
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(), [&](int i, int j) { return std::fabs(plain.d[i]) > std::fabs(plain.d[j]); });
+    in_each_instruction_set([&] {
+        mlSymmetricEigen const found(a);
+        ASSERT_EQ(found.eigen_vectors().cols(), n);
+        for (int j = 0; j < n; ++j) {
+            ASSERT_TRUE(same_bits(found.eigen_value(j), plain.d[order[j]])) << "value " << j;
+            mlVector expected(plain.q.col(order[j]));
+            if (found.eigen_vector(j)[0] * expected[0] < 0.0) expected *= -1.0;
+            ASSERT_TRUE(equal_bits(expected, found.eigen_vector(j), n)) << "vector " << j;
+        }
+    });
+}
+
 // ---- products, and the rest ----
 
 void multiplies(int rows, int cols, int inner) {
@@ -424,8 +446,9 @@ std::map<std::string, Check> const checks = {
     {"unit_lower_block_rows", {around(unit_lower_blocked_min_rows + unit_lower_block_rows), lu}},
     {"cholesky_blocked_min_rows", {around(cholesky_blocked_min_rows), cholesky}},
     {"jacobi_plain_max_cols", {around(jacobi_plain_max_cols), symmetric}},
-    {"rotations_immediate_max_rows", {around(rotations_immediate_max_rows), svd}},
+    {"rotations_immediate_max_rows", {around(rotations_immediate_max_rows), [](int n) { svd(n), symmetric_ql(n); }}},
     {"rotations_queue_length", {{rotations_immediate_max_rows + 30}, svd}}, // which rotates many times as often
+    {"reduction_update_rows", {around(reduction_update_rows + PlainSymmetric::panel), symmetric_ql}},
     {"sparse_pending_max_terms", {around(sparse_pending_max_terms), sparse_terms}},
     {"sparse_panel_max_cols", {around(sparse_panel_max_cols), sparse_panels}},
     {"sparse_update_plain_max_cols", {around(sparse_update_plain_max_cols), sparse_panels}},

@@ -140,6 +140,11 @@ constexpr int rotations_immediate_max_rows = 200;
 /// bytes each) stay in the second-level cache together with it.
 constexpr int rotations_queue_length = 2000;
 
+// ---- symmetric eigenvalues: mlTridiagonalReduction.cpp ----
+
+/// Rows of the upper triangle that take the changes of a panel together, and are then copied below the diagonal.
+constexpr int reduction_update_rows = 64;
+
 // ---- sums of sparse rows: maths/sparse/mlSparseRowSum.cpp ----
 
 /// Terms <= this are kept without being added up. More are added up before others come, so that they stay in the

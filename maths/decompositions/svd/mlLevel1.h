@@ -38,6 +38,15 @@
     return largest * std::sqrt(scaled_sum);
 }
 
+/// The length of (x, y), from the plain sum of squares unless that comes near overflow or underflow.
+[[nodiscard]] inline double ml_length(double x, double y) {
+    double const sum = x * x + y * y;
+    if (sum >= 1e-280 && sum <= 1e300) return std::sqrt(sum);
+    double const largest = std::fabs(x) > std::fabs(y) ? std::fabs(x) : std::fabs(y);
+    if (largest == 0.0) return 0.0;
+    return largest * std::sqrt((x / largest) * (x / largest) + (y / largest) * (y / largest));
+}
+
 /// x *= a.
 inline void ml_dscal(double a, mlFortranVector & x) {
     for (int i = 1; i <= x.size(); ++i)
