@@ -1,5 +1,5 @@
-// Spectra: the principal components of flowers, a picture compressed by its singular values, and the roots of quartics
-// beside how nearly they are roots.
+// Spectra: the principal components of flowers, a picture compressed by its singular values, the roots of quartics
+// beside how nearly they are roots, and the tones of an L-shaped drum.
 //
 // spectra [file [folder]]      The file holds the flowers' four measures in columns; the default is the one that comes
 //                              along. The pictures are written to the folder, the current one by default.
@@ -11,6 +11,8 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "examples/support/column_table.h"
 #include "maths/maths.h"
@@ -152,10 +154,63 @@ void solve_quartics() {
     }
 }
 
+// --- Vibrations
+// -------------------------------------------------------------------------------------------------------
+
+/// Minus the Laplacian by differences, on the points inside three unit squares in the form of an L, whose edge is held.
+/// There are m steps to a unit.
+mlMatrix stiffness(int m) {
+    auto const inside = [m](int i, int j) { return i > 0 && j > 0 && i < 2 * m && j < 2 * m && (i < m || j < m); };
+    std::vector<std::pair<int, int>> points;
+    for (int i = 0; i < 2 * m; ++i) {
+        for (int j = 0; j < 2 * m; ++j) {
+            if (inside(i, j)) points.emplace_back(i, j);
+        }
+    }
+    int const n = static_cast<int>(points.size());
+    mlMatrix a(mlMatrixZero, n, n);
+    for (int p = 0; p < n; ++p) {
+        for (int q = 0; q < n; ++q) {
+            int const steps =
+                std::abs(points[p].first - points[q].first) + std::abs(points[p].second - points[q].second);
+            a(p, q) = steps == 0 ? 4.0 * m * m : steps == 1 ? -1.0 * m * m : 0.0;
+        }
+    }
+    return a;
+}
+
+/// The lowest eigenvalues of the drum itself are known. Those of a grid of step h come near them by h^2, and where the
+/// mode has its singularity at the inner corner, as the first, by h^(4/3).
+void tune_drum() {
+    double const known[] = {9.6397238440219, 15.197252, 19.739208802178716, 29.521481, 31.912636};
+    int const coarse = 6, fine = 12;
+    mlSymmetricEigen const few(stiffness(coarse), mlSymmetricEigen::mlVALUES), many(stiffness(fine));
+    if (few.status() != mlSymmetricEigenCalculated || many.status() != mlSymmetricEigenCalculated) {
+        std::cerr << "the drum's eigenvalues were not found\n";
+        std::exit(2);
+    }
+    int const n = few.eigen_values().size(), count = many.eigen_values().size();
+    std::printf("\nTones of an L-shaped drum, from %d and %d points\n", n, count);
+    std::printf("  %4s  %12s  %12s  %12s  %9s\n", "tone", "coarse", "fine", "drum", "pitch");
+    for (int k = 0; k < 5; ++k) // the lowest are the last
+        std::printf("  %4d  %12.6f  %12.6f  %12.6f  %9.4f\n", k + 1, few.eigen_value(n - 1 - k),
+                    many.eigen_value(count - 1 - k), known[k],
+                    std::sqrt(many.eigen_value(count - 1 - k) / many.eigen_value(count - 1)));
+    mlMatrix products;
+    multiply_transposed(many.eigen_vectors(), many.eigen_vectors(), products);
+    double farthest = 0.0;
+    for (int i = 0; i < count; ++i) {
+        for (int j = 0; j < count; ++j)
+            farthest = std::max(farthest, std::fabs(products(i, j) - (i == j ? 1.0 : 0.0)));
+    }
+    std::printf("  The %d modes are orthonormal to %.0e.\n", count, farthest);
+}
+
 } // namespace
 
 int main(int argc, char ** argv) {
     analyse_flowers(ColumnTable(argc > 1 ? argv[1] : MATHS_EXAMPLE_DATA "iris.txt", 4));
     compress_picture(argc > 2 ? argv[2] : ".");
     solve_quartics();
+    tune_drum();
 }
