@@ -60,7 +60,7 @@ Family const families[] = {
 class SymmetricEigenOf : public testing::TestWithParam<Family> {};
 
 TEST_P(SymmetricEigenOf, LeavesAResidualOfAFewRoundoffsAndOrthonormalVectors) {
-    for (int const n : {1, 2, 3, 5, 16, 32, 33, 34, 63, 130}) {
+    for (int const n : {1, 2, 3, 5, 16, 17, 18, 19, 33, 63, 130}) {
         SCOPED_TRACE(n);
         mlMatrix const a = GetParam().make(n);
         mlSymmetricEigen const found(a), values(a, mlSymmetricEigen::mlVALUES);

@@ -303,9 +303,8 @@ void symmetric(int n) { // few elements off the diagonal, and equal squares
 }
 
 /// Values by decreasing magnitude, and vectors up to their signs.
-void symmetric_ql(int n) {
-    mlMatrix a;
-    fill_random(a, n, n, n);
+void expect_plain_symmetric(mlMatrix const & a) {
+    int const n = a.rows();
     PlainSymmetric const plain(a);
     std::vector<int> order(n);
     std::iota(order.begin(), order.end(), 0);
@@ -320,6 +319,15 @@ void symmetric_ql(int n) {
             ASSERT_TRUE(equal_bits(expected, found.eigen_vector(j), n)) << "vector " << j;
         }
     });
+}
+
+void symmetric_ql(int n) {
+    mlMatrix a;
+    fill_random(a, n, n, n);
+    for (double const corner : {0.0, 10.0}) { // QL steps, whose rotations go to lower columns, and QR steps
+        a(0, 0) = corner;
+        expect_plain_symmetric(a);
+    }
 }
 
 // ---- products, and the rest ----
@@ -447,7 +455,8 @@ std::map<std::string, Check> const checks = {
     {"cholesky_blocked_min_rows", {around(cholesky_blocked_min_rows), cholesky}},
     {"jacobi_plain_max_cols", {around(jacobi_plain_max_cols), symmetric}},
     {"rotations_immediate_max_rows", {around(rotations_immediate_max_rows), [](int n) { svd(n), symmetric_ql(n); }}},
-    {"rotations_queue_length", {{rotations_immediate_max_rows + 30}, svd}}, // which rotates many times as often
+    {"rotations_queue_length", // they rotate many times as often
+     {{rotations_immediate_max_rows + 30}, [](int n) { svd(n), symmetric_ql(n); }}},
     {"reduction_update_rows", {around(reduction_update_rows + PlainSymmetric::panel), symmetric_ql}},
     {"sparse_pending_max_terms", {around(sparse_pending_max_terms), sparse_terms}},
     {"sparse_panel_max_cols", {around(sparse_panel_max_cols), sparse_panels}},

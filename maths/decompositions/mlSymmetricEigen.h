@@ -29,7 +29,7 @@ enum mlSymmetricEigenStatus : int {
 /// Cost: about 4/3 n^3 operations for the values; with vectors 9 n^3 in all, most of them rotations. While it works it
 /// holds 2 n^2 numbers besides the results.
 ///
-/// Order of operations: the reduction to tridiagonal form takes reflections in panels of 32, rows from the first on;
+/// Order of operations: the reduction to tridiagonal form takes reflections in panels of 16, rows from the first on;
 /// mlTridiagonalReduction.cpp states the order of every sum, and mlTridiagonalQL.cpp the steps after that. It is the
 /// same for every processor, and values alone have the bits of those that come with vectors.
 /// Source: Dongarra, Hammarling & Sorensen, Block reduction of matrices to condensed forms for eigenvalue computations
@@ -38,7 +38,7 @@ class MATHS_API mlSymmetricEigen {
 public:
     /// What is wanted.
     enum mlJOB : int {
-        mlVALUES = 0, ///< eigenvalues alone, for a fourth of the time or less
+        mlVALUES = 0, ///< eigenvalues alone, in two thirds of the time at order 10, half at 100 and a third at 300
         mlVECTORS = 1 ///< eigenvectors too
     };
 

@@ -10,7 +10,7 @@
 /// rotated along: Q becomes Q Z with T = Z diag(d) Z^T. Rows count from 1. No element is above 1e100 in magnitude, none
 /// is NaN.
 ///
-/// Returns 1, or 0 after 30 n steps in all, with some e_i still not negligible, which stands for "not found": known
-/// matrices take fewer than 2 n.
+/// Returns 1, or 0 after 30 n steps in all, with some e_i still not negligible: not all values were found then. Random
+/// matrices take about 2 n.
 /// Source: Dubrulle, Martin & Wilkinson, The implicit QL algorithm (1968); Parlett, The Symmetric Eigenvalue Problem.
 [[nodiscard]] int ml_tridiagonal_ql(mlFortranVector & d, mlFortranVector & e, mlRotatedBasis * basis);

@@ -24,7 +24,7 @@ struct PlainSymmetric {
         }
     }
 
-    static constexpr int panel = 32;
+    static constexpr int panel = 16;
     int n;
     Values d, e, tau;
     mlMatrix q, a;
