@@ -52,8 +52,8 @@ void rotate_strips(int strips, int cols, double * x, int chain_count, mlRotation
                             chains[k].second < cols && chains[k].second != chains[k].first &&
                             chains[k].second + chains[k].count * chains[k].step >= -1 &&
                             chains[k].second + chains[k].count * chains[k].step <= cols,
-                        "kernel rotate_strips: columns %d, %d and on by %d, %d rotations, %d columns", chains[k].first,
-                        chains[k].second, chains[k].step, chains[k].count, cols);
+                        "kernel rotate_strips: columns %d, %d and on, %d rotations, step %d, %d columns",
+                        chains[k].first, chains[k].second, chains[k].count, chains[k].step, cols);
             rotate_strip(chains[k], of_chain, x);
         }
     }
