@@ -1,5 +1,6 @@
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "bits/digest.h"
 
@@ -383,6 +384,56 @@ void digest_windows() {
     }
 }
 
+/// Valleys and quartics in boxes of all kinds, by gradients and by differences, call by call, beyond where they are
+/// defined too.
+void digest_quasi_newton() {
+    ExactDigest digest("quasi-Newton searches, call by call");
+    Operands operands(40);
+    double const infinity = std::numeric_limits<double>::infinity();
+    for (int i = 0; i < 300; ++i) {
+        int const n = 1 + operands.below(i < 280 ? 8 : 60), memory = operands.below(12);
+        double const edge = i % 4 == 0 ? 1.5 : 1e9, quartic = operands.below(3);
+        auto const value = [&](mlSlice const & x) {
+            double sum = 0.0;
+            for (int j = 0; j < n; ++j) {
+                digest(x[j]);
+                if (x[j] > edge) return std::numeric_limits<double>::quiet_NaN();
+                double const a = (j + 1 < n ? x[j + 1] : 1.0) - x[j] * x[j], b = 1.0 - x[j];
+                sum += 10.0 * a * a + b * b + quartic * x[j] * x[j] * x[j] * x[j];
+            }
+            return sum;
+        };
+        auto const gradient = [&](mlSlice const & x, mlVector & g) {
+            g.fill(0.0);
+            for (int j = 0; j < n; ++j) {
+                double const a = (j + 1 < n ? x[j + 1] : 1.0) - x[j] * x[j], b = 1.0 - x[j];
+                g[j] += 4.0 * quartic * x[j] * x[j] * x[j] - 40.0 * a * x[j] - 2.0 * b;
+                if (j + 1 < n) g[j + 1] += 20.0 * a;
+            }
+        };
+        mlVector x, lower, upper;
+        operands.become(x, n);
+        operands.become(lower, n);
+        operands.become(upper, n);
+        for (int j = 0; j < n; ++j) {
+            x[j] *= 2.0;
+            lower[j] = operands.below(3) == 0 ? -infinity : lower[j] - 1.0;
+            upper[j] = operands.below(3) == 0 ? mlUnboundedMax : lower[j] > -2.0 ? lower[j] + upper[j] : 0.25;
+        }
+        mlQuasiNewton search(n, memory);
+        if (i % 3 > 0) search.set_box(lower, upper);
+        search.set_max_iterations(40);
+        mlFunctionN1Of const with(n, value, gradient);
+        mlFunctionN1Of const without(n, value);
+        digest(i % 2 == 0 ? search.minimise(with, x) : search.minimise(without, x));
+        digest(x);
+        digest(search.value());
+        digest(search.gradient());
+        for (int const number : {search.iterations(), search.calls(), search.at_bound(n - 1)})
+            digest(number);
+    }
+}
+
 } // namespace
 
 void digest_optimisation() {
@@ -396,4 +447,5 @@ void digest_optimisation() {
     digest_newton();
     digest_programmes();
     digest_windows();
+    digest_quasi_newton();
 }

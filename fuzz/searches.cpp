@@ -105,6 +105,14 @@ void search_many_variables(Bytes & script, Answers & f) {
         mlMatrix h(mlMatrixZero, 2, 2);
         f.gradient(x.slice(), result);
         f.hessian(x.slice(), h);
+        script.fill(low);
+        script.fill(high);
+        mlQuasiNewton search(2, script.below(5));
+        search.set_box(low, high);
+        search.set_max_iterations(200);
+        if (search.minimise(f, x) == mlQuasiNewtonEmptyBox) break;
+        for (int j = 0; j < 2; ++j)
+            require(std::isnan(x[j]) || (low[j] <= x[j] && x[j] <= high[j]), "a search inside its box");
         break;
     }
     }

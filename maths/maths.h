@@ -91,6 +91,7 @@
 #include "maths/optimisation/mlNewtonRaphson.h"
 #include "maths/optimisation/mlObserver.h"
 #include "maths/optimisation/mlProgressLine.h"
+#include "maths/optimisation/mlQuasiNewton.h"
 #include "maths/optimisation/mlVectorMinimiser2.h"
 #include "maths/optimisation/ml_brent_minimum_search.h"
 #include "maths/optimisation/ml_curve_fit.h"

@@ -226,6 +226,8 @@ void optimisation(Objects & o) {
     Vector p{0.0, 0.0};
     ml_curve_fit(x.slice(), x.slice(), x.slice(), p, [](double t, mlVector const & q) { return q[0] + q[1] * t; });
     mlDownHillSimplex(2).solve(f, x, mlDownHillSimplexCoarse);
+    mlQuasiNewton search(2, 3);
+    search.minimise(f, x);
     mlConstrainedQuadraticMinimiser minimiser(mlMatrix(mlMatrixZero, 2, 2), x);
     for (int i = 0; i < 2; ++i) {
         minimiser.add_lower_bound(i, -1.0);

@@ -25,6 +25,16 @@ Outcome simplex(mlObserver * observer) {
     return {{value, x[0], x[1]}, search.stopped()};
 }
 
+Outcome quasi_newton(mlObserver * observer) {
+    mlFunctionN1Of f(2, [](mlSlice const & p) { return rosenbrock(p[0], p[1]); });
+    mlQuasiNewton search(2);
+    search.set_observer(observer);
+    mlVector x{-1.2, 1.0};
+    mlQuasiNewtonStatus const status = search.minimise(f, x);
+    EXPECT_EQ(status == mlQuasiNewtonStopped, search.stopped());
+    return {{search.value(), x[0], x[1]}, search.stopped()};
+}
+
 Outcome powell(mlObserver * observer) {
     mlFunctionN1Of f(2, [](mlSlice const & p) { return rosenbrock(p[0], p[1]); });
     mlVector x{-1.2, 1.0};
@@ -92,9 +102,10 @@ TEST(Observer, IsToldOfEveryIterationChangesNothingAndEndsTheSearch) {
         char const * name;
         Outcome (*search)(mlObserver *);
         bool counts_calls;
-    } const cases[] = {{"simplex", simplex, true},  {"powell", powell, false}, {"window", window, true},
-                       {"line", line, false},       {"newton", newton, true},  {"damped", fit<false>, true},
-                       {"bounded", fit<true>, true}};
+    } const cases[] = {{"simplex", simplex, true},   {"powell", powell, false},
+                       {"window", window, true},     {"line", line, false},
+                       {"newton", newton, true},     {"damped", fit<false>, true},
+                       {"bounded", fit<true>, true}, {"quasi-Newton", quasi_newton, true}};
     for (auto const & c : cases) {
         SCOPED_TRACE(c.name);
         std::vector<mlProgress> seen;

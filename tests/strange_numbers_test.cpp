@@ -98,11 +98,16 @@ TEST_P(StrangeNumbers, EndInFunctionsOfManyVariables) {
         fit.set_strict(strict);
         fit.fit(f.fill(start), result);
     }
-    mlVector low(mlVectorZero, 2), high(mlVectorZero, 2);
+    mlVector low(mlVectorZero, 2), high(mlVectorZero, 2), above(mlVectorZero, 3);
     for (int i = 0; i < 10; ++i) {
         mlBoundedFit fit(f, f.fill(low), f.fill(high));
         fit.fit(f.fill(start), result);
         mlFitQuality(f, f.fill(start), argument(1e-9));
+        mlQuasiNewton search(3, i);
+        search.set_gradient_tolerance(argument(1e-9));
+        search.set_max_iterations(300);
+        if (i > 4) search.set_box(f.fill(x), f.fill(above));
+        search.minimise(f, f.fill(x));
     }
 }
 

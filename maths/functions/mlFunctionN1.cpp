@@ -20,11 +20,36 @@ void become_copy(mlVector & w, mlSlice const & x) {
     w = x;
 }
 
+// Of this function, on this thread, differences are refused; whether they were wanted.
+struct Refusal {
+    mlFunctionN1 const * function = nullptr;
+    bool wanted = false;
+};
+thread_local Refusal refusal;
+
+/// Puts the refusal before back, also where the gradient throws: the search for it may call other functions.
+class RefusalScope {
+public:
+    explicit RefusalScope(mlFunctionN1 const & f) : before_(refusal) { refusal = {&f, false}; }
+    RefusalScope(RefusalScope const &) = delete;
+    RefusalScope & operator=(RefusalScope const &) = delete;
+    ~RefusalScope() { refusal = before_; }
+
+private:
+    Refusal before_;
+};
+
 } // namespace
 
 mlFunctionN1::~mlFunctionN1() = default;
 
 void mlFunctionN1::gradient(mlSlice const & x, mlVector & g) const { calculate_gradient_by_finite_differences(x, g); }
+
+int mlFunctionN1::supplied_gradient(mlSlice const & x, mlVector & g) const {
+    RefusalScope const scope(*this);
+    gradient(x, g);
+    return !refusal.wanted;
+}
 
 void mlFunctionN1::hessian(mlSlice const & x, mlMatrix & h) const { calculate_hessian_by_finite_differences(x, h); }
 
@@ -33,6 +58,10 @@ void mlFunctionN1::calculate_gradient_by_finite_differences(mlSlice const & x, m
     if (g.size() != dimension) {
         g.clear(0);
         g.become(mlVectorZero, dimension);
+    }
+    if (refusal.function == this) {
+        refusal.wanted = true;
+        return;
     }
     mlVector w;
     become_copy(w, x);

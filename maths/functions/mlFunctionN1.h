@@ -14,6 +14,10 @@ public:
     /// Writes the n first derivatives at x into g, which is given that size.
     virtual void gradient(mlSlice const & x, mlVector & g) const;
 
+    /// The gradient where the class supplies it: 1, and g is what `gradient` makes of it. Where it would come by finite
+    /// differences, in part too: 0, without a call of `function`, and g is left without meaning.
+    [[nodiscard]] int supplied_gradient(mlSlice const & x, mlVector & g) const;
+
     /// Writes the n x n second derivatives at x into h, which is given that shape.
     virtual void hessian(mlSlice const & x, mlMatrix & h) const;
 

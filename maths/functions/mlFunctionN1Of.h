@@ -19,7 +19,7 @@ template <mlCallable<double, mlSlice const &> F, mlCallableOrNone<void, mlSlice 
 class mlFunctionN1Of : public mlFunctionN1 {
 public:
     mlFunctionN1Of(int n, F f) : mlFunctionN1Of(n, std::move(f), G()) {}
-    mlFunctionN1Of(int n, F f, G gradient) : f_(std::move(f)), gradient_(std::move(gradient)) { dimension = n; }
+    mlFunctionN1Of(int n, F f, G g) : f_(std::move(f)), gradient_(std::move(g)) { dimension = n; }
 
     double function(mlSlice const & x) const override { return f_(x); }
 
