@@ -1,5 +1,5 @@
 // Minima and integrals: the temperature at which water is densest, three test functions that are hard on minimisers,
-// and the length of a bridge's cable.
+// one of them in boxes and with many variables, and the length of a bridge's cable.
 //
 // minimise [--progress] [folder]     With --progress standard error shows how the searches proceed. With a folder, the
 // ways of two searches are written into it, a table each: rosenbrock_simplex.txt and rosenbrock_powell.txt, which
@@ -178,6 +178,51 @@ void search_by_both_methods(Problem const & problem, std::string const & folder,
     write_way(by_powell.way, folder + "/rosenbrock_powell.txt");
 }
 
+/// Rosenbrock's function of each pair of variables, summed; its gradient.
+double sum_of_valleys(mlSlice const & x) {
+    double sum = 0.0;
+    for (int i = 0; i < x.length(); i += 2)
+        sum += 100.0 * square(x[i + 1] - square(x[i])) + square(1.0 - x[i]);
+    return sum;
+}
+
+void slope_of_valleys(mlSlice const & x, mlVector & g) {
+    for (int i = 0; i < x.length(); i += 2) {
+        double const off = x[i + 1] - square(x[i]);
+        g[i] = -400.0 * off * x[i] - 2.0 * (1.0 - x[i]);
+        g[i + 1] = 200.0 * off;
+    }
+}
+
+/// With gradients and by differences, in the open and with every second variable between -2 and 0.5.
+void search_with_gradients(mlObserver * observer) {
+    std::printf(
+        "\nRosenbrock's valley with gradients\n\n"
+        "  variables   box   gradient       steps   calls   least value    x[0]     x[1]    projected gradient\n");
+    auto const search = [&](mlFunctionN1 const & f, bool boxed, char const * gradient) {
+        int const n = f.dimension;
+        mlVector x(mlVectorZero, n), lower(mlVectorZero, n), upper(mlVectorZero, n);
+        for (int i = 0; i < n; ++i) {
+            x[i] = i % 2 == 0 ? -1.2 : 1.0;
+            lower[i] = i % 2 == 0 ? mlUnboundedMin : -2.0;
+            upper[i] = i % 2 == 0 ? mlUnboundedMax : 0.5;
+        }
+        mlQuasiNewton minimiser(n);
+        minimiser.set_observer(observer);
+        if (boxed) minimiser.set_box(lower, upper);
+        bool const good = minimiser.minimise(f, x) <= mlQuasiNewtonNoDecrease;
+        std::printf("  %9d   %-3s   %-11s   %5d   %5d   %11.3e   %.4f   %.4f   %.0e%s\n", n, boxed ? "yes" : "no",
+                    gradient, minimiser.iterations(), minimiser.calls(), minimiser.value(), x[0], x[1],
+                    minimiser.projected_gradient_norm(), good ? "" : "   not converged");
+    };
+    for (int const n : {2, 100000}) {
+        for (bool const boxed : {false, true}) {
+            search(mlFunctionN1Of(n, sum_of_valleys, slope_of_valleys), boxed, "supplied");
+            if (n == 2) search(mlFunctionN1Of(n, sum_of_valleys), boxed, "differences");
+        }
+    }
+}
+
 /// The length of a cable per length of the span at a distance x from one tower: a parabola of the given sag.
 class CableLength : public mlFunction {
 public:
@@ -226,5 +271,6 @@ int main(int argc, char ** argv) {
                 "distance", "digits");
     for (Problem const & problem : problems)
         search_by_both_methods(problem, argc > first ? argv[first] : "", progress.observer());
+    search_with_gradients(progress.observer());
     measure_cable();
 }
