@@ -172,41 +172,44 @@ void find_by_reflections(mlMatrix const & a, mlSymmetricEigen::mlJOB job, mlVect
     sort(values);
 }
 
-auto symmetric_eigen(Race & race) {
-    int const n = race.size();
-    EigenMatrix const a = symmetric_matrix(n);
-    mlMatrix const own_a(utConvert, a.data(), n, n);
-    mlVector own;
+/// A symmetric matrix, and what its contestants find of it, all of them with vectors.
+struct SymmetricProblem {
+    explicit SymmetricProblem(int n)
+        : a(symmetric_matrix(n)), own_a(utConvert, a.data(), n, n), lapack(n), gsl(n), fused(n) {}
+
+    void add_lapack(Race & race) {
+        race.add("openblas", lapack.values, [&] { lapack.run(a, "V"); });
+    }
+    void add_slower_peers(Race & race) {
+        race.add("eigen", eigen, [&] { eigen = Eigen::SelfAdjointEigenSolver<EigenMatrix>(a).eigenvalues(); });
+        race.add("eigen-fused", fused, [&] { fused_eigen::eigenvalues(race.size(), a.data(), fused.data()); });
+        race.add("gsl", gsl.values, [&] { gsl.run(a); });
+    }
+
+    EigenMatrix const a;
+    mlMatrix const own_a;
+    mlVector own, rotated;
     EigenVector eigen;
-    LapackEigen lapack(n);
-    GslEigen gsl(n);
-    Values fused(n);
-    race.add("maths", own, [&] { find_by_rotations(own_a, own); });
-    race.add("openblas", lapack.values, [&] { lapack.run(a, "V"); });
-    race.add("eigen", eigen, [&] { eigen = Eigen::SelfAdjointEigenSolver<EigenMatrix>(a).eigenvalues(); });
-    race.add("eigen-fused", fused, [&] { fused_eigen::eigenvalues(n, a.data(), fused.data()); });
-    race.add("gsl", gsl.values, [&] { gsl.run(a); });
+    LapackEigen lapack;
+    GslEigen gsl;
+    Values fused;
+};
+
+auto symmetric_eigen(Race & race) {
+    SymmetricProblem p(race.size());
+    race.add("maths", p.own, [&] { find_by_rotations(p.own_a, p.own); });
+    p.add_lapack(race);
+    p.add_slower_peers(race);
     return race.run();
 }
 
 /// "rotations" is the library's other class.
 auto symmetric_ql(Race & race) {
-    int const n = race.size();
-    EigenMatrix const a = symmetric_matrix(n);
-    mlMatrix const own_a(utConvert, a.data(), n, n);
-    mlVector own, rotated;
-    EigenVector eigen;
-    LapackEigen lapack(n);
-    GslEigen gsl(n);
-    Values fused(n);
-    race.add_for_each_set(own, [&] { find_by_reflections(own_a, mlSymmetricEigen::mlVECTORS, own); });
-    if (n <= 300) race.add("rotations", rotated, [&] { find_by_rotations(own_a, rotated); });
-    race.add("openblas", lapack.values, [&] { lapack.run(a, "V"); });
-    if (n <= 500) {
-        race.add("eigen", eigen, [&] { eigen = Eigen::SelfAdjointEigenSolver<EigenMatrix>(a).eigenvalues(); });
-        race.add("eigen-fused", fused, [&] { fused_eigen::eigenvalues(n, a.data(), fused.data()); });
-        race.add("gsl", gsl.values, [&] { gsl.run(a); });
-    }
+    SymmetricProblem p(race.size());
+    race.add_for_each_set(p.own, [&] { find_by_reflections(p.own_a, mlSymmetricEigen::mlVECTORS, p.own); });
+    if (race.size() <= 300) race.add("rotations", p.rotated, [&] { find_by_rotations(p.own_a, p.rotated); });
+    p.add_lapack(race);
+    if (race.size() <= 500) p.add_slower_peers(race);
     return race.run();
 }
 
