@@ -6,6 +6,8 @@
 #include <maths cannot be compiled by MSVC but by clang-cl>
 #elif __cplusplus < 202002L
 #include <maths needs C++20: compile with -std=c++20>
+#elif __SIZEOF_POINTER__ != 8 // before any header of the system, which may lack its 32-bit half
+#include <maths needs 64-bit pointers: compile for a 64-bit system>
 #endif
 
 #include <cfloat>
@@ -15,7 +17,6 @@ static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
               "maths needs every operation rounded to double: the x87's registers hold more");
 static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<double>::digits == 53,
               "maths needs doubles to be the 64-bit ones of IEEE 754, infinities and NaN included");
-static_assert(sizeof(void *) == 8, "maths needs 64-bit pointers: compile for a 64-bit system");
 
 /// What the shared library exports; everything without one of these stays inside.
 ///

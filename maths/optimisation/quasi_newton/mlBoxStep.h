@@ -20,7 +20,7 @@ public:
 private:
     bool find_cauchy_point(mlVector const & x, mlVector const & g, mlCurvaturePairs const & pairs, mlVector & z);
     double start_path(mlVector const & x, mlVector const & g);
-    bool later(int i, int j) const { return t_[i] > t_[j] || (t_[i] == t_[j] && i > j); }
+    bool later(int i, int j) const { return t_[i] == t_[j] ? i > j : t_[i] > t_[j]; }
     int next_to_stop();
     bool minimise_in_subspace(mlVector const & x, mlVector const & g, mlCurvaturePairs const & pairs, mlVector & z);
     bool take_step(mlVector const & x, mlVector const & g, mlVector & z);
