@@ -38,8 +38,8 @@ class MATHS_API mlSymmetricEigen {
 public:
     /// What is wanted.
     enum mlJOB : int {
-        mlVALUES = 0, ///< eigenvalues alone, in two thirds of the time at order 10, half at 100 and a third at 300
-        mlVECTORS = 1 ///< eigenvectors too
+        mlVALUES, ///< eigenvalues alone, in two thirds of the time at order 10, half at 100 and a third at 300
+        mlVECTORS ///< eigenvectors too
     };
 
     /// Values and vectors.
