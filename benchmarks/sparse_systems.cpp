@@ -15,30 +15,18 @@
 #include "benchmarks/peers.h"
 #include "benchmarks/race.h"
 #include "maths/maths.h"
+#include "tests/support/grid.h"
 
 namespace {
 
-/// Which unknowns are coupled: pairs i < j.
-using Edges = std::vector<std::pair<int, int>>;
-
-Edges lattice(int nx, int ny, int nz) {
-    Edges edges;
-    for (int k = 0; k < nx * ny * nz; ++k) {
-        if (k % nx + 1 < nx) edges.emplace_back(k, k + 1);
-        if (k / nx % ny + 1 < ny) edges.emplace_back(k, k + nx);
-        if (k / (nx * ny) + 1 < nz) edges.emplace_back(k, k + nx * ny);
-    }
-    return edges;
-}
-
 Edges plane(int n) {
     int const side = static_cast<int>(std::lround(std::sqrt(n)));
-    return lattice(side, n / side, 1);
+    return grid(side, n / side, 1);
 }
 
 Edges space(int n) {
     int const side = static_cast<int>(std::lround(std::cbrt(n)));
-    return lattice(side, side, n / (side * side));
+    return grid(side, side, n / (side * side));
 }
 
 Edges chain(int n) {

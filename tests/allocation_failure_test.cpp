@@ -260,7 +260,11 @@ void sparse_matrices(Objects & o) {
     s -= mlSparseSymMatrix(utCopy, s);
     s.concatenate(mlSparseMatrix(utCopy, s));
     s.concatenate_diagonal(mlSparseSymMatrix(mlMatrixIdentity, 3));
+}
 
+void sparse_factors(Objects & o) {
+    mlSparseSymMatrix const unit(mlMatrixIdentity, 5);
+    mlSparseMatrix l;
     mlSparseSymMatrix chain(mlMatrixZero, 3);
     for (int i = 0; i < 3; ++i)
         for (int j = i; j < std::min(i + 2, 3); ++j)
@@ -273,17 +277,16 @@ void sparse_matrices(Objects & o) {
     all_or_nothing([&] { cholesky.analyse(chain); }, [&] { return cholesky.dimension() == 0; });
     all_or_nothing([&] { cholesky.factor(chain); }, [&] { return cholesky.status() == mlSparseCholeskyNotFactored; });
     all_or_nothing([&] { cholesky.factor(chain); }, solves);
-    all_or_nothing([&] { cholesky.analyse(s); }, solves);
-    cholesky.factor(s);
-    cholesky.matrix_l(block);
-    o.m.become(mlMatrixIdentity, s.rows());
-    mlSparseCholesky(mlSparseSymMatrix(mlMatrixIdentity, s.rows())).solve(o.m, o.n);
+    all_or_nothing([&] { cholesky.analyse(unit); }, solves);
+    cholesky.factor(unit);
+    cholesky.matrix_l(l);
+    mlSparseCholesky(unit).solve(o.m.become(mlMatrixIdentity, 5), o.n);
 }
 
 TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
     int story = 0;
     for (auto const tell : {arrays, paged_arrays, vectors_and_matrices, functions, small_decompositions,
-                            large_decompositions, optimisation, sparse_matrices}) {
+                            large_decompositions, optimisation, sparse_matrices, sparse_factors}) {
         bool finished = false;
         ++story;
         for (long k = 0; !finished && !HasFailure(); ++k) {

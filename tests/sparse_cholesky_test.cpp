@@ -14,14 +14,13 @@
 #include "maths/sparse/mlSparseCholesky.h"
 #include "maths/sparse/mlSparseMatrix.h"
 #include "maths/sparse/mlSparseSymMatrix.h"
+#include "tests/support/grid.h"
 #include "tests/support/matrices.h"
 #include "tests/support/plain_ldlt.h"
 #include "tests/support/ratios.h"
 #include "tests/support/values.h"
 
 namespace {
-
-using Edges = std::vector<std::pair<int, int>>;
 
 struct Graph {
     char const * name;
@@ -30,17 +29,6 @@ struct Graph {
     long long most_in_l; ///< elements of L at most: none but A's where no fill is needed
     friend std::ostream & operator<<(std::ostream & stream, Graph const & g) { return stream << g.name; }
 };
-
-/// A box of points, each coupled with its neighbours.
-Edges grid(int nx, int ny, int nz) {
-    Edges edges;
-    for (int k = 0; k < nx * ny * nz; ++k) {
-        if (k % nx + 1 < nx) edges.emplace_back(k, k + 1);
-        if (k / nx % ny + 1 < ny) edges.emplace_back(k, k + nx);
-        if (k / (nx * ny) + 1 < nz) edges.emplace_back(k, k + nx * ny);
-    }
-    return edges;
-}
 
 /// Each of n points coupled with some before it: a tree when it is one.
 Edges random_edges(int n, int with, long seed) {
