@@ -98,6 +98,22 @@ TEST(BoxStep, LeadsBelowTheProjectedPathAndToTheMinimumOfTheDenseModel) {
     }
 }
 
+// The minimum lies far beyond the bound of one variable, and the other one's way to it, not cut off, would lead up.
+TEST(BoxStep, GoesStraightAsFarAsTheBoxAllowsWhereTheProjectedStepWouldLeadUp) {
+    mlCurvaturePairs pairs(2, 2); // of the Hessian (1 0.99; 0.99 1)
+    pairs.remember(Vector{1.0, 0.0}, Vector{1.0, 0.99});
+    pairs.remember(Vector{-0.99, 1.0}, Vector{0.0, 0.0199});
+    double const t = 1.09 / 1.684, share = (0.7 - t) / (0.703 / 0.0199 - t); // the path ends at t (1, 0.3)
+    for (double const sign : {1.0, -1.0}) {
+        Vector const lower{sign > 0.0 ? -1.0 : -0.7, -10.0}, upper{sign > 0.0 ? 0.7 : 1.0, 10.0};
+        Vector const zero{0.0, 0.0}, g{-sign, -0.3 * sign};
+        mlVector z(mlVectorZero, 2);
+        ASSERT_TRUE(mlBoxStep(lower, upper, 2).find(zero, g, pairs, z));
+        EXPECT_NEAR(sign * z[0], 0.7, 1e-12);
+        EXPECT_NEAR(sign * z[1], 0.3 * t + share * (-0.69 / 0.0199 - 0.3 * t), 1e-12);
+    }
+}
+
 TEST(WolfeSearch, MeetsBothConditionsWithinTheLargestStepAndBacksOutOfNaN) {
     struct {
         double (*f)(double);
