@@ -65,6 +65,11 @@ TYPED_TEST(PolynomialsOver, DifferentiateWhatTheyIntegrateAndPassThroughTheirSam
         fitter.fit(-1.0, 2.3, y.data(), n, c.data());
         for (int i = 0; i <= n; ++i)
             EXPECT_LT(distance(value_of(c, n > 0 ? t[i] * 3.3 / t[n] - 1.0 : 0.0), y[i]), 1e-9);
+        if (n != 1) continue;
+        Values const ends{-1.0, 1e-3};
+        fitter.fit(ends[0], ends[1], y.data(), n, c.data());
+        fitter.fit(ends.data(), y.data(), n, a.data());
+        EXPECT_EQ(distance(c[0], a[0]), 0.0) << "the last parameter is the end itself, not the end but for roundoff";
     }
 }
 

@@ -207,7 +207,9 @@ TEST(SparseMatrix, SumsTheLaterOfTwoElementsInOneColumnFirstInTheProductWithItsT
     if (checked_build) GTEST_SKIP() << "stops at such a row";
     General a(Matrix(2, 2, {1, 1e16, 1, 1}));
     a.row(1).append_elements(std::array{mlSparseElement(1, -1e16)}.data(), 1);
-    EXPECT_EQ(mlSparseSymMatrix(mlMatrixPremultiplyTranspose, a).element(0, 1), 1.0);
+    mlSparseSymMatrix const product(mlMatrixPremultiplyTranspose, a);
+    EXPECT_EQ(product.element(0, 1), 1.0);
+    EXPECT_DOUBLE_EQ(product.element(1, 1), 2e32);
 }
 
 // The address sanitizer reports what this leaks.

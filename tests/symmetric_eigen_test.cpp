@@ -108,6 +108,11 @@ TEST(SymmetricEigen, OrdersExactValuesByMagnitudeThePositiveOneFirst) {
     EXPECT_EQ(contents(found.eigen_vectors()), (Values{0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 1, 0, 0, 0}));
 }
 
+TEST(SymmetricEigen, LeavesAloneWhatHasASquareBelowTheNormalNumbersBesideZeros) {
+    mlSymmetricEigen const found(Matrix(3, 3, {1, 0, 0, 0, 0, 1e-155, 0, 1e-155, 0}));
+    EXPECT_EQ(contents(found.eigen_values()), (Values{1, 0, 0}));
+}
+
 TEST(SymmetricEigen, KeepsTheSmallValuesOfAGradedMatrixWhicheverEndTheyAreAt) {
     int const n = 40; // values of d_i (1 - c_i) each, c_i of order 1e-4 and the same at both ends
     auto const graded = [](int from, int sign) {

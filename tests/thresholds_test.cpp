@@ -486,6 +486,7 @@ INSTANTIATE_TEST_SUITE_P(, Threshold, testing::ValuesIn(checks), [](auto const &
 TEST(Thresholds, LeaveSmallOrdersToThePlainDefinition) {
     for (int const n : {4, 5, 8})
         lu(n), cholesky(n), svd(n), square_right_hand_sides(n);
+    expect_plain_symmetric(Matrix(3, 3, {1, 0, 1, 0, 1, 0.5, 1, 0.5, -2})); // its ends are equal when it is tridiagonal
 }
 
 TEST(Thresholds, AreAllHere) {
