@@ -95,7 +95,8 @@ TEST(LevenbergMarquardt, TriesAndTakesStepsByItsRules) {
     // At the optimum no try succeeds, until lambda passes its limit.
     expect(pair, 1, 0, 500, 0, "nsgg" + repeat("nsdd", 16), 1, 1);
     expect(pair, 1, 0, 500, 1, "nsgg" + repeat("nsdd", 46), 1, 1);
-    expect({{1, 1}}, 0, 1e-5, 9, 0, "nsgnsd", 1, 0); // a success past the limit is discarded
+    expect({{1, 1}}, 0, 1e-5, 9, 0, "nsgnsd", 1, 0); // a success past the limit is discarded, one at it is taken
+    expect({{1, 1}}, 0, first, 1, 0, "nsgnsd", 1, left(first) - 1);
     // A negligible step ends a strict fit, which takes it.
     expect(origin, x, 0, 2, 1, "nsgnsd", x * x, y);
     expect(origin, x, 0, 2, 0, "nsgnsdsgnsd", y * y, y * left(0.4 * first));

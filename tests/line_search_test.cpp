@@ -104,6 +104,18 @@ TEST(MinimiserSearch, TakesANewtonStepAndConfirmsItWithSamples) {
     EXPECT_EQ(f.calls, (std::vector<Call>{{0, 3.125}, {0, 2.875}}));
 }
 
+TEST(MinimiserSearch, GoesOnAtALevelAndTakesNoCurvatureThatIsLostBesideOne) {
+    double slope = -1.0;
+    auto const derivative = [&](double) { return slope; };
+    TracedFunction const level([](double) { return 5.0; }, derivative),
+        nearly([](double) { return 5.0; }, derivative, [](double) { return 1e-17; });
+    Minimiser(level, 0.0, 0.0, mlUnboundedMax, 0.125).search();
+    EXPECT_EQ(level.calls.at(4), (Call{0, 11.0})) << "from 1 on, by ten times the step";
+    slope = -1e-17;
+    Minimiser(nearly, 0.0, 0.0, 3.0, 0.125).search();
+    EXPECT_EQ(nearly.calls.at(3), (Call{0, 3.0})) << "no Newton step to 1";
+}
+
 TEST(MinimiserSearch, EndsInTheStateThatSaysWhy) {
     TracedFunction const flat([](double) { return 5.0; }),
         no_slope([](double t) { return t * t; }, [](double) { return NAN; });

@@ -280,10 +280,13 @@ TEST(Minimiser2, ReportsEndsBeyondWhichTheDomainGoesOn) {
                 Answer const closed = search(f, 0.3, 0.1, window, order, 1e-8, window);
                 EXPECT_TRUE(closed.state == open.state && closed.found == 1);
             }
-    auto const gentle = [](Jet u, Jet v) { return exp(u) - 0.9 * u + square(v); }; // the end is within the resolution
-    for (int order : {0, 1, 2}) {
-        Answer const a = search(gentle, 0.5, 0.2, {0.0, 1.0, -1.0, 1.0}, order, 0.5);
-        EXPECT_TRUE(a.u == 0.0 && a.state == mlMinimiser2AtUEnd && a.u_end == -1) << order;
+    for (double const side : {1.0, -1.0}) { // the end is within the resolution
+        auto const gentle = [&](Jet u, Jet v) { return exp(side * u) - 0.9 * side * u + square(v); };
+        Window const half{std::min(0.0, side), std::max(0.0, side), -1.0, 1.0};
+        for (int order : {0, 1, 2}) {
+            Answer const a = search(gentle, 0.5 * side, 0.2, half, order, 0.5);
+            EXPECT_TRUE(a.u == 0.0 && a.state == mlMinimiser2AtUEnd && a.u_end == -side) << order;
+        }
     }
 }
 
