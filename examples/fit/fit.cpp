@@ -1,12 +1,15 @@
 // Fitting and solving: published regression problems and shapes by Levenberg-Marquardt, a curve through a profile by
 // chord-length interpolation, the angles of a robot's arm by Newton-Raphson.
 //
-// fit [--progress] [folder]     With --progress standard error shows how each problem's fit proceeds. The folder holds
-// the regression problems' observations; the default is in examples/data.
+// fit [--progress] [data [folder]]     With --progress standard error shows how each problem's fit proceeds. The first
+// folder holds the regression problems' observations; the default is in examples/data. The second gets the curve of one
+// fit with its standard error, fit_curve.txt, and the observations with their residuals, fit_residuals.txt.
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <iostream>
 #include <numbers>
 #include <string>
@@ -71,6 +74,49 @@ void fit_reference_problem(NistProblem const & problem, std::string const & fold
     print_beside("residual sum", problem.residual_sum, fits[0].residual_sum, fits[1].residual_sum);
     std::printf("  %-12s %17s   %17d %4s   %17d\n", "iterations", "", fits[0].iterations, "", fits[1].iterations);
     std::printf("  %-12s %17s   %17d %4s   %17d\n\n", "tries", "", fits[0].tries, "", fits[1].tries);
+}
+
+std::ofstream opened(std::string const & path) {
+    std::ofstream file(path);
+    file.precision(12);
+    return file;
+}
+
+void close(std::ofstream & file, std::string const & path) {
+    file.close();
+    if (file) return;
+    std::cerr << path << ":0: cannot be written\n";
+    std::exit(2);
+}
+
+/// The fitted curve, its standard error, which the parameters' covariance carries over, and what the fit leaves.
+void draw_fit(NistProblem const & problem, std::string const & data, std::string const & folder) {
+    ColumnTable const table(data + problem.data, 2);
+    mlSlice const x = table.column(0), y = table.column(1);
+    Fit fit;
+    fit_from_start(problem, table, 1, nullptr, fit);
+    NistFit model(problem, x, y);
+    mlFitQuality const quality(model, fit.parameters);
+    mlVector gradient(mlVectorZero, fit.parameters.size()), moved;
+    double const first = *std::min_element(x.begin(), x.end()), last = *std::max_element(x.begin(), x.end());
+
+    std::ofstream curve = opened(folder + "/fit_curve.txt");
+    curve << "# x, the fitted curve there, its standard error\n";
+    for (int i = 0; i <= 200; ++i) {
+        double const at = first + (last - first) * i / 200;
+        double const value = problem.formula(fit.parameters.data(), at, gradient.data());
+        multiply(quality.covariance(), gradient, moved);
+        curve << at << ' ' << value << ' ' << std::sqrt(scalar_product(gradient, moved)) << '\n';
+    }
+    close(curve, folder + "/fit_curve.txt");
+
+    std::ofstream residuals = opened(folder + "/fit_residuals.txt");
+    residuals << "# x, y, y less the fitted curve; their residual deviation is " << quality.residual_deviation()
+              << '\n';
+    for (int i = 0; i < x.length(); ++i)
+        residuals << x[i] << ' ' << y[i] << ' ' << y[i] - problem.formula(fit.parameters.data(), x[i], gradient.data())
+                  << '\n';
+    close(residuals, folder + "/fit_residuals.txt");
 }
 
 void print_residuals(mlDistanceLeastSquares & model, mlVector const & parameters) {
@@ -217,6 +263,7 @@ int main(int argc, char ** argv) {
     std::string const folder = argc > first ? std::string(argv[first]) + '/' : MATHS_EXAMPLE_DATA;
     for (NistProblem const & problem : nist_problems())
         fit_reference_problem(problem, folder, progress.observer());
+    if (argc > first + 1) draw_fit(nist_problems()[1], folder, argv[first + 1]); // Chwirut2
     fit_circle();
     fit_plane();
     draw_nose();

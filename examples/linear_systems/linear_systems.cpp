@@ -2,12 +2,16 @@
 // solves, and by QR, which keeps more digits; and a smooth curve through the points of a closed outline, from a
 // periodic tridiagonal system.
 //
-// linear_systems [file]      The file holds an observation a row, first y, then x1 to x6; the default is the one that
-//                            comes along.
+// linear_systems [file [folder]]     The file holds an observation a row, first y, then x1 to x6; the default is the
+//                                    one that comes along. The folder gets curves through 6 and 12 points of the
+//                                    outline, outline_6.txt and outline_12.txt.
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
 #include <numbers>
 #include <string>
 
@@ -162,18 +166,26 @@ private:
 
 double outline_radius(double angle) { return 1.0 + 0.3 * std::cos(3.0 * angle); }
 
+/// n points of the outline and the distances from each to the next.
+struct OutlinePoints {
+    explicit OutlinePoints(int n) : x(mlVectorZero, n), y(mlVectorZero, n), h(mlVectorZero, n) {
+        for (int i = 0; i < n; ++i) {
+            double const angle = 2.0 * std::numbers::pi * i / n;
+            x[i] = outline_radius(angle) * std::cos(angle);
+            y[i] = outline_radius(angle) * std::sin(angle);
+        }
+        for (int i = 0; i < n; ++i)
+            h[i] = std::hypot(x[(i + 1) % n] - x[i], y[(i + 1) % n] - y[i]);
+    }
+
+    mlVector x, y, h;
+};
+
 /// A spline through n points of the outline, with the distances between them for parameter, as if points were all that
 /// is known. Returns the area inside, and how far the curve is from the outline at most.
 double spline_area(int n, double & deviation) {
-    mlVector x(mlVectorZero, n), y(mlVectorZero, n), h(mlVectorZero, n);
-    for (int i = 0; i < n; ++i) {
-        double const angle = 2.0 * std::numbers::pi * i / n;
-        x[i] = outline_radius(angle) * std::cos(angle);
-        y[i] = outline_radius(angle) * std::sin(angle);
-    }
-    for (int i = 0; i < n; ++i)
-        h[i] = std::hypot(x[(i + 1) % n] - x[i], y[(i + 1) % n] - y[i]);
-    PeriodicSpline const along_x(h, x), along_y(h, y);
+    OutlinePoints const points(n);
+    PeriodicSpline const along_x(points.h, points.x), along_y(points.h, points.y);
 
     deviation = 0.0;
     double area = 0.0;
@@ -187,6 +199,20 @@ double spline_area(int n, double & deviation) {
         }
     }
     return area;
+}
+
+/// Points of the spline through n points of the outline, from each to the next in 20 steps.
+void write_outline(int n, std::string const & path) {
+    OutlinePoints const points(n);
+    PeriodicSpline const along_x(points.h, points.x), along_y(points.h, points.y);
+    std::ofstream file(path);
+    file << "# A spline through every 20th of these points: x y\n";
+    for (int k = 0; k <= 20 * n; ++k)
+        file << along_x.value(k / 20 % n, k % 20 / 20.0) << ' ' << along_y.value(k / 20 % n, k % 20 / 20.0) << '\n';
+    file.close();
+    if (file) return;
+    std::cerr << path << ":0: cannot be written\n";
+    std::exit(2);
 }
 
 void trace_outline() {
@@ -214,4 +240,7 @@ int main(int argc, char ** argv) {
     fit_longley(argc > 1 ? argv[1] : MATHS_EXAMPLE_DATA "longley.txt");
     fit_wampler();
     trace_outline();
+    if (argc <= 2) return 0;
+    for (int const n : {6, 12})
+        write_outline(n, std::string(argv[2]) + "/outline_" + std::to_string(n) + ".txt");
 }

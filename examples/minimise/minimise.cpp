@@ -1,9 +1,9 @@
 // Minima and integrals: the temperature at which water is densest, three test functions that are hard on minimisers,
-// one of them in boxes and with many variables, and the length of a bridge's cable.
+// one of them in boxes and with many variables, the length of a bridge's cable, and the area of a comet's orbit.
 //
 // minimise [--progress] [folder]     With --progress standard error shows how the searches proceed. With a folder, the
-// ways of two searches are written into it, a table each: rosenbrock_simplex.txt and rosenbrock_powell.txt, which
-// docs/plots/rosenbrock.gp plots.
+// ways of three searches are written into it, a table each, rosenbrock_simplex.txt, rosenbrock_powell.txt and
+// rosenbrock_quasi_newton.txt, which docs/plots/rosenbrock.gp plots.
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +13,7 @@
 #include <iomanip>
 #include <iostream>
 #include <limits>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -223,6 +224,17 @@ void search_with_gradients(mlObserver * observer) {
     }
 }
 
+/// The way of a search with gradients, for the picture.
+void follow_quasi_newton(std::string const & path) {
+    Followed const rosenbrocks(problems[0]);
+    mlVector x{-1.2, 1.0};
+    mlQuasiNewton(2).minimise(
+        mlFunctionN1Of(
+            2, [&rosenbrocks](mlSlice const & p) { return rosenbrocks.function(p); }, slope_of_valleys),
+        x);
+    write_way(rosenbrocks.way, path);
+}
+
 /// The length of a cable per length of the span at a distance x from one tower: a parabola of the given sag.
 class CableLength : public mlFunction {
 public:
@@ -238,8 +250,19 @@ private:
 };
 
 /// The estimate after that many halvings of the step. The tolerance 0 is never met: the levels end the integration.
-template <class Rule> double integrate(CableLength const & f, double span, int levels) {
-    return Rule(0.0, levels).integrate(f, 0.0, span);
+template <class Rule> double integrate(mlFunction const & f, double end, int levels) {
+    return Rule(0.0, levels).integrate(f, 0.0, end);
+}
+
+/// A line of the table of errors of the three rules after k halvings.
+void print_errors(mlFunction const & f, int const & calls, double end, int k, double exact) {
+    int const before = calls;
+    double const romberg = integrate<mlIntegrateRomberg>(f, end, k);
+    int const points = calls - before; // the same for all three
+    double const simpson = integrate<mlIntegrateSimpson>(f, end, k);
+    double const trapezoid = integrate<mlIntegrateTrapezoid>(f, end, k + 1); // counts the estimate before, too
+    std::printf("  %8d   %5d   %18.2e   %11.2e   %11.2e\n", k, points, trapezoid - exact, simpson - exact,
+                romberg - exact);
 }
 
 void measure_cable() {
@@ -250,15 +273,36 @@ void measure_cable() {
     std::printf("\nThe main cable of the Golden Gate Bridge, span %.0f ft, sag %.0f ft, is %.6f ft long\n\n"
                 "  halvings   calls   error of trapezoid       Simpson       Romberg\n",
                 span, sag, exact);
-    for (int k = 1; k <= 8; ++k) {
-        f.calls = 0;
-        double const romberg = integrate<mlIntegrateRomberg>(f, span, k);
-        int const calls = f.calls; // the same for all three
-        double const simpson = integrate<mlIntegrateSimpson>(f, span, k);
-        double const trapezoid = integrate<mlIntegrateTrapezoid>(f, span, k + 1); // counts the estimate before, too
-        std::printf("  %8d   %5d   %18.2e   %11.2e   %11.2e\n", k, calls, trapezoid - exact, simpson - exact,
-                    romberg - exact);
+    for (int k = 1; k <= 8; ++k)
+        print_errors(f, f.calls, span, k, exact);
+}
+
+/// Half the square of the distance from the sun by the angle from the perihelion, whose integral is the orbit's area.
+class SweptArea : public mlFunction {
+public:
+    SweptArea(double half_axis, double eccentricity)
+        : parameter_(half_axis * (1.0 - square(eccentricity))), eccentricity_(eccentricity) {}
+    double function(double angle) const override {
+        ++calls;
+        return 0.5 * square(parameter_ / (1.0 + eccentricity_ * std::cos(angle)));
     }
+    mutable int calls = 0;
+
+private:
+    double parameter_, eccentricity_;
+};
+
+// The whole period of a smooth periodic function: every point counts as much as the next, and Simpson's weights, which
+// differ, only spoil that.
+void measure_orbit() {
+    double const half_axis = 17.834, eccentricity = 0.96714; // astronomical units: Halley's comet
+    double const exact = std::numbers::pi * square(half_axis) * std::sqrt(1.0 - square(eccentricity));
+    SweptArea const f(half_axis, eccentricity);
+    std::printf("\nThe orbit of Halley's comet, half axis %.3f AU, eccentricity %.5f, encloses %.6f square AU\n\n"
+                "  by angle   calls   error of trapezoid       Simpson       Romberg\n",
+                half_axis, eccentricity, exact);
+    for (int k = 1; k <= 9; ++k)
+        print_errors(f, f.calls, 2.0 * std::numbers::pi, k, exact);
 }
 
 } // namespace
@@ -272,5 +316,7 @@ int main(int argc, char ** argv) {
     for (Problem const & problem : problems)
         search_by_both_methods(problem, argc > first ? argv[first] : "", progress.observer());
     search_with_gradients(progress.observer());
+    if (argc > first) follow_quasi_newton(std::string(argv[first]) + "/rosenbrock_quasi_newton.txt");
     measure_cable();
+    measure_orbit();
 }
