@@ -1,7 +1,7 @@
 # A picture from its first singular values, and the error: spectra file folder > folder/spectra.txt first.
 load 'docs/plots/style.gp'
-set output folder.'/compression.png'
-set terminal pngcairo size 1800,1840
+set output folder.'/compression.svg'
+set terminal svg size 760,780
 data = table('spectra', '^ *rank ')
 set multiplot
 

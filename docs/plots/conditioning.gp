@@ -1,7 +1,7 @@
 # Digits of the solution against the condition of the system: conditioning > folder/conditioning.txt first.
 load 'docs/plots/style.gp'
 data = table('conditioning', '^ *condition')
-set output folder.'/conditioning.png'
+set output folder.'/conditioning.svg'
 set title 'Digits of the solution of 12 equations'
 set xlabel 'condition'
 set ylabel 'decimal digits'

@@ -1,7 +1,7 @@
 # Error against evaluations for the three integrators: minimise > folder/minimise.txt first.
 load 'docs/plots/style.gp'
 data = table('minimise', '^ *halvings')
-set output folder.'/integrators.png'
+set output folder.'/integrators.svg'
 set title 'The length of a cable of 4336 ft by three integrators'
 set xlabel 'evaluations'
 set ylabel 'error [ft]'

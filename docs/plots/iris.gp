@@ -10,7 +10,7 @@ y_line = line('sepal length')
 x(i) = real(word(x_line, i))
 y(i) = real(word(y_line, i))
 
-set output folder.'/iris.png'
+set output folder.'/iris.svg'
 set title 'Iris: 150 flowers and their first two principal axes, two standard deviations each way'
 set xlabel 'petal length [cm]'
 set ylabel 'sepal length [cm]'

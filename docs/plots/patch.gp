@@ -1,15 +1,17 @@
 # A surface patch, measured points and their feet: patch folder first.
 load 'docs/plots/style.gp'
 
-set output folder.'/patch.png'
+set output folder.'/patch.svg'
 set title 'A quarter of the body of Newell''s teapot, 200 measured points and their feet'
-set view 68, 200
+set terminal svg size 760,600
+set view 68, 200, 1.7, 1
 set view equal xyz
 set xyplane at 0.7
 set xlabel 'x'
 set ylabel 'y'
 set zlabel 'z'
 set border 4095 linecolor rgb 'gray80'
+set tics textcolor rgb 'black'
 set key top left
 unset grid
 feet = folder.'/patch_feet.txt'

@@ -8,7 +8,7 @@ set table $contours
 splot grid
 unset table
 
-set output folder.'/plate.png'
+set output folder.'/plate.svg'
 set title 'The steady temperature of a plate with five pipes, its edge at 20 °C'
 set size ratio -1
 set xrange [0:3]
@@ -19,4 +19,4 @@ set cblabel '°C'
 set palette defined (4 '#1b6ca8', 20 '#e8f0f4', 50 '#f2b134', 90 '#c0392b')
 unset grid
 plot grid using 1:2:3 with image, \
-     $contours using 1:2 with lines linecolor rgb 'gray30' linewidth 0.7
+     $contours using 1:2 with lines linecolor rgb '#404040' linewidth 0.7

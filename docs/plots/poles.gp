@@ -4,7 +4,8 @@ load 'docs/plots/style.gp'
 # The lines of one order's poles: order, real and imaginary part, bound.
 poles(order) = sprintf("< grep -E '^ +%d +-' '%s/roots.txt'", order, folder)
 
-set output folder.'/poles.png'
+set terminal svg size 620,800
+set output folder.'/poles.svg'
 set title 'The poles of Bessel filters of orders 2 to 10'
 set xlabel 'real part'
 set ylabel 'imaginary part'

@@ -1,13 +1,15 @@
 # Least risk by return, and the mixtures: portfolio file folder first.
 load 'docs/plots/style.gp'
-set termoption noenhanced # AT&T
 frontier = folder.'/portfolio_frontier.txt'
 names = '"Tobacco" "AT&T" "US Steel" "GM" "Santa Fe" "Coca-Cola" "Borden" "Firestone"'
 
-set output folder.'/portfolio.png'
+set output folder.'/portfolio.svg'
+set terminal svg size 760,900 noenhanced # AT&T
 set multiplot
-set size 0.5, 1
-set origin 0, 0
+set lmargin at screen 0.09
+set rmargin at screen 0.84
+set size 1, 0.55
+set origin 0, 0.45
 set title 'The least risk of a return, and nine shares by themselves'
 set xlabel 'risk: standard deviation of a year''s return'
 set ylabel 'average return of a year'
@@ -15,10 +17,10 @@ set xrange [0.1:0.42]
 set yrange [0.04:0.22]
 plot frontier index 0 using 2:1 with lines linetype 1 linewidth 3, \
      frontier index 1 using 2:1 with points linetype 2, \
-     frontier index 1 using 2:1:3 with labels offset 0, 0.9 font ',9'
+     frontier index 1 using 2:1:3 with labels offset 0, 0.9 font ',11'
 
-set size 0.5, 1
-set origin 0.5, 0
+set size 1, 0.44
+set origin 0, 0
 # The weights from column i on, stacked; Tobacco and Sharon Steel are in none.
 set title 'What the mixtures hold'
 set xlabel 'average return of a year'

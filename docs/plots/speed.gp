@@ -20,8 +20,8 @@ rows(met) = sprintf("< awk -F, '/widest set/ { widest = $NF; sub(/.* /, \"\", wi
 sized(size) = 0.5 + 0.3 * log10(size)
 
 stats rows('yes|NO|-') using 1 nooutput
-set terminal pngcairo size 2000,(280 + 34 * -STATS_min)
-set output folder.'/speed.png'
+set terminal svg size 900,(130 + 17 * -STATS_min)
+set output folder.'/speed.svg'
 set title "The library's time / the peer's, for each size (the larger, the larger the point)"
 set lmargin 46
 set logscale x 2

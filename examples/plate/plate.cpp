@@ -4,8 +4,7 @@
 // that pipe's influence, and any temperatures of pipes and edge then need no more than a sum.
 //
 // plate [n [folder]]       The finest grid has n intervals to a unit of length, 420 by default. Temperatures are
-// written
-//                      to the folder, the current one by default, for the points of a grid of some hundred.
+//                          written to the folder, the current one by default, for the points of a grid of some hundred.
 
 #include <algorithm>
 #include <cmath>
