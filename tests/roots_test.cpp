@@ -50,7 +50,7 @@ TEST(ClosedForms, HaveTheRootsThatTheCoefficientsSay) {
         {{1e-13, 0, 1, 0}, 1, {0, 0, 0}, 0},            // the quadratic of the others has no root
         {{1e-13, 1e-4, 1, 0}, 2, {-10000, 0, 0}, 1e-9}, // that quadratic is linear: it has one
         {{1e-13, -1e-4, 1, 0}, 2, {0, 10000, 0}, 1e-9},
-        {{-1, -3, -3, -1}, 3, {-1, -1, -1}, 0},         // D is exactly 0
+        {{-1, -3, -3, -1}, 3, {-1, -1, -1}, 0}, // D is exactly 0
         {{1, 0, -12, 16}, 3, {-4, 2, 2}, 1e-14},
         {{0.99e-10, 1, -3, 2}, 2, {1, 2, 0}, 1e-14},
         {{1.01e-10, 1, 0, 0}, 3, {-1 / 1.01e-10, 0, 0}, 1e-4},
