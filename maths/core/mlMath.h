@@ -17,7 +17,8 @@ public:
     /// a for t <= 0, b for t >= 1, between them (b - a) t + a, never outside the interval between a and b.
     [[nodiscard]] static double interpolate(double t, double a, double b);
 
-    /// The straight line through (x0, y0) and (x1, y1) at x, as (x - x0) / (x1 - x0) y1 + (x1 - x) / (x1 - x0) y0.
+    /// The straight line through (x0, y0) and (x1, y1) at x, as
+    /// \f$\frac{x - x_0}{x_1 - x_0} y_1 + \frac{x_1 - x}{x_1 - x_0} y_0\f$.
     [[nodiscard]] static double rescale(double x, double x0, double x1, double y0, double y1);
 
 protected:

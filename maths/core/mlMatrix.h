@@ -36,7 +36,7 @@ public:
     mlMatrix(enum mlMatrixZero, int rows, int cols);
     mlMatrix(enum mlMatrixIdentity, int n);
 
-    /// Element (i, j) = 1 / (i + j + 1).
+    /// Element (i, j) is \f$1 / (i + j + 1)\f$.
     mlMatrix(enum mlMatrixHilbert, int n);
 
     /// The product a b.
@@ -212,11 +212,12 @@ inline void swap(mlMatrix & a, mlMatrix & b) noexcept { a.swap(b); }
 /// it, and so counts as equal, the opposite of `operator==`. Shapes are not compared.
 [[nodiscard]] MATHS_API int equal(mlMatrix const & a, mlMatrix const & b, double tolerance);
 
-/// c = a b, a.rows() x b.cols(): each element is a sum from 0.0 in increasing k of a(i, k) b(k, j), k < a.cols().
+/// c = a b, a.rows() x b.cols(): \f$c_{ij} = \sum_k a_{ik} b_{kj}\f$, each sum from 0.0 in increasing k.
 /// c may be a or b, at the cost of a temporary matrix. O(rows cols k).
 MATHS_API void multiply(mlMatrix const & a, mlMatrix const & b, mlMatrix & c);
 
-/// y = a x, of just a.rows() elements, each a sum from 0.0 in increasing k. y must not be x, nor be viewed by it.
+/// y = a x, of just a.rows() elements: \f$y_i = \sum_k a_{ik} x_k\f$, each sum from 0.0 in increasing k. y must not be
+/// x, nor be viewed by it.
 /// A slice whose stride is not 1 is first copied into contiguous scratch, which is allocated beyond 1024 elements;
 /// nothing else but y is allocated. Failure: std::bad_alloc; y stays as it was.
 MATHS_API void multiply(mlMatrix const & a, mlVector const & x, mlVector & y);

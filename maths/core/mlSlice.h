@@ -88,13 +88,13 @@ private:
 template <> inline constexpr bool std::ranges::enable_borrowed_range<mlSlice> = true;
 /// @endcond
 
-/// Sum of a[i] b[i] over the elements of a, in index order.
+/// \f$\sum_i a_i b_i\f$ over the elements of a, in index order.
 [[nodiscard]] MATHS_API double scalar_product(mlSlice const & a, mlSlice const & b);
 
-/// Sum of (a[i] - b[i])^2 over the elements of a, in index order.
+/// \f$\sum_i (a_i - b_i)^2\f$ over the elements of a, in index order.
 [[nodiscard]] MATHS_API double distance_squared(mlSlice const & a, mlSlice const & b);
 
-/// The largest |a[i] - b[i]| over the elements of a, NaN passed over; the most negative finite double when there is
+/// \f$\max_i |a_i - b_i|\f$ over the elements of a, NaN passed over; the most negative finite double when there is
 /// none.
 [[nodiscard]] MATHS_API double norm_diff(mlSlice const & a, mlSlice const & b);
 

@@ -21,7 +21,7 @@ public:
     /// 0.0 when there are no values.
     [[nodiscard]] double mean() const { return mean_; }
 
-    /// Sample variance, with the divisor count() - 1; 0.0 for fewer than two values.
+    /// Sample variance, \f$\frac{1}{n - 1} \sum_i (x_i - \bar x)^2\f$; 0.0 for fewer than two values.
     [[nodiscard]] double variance() const { return count_ < 2 ? 0.0 : squares_ / static_cast<double>(count_ - 1); }
 
 private:

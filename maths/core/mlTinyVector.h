@@ -64,13 +64,13 @@ public:
             components_[i] += s * v.components_[i];
     }
 
-    /// Becomes (1 - t) a + t b.
+    /// Becomes \f$(1 - t) a + t b\f$.
     void interpolate(mlTinyVector const & a, mlTinyVector const & b, double t) {
         for (int i = 0; i < N; ++i)
             components_[i] = (1.0 - t) * a.components_[i] + t * b.components_[i];
     }
 
-    /// Becomes a x b; either may be this vector. In three dimensions only.
+    /// Becomes \f$a \times b\f$; either may be this vector. In three dimensions only.
     void vector_product(mlTinyVector const & a, mlTinyVector const & b) requires(N == 3) {
         // The library's own instantiation reaches this body for every N.
         if constexpr (N == 3) {
@@ -133,7 +133,7 @@ private:
     double components_[static_cast<unsigned>(N)]; // -Wsign-conversion looks here too
 };
 
-/// a[0] b[0] + a[1] b[1] + ..., from the first product on.
+/// \f$a_0 b_0 + a_1 b_1 + \dots\f$, from the first product on.
 template <int N> [[nodiscard]] double scalar_product(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
     double sum = a[0] * b[0];
     for (int i = 1; i < N; ++i)
@@ -141,12 +141,12 @@ template <int N> [[nodiscard]] double scalar_product(mlTinyVector<N> const & a, 
     return sum;
 }
 
-/// Sum of (a[i] - b[i])^2, from 0.0 on.
+/// \f$\sum_i (a_i - b_i)^2\f$, from 0.0 on.
 template <int N> [[nodiscard]] double distance_squared(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
     return ml_run_distance_squared(a.run(), b.run(), N);
 }
 
-/// The largest |a[i] - b[i]|; NaN is passed over.
+/// \f$\max_i |a_i - b_i|\f$; NaN is passed over.
 template <int N> [[nodiscard]] double norm_diff(mlTinyVector<N> const & a, mlTinyVector<N> const & b) {
     return ml_run_norm_diff(a.run(), b.run(), N);
 }
@@ -190,7 +190,7 @@ extern template class MATHS_API_TEMPLATE_DECLARATION mlTinyVector<5>;
 extern template class MATHS_API_TEMPLATE_DECLARATION mlTinyVector<6>;
 #endif
 
-/// c . (a x b), the volume of the box that the three span.
+/// \f$c \cdot (a \times b)\f$, the volume of the box that the three span.
 [[nodiscard]] inline double scalar_triple_product(mlTinyVector3 const & a, mlTinyVector3 const & b,
                                                   mlTinyVector3 const & c) {
     mlTinyVector3 product;

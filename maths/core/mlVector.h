@@ -150,13 +150,13 @@ inline void swap(mlVector & a, mlVector & b) noexcept { a.swap(b); }
 /// no checked build reports.
 MATHS_API void coAssignElement(mlVector & to, mlVector const & from);
 
-/// Sum of a[i] b[i] over the elements of a, in index order.
+/// \f$\sum_i a_i b_i\f$ over the elements of a, in index order.
 [[nodiscard]] MATHS_API double scalar_product(mlVector const & a, mlVector const & b);
 
-/// Sum of (a[i] - b[i])^2 over the elements of a, in index order.
+/// \f$\sum_i (a_i - b_i)^2\f$ over the elements of a, in index order.
 [[nodiscard]] MATHS_API double distance_squared(mlVector const & a, mlVector const & b);
 
-/// The largest |a[i] - b[i]| over the elements of a, NaN passed over; the most negative finite double when there is
+/// \f$\max_i |a_i - b_i|\f$ over the elements of a, NaN passed over; the most negative finite double when there is
 /// none.
 [[nodiscard]] MATHS_API double norm_diff(mlVector const & a, mlVector const & b);
 

@@ -2,7 +2,7 @@
 
 #include "maths/decompositions/mlEigenVecs.h"
 
-/// All eigenvalues and orthonormal eigenvectors of A^T A, from the singular value decomposition of A, so that the
+/// All eigenvalues and orthonormal eigenvectors of \f$A^T A\f$, from the singular value decomposition of A, so that the
 /// product, which squares the errors, is never formed.
 ///
 /// Eigenvalues are the squares of the singular values, non-increasing; eigenvectors are the right singular vectors.

@@ -17,8 +17,8 @@ public:
 protected:
     explicit mlAsymEigenVecs(mlMatrix const & m);
 
-    /// Writes a null vector of A - lambda 1 into out: the right singular vector of the smallest singular value, or (1,
-    /// 0, ..., 0) when no element of A - lambda 1 is above the tolerance in magnitude.
+    /// Writes a null vector of \f$A - \lambda I\f$ into out: the right singular vector of the smallest singular value,
+    /// or (1, 0, ..., 0) when no element of \f$A - \lambda I\f$ is above the tolerance in magnitude.
     virtual void calculate_eigen_vector(double lambda, mlSlice & out) const;
 
     /// out becomes n x k: as columns the right singular vectors of the k smallest singular values, the smallest first,

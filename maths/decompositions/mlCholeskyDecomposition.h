@@ -2,7 +2,7 @@
 
 #include "maths/core/mlMatrix.h"
 
-/// Factors a symmetric positive-definite n x n matrix A as A = L L^T, L lower triangular, and solves A x = b.
+/// Factors a symmetric positive-definite n x n matrix A as \f$A = L L^T\f$, L lower triangular, and solves A x = b.
 ///
 /// Only the diagonal and the upper triangle of A are read; the object keeps copies and no reference to A.
 /// Singular: `is_singular()` is 1 when some value under the square root is not above zero, exactly, and so A is not
@@ -11,8 +11,9 @@
 /// is not singular and has determinant 1.
 /// Outputs are sized by the operations. Bad input: A must be square; shapes are not checked.
 /// Failure: std::bad_alloc. Threads: const queries may run in parallel.
-/// Cost: the factor 1/3 n^3 operations and, while it is made, up to 32 n doubles; a right-hand side 2 n^2 operations,
-/// each of which waits for the one before. Several right-hand sides overlap: solve for them in one call.
+/// Cost: the factor \f$\frac13 n^3\f$ operations and, while it is made, up to 32 n doubles; a right-hand side
+/// \f$2 n^2\f$ operations, each of which waits for the one before. Several right-hand sides overlap: solve for them in
+/// one call.
 /// Source: Golub & Van Loan, Matrix Computations.
 class MATHS_API mlCholeskyDecomposition {
 public:
@@ -45,10 +46,10 @@ public:
     /// The same for a slice, which may view x.
     void solve(mlSlice const & b, mlVector & x) const;
 
-    /// 1 / (|A| |A^-1|), the reciprocal of A's condition in the 1-norm, with |A^-1| estimated from below, rarely by
-    /// more than a factor of 3; 0 for a singular A, 1 for one without rows. Solutions lose as many digits as it is
-    /// powers of ten below 1, so that log10 of it and 16 add up to the digits to believe. Cost: up to 10 solutions.
-    /// Failure: std::bad_alloc.
+    /// \f$1 / (\|A\| \|A^{-1}\|)\f$, the reciprocal of A's condition in the 1-norm, with \f$\|A^{-1}\|\f$ estimated
+    /// from below, rarely by more than a factor of 3; 0 for a singular A, 1 for one without rows. Solutions lose as
+    /// many digits as it is powers of ten below 1, so that log10 of it and 16 add up to the digits to believe. Cost: up
+    /// to 10 solutions. Failure: std::bad_alloc.
     /// Source: Hager (1984); Higham, FORTRAN codes for estimating the one-norm of a real or complex matrix (1988).
     [[nodiscard]] double reciprocal_condition() const;
 

@@ -2,7 +2,7 @@
 
 #include "maths/core/mlMatrix.h"
 
-/// Factors a matrix A of n rows as P A = L U, by Gaussian elimination with partial pivoting, and solves A x = b.
+/// Factors a matrix A of n rows as \f$P A = L U\f$, by Gaussian elimination with partial pivoting, and solves A x = b.
 ///
 /// L is unit lower triangular, U upper triangular and P a permutation: row permutation[k] of A became row k of the
 /// factors. A is square, or has further columns: right-hand sides, for which the constructor solves in place.
@@ -12,7 +12,7 @@
 /// no other query may be called.
 /// Lifetime: A must outlive the object and keep its rows. Deliberate: `solve` takes the number of equations from it.
 /// Bad input: shapes are not checked. Failure: std::bad_alloc. Threads: const queries may run in parallel.
-/// Cost: the factors 2/3 n^3, a right-hand side 2 n^2 operations.
+/// Cost: the factors \f$\frac23 n^3\f$, a right-hand side \f$2 n^2\f$ operations.
 /// Source: Golub & Van Loan, Matrix Computations.
 class MATHS_API mlLUDecomposition {
 public:
@@ -44,11 +44,11 @@ public:
     /// The same for a slice, which may view x: the vector form's bits.
     void solve(mlSlice const & b, mlVector & x) const;
 
-    /// 1 / (|A| |A^-1|), the reciprocal of A's condition in the 1-norm (of its first n columns), with |A^-1| estimated
-    /// from below, rarely by more than a factor of 3; 0 for a singular A, 1 for one without rows. Solutions lose as
-    /// many digits as it is powers of ten below 1, so that log10 of it and 16 add up to the digits to believe. A must
-    /// not have changed. Cost: up to 10 solutions. Failure: std::bad_alloc. Source: Hager (1984); Higham, FORTRAN codes
-    /// for estimating the one-norm of a real or complex matrix (1988).
+    /// \f$1 / (\|A\| \|A^{-1}\|)\f$, the reciprocal of A's condition in the 1-norm (of its first n columns), with
+    /// \f$\|A^{-1}\|\f$ estimated from below, rarely by more than a factor of 3; 0 for a singular A, 1 for one without
+    /// rows. Solutions lose as many digits as it is powers of ten below 1, so that log10 of it and 16 add up to the
+    /// digits to believe. A must not have changed. Cost: up to 10 solutions. Failure: std::bad_alloc. Source: Hager
+    /// (1984); Higham, FORTRAN codes for estimating the one-norm of a real or complex matrix (1988).
     [[nodiscard]] double reciprocal_condition() const;
 
     /// One step of iterative refinement of x, a solution of A x = b with its n elements, or a first guess: the residual

@@ -51,9 +51,9 @@ public:
     mlVector const & eigenvalues() const { return eigenvalues_; }
 
     /// The scores of the points: element (i, k) of out is the coordinate of point i along axis k, measured from the
-    /// mean; a sum from 0.0 in increasing j of (points(i, j) - mean_j) axis_k[j]. The points are those that the object
-    /// was made from, or others of as many dimensions. Writes out, which is sized here, only when it returns
-    /// `mlPCAComputed`; out may be the points.
+    /// mean; \f$\sum_j (p_{ij} - m_j) a_{jk}\f$ with the points p, their mean m and the axes a, a sum from 0.0 in
+    /// increasing j. The points are those that the object was made from, or others of as many dimensions. Writes out,
+    /// which is sized here, only when it returns `mlPCAComputed`; out may be the points.
     mlPCAStatus scores(mlMatrix const & points, mlMatrix & out) const;
     mlPCAStatus scores(doublecoDynArr2D const & points, mlMatrix & out) const;
 

@@ -15,7 +15,7 @@ enum mlQRStatus : int {
 /// Builds a QR factorisation vector by vector, by modified Gram-Schmidt.
 ///
 /// Each vector v becomes a row of Q, orthogonal to those above it but not normalised, and its coefficients a row of R:
-///     v = R(k, 0) Q.row(0) + ... + R(k, k) Q.row(k),
+/// \f[ v_k = r_{k0} q_0 + r_{k1} q_1 + \dots + r_{kk} q_k, \f]
 /// so the vectors are the rows of R Q, and R is k x k and lower triangular, with a diagonal of ones up to roundoff. In
 /// orthonormal mode a copy of Q is kept whose rows have length 1, and R has the coefficients with respect to those.
 /// Deliberate: for a dependent v, whose part orthogonal to Q has a squared length below 1e-10, Q stays as it was, the

@@ -2,8 +2,8 @@
 
 #include "maths/core/mlMatrix.h"
 
-/// Decomposes an m x n matrix A into U diag(s) V^T, U and V orthogonal, and gives rank, pseudo-inverse and
-/// least-squares solutions from that.
+/// Decomposes an m x n matrix A into \f$U \mathrm{diag}(s) V^T\f$, U and V orthogonal, and gives rank, pseudo-inverse
+/// and least-squares solutions from that.
 ///
 /// Column k of U and of V is the k-th left and right singular vector; `diagonal()` holds the min(m, n) singular values,
 /// none negative, in non-increasing order. Intermediate results below 2.2250738585072014e-308 count as zero, which
@@ -13,7 +13,7 @@
 /// results. std::bad_alloc.
 /// Lifetime: A is needed by the constructor only. Bad input: nothing is checked.
 /// Threads: const queries may run in parallel, but the first `inverse` or `solve` writes the cache and must run alone.
-/// Cost: about 4 m^2 n + 8 m n^2 + 9 n^3 operations with both bases.
+/// Cost: about \f$4 m^2 n + 8 m n^2 + 9 n^3\f$ operations with both bases.
 /// Source: Dongarra, Moler, Bunch & Stewart, LINPACK Users' Guide (1979), chapter 11, applied to the transpose of A.
 class MATHS_API mlSingularValueDecomposition {
 public:
@@ -41,8 +41,9 @@ public:
     /// 1 when the iteration did not converge, else 0.
     [[nodiscard]] int invalid() const { return invalid_flag_; }
 
-    /// The n x m pseudo-inverse V diag(1/s) U^T, in which values not above tolerance * s[0] are left out, s[0] only
-    /// when it is 0. Deliberate: it is kept, and later calls return it, whatever their tolerance. Needs U and V.
+    /// The n x m pseudo-inverse \f$V \mathrm{diag}(1/s) U^T\f$, in which values not above tolerance * s[0] are left
+    /// out, s[0] only when it is 0. Deliberate: it is kept, and later calls return it, whatever their tolerance. Needs
+    /// U and V.
     mlMatrix const & inverse(double tolerance) const;
 
     /// 1 when some value is below tolerance * s[0]; with one value alone, when it is below the tolerance itself; and

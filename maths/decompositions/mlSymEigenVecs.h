@@ -14,8 +14,8 @@
 /// Failure: after 10,000,000 rotations the status is `mlEigenVecsIterationLimit` and nothing is stored. With NaN and
 /// infinite elements the rotations also end, with meaningless results. std::bad_alloc. Deliberate: symmetry is trusted;
 /// a checked build stops where elements differ from their mirror images by more than the tolerance. Cost: O(n) a
-/// rotation, of which there are about 2 n^2; 4 n^3 operations a rotation once an element is infinite, NaN or beyond
-/// 1e290. Source: Jacobi's method; Golub & Van Loan, Matrix Computations.
+/// rotation, of which there are about \f$2 n^2\f$; \f$4 n^3\f$ operations a rotation once an element is infinite, NaN
+/// or beyond 1e290. Source: Jacobi's method; Golub & Van Loan, Matrix Computations.
 class MATHS_API mlSymEigenVecs : public mlEigenVecs {
 public:
     explicit mlSymEigenVecs(mlMatrix const & m);

@@ -10,7 +10,7 @@ enum mlSymmetricEigenStatus : int {
 };
 
 /// All eigenvalues, and orthonormal eigenvectors unless only values are wanted, of a real symmetric n x n matrix A in
-/// O(n^3) operations, at every order. `mlSymEigenVecs` does the same by rotations, which suit small matrices.
+/// \f$O(n^3)\f$ operations, at every order. `mlSymEigenVecs` does the same by rotations, which suit small matrices.
 ///
 /// Only the diagonal and the upper triangle of A are read; the object keeps no reference to A.
 /// Order: by decreasing magnitude, as all eigenvalues of this library; of two equal magnitudes the positive value comes
@@ -26,8 +26,8 @@ enum mlSymmetricEigenStatus : int {
 /// Failure: with infinite or NaN elements and when the iteration takes too long, which has not been seen, `status()`
 /// says so, and values and vectors are empty. std::bad_alloc.
 /// Bad input: A must be square. Threads: const queries may run in parallel.
-/// Cost: about 4/3 n^3 operations for the values; with vectors 9 n^3 in all, most of them rotations. While it works it
-/// holds 2 n^2 numbers besides the results.
+/// Cost: about \f$\frac43 n^3\f$ operations for the values; with vectors \f$9 n^3\f$ in all, most of them rotations.
+/// While it works it holds 2 n^2 numbers besides the results.
 ///
 /// Order of operations: the reduction to tridiagonal form takes reflections in panels of 16, rows from the first on;
 /// mlTridiagonalReduction.cpp states the order of every sum, and mlTridiagonalQL.cpp the steps after that. It is the

@@ -5,7 +5,8 @@
 /// Solves tridiagonal systems A x = r of order n in O(n), by elimination without row exchanges.
 ///
 /// Shapes: `lower`, `diagonal` and `upper` hold n elements each; row i of A reads
-///     lower[i] x[i-1] + diagonal[i] x[i] + upper[i] x[i+1] = r[i].
+/// \f[ l_i x_{i-1} + d_i x_i + u_i x_{i+1} = r_i \f]
+/// with their elements l, d and u.
 /// lower[0] and upper[n-1] are the corners, in row 0, column n-1 and in row n-1, column 0: only the periodic solve and
 /// `same_sign_corners` read them, and, when n is 1, both tests of `diagonally_dominant`.
 /// Lifetime: the three are views of the caller's storage, which must outlive this object and is never written.

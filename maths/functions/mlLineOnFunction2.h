@@ -3,7 +3,8 @@
 #include "maths/functions/mlFunction.h"
 #include "maths/functions/mlFunction2.h"
 
-/// A function of two variables on the straight line u(t) = u_origin + t du, v(t) = v_origin + t dv, as a function of t.
+/// A function of two variables on the straight line \f$u(t) = u_0 + t\,du\f$, \f$v(t) = v_0 + t\,dv\f$, as a function
+/// of t.
 ///
 /// A window in u and v, at first the function's own domain, bounds the line: beyond it u and v are clamped, each on its
 /// own, so the function is defined for every t. `t_min` and `t_max` are the ends of the interval on which the line is

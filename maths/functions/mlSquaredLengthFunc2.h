@@ -3,7 +3,8 @@
 #include "maths/functions/mlFunction2.h"
 #include "maths/functions/mlFunctionN.h"
 
-/// The squared length F·F of a vector-valued function F of two variables, with its exact first and second derivatives.
+/// The squared length \f$F \cdot F\f$ of a vector-valued function F of two variables, with its exact first and second
+/// derivatives.
 ///
 /// F has two inputs and must supply `function_derivative`; where it does not, derivatives are computed from stale
 /// values. The domain is unbounded. Each evaluation reuses the object's vectors.

@@ -17,10 +17,10 @@ enum mlBoundedFitStatus : int {
 /// lower[j] <= p[j] <= upper[j], by damped Gauss-Newton steps that end at the bounds.
 ///
 /// Where a parameter is on a bound and the sum falls outwards it stays there. A step solves
-/// (J'J + lambda D) step = -J'd for the others, D being the diagonal of J'J (1 in place of 0); those that would leave
-/// the box are held at their bound and the rest is solved for again. lambda falls to a tenth when a step succeeds and
-/// grows tenfold when it does not lower the sum. The model's parameters are never outside the box; the differences that
-/// an `mlCurveModel` without derivatives takes look a little beyond it.
+/// \f$(J^T J + \lambda D)\,\delta = -J^T d\f$ for the others, D being the diagonal of \f$J^T J\f$ (1 in place of 0);
+/// those that would leave the box are held at their bound and the rest is solved for again. lambda falls to a tenth
+/// when a step succeeds and grows tenfold when it does not lower the sum. The model's parameters are never outside the
+/// box; the differences that an `mlCurveModel` without derivatives takes look a little beyond it.
 /// Bounds: infinite ones and +-the largest double leave a side open; equal ones fix a parameter. A start outside is
 /// moved to the nearest point of the box. The model's `normalise_parameters` comes first, then the bounds.
 /// An observer is told of the sum of squared distances after each step and of the step's length.

@@ -15,8 +15,8 @@ enum mlConstrainedQuadraticStatus : int {
     mlConstrainedQuadraticNotFinite = 4       ///< a number of the problem is NaN or infinite
 };
 
-/// Minimises 1/2 x^T G x + g·x under linear equalities and inequalities: a quadratic programme, and with G = 0 a linear
-/// one.
+/// Minimises \f$\frac12 x^T G x + g \cdot x\f$ under linear equalities and inequalities: a quadratic programme, and
+/// with G = 0 a linear one.
 ///
 ///     mlConstrainedQuadraticMinimiser fit(g_matrix, g_vector);
 ///     fit.add_equality(ones, 1.0);
@@ -24,17 +24,18 @@ enum mlConstrainedQuadraticStatus : int {
 ///         fit.add_lower_bound(i, 0.0);
 ///     if (fit.minimise(x) != mlConstrainedQuadraticSolved) ...
 ///
-/// At a solution G x + g = sum of multiplier * normal over the constraints, whose multipliers are >= 0 for inequalities
-/// and 0.0 for those that are not active; the normal of an upper bound is minus the unit vector.
+/// At a solution \f$G x + g = \sum_i \mu_i n_i\f$ over the constraints with normals n, whose multipliers are >= 0 for
+/// inequalities and 0.0 for those that are not active; the normal of an upper bound is minus the unit vector.
 /// Shapes: g_vector has n elements, G is n x n and symmetric: its lower triangle is read, the rest is not. n = 0 is
 /// allowed. Constraints are numbered from 0 in the order in which they were added.
 /// G may be singular; of many solutions one is found. Where G is indefinite the result is a point at which the
-/// first-order conditions hold and Z^T G Z has no negative eigenvalue beyond rounding, Z being the null space of the
-/// active normals. It depends on the start and need not be the lowest, nor even a minimum where a multiplier is zero.
-/// Dependent, repeated and contradictory constraints and points where many meet are ordinary input. A constraint counts
-/// as met when it is missed by at most 1e-9 times its normal's length times the scale of x, which is the largest of 1
-/// and all |x[i]|: contradictions below that are not seen. Where nothing contradicts, constraints hold to roundoff. A
-/// normal of zeros is no constraint when it holds exactly, and makes the problem infeasible when it does not.
+/// first-order conditions hold and \f$Z^T G Z\f$ has no negative eigenvalue beyond rounding, Z being the null space of
+/// the active normals. It depends on the start and need not be the lowest, nor even a minimum where a multiplier is
+/// zero. Dependent, repeated and contradictory constraints and points where many meet are ordinary input. A constraint
+/// counts as met when it is missed by at most 1e-9 times its normal's length times the scale of x, which is the largest
+/// of 1 and all |x[i]|: contradictions below that are not seen. Where nothing contradicts, constraints hold to
+/// roundoff. A normal of zeros is no constraint when it holds exactly, and makes the problem infeasible when it does
+/// not.
 /// Accuracy: the conditions above hold to a few roundoffs of their terms, by iterative refinement. Normals may be
 /// scaled as you please, since each is rescaled; G should not span more than ten decades, as eigenvalues of the reduced
 /// matrix below some 7e-15 (n + 4) of the largest magnitude in G count as zero.

@@ -7,7 +7,7 @@
 #include "maths/functions/mlCentralDifference.h"
 #include "maths/optimisation/mlDistanceLeastSquares.h"
 
-/// The model y = f(x, p) of points (x[i], y[i]), from callables: distance i is sqrt(w[i]) (f(x[i], p) - y[i]), the
+/// The model y = f(x, p) of points (x[i], y[i]), from callables: distance i is \f$\sqrt{w_i}\,(f(x_i, p) - y_i)\f$, the
 /// weights w being 1 where none are given. `ml_curve_fit` makes one, fits it and says how well, in one call.
 ///
 ///     auto const decay = [](double x, mlVector const & p) { return p[0] / (1.0 + p[1] * x); };

@@ -14,11 +14,11 @@ enum mlFitQualityStatus : int {
 /// How good a least-squares fit is: the residual sum and deviation, and the parameters' covariance, standard errors
 /// and correlations, of the model linearised at the parameters given, which should be fitted ones.
 ///
-/// The covariance is s^2 (J'J)^-1 with s the residual standard deviation and J the matrix of the points' gradients. It
-/// comes from the singular values of J, whose columns are first divided by their lengths, so that J'J is never formed
-/// and the parameters' units do not matter. Singular values not above `tolerance` times the largest count as 0;
-/// parameters with a part in such a direction are not determined: infinite standard errors, and NaN for what they share
-/// with others. The figures of the others hold all the same.
+/// The covariance is \f$s^2 (J^T J)^{-1}\f$ with s the residual standard deviation and J the matrix of the points'
+/// gradients. It comes from the singular values of J, whose columns are first divided by their lengths, so that
+/// \f$J^T J\f$ is never formed and the parameters' units do not matter. Singular values not above `tolerance` times the
+/// largest count as 0; parameters with a part in such a direction are not determined: infinite standard errors, and NaN
+/// for what they share with others. The figures of the others hold all the same.
 /// Of a model that normalises its parameters, as for a direction, they are those of the parameters left free.
 /// Lifetime: the model is needed by the constructor only, and left at p. Failure: the status; std::bad_alloc.
 /// Bad input: nothing is checked. Threads: queries of one object may run in parallel.

@@ -7,13 +7,13 @@
 /// Fits a model to points: minimises the sum of squared distances over the model's parameters, by damped Gauss-Newton
 /// steps.
 ///
-/// A step solves (J'J + lambda (D + 1)) step = -J'd, where D is the diagonal of J'J. Deliberate: the 1 keeps the
-/// damping effective for a parameter that no distance depends on. lambda shrinks by the factor 0.4 when the first try
-/// of a step succeeds and grows by 10 with each try that fails to lower the sum. The fit ends when lambda leaves its
-/// range, which is how it ends at a minimum, or at the limit of iterations. Outside strict mode, 12 steps in a row that
-/// succeed at the first try take lambda below its range too, and end the fit wherever it is: fit strictly, or fit again
-/// from the result until nothing changes. Reports nothing: judge the mean square distance. A point whose distance is
-/// NaN makes every try fail.
+/// A step solves \f$(J^T J + \lambda (D + I))\,\delta = -J^T d\f$, where D is the diagonal of \f$J^T J\f$. Deliberate:
+/// the I keeps the damping effective for a parameter that no distance depends on. lambda shrinks by the factor 0.4 when
+/// the first try of a step succeeds and grows by 10 with each try that fails to lower the sum. The fit ends when lambda
+/// leaves its range, which is how it ends at a minimum, or at the limit of iterations. Outside strict mode, 12 steps in
+/// a row that succeed at the first try take lambda below its range too, and end the fit wherever it is: fit strictly,
+/// or fit again from the result until nothing changes. Reports nothing: judge the mean square distance. A point whose
+/// distance is NaN makes every try fail.
 /// An observer is told of the sum of squared distances after each step and of the step's length; where it ends the fit,
 /// the result is the point reached.
 /// Lifetime: the model is the caller's and must outlive this object. After a fit it is left at the parameters tried
@@ -45,7 +45,7 @@ protected:
     double fit(mlVector const & start, mlVector & result, int max_iterations, double min_lambda, double max_lambda,
                bool strict);
 
-    /// J'J, -J'd and the sum of square distances at p, which become the model's parameters.
+    /// \f$J^T J\f$, \f$-J^T d\f$ and the sum of square distances at p, which become the model's parameters.
     void calc_matrices(mlVector & p);
 
     /// Moves p by the step damped by lambda and returns the sum of square distances there. When no decomposition can

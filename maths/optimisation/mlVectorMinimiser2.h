@@ -4,8 +4,8 @@
 #include "maths/functions/mlSquaredLengthFunc2.h"
 #include "maths/optimisation/mlBaseMinimiser2.h"
 
-/// Minimises the squared length F·F of a vector-valued function F of two parameters on a window: the distance of a
-/// point from a surface patch, say.
+/// Minimises the squared length \f$F \cdot F\f$ of a vector-valued function F of two parameters on a window: the
+/// distance of a point from a surface patch, say.
 ///
 /// F has two inputs. With `highest_derivative_order` 1 it supplies its Jacobian by `function_gradient`: steps are those
 /// of Gauss and Newton, with the curvature of F itself added by secant updates, so that large residuals converge too.

@@ -16,9 +16,9 @@ enum mlPolynomialSolverStatus : int {
 
 /// All roots, real and complex, of a polynomial with real coefficients, each with a rigorous bound of its error.
 ///
-/// The coefficients ascend, as those of `mlPolynomial` do: a[0] + a[1] t + ... + a[n] t^n. Exactly zero leading ones
-/// lower the degree, each zero at the low end is a root exactly 0.0, and no other coefficient is negligible. Both zeros
-/// count as zero. A constant other than zero is solved and has no roots.
+/// The coefficients ascend, as those of `mlPolynomial` do: \f$a_0 + a_1 t + \dots + a_n t^n\f$. Exactly zero leading
+/// ones lower the degree, each zero at the low end is a root exactly 0.0, and no other coefficient is negligible. Both
+/// zeros count as zero. A constant other than zero is solved and has no roots.
 /// The list: by ascending real part, roots of equal real part by ascending magnitude of the imaginary one. A multiple
 /// root is listed as often as its multiplicity. A conjugate pair has equal real parts and opposite imaginary parts to
 /// the bit, and is adjacent in the list, the negative one first. No zero in the list is negative.
@@ -26,14 +26,14 @@ enum mlPolynomialSolverStatus : int {
 /// roots too close for rounding to separate may come out as a pair with a tiny imaginary part, and a pair that close to
 /// the real axis as two equal real roots.
 ///
-/// Accuracy, with eps = 2^-52, n = `num_roots()` and S the sum of the |a_i| |z|^i. Every root z meets the stopping test
-/// |p(z)| <= 4 n eps S, unless the status says otherwise. The error of a root that rounding can separate from the
-/// others is at most 8 n eps S / |p'(z)|; mostly it is the last bit of z, because values are taken as if with twice the
-/// digits. Of a k-fold root, that leaves about 30 / k digits, and at most 16. `error_bound` holds always, for roots in
-/// clusters too: rounding is part of it. It is at most a thousand times the figure above for a root that rounding can
-/// separate from the others, and below |z| in a narrow cluster. A polynomial of degree two, zero roots not counted,
-/// goes through `mlRootSolve::quadratic_solve` where the roots that it finds are real and meet the stopping test, else
-/// it is solved like all others.
+/// Accuracy, with \f$\epsilon = 2^{-52}\f$, n = `num_roots()` and \f$S = \sum_i |a_i| |z|^i\f$. Every root z meets the
+/// stopping test \f$|p(z)| \le 4 n \epsilon S\f$, unless the status says otherwise. The error of a root that rounding
+/// can separate from the others is at most \f$8 n \epsilon S / |p'(z)|\f$; mostly it is the last bit of z, because
+/// values are taken as if with twice the digits. Of a k-fold root, that leaves about 30 / k digits, and at most 16.
+/// `error_bound` holds always, for roots in clusters too: rounding is part of it. It is at most a thousand times the
+/// figure above for a root that rounding can separate from the others, and below |z| in a narrow cluster. A polynomial
+/// of degree two, zero roots not counted, goes through `mlRootSolve::quadratic_solve` where the roots that it finds are
+/// real and meet the stopping test, else it is solved like all others.
 /// Range: coefficients and roots from 1e-300 to 1e300, all in one polynomial if need be; scaling is by powers of two.
 /// A root too large for a double, from 1.74e308 on, is listed at the end of the range, in its direction as far as that
 /// is known, with an infinite bound; one below the normal numbers may be too coarse to meet the stopping test. The
@@ -55,8 +55,8 @@ public:
     mlPolynomialSolver & operator=(mlPolynomialSolver const &) = delete;
     ~mlPolynomialSolver();
 
-    /// Finds the roots of a[0] + a[1] t + ... + a[n] t^n, and forgets those of the polynomial before. Nothing is read
-    /// for a negative n.
+    /// Finds the roots of \f$a_0 + a_1 t + \dots + a_n t^n\f$, and forgets those of the polynomial before. Nothing is
+    /// read for a negative n.
     mlPolynomialSolverStatus solve(int n, double const * a);
 
     /// What the last `solve` returned; `mlPolynomialSolverEverywhere` before the first.

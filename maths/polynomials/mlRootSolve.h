@@ -23,22 +23,24 @@ enum mlRootType : int {
 /// same.
 /// Accuracy: roots that lie close together lose up to half of the digits (double) or two thirds (triple), and a root
 /// much smaller than the others in a cubic or quartic loses digits to cancellation. So does the only root of a cubic
-/// near x^3 = c: up to two thirds. A quartic that nearly is a quadratic in (x - shift)^2, but not quite, can get roots
-/// that are wrong altogether (11089 x^4 + 64 x^3 - 20377 does): check them, or polish them by `newton_raphson`.
+/// near \f$x^3 = c\f$: up to two thirds. A quartic that nearly is a quadratic in \f$(x - s)^2\f$, but not quite, can
+/// get roots that are wrong altogether (\f$11089 x^4 + 64 x^3 - 20377\f$ does): check them, or polish them by
+/// `newton_raphson`.
 ///
 /// The iterative solvers set `converged` to 1, and to 0 when they give up. Their calls of the function, in order and
 /// number, are part of what they promise.
 class MATHS_API mlRootSolve {
 public:
-    /// a x^2 + b x + c = 0, free of cancellation. A discriminant below 1e-11 b^2 in magnitude counts as zero: the two
-    /// roots are then equal.
+    /// \f$a x^2 + b x + c = 0\f$, free of cancellation. A discriminant below 1e-11 b^2 in magnitude counts as zero: the
+    /// two roots are then equal.
     static mlRootType quadratic_solve(double a, double b, double c, double & r1, double & r2);
 
-    /// a x^3 + b x^2 + c x + d = 0, by Cardano's formula, in its trigonometric form where there are three real roots.
+    /// \f$a x^3 + b x^2 + c x + d = 0\f$, by Cardano's formula, in its trigonometric form where there are three real
+    /// roots.
     static mlRootType cubic_solve(double a, double b, double c, double d, double & r1, double & r2, double & r3);
 
-    /// a x^4 + b x^3 + c x^2 + d x + e = 0, by Ferrari's method. A root that exceeds another by less than 1e-6 counts
-    /// as a repetition of it and is dropped, unless it was found before the smaller one.
+    /// \f$a x^4 + b x^3 + c x^2 + d x + e = 0\f$, by Ferrari's method. A root that exceeds another by less than 1e-6
+    /// counts as a repetition of it and is dropped, unless it was found before the smaller one.
     static mlRootType quartic_solve(double a, double b, double c, double d, double e, double & r1, double & r2,
                                     double & r3, double & r4);
 

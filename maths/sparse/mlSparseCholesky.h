@@ -16,8 +16,8 @@ enum mlSparseCholeskyStatus : int {
     mlSparseCholeskyNotFinite = 3    ///< a pivot is NaN or infinite
 };
 
-/// Factors a symmetric positive-definite sparse matrix A of order n as A = P L D L^T P^T and solves A x = b: P is a
-/// permutation chosen so that L gets few elements, L unit lower triangular and D diagonal.
+/// Factors a symmetric positive-definite sparse matrix A of order n as \f$A = P L D L^T P^T\f$ and solves A x = b: P is
+/// a permutation chosen so that L gets few elements, L unit lower triangular and D diagonal.
 ///
 ///     mlSparseCholesky cholesky(a);
 ///     if (cholesky.status() != mlSparseCholeskyFactored) ...
@@ -26,14 +26,14 @@ enum mlSparseCholeskyStatus : int {
 /// The order P, and which elements L has, follow from the pattern of A alone. `analyse` finds them, and every `factor`
 /// after it uses them for a matrix of that pattern: where only values change, that saves a good part of the time.
 /// Explicit zeros count as elements. The object keeps no reference to A.
-/// Order of operations: in the rows of P^T A P, which order() numbers,
-///     u(i, j) = a(i, j) - sum of l(j, k) u(i, k) over k < j,    l(i, j) = u(i, j) / d(j)    for j < i,
-///     d(i) = a(i, i) - sum of l(i, k) u(i, k) over k < i,
-/// the products subtracted one by one in increasing k. `solve` subtracts, in L y = P^T b, the products l(i, j) y(j) in
-/// increasing j, divides y(i) by d(i), and in L^T z = y subtracts l(j, i) z(j) in decreasing j. Terms without an
-/// element of L are left out. The order P comes from integers only.
-/// Not positive definite: factoring ends at the first pivot d(j) that is not above 2^-50 a(j, j). Rounding errors may
-/// have made so small a pivot: to change a(j, j) by 2^-50 of it or less would make A singular.
+/// Order of operations: in the rows of \f$P^T A P\f$, which order() numbers,
+/// \f[ u_{ij} = a_{ij} - \sum_{k<j} l_{jk} u_{ik}, \quad l_{ij} = u_{ij} / d_j \quad (j < i), \f]
+/// \f[ d_i = a_{ii} - \sum_{k<i} l_{ik} u_{ik}, \f]
+/// the products subtracted one by one in increasing k. `solve` subtracts, in \f$L y = P^T b\f$, the products
+/// \f$l_{ij} y_j\f$ in increasing j, divides \f$y_i\f$ by \f$d_i\f$, and in \f$L^T z = y\f$ subtracts \f$l_{ji} z_j\f$
+/// in decreasing j. Terms without an element of L are left out. The order P comes from integers only.
+/// Not positive definite: factoring ends at the first pivot \f$d_j\f$ that is not above \f$2^{-50} a_{jj}\f$. Rounding
+/// errors may have made so small a pivot: to change \f$a_{jj}\f$ by 2^-50 of it or less would make A singular.
 /// `failed_row` is that row of A; the rows of L after it are 0 then, and d from that row on, and `solve` computes with
 /// these, unchecked: look at the status first. NaN, infinity and overflow end it likewise, as not finite. A matrix
 /// without rows is factored and has determinant 1.
@@ -41,9 +41,9 @@ enum mlSparseCholeskyStatus : int {
 /// Failure: std::bad_alloc; the object stays as it was. L may have more elements than an int can count.
 /// Threads: const queries may run in parallel.
 /// Cost: as many operations as the sum of squares of the numbers of elements in L's columns, and 9 to 11 bytes an
-/// element of L. Laplacians of n points have 45 n elements in the plane, for a million, and 5 to 9 n^(4/3) in space.
-/// Source: Ng & Peyton, Block sparse Cholesky algorithms on advanced uniprocessor computers (1993); the order: Amestoy,
-/// Davis & Duff, An approximate minimum degree ordering algorithm (1996).
+/// element of L. Laplacians of n points have 45 n elements in the plane, for a million, and 5 to 9 \f$n^{4/3}\f$ in
+/// space. Source: Ng & Peyton, Block sparse Cholesky algorithms on advanced uniprocessor computers (1993); the order:
+/// Amestoy, Davis & Duff, An approximate minimum degree ordering algorithm (1996).
 class MATHS_API mlSparseCholesky {
 public:
     /// Of order 0, not factored.
