@@ -21,8 +21,8 @@ enum mlGSStatus : int {
 /// Bad input: the status reports vectors of a wrong size or no length; a NaN passes. Failure: std::bad_alloc. Threads:
 /// one at a time.
 /// Cost: a vector of n elements beside k rows 4 k n operations.
-/// Source: Golub & Van Loan, Matrix Computations; Bjorck, Solving linear least squares problems by Gram-Schmidt
-/// orthogonalization, BIT 7 (1967).
+/// Source: Golub & Van Loan, Matrix Computations; Björck, Solving linear least squares problems by Gram-Schmidt
+/// orthogonalization (1967).
 class MATHS_API mlGramSchmidt {
 public:
     explicit mlGramSchmidt(mlMatrix * m);
