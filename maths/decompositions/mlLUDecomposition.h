@@ -56,7 +56,7 @@ public:
     /// as a part of the largest element: 1e-9 says that nine digits of that are right. The bound allows for all
     /// roundoff but takes A and b as exact, and rests on an estimate, tripled, that can fail in rare cases. It is
     /// infinite when nothing can be said: the condition is about 1e14 / n or beyond, A is singular, or numbers
-    /// overflow. Further steps help until the bound stops falling. Cost: about 40 n^2 operations. Failure:
+    /// overflow. Further steps help until the bound stops falling. Cost: about \f$40 n^2\f$ operations. Failure:
     /// std::bad_alloc.
     double refine(mlVector const & b, mlVector & x) const { return refine(b.slice(), x); }
     double refine(mlSlice const & b, mlVector & x) const;

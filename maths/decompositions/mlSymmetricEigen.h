@@ -27,7 +27,7 @@ enum mlSymmetricEigenStatus : int {
 /// says so, and values and vectors are empty. std::bad_alloc.
 /// Bad input: A must be square. Threads: const queries may run in parallel.
 /// Cost: about \f$\frac43 n^3\f$ operations for the values; with vectors \f$9 n^3\f$ in all, most of them rotations.
-/// While it works it holds 2 n^2 numbers besides the results.
+/// While it works it holds \f$2 n^2\f$ numbers besides the results.
 ///
 /// Order of operations: the reduction to tridiagonal form takes reflections in panels of 16, rows from the first on;
 /// mlTridiagonalReduction.cpp states the order of every sum, and mlTridiagonalQL.cpp the steps after that. It is the

@@ -27,11 +27,11 @@ enum mlBoundedFitStatus : int {
 /// Failure: the status; std::bad_alloc. Ends for NaN and infinity. The minimum is a local one: try several starts.
 /// Lifetime: the model is the caller's and must outlive this object; the bounds are copied. After a fit the model is at
 /// parameters tried last: set the result before asking it for distances. Threads: one object, one thread.
-/// Cost, for n points and m parameters: 2 n m^2 operations an iteration, n distances and m^3 / 3 operations a try, m^3
-/// / 3 more each time that parameters meet their bounds in it. Source: Kanzow, Yamashita & Fukushima,
-/// Levenberg-Marquardt methods with strong local convergence properties for solving nonlinear equations with convex
-/// constraints (2004); the active set as in Bertsekas, Projected Newton methods for optimization problems with simple
-/// constraints (1982).
+/// Cost, for n points and m parameters: \f$2 n m^2\f$ operations an iteration, n distances and \f$\frac13 m^3\f$
+/// operations a try, \f$\frac13 m^3\f$ more each time that parameters meet their bounds in it. Source: Kanzow,
+/// Yamashita & Fukushima, Levenberg-Marquardt methods with strong local convergence properties for solving nonlinear
+/// equations with convex constraints (2004); the active set as in Bertsekas, Projected Newton methods for optimization
+/// problems with simple constraints (1982).
 class MATHS_API mlBoundedFit : public mlObservable {
 public:
     mlBoundedFit(mlDistanceLeastSquares & model, mlVector const & lower, mlVector const & upper);

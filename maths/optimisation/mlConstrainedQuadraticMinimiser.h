@@ -41,9 +41,9 @@ enum mlConstrainedQuadraticStatus : int {
 /// matrix below some 7e-15 (n + 4) of the largest magnitude in G count as zero.
 /// Bad input: NaN or infinity in a number of the problem or of the start is reported by the status, and x is unchanged.
 /// Lifetime: everything is copied. Failure: std::bad_alloc. Threads: one object, one thread.
-/// Cost: O(n^2 + n m) operations an iteration with m constraints, mostly some n iterations; O(n^3) before and after.
-/// Source: Goldfarb & Idnani, A numerically stable dual method for solving strictly convex quadratic programs (1983)
-/// for the first phase; Gill & Murray, Numerically stable methods for quadratic programming (1978).
+/// Cost: \f$O(n^2 + n m)\f$ operations an iteration with m constraints, mostly some n iterations; \f$O(n^3)\f$ before
+/// and after. Source: Goldfarb & Idnani, A numerically stable dual method for solving strictly convex quadratic
+/// programs (1983) for the first phase; Gill & Murray, Numerically stable methods for quadratic programming (1978).
 class MATHS_API mlConstrainedQuadraticMinimiser {
 public:
     mlConstrainedQuadraticMinimiser(mlMatrix const & g_matrix, mlVector const & g_vector);

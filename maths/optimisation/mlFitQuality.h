@@ -22,7 +22,7 @@ enum mlFitQualityStatus : int {
 /// Of a model that normalises its parameters, as for a direction, they are those of the parameters left free.
 /// Lifetime: the model is needed by the constructor only, and left at p. Failure: the status; std::bad_alloc.
 /// Bad input: nothing is checked. Threads: queries of one object may run in parallel.
-/// Cost, for n points and m parameters: n gradients and about 8 n m^2 + 9 m^3 operations.
+/// Cost, for n points and m parameters: n gradients and about \f$8 n m^2 + 9 m^3\f$ operations.
 /// Source: Bates & Watts, Nonlinear Regression Analysis and Its Applications (1988).
 class MATHS_API mlFitQuality {
 public:

@@ -19,8 +19,8 @@
 /// Lifetime: the model is the caller's and must outlive this object. After a fit it is left at the parameters tried
 /// last, which can differ from the result: set them before asking it for distances.
 /// Failure: std::bad_alloc. Threads: one object, one thread.
-/// Cost, for n points and m parameters: 2 n m^2 operations an iteration, m^3 / 3 operations and n distances a try.
-/// Source: Marquardt, An algorithm for least-squares estimation of nonlinear parameters (1963).
+/// Cost, for n points and m parameters: \f$2 n m^2\f$ operations an iteration, \f$\frac13 m^3\f$ operations and n
+/// distances a try. Source: Marquardt, An algorithm for least-squares estimation of nonlinear parameters (1963).
 class MATHS_API mlLevenbergMarquardt : public mlObservable {
 public:
     explicit mlLevenbergMarquardt(mlDistanceLeastSquares & model);

@@ -25,7 +25,7 @@ enum mlNRStatus : int {
 /// their size is taken, so values that are all NaN count as converged; look at them where F can be undefined.
 /// An observer is told of the size of F after each step, and of the step's length.
 /// Failure: the status; std::bad_alloc. Threads: one object, one thread.
-/// Cost: a Jacobian, a value of F and O(n^3) operations a step.
+/// Cost: a Jacobian, a value of F and \f$O(n^3)\f$ operations a step.
 class MATHS_API mlNewtonRaphson : public mlObservable {
 public:
     /// For n equations.

@@ -41,8 +41,8 @@ enum mlQuasiNewtonStatus : int {
 /// An observer is told of the value after each step and of the step's length.
 /// Failure: the status; std::bad_alloc. Ends for NaN and infinity. The minimum is a local one: try several starts.
 /// Lifetime: the function is used by `minimise` only; the bounds are copied. Threads: one object, one thread.
-/// Cost: for n variables and a memory of m steps, about 12 m n multiplications and additions an iteration, 4 m^2 more
-/// for each variable on a bound, or off it where those are fewer; (2 m + 15) n numbers of storage.
+/// Cost: for n variables and a memory of m steps, about 12 m n multiplications and additions an iteration, \f$4 m^2\f$
+/// more for each variable on a bound, or off it where those are fewer; (2 m + 15) n numbers of storage.
 /// Source: Byrd, Lu, Nocedal & Zhu, A limited memory algorithm for bound constrained optimization (1995); Morales &
 /// Nocedal, Remark on "Algorithm 778" (2011); Moré & Thuente, Line search algorithms with guaranteed sufficient
 /// decrease (1994). The model's scale lies between the two of Barzilai & Borwein, Two-point step size gradient methods

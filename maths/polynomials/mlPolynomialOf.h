@@ -69,13 +69,13 @@ public:
     static void print(utOstream & stream, int n, Coefficient const * a);
 
     /// The polynomial c of degree n through the n + 1 points (x[i], y[i]), by Lagrange's formula. The abscissae must be
-    /// distinct: equal ones divide by zero. c must be neither x nor y. O(n^3).
+    /// distinct: equal ones divide by zero. c must be neither x nor y. \f$O(n^3)\f$.
     void fit(double const * x, Coefficient const * y, int n, Coefficient * c);
 
     /// The polynomial c through the n + 1 samples y[i] in this order, over the interval t0 .. t1: chord-length
     /// parametrisation, in which the parameter advances with the distance between samples. Deliberate: a sample no more
     /// than 1e-10 away from the last one taken is left out, so the degree can come out lower than n; the higher
-    /// coefficients are then zero. A negative n counts as 0. t0 and t1 must differ. c must not be y. O(n^3).
+    /// coefficients are then zero. A negative n counts as 0. t0 and t1 must differ. c must not be y. \f$O(n^3)\f$.
     void fit(double t0, double t1, Coefficient const * y, int n, Coefficient * c);
 
 private:

@@ -43,11 +43,11 @@ enum mlPolynomialSolverStatus : int {
 /// 120 sweeps in either of its two phases the points found so far are the roots, and are judged by the stopping test.
 /// Threads: one object, one thread; storage is kept for the next polynomial. The bits of a result depend on the
 /// coefficients alone.
-/// Cost: 16 n^2 operations and n^2 divisions a sweep over all points, which come closer to the roots for 5 to 15
-/// sweeps, then about 100 n^2 operations; O(n) storage. Ill-conditioned and multiple roots take several times as long.
-/// Source: Ehrlich, A modified Newton method for polynomials (1967); Aberth, Iteration methods for finding all zeros of
-/// a polynomial simultaneously (1973), from the starting points of Bini, Numerical computation of polynomial zeros by
-/// means of Aberth's method (1996), taken to real factors of degree two.
+/// Cost: \f$16 n^2\f$ operations and \f$n^2\f$ divisions a sweep over all points, which come closer to the roots for 5
+/// to 15 sweeps, then about \f$100 n^2\f$ operations; O(n) storage. Ill-conditioned and multiple roots take several
+/// times as long. Source: Ehrlich, A modified Newton method for polynomials (1967); Aberth, Iteration methods for
+/// finding all zeros of a polynomial simultaneously (1973), from the starting points of Bini, Numerical computation of
+/// polynomial zeros by means of Aberth's method (1996), taken to real factors of degree two.
 class MATHS_API mlPolynomialSolver {
 public:
     mlPolynomialSolver();
