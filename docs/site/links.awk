@@ -1,6 +1,6 @@
 # Adds the links that Doxygen leaves out: from the name of a free function in code to its documentation, and from a
-# source in a class's comment to its row of the bibliography, which gets an anchor. Files: searchdata.xml, bibliography.md
-# and the pages, each of which is written anew with ".linked" after its name.
+# source in a class's comment to its row of the bibliography, which gets an anchor. Files: searchdata.xml,
+# bibliography.md and the pages, each of which is written anew with ".linked" after its name.
 function value(line) { sub(/^[^>]*>/, "", line); sub(/<\/field>.*/, "", line); return line }
 
 # A title, or its first four words and as many more of them as there are.

@@ -1,29 +1,47 @@
 # Turns docs/guide/programs.md into comments for Doxygen: a class that is named after "For" gets the program below it,
-# with what it prints, and the links after "more". So each class's page shows its program.
-function links(text, found) {
-    while (match(text, /\[[^]]*\]\([a-z_]*\.md\)/)) {
-        split(substr(text, RSTART + 1, RLENGTH - 2), part, /\]\(/)
-        sub(/\.md$/, "", part[2])
-        found = found "@ref md_docs_guide_" part[2] " \"" part[1] "\", "
-        text = substr(text, RSTART + RLENGTH)
+# with what it prints, and links to the places of the guide that name it first. Files: the other pages of the guide and
+# then that page, from docs/with_labels.
+FNR == 1 {
+    page = FILENAME
+    sub(/.*\//, "", page)
+    sub(/\.md$/, "", page)
+    label = "md_docs_guide_" page
+    title = heading = substr($0, 3)
+    pages[++page_count] = page
+}
+
+page != "programs" && /^```/ { code = !code }
+page != "programs" && !code {
+    if (match($0, /^##+ /)) {
+        heading = title ": " substr($0, RLENGTH + 1)
+        sub(/ *\{#.*/, "", heading)
+        label = $0
+        gsub(/.*\{#|\}.*/, "", label)
     }
+    n = split($0, span, "`")
+    for (i = 2; i <= n; i += 2) {
+        sub(/[^A-Za-z0-9].*/, "", span[i]) # of "mlRootSolve::quadratic_solve" the class
+        if (!((page, span[i]) in place)) place[page, span[i]] = "@ref " label " \"" heading "\""
+    }
+}
+page != "programs" { next }
+
+function places(class, i, found) {
+    for (i = 1; i <= page_count; ++i)
+        if ((pages[i], class) in place) found = found "- " place[pages[i], class] "\n"
     return found
 }
 function give(n, i) {
-    for (i = 1; i <= n; ++i)
-        if (name[i] ~ /^[a-z]+[A-Z0-9]/)
-            printf "/** @class %s\n@details\n@par A short program\n@code{.cpp}\n%s@endcode\nThis prints\n@verbatim\n%s@endverbatim\n" \
-                "More: %s@ref md_docs_guide_programs \"programs for other classes\".\n*/\n", name[i], code, text, more
+    for (i = 2; i <= n; i += 2)
+        printf "/** @class %s\n@details\n@par A short program\n@code{.cpp}\n%s@endcode\n" \
+            "This prints\n@verbatim\n%s@endverbatim\n@par In the guide\n" \
+            "%s- @ref md_docs_guide_programs \"Programs for other classes\"\n*/\n", name[i], code, text, places(name[i])
 }
 /^## / { code = text = names = "" }
 /^For `/ { naming = 1 }
 naming { names = names " " $0; if ($0 == "") naming = 0 }
 /^```$/ {
-    if (into == "text") {
-        more = links(names)
-        sub(/; more: .*/, "", names)
-        give(split(names, name, "`"))
-    }
+    if (into == "text") give(split(names, name, "`"))
     into = ""
     next
 }

@@ -24,7 +24,7 @@ enum mlRootType : int {
 /// Accuracy: roots that lie close together lose up to half of the digits (double) or two thirds (triple), and a root
 /// much smaller than the others in a cubic or quartic loses digits to cancellation. So does the only root of a cubic
 /// near \f$x^3 = c\f$: up to two thirds. A quartic that nearly is a quadratic in \f$(x - s)^2\f$, but not quite, can
-/// get roots that are wrong altogether (\f$11089 x^4 + 64 x^3 - 20377\f$ does): check them, or polish them by
+/// get roots that are wrong altogether, \f$11089 x^4 + 64 x^3 - 20377\f$ for one: check them, or polish them by
 /// `newton_raphson`.
 ///
 /// The iterative solvers set `converged` to 1, and to 0 when they give up. Their calls of the function, in order and
