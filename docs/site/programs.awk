@@ -1,6 +1,6 @@
 # Turns docs/guide/programs.md into comments for Doxygen: a class that is named after "For" gets the program below it,
-# with what it prints, and links to the places of the guide that name it first. Files: the other pages of the guide and
-# then that page, from docs/with_labels.
+# with what it prints, and a link to each page of the guide that names it, to the section that does so most often. Files:
+# the other pages of the guide and then that page, from docs/with_labels.
 FNR == 1 {
     page = FILENAME
     sub(/.*\//, "", page)
@@ -21,7 +21,10 @@ page != "programs" && !code {
     n = split($0, span, "`")
     for (i = 2; i <= n; i += 2) {
         sub(/[^A-Za-z0-9].*/, "", span[i]) # of "mlRootSolve::quadratic_solve" the class
-        if (!((page, span[i]) in place)) place[page, span[i]] = "@ref " label " \"" heading "\""
+        if (++times[label, span[i]] > most[page, span[i]]) {
+            most[page, span[i]] = times[label, span[i]]
+            place[page, span[i]] = "@ref " label " \"" heading "\""
+        }
     }
 }
 page != "programs" { next }
