@@ -207,6 +207,7 @@ TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
     expect_stops({
         {[&] { cholesky.factor(other); }, "sparse Cholesky: order 3, 3 x 3 of another pattern than analysed"},
         {[&] { cholesky.factor(shifted); }, "sparse Cholesky: order 3, 3 x 3 of another pattern than analysed"},
+        {[&] { cholesky.factor(mlSparseSymMatrix(mlMatrixZero, 3)); }, "order 3, 3 x 3 of another pattern"},
         {[&] { cholesky.factor(smaller); }, "sparse Cholesky: order 3, 2 x 2 of another pattern than analysed"},
         {[&] {
              cholesky.solve(mlVector{1, 2, 3}, x);
