@@ -68,7 +68,9 @@ TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
     add({3, 7}, 1, mlGSSucceeded, 49.0, {0, 7}, 2);
     Matrix shortest(1, 2, {3.0000000000000004e-09, 9.99999954999999e-06}); // of squared length 1e-10
     EXPECT_EQ(mlGramSchmidt(&shortest).status(), mlGSSucceeded);
-    mlMatrix no_cols;
+    Vector added{shortest(0, 0), shortest(0, 1)};
+    mlMatrix of_shortest, no_cols;
+    EXPECT_EQ(mlGramSchmidt(&of_shortest).add(&added, 1), 1e-10);
     no_cols.become(2, 0);
     mlGramSchmidt later(&no_cols);
     Vector first{3, 4}, second{4, 3};
