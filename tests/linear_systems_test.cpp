@@ -81,6 +81,21 @@ TEST(GramSchmidt, TellsByItsStatusWhatBecameOfAVector) {
     EXPECT_LT(std::fabs(scalar_product(no_cols.row(2), no_cols.row(3))), 1e-14);
 }
 
+TEST(GramSchmidt, MakesARowOrthogonalToThoseAboveOneAfterTheOther) {
+    mlMatrix found, plain;
+    fill_random(found, 6, 9, 2);
+    plain.become(utCopy, found);
+    mlGramSchmidt const basis(&found);
+    for (int k = 0; k < 6; ++k) {
+        for (int j = 0; j < k; ++j) {
+            double const factor = scalar_product(plain.row(k), plain.row(j)) / plain.row(j).modulus_squared();
+            for (int c = 0; c < 9; ++c)
+                plain(k, c) -= plain(j, c) * factor;
+        }
+    }
+    EXPECT_EQ(contents(found), contents(plain));
+}
+
 TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {
     for (int const n : {1, 2, 5, 50}) {
         mlMatrix a, q, r, orthogonal, coefficients, orthonormal;
