@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -64,6 +65,65 @@ TEST(BrentSearch, CutsGoldenSectionsUntilAParabolaFits) {
     EXPECT_EQ(reversed.calls, f.calls);
     EXPECT_EQ(ml_brent_minimum_search(f, 0.0, 0.5, 3.0, 1e-8, 0, &x), 0.25); // without iterations f(b)
     EXPECT_EQ(x, 0.5);
+}
+
+/// Where the published method asks for values, in one loop.
+Values asked_by_the_published_method(TracedFunction::Formula const & f, double low, double x, double high, double tol) {
+    double w = x, v = x, fx = f(x), fw = fx, fv = fx, d = 0.0, e = 0.0;
+    Values asked{x};
+    for (int i = 0; i < 100; ++i) {
+        double const middle = (low + high) * 0.5, least = tol * std::fabs(x) + 1e-20, margin = 2.0 * least;
+        if (std::fabs(x - middle) <= margin - (high - low) * 0.5) break;
+        bool golden = true;
+        if (std::fabs(e) > least) {
+            double const r = (x - w) * (fx - fv), s = (x - v) * (fx - fw), q = std::fabs(2.0 * (s - r));
+            double const p = ((x - v) * s - (x - w) * r) * (s > r ? -1.0 : 1.0);
+            golden = std::fabs(p) >= std::fabs(0.5 * q * e) || p <= q * (low - x) || p >= q * (high - x);
+            e = d;
+            if (!golden) d = p / q;
+            if (!golden && (x + d - low < margin || high - (x + d) < margin)) d = middle >= x ? least : -least;
+        }
+        if (golden) {
+            e = (x >= middle ? low : high) - x;
+            d = 0.381966 * e;
+        }
+        double const u = x + (std::fabs(d) >= least ? d : d >= 0.0 ? least : -least), fu = f(u);
+        asked.push_back(u);
+        (fu <= fx ? (u >= x ? low : high) : (u < x ? low : high)) = fu <= fx ? x : u;
+        if (fu <= fx || fu <= fw || w == x) {
+            v = std::exchange(w, fu <= fx ? std::exchange(x, u) : u);
+            fv = std::exchange(fw, fu <= fx ? std::exchange(fx, fu) : fu);
+        } else if (fu <= fv || v == x || v == w) {
+            v = u;
+            fv = fu;
+        }
+    }
+    return asked;
+}
+
+TEST(BrentSearch, AsksWhereThePublishedMethodDoes) {
+    TracedFunction::Formula const formulas[] = {
+        [](double t) { return std::cos(t + 2.0); },
+        [](double t) { return std::fabs(t - 0.3); },
+        [](double t) { return std::exp(t) - t; },
+        [](double t) { return t * t * t * t - t; },
+        [](double t) { return std::round(8.0 * t * t); },
+        [](double t) { return t < 0.2 ? 2.0 - t : t * t; },
+        [](double t) { return -t; },
+        [](double t) { return t; },
+    };
+    for (auto const & formula : formulas)
+        for (double const tolerance : {0.2, 1e-3, 1e-10})
+            for (double b = -0.9; b < 1.0; b += 0.1) {
+                TracedFunction f(formula);
+                double x;
+                ml_brent_minimum_search(f, -1.0, b, 1.0, tolerance, 100, &x);
+                Values asked;
+                for (Call const & call : f.calls)
+                    asked.push_back(call.t);
+                EXPECT_EQ(asked, asked_by_the_published_method(formula, -1.0, b, 1.0, tolerance))
+                    << &formula - formulas << ", from " << b;
+            }
 }
 
 /// Shows what a deriving class may use.
