@@ -74,10 +74,71 @@ void digest_cholesky() {
     }
 }
 
+/// Some elements a row and most of the diagonal, on which `size` more or less stand.
+void fill_unsymmetric(mlSparseMatrix & m, int n, double size, Operands & operands) {
+    m.become(mlMatrixZero, n, n);
+    for (int i = 0; i < n; ++i) {
+        bool const on_diagonal = operands.below(8) > 0;
+        for (int j = 0; j < n; ++j) {
+            bool const elsewhere = operands.below(n) < 2;
+            if (j == i ? !on_diagonal : !elsewhere) continue;
+            double const value = operands.number();
+            m.set(i, j, j == i ? size * value : value);
+        }
+    }
+}
+
+void digest_factors(ExactDigest & digest, mlSparseLU const & lu) {
+    digest(static_cast<int>(lu.status()));
+    digest(lu.failed_column());
+    digest(lu.num_blocks());
+    digest(lu.num_exchanges());
+    for (int const row : lu.row_order())
+        digest(row);
+    for (int const column : lu.column_order())
+        digest(column);
+    mlSparseMatrix factor;
+    lu.matrix_l(factor);
+    digest_rows(digest, factor);
+    lu.matrix_u(factor);
+    digest_rows(digest, factor);
+    lu.matrix_f(factor);
+    digest_rows(digest, factor);
+}
+
+void digest_lu() {
+    ExactDigest digest("sparse LU");
+    Operands operands(53);
+    for (int n = 1; n < 100; n += 1 + n / 5) {
+        for (double const size : {10.0, 1.0, 1e-3}) {
+            mlSparseMatrix a;
+            mlVector x;
+            mlMatrix columns;
+            fill_unsymmetric(a, n, size, operands);
+            mlSparseLU lu(a);
+            digest_factors(digest, lu);
+            operands.become(x, n);
+            operands.become(columns, n, 3);
+            if (lu.status() == mlSparseLUFactored) {
+                lu.solve(x, x);
+                lu.solve(columns, columns);
+                digest(x);
+                digest(columns);
+                long long exponent;
+                digest(lu.determinant(exponent));
+                digest(static_cast<int>(exponent));
+            }
+            lu.factor(a, 1.0);
+            digest_factors(digest, lu);
+        }
+    }
+}
+
 } // namespace
 
 void digest_sparse() {
     digest_cholesky();
+    digest_lu();
     ExactDigest digest("sparse matrices");
     Operands operands(51);
     for (int n = 1; n < 40; ++n) {

@@ -101,6 +101,7 @@
 #include "maths/sparse/mlSparseCholesky.h"
 #include "maths/sparse/mlSparseElement.h"
 #include "maths/sparse/mlSparseElementcoDynArr.h"
+#include "maths/sparse/mlSparseLU.h"
 #include "maths/sparse/mlSparseMatrix.h"
 #include "maths/sparse/mlSparseMatrixBase.h"
 #include "maths/sparse/mlSparseRow.h"

@@ -7,8 +7,8 @@
 #include "platform/coSize.h"
 #include "platform/coStorage.h"
 
-/// A fixed number of elements of a simple type, more of them than an int can count where need be; not initialised when
-/// it is made. Movable, not copyable. Failure: std::bad_alloc. For use inside the library.
+/// Elements of a simple type, more of them than an int can count where need be; not initialised when they are made.
+/// Their number changes by `resize` only. Movable, not copyable. Failure: std::bad_alloc. For use inside the library.
 template <class T> class coLongArray {
     static_assert(std::is_trivially_copyable_v<T>);
 
@@ -31,6 +31,12 @@ public:
         return *this;
     }
     ~coLongArray() { coReleaseStorage(data_); }
+
+    /// Keeps the first elements. Growth by small steps copies each only once or twice.
+    void resize(std::ptrdiff_t size) {
+        data_ = static_cast<T *>(coResizeStorage(data_, coByteCount(static_cast<std::size_t>(size), sizeof(T))));
+        size_ = size;
+    }
 
     [[nodiscard]] std::ptrdiff_t size() const { return size_; }
     [[nodiscard]] T * data() { return data_; }

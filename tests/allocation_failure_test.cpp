@@ -283,10 +283,31 @@ void sparse_factors(Objects & o) {
     mlSparseCholesky(unit).solve(o.m.become(mlMatrixIdentity, 5), o.n);
 }
 
+void sparse_lu(Objects & o) {
+    mlSparseMatrix const unit(mlMatrixIdentity, 5);
+    mlSparseMatrix cycle(mlMatrixZero, 3, 3), factor;
+    cycle.set(0, 0, 1.0);
+    cycle.set(0, 1, 2.0);
+    cycle.set(1, 2, 2.0);
+    cycle.set(2, 0, 2.0);
+    mlSparseLU lu;
+    auto const solves = [&] {
+        lu.solve(mlVector{4.0, 4.0, 2.0}, o.v);
+        return lu.status() == mlSparseLUFactored && std::fabs(o.v[1] - 1.5) < 1e-15;
+    };
+    all_or_nothing([&] { lu.analyse(cycle); }, [&] { return lu.dimension() == 0; });
+    all_or_nothing([&] { lu.factor(cycle); }, [&] { return lu.status() == mlSparseLUNotFactored; });
+    all_or_nothing([&] { lu.factor(cycle); }, solves);
+    all_or_nothing([&] { lu.analyse(unit); }, solves);
+    lu.factor(unit);
+    lu.matrix_u(factor);
+    mlSparseLU(unit).solve(o.m.become(mlMatrixIdentity, 5), o.n);
+}
+
 TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
     int story = 0;
     for (auto const tell : {arrays, paged_arrays, vectors_and_matrices, functions, small_decompositions,
-                            large_decompositions, optimisation, sparse_matrices, sparse_factors}) {
+                            large_decompositions, optimisation, sparse_matrices, sparse_factors, sparse_lu}) {
         bool finished = false;
         ++story;
         for (long k = 0; !finished && !HasFailure(); ++k) {

@@ -218,6 +218,20 @@ TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
          },
          "solve: 3 elements wanted, 2 given"},
     });
+    mlSparseMatrix const unit(mlMatrixIdentity, 3);
+    mlSparseMatrix cycle(mlMatrixZero, 3, 3);
+    for (int i = 0; i < 3; ++i)
+        cycle.set(i, (i + 1) % 3, 1.0);
+    mlSparseLU lu;
+    lu.analyse(unit);
+    expect_stops({
+        {[&] { lu.factor(cycle); }, "sparse LU: order 3, 3 x 3 of another pattern than analysed"},
+        {[&] { lu.factor(m); }, "sparse LU: order 3, 2 x 3 of another pattern than analysed"},
+        {[&] { lu.analyse(m); }, "sparse LU: a 2 x 3 matrix"},
+        {[&] { lu.matrix_f(out); }, "sparse LU: F of order 3, not factored"},
+        {[&] { lu.solve(mlVector(mlVectorZero, 3), x); }, "sparse LU solve: order 3, status 0"},
+        {[&] { mlSparseLU(unit).solve(mlVector(mlVectorZero, 2), x); }, "solve: 3 elements wanted, 2 given"},
+    });
     out.become(mlMatrixProduct, m, mlSparseMatrix(mlMatrixIdentity, 4)); // whose last row is not needed
 }
 

@@ -1,13 +1,10 @@
 #include "maths/sparse/mlSparseCholesky.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
-#include <cstdint>
-#include <limits>
 
 #include "maths/core/mlVectorRuns.h"
 #include "maths/sparse/mlPanelFactorisation.h"
+#include "maths/sparse/mlPivotProduct.h"
 #include "maths/sparse/mlSparseMatrix.h"
 
 namespace {
@@ -94,20 +91,6 @@ void solve_up(mlSymbolicCholesky const & symbolic, double const * elements, doub
     }
 }
 
-/// m with x = m 2^e, 1/2 <= m < 1, for a positive x; e is added to the exponent.
-double set_exponent_apart(double x, long long & exponent) {
-    if (x < std::numeric_limits<double>::min()) { // subnormal
-        x *= 0x1p54;
-        exponent -= 54;
-    }
-    auto const bits = std::bit_cast<std::uint64_t>(x);
-    exponent += static_cast<long long>(bits >> 52) - 1022;
-    return std::bit_cast<double>((bits & 0x000fffffffffffff) | 0x3fe0000000000000);
-}
-
-/// 2^e for -1022 <= e <= 1023.
-double power_of_two(int e) { return std::bit_cast<double>(static_cast<std::uint64_t>(e + 1023) << 52); }
-
 } // namespace
 
 mlSparseCholesky::mlSparseCholesky() : symbolic_(new mlSymbolicCholesky(mlSparseSymMatrix())) {}
@@ -166,19 +149,17 @@ void mlSparseCholesky::matrix_l(mlSparseMatrix & out) const {
 double mlSparseCholesky::determinant(long long & exponent) const {
     exponent = 0;
     if (status_ != mlSparseCholeskyFactored) return 0.0;
-    double product = set_exponent_apart(1.0, exponent);
-    for (double const pivot : d_) {
-        product *= set_exponent_apart(pivot, exponent);
-        product = set_exponent_apart(product, exponent);
-    }
-    return product;
+    mlPivotProduct product;
+    for (double const pivot : d_)
+        product *= pivot;
+    exponent = product.exponent();
+    return product.mantissa();
 }
 
 double mlSparseCholesky::determinant() const {
     long long exponent;
-    double const product = determinant(exponent);
-    int const e = static_cast<int>(std::clamp(exponent, -1200LL, 1200LL)); // 0 or infinity beyond
-    return product * power_of_two(e / 2) * power_of_two(e - e / 2);
+    double const mantissa = determinant(exponent);
+    return mlPivotProduct::value(mantissa, exponent);
 }
 
 void mlSparseCholesky::solve(mlVector const & b, mlVector & x) const {
