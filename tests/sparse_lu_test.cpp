@@ -110,6 +110,16 @@ Fill small_integers(int each) {
     };
 }
 
+/// Elements of one size, but for a small diagonal.
+Fill equal_sizes() {
+    return [](mlMatrix & a, mlRandom & random) {
+        for (int i = 0; i < a.size(); ++i)
+            a[i] = random.uniform() < 0.5 ? -1.0 : 1.0;
+        for (int i = 0; i < a.rows(); ++i)
+            a(i, i) *= 0x1p-20;
+    };
+}
+
 /// Neighbours on a plane, with a stronger coupling one way.
 Fill flow(int side) {
     return [=](mlMatrix & a, mlRandom & random) {
@@ -187,9 +197,10 @@ Pattern const patterns[] = {
     {"small_diagonal", 150, random_columns(3, 1e-9, false), -1, true},
     {"scrambled_random", 120, scrambled(random_columns(3, 0.01, false)), -1, true},
     {"small_integers", 80, small_integers(3), -1, true},
+    {"equal_sizes", 30, equal_sizes(), 1, true},
     {"flow", 144, flow(12), 1, false},
     {"circuit", 130, circuit(110), 1, false},
-    {"blocks", 120, blocks(), 15, true},
+    {"blocks", 120, blocks(), 15, false},
     {"badly_scaled", 120, badly_scaled(circuit(100)), 1, false},
     {"more_than_a_word", 200, full(0.001), 1, true},
 };
@@ -372,6 +383,13 @@ TEST(SparseLU, SaysWhyAndWhereItEnds) {
     std::iota(all.begin(), all.end(), 0);
     Failure const failures[] = {
         {"column missing", [](mlMatrix & a) { change(a, false, true); }, mlSparseLUStructurallySingular, {4}},
+        {"two columns missing",
+         [](mlMatrix & a) {
+             for (int i = 0; i < n; ++i)
+                 a(i, 2) = a(i, 6) = 0.0;
+         },
+         mlSparseLUStructurallySingular,
+         {2}},
         {"row missing", [](mlMatrix & a) { change(a, true, true); }, mlSparseLUStructurallySingular, all},
         {"three columns in two rows",
          [](mlMatrix & a) {
@@ -439,6 +457,8 @@ TEST(SparseLU, TakesAPivotAsZeroThatRoundingMayHaveMade) {
             EXPECT_EQ(mlSparseLU(a).status(), excess > 0x1p-50 ? mlSparseLUFactored : mlSparseLUSingular) << excess;
         }
     }
+    Matrix const large(2, 2, {1.5e308, 1.5e308, -1.5e308, 1.5e308}); // the last pivot overflows
+    EXPECT_EQ(mlSparseLU(sparse(large)).status(), mlSparseLUNotFinite);
     mlSparseMatrix tiny(mlMatrixIdentity, 3);
     tiny *= 0x1p-1074;
     EXPECT_EQ(mlSparseLU(tiny).determinant(), 0.0);
@@ -467,6 +487,12 @@ TEST(SparseLU, KeepsTheSignAndTheSizeOfTheDeterminant) {
         matrix(p).decompress(dense);
         double const expected = mlLUDecomposition(dense).determinant();
         EXPECT_NEAR(mlSparseLU(sparse(dense)).determinant() / expected, 1.0, 1e-10) << p;
+    }
+    for (int n = 1; n < 40; ++n) {
+        mlMatrix dense;
+        matrix({"", n, scrambled(random_columns(2, 1.0, n % 2 == 0)), 0, false}, n).decompress(dense);
+        double const expected = mlLUDecomposition(dense).determinant();
+        EXPECT_NEAR(mlSparseLU(sparse(dense)).determinant() / expected, 1.0, 1e-9) << n;
     }
     for (double const value : {-0x1.8p-1060, 0x1.8p-1000, -0x1.8p0, 0x1.8p1000}) {
         mlSparseMatrix a(mlMatrixIdentity, 3);

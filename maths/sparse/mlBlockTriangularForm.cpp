@@ -6,11 +6,13 @@ mlBlockTriangularForm::mlBlockTriangularForm(int n, mlSparsePattern const & patt
     : n_(n), row_of_(n, -1), block_of_(n, -1), column_of_(n, -1), free_(n), next_(n), stack_(n), visited_(n, -1),
       number_(n, -1), least_(n), open_(n) {
     match_diagonal(pattern);
-    bool all = true;
-    for (int row = 0; row < n; ++row) {
-        if (column_of_[row] < 0) all = augment(row, pattern) && all;
+    for (int found = 1, phase = 0; found > 0; ++phase) {
+        found = 0;
+        for (int row = 0; row < n; ++row) {
+            if (column_of_[row] < 0 && augment(row, phase, pattern)) ++found;
+        }
     }
-    if (!all) join_what_is_left();
+    join_what_is_left();
     find_components(pattern);
 }
 
@@ -24,8 +26,10 @@ void mlBlockTriangularForm::match_diagonal(mlSparsePattern const & pattern) {
 }
 
 // The stack holds rows; each but the last would give its column to the one before it. A row looks for a free column
-// first: columns that were taken once stay taken, so that it never looks at an element twice for that.
-bool mlBlockTriangularForm::augment(int row, mlSparsePattern const & pattern) {
+// first: columns that were taken once stay taken, so that it never looks at an element twice for that. No column is
+// visited twice in a phase, so that a phase takes no more time than there are elements. When one finds no way, there is
+// none.
+bool mlBlockTriangularForm::augment(int row, int phase, mlSparsePattern const & pattern) {
     auto const & starts = pattern.starts;
     int depth = 0;
     stack_[0] = row;
@@ -44,14 +48,14 @@ bool mlBlockTriangularForm::augment(int row, mlSparsePattern const & pattern) {
             return true;
         }
         std::ptrdiff_t & next = next_[at];
-        while (next < starts[at + 1] && visited_[pattern.columns[next]] == row)
+        while (next < starts[at + 1] && visited_[pattern.columns[next]] == phase)
             ++next;
         if (next == starts[at + 1]) {
             --depth;
             continue;
         }
         int const column = pattern.columns[next++];
-        visited_[column] = row;
+        visited_[column] = phase;
         stack_[++depth] = row_of_[column];
         next_[row_of_[column]] = starts[row_of_[column]];
     }

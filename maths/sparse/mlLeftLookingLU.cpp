@@ -109,20 +109,19 @@ void mlLeftLookingLU::find_elements(int j, int first) {
     }
 }
 
-/// False when an element of the column is not finite.
+/// Returns whether all elements of the column are finite.
 bool mlLeftLookingLU::subtract_columns(int j) {
     auto & [starts, rows, values] = factors_.u;
     factors_.u.reserve(starts[j] + num_above_);
-    bool finite = true;
     for (int i = 0; i < num_above_; ++i) {
         int const k = above_[i];
         double const u = std::exchange(x_[row_[k]], 0.0);
-        finite = finite && is_finite(u);
         rows[starts[j] + i] = k;
         values[starts[j] + i] = u;
         factors_.l.subtract(k, u, x_.data());
     }
     starts[j + 1] = starts[j] + num_above_;
+    bool finite = true; // each column of L before a block's last has elements: what is not finite above comes down
     for (int i = 0; i < num_below_; ++i)
         finite = finite && is_finite(x_[below_[i]]);
     return finite;

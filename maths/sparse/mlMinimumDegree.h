@@ -9,6 +9,12 @@ struct mlSparsePattern {
     coLongArray<int> columns;
 };
 
+/// Turns counts at starts[i + 1] into starts, by sums. For use inside the library.
+inline void ml_sum_up(coLongArray<std::ptrdiff_t> & starts) {
+    for (std::ptrdiff_t i = 1; i < starts.size(); ++i)
+        starts[i] += starts[i - 1];
+}
+
 /// order[k] becomes the row to be eliminated as the k-th, so that the triangular factors of a matrix with this
 /// symmetric pattern (both triangles given) get few elements. For use inside the library.
 ///

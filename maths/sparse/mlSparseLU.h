@@ -21,8 +21,7 @@ inline constexpr double mlSparseLUThreshold = 0.001;
 
 /// Factors a square sparse matrix A of order n as P A Q = L U + F and solves A x = b. P and Q are permutations that
 /// make A block upper triangular, with as many blocks as can be: F has the elements above the blocks of the diagonal,
-/// and L, unit lower, and U, upper triangular, have elements within the blocks only. For a symmetric positive-definite
-/// matrix mlSparseCholesky is quicker, and for any whose factors get dense.
+/// and L, unit lower, and U, upper triangular, have elements within these blocks only.
 ///
 ///     mlSparseLU lu(a);
 ///     if (lu.status() != mlSparseLUFactored) ...
@@ -30,31 +29,34 @@ inline constexpr double mlSparseLUThreshold = 0.001;
 ///
 /// The blocks and the order Q of the columns follow from the pattern of A alone; in a block it is that of minimum
 /// degree of B + B^T. `analyse` finds them, and every `factor` after it uses them for a matrix of that pattern.
-/// Explicit zeros count as elements. The object keeps no reference to A.
+/// Explicit zeros count as elements. The object keeps no reference to A. Where A is symmetric and positive definite,
+/// mlSparseCholesky takes half the work and memory or less.
 /// Pivots: the analysis puts a stored element at each place of the diagonal, one of A's diagonal where it can. Column j
 /// takes the element that stands there, after the exchanges of rows so far, when it is at least `threshold` times the
 /// largest one from there down, else that largest one; of several, the uppermost. The two rows change places. Sizes
-/// are compared after each row was divided by the power of two that is next below its largest element within its block,
-/// which changes no bit of the factors. threshold 1 is partial pivoting; small ones keep L and U sparse.
-/// Order of operations: with the rows and columns of P A Q, block by block and column by column,
-///     u(i, j) = a(i, j) - sum of l(i, k) u(k, j) over k < i, for i <= j,
+/// are compared after each row was divided by the power of two that is next below its largest element within its
+/// block, which changes no bit of the factors. threshold 1 is partial pivoting; small ones keep L and U sparse.
+/// Order of operations: with the rows and columns of P A Q, and k from the block's first column,
+///     u(i, j) = a(i, j) - sum of l(i, k) u(k, j) over k < i    for i <= j,
 ///     l(i, j) = (a(i, j) - sum of l(i, k) u(k, j) over k < j) / u(j, j)    for i > j,
 /// the products subtracted one by one in increasing k, from 0.0 where A has no element. `solve`, from the last block to
 /// the first, subtracts from b(i) the products f(i, j) x(j) of the blocks after it in decreasing j, then l(i, j) y(j)
 /// in increasing j, then u(i, j) x(j) in decreasing j, and divides by u(i, i). Terms without an element of L, U or F
-/// are left out; one that cancelled is an element. Singular: factoring ends at the first column none of whose elements
-/// from the diagonal down is above 2^-50 of the column's largest element in A's block, both compared as above. Rounding
-/// errors may have made so small a pivot: to change the column by 2^-50 of that would make A singular. `failed_column`
-/// is that column of A. L and U then have the columns before it, pivots() is 0 from it on, and `solve` computes with
-/// these, unchecked: look at the status first. A matrix without rows is factored and has determinant 1. Bad input: A is
-/// square, and `factor` takes matrices of the pattern analysed only; checked builds stop at others. Failure:
-/// std::bad_alloc; the object stays as it was. Threads: const queries may run in parallel. Cost: as many operations as
-/// the factors need, besides a search that is quicker, and 12 bytes an element of L and U. The analysis is proportional
-/// to the elements in most cases; rows without an element of the diagonal can cost more. Source: Gilbert & Peierls,
-/// Sparse partial pivoting in time proportional to arithmetic operations (1988); Eisenstat & Liu, Exploiting structural
-/// symmetry in unsymmetric sparse symbolic factorization (1992); the blocks: Duff, On algorithms for obtaining a
-/// maximum transversal (1981); Duff & Reid, An implementation of Tarjan's algorithm for the block triangularization of
-/// a matrix (1978); the order: Amestoy, Davis & Duff, An approximate minimum degree ordering algorithm (1996).
+/// are left out; one that cancelled is an element.
+/// Singular: factoring ends at the first column none of whose elements from the diagonal down is above 2^-50 of the
+/// column's largest element in A's block, both compared as above. Rounding errors may have made so small a pivot: to
+/// change the column by 2^-50 of that would make A singular. `failed_column` is that column of A. L and U then have the
+/// columns before it, pivots() is 0 from it on, and `solve` computes with these, unchecked: look at the status first. A
+/// matrix without rows is factored and has determinant 1.
+/// Bad input: A is square, and `factor` takes matrices of the pattern analysed only; checked builds stop at others.
+/// Failure: std::bad_alloc; the object stays as it was.
+/// Threads: const queries may run in parallel.
+/// Cost: as many operations as the factors need, besides a search that is quicker, and 12 bytes an element of L and U.
+/// Source: Gilbert & Peierls, Sparse partial pivoting in time proportional to arithmetic operations (1988); Eisenstat &
+/// Liu, Exploiting structural symmetry in unsymmetric sparse symbolic factorization (1992); the blocks: Duff, On
+/// algorithms for obtaining a maximum transversal (1981); Pothen & Fan, Computing the block triangular form of a sparse
+/// matrix (1990); Duff & Reid, An implementation of Tarjan's algorithm for the block triangularization of a matrix
+/// (1978); the order: Amestoy, Davis & Duff, An approximate minimum degree ordering algorithm (1996).
 class MATHS_API mlSparseLU {
 public:
     /// Of order 0, not factored.

@@ -6,12 +6,6 @@
 
 namespace {
 
-/// Turns counts of starts[i + 1] into starts, by sums.
-void sum_up(coLongArray<std::ptrdiff_t> & starts) {
-    for (std::ptrdiff_t i = 1; i < starts.size(); ++i)
-        starts[i] += starts[i - 1];
-}
-
 /// Where the next element of each list goes: a copy of where the lists start.
 coLongArray<std::ptrdiff_t> copy_of(coLongArray<std::ptrdiff_t> const & starts) {
     coLongArray<std::ptrdiff_t> copy(starts.size());
@@ -27,7 +21,7 @@ mlSparsePattern graph_of(mlSparseSymMatrix const & a) {
         ++graph.starts[i + 1];
         ++graph.starts[e.index + 1];
     });
-    sum_up(graph.starts);
+    ml_sum_up(graph.starts);
     graph.columns = coLongArray<int>(graph.starts[a.rows()]);
     auto next = copy_of(graph.starts);
     ml_for_each_element(a, [&](int i, mlSparseElement const & e) {

@@ -4,17 +4,11 @@
 
 namespace {
 
-/// Turns counts at starts[i + 1] into starts, by sums.
-void sum_up(coLongArray<std::ptrdiff_t> & starts) {
-    for (std::ptrdiff_t i = 1; i < starts.size(); ++i)
-        starts[i] += starts[i - 1];
-}
-
-/// The same from starts[i + 2]: starts[i + 1] is then where the first of list i goes, and ends as where they end.
+/// The elements of each row, that of the diagonal included.
 mlSparsePattern pattern_of(mlSparseMatrix const & a) {
     mlSparsePattern pattern{coLongArray<std::ptrdiff_t>(a.rows() + std::ptrdiff_t{1}, 0), {}};
     ml_for_each_element(a, [&](int i, mlSparseElement const &) { ++pattern.starts[i + 1]; });
-    sum_up(pattern.starts);
+    ml_sum_up(pattern.starts);
     pattern.columns = coLongArray<int>(pattern.starts[a.rows()]);
     int * column = pattern.columns.data();
     ml_for_each_element(a, [&](int, mlSparseElement const & e) { *column++ = e.index; });
@@ -54,7 +48,8 @@ mlSparsePattern coupled_columns(mlSparsePattern const & pattern, mlBlockTriangul
         ++graph.starts[i + 2];
         ++graph.starts[j + 2];
     });
-    sum_up(graph.starts); // starts[i + 1] is where the next neighbour of i goes, and then where they end
+    ml_sum_up(
+        graph.starts); // starts[i + 1] is where the next neighbour of i goes, in the end where those of i + 1 start
     graph.columns = coLongArray<int>(graph.starts[n + 1]);
     for_each_pair([&](int i, int j) {
         graph.columns[graph.starts[i + 1]++] = j;
@@ -109,7 +104,7 @@ void mlSymbolicLU::place_elements(mlSparsePattern const & pattern, mlBlockTriang
             ++columns_of(i, pattern.columns[at]).starts[column_place[pattern.columns[at]] + 2];
     }
     for (mlSparseColumns * const columns : {&inside_, &outside_}) {
-        sum_up(columns->starts);
+        ml_sum_up(columns->starts);
         columns->rows = coLongArray<int>(columns->starts[n + 1]);
     }
     slots_ = coLongArray<std::ptrdiff_t>(pattern.columns.size());

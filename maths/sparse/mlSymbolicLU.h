@@ -5,10 +5,10 @@
 
 class mlBlockTriangularForm;
 
-/// Which rows each column of a matrix has elements in: those of column j are rows[starts[j]] .. rows[starts[j + 1] -
-/// 1]. For use inside the library.
+/// Which rows each column has elements in: those of column j are rows[starts[j]] .. rows[starts[j + 1] - 1]. For use
+/// inside the library.
 struct mlSparseColumns {
-    coLongArray<std::ptrdiff_t> starts; ///< one more than columns
+    coLongArray<std::ptrdiff_t> starts; ///< more than there are columns
     coLongArray<int> rows;
 };
 
