@@ -134,11 +134,47 @@ void digest_lu() {
     }
 }
 
+template <class Solver, class Matrix>
+void digest_solutions(ExactDigest & digest, Matrix const & a, mlVector const & b) {
+    mlDiagonalPreconditioner const diagonal(a);
+    mlIncompleteFactors const factors(a);
+    digest(factors.shift());
+    mlLinearOperator const * const preconditioners[] = {nullptr, &diagonal, &factors};
+    for (mlLinearOperator const * const preconditioner : preconditioners) {
+        Solver solver;
+        mlVector x;
+        solver.set_preconditioner(preconditioner);
+        solver.set_max_iterations(30);
+        digest(static_cast<int>(solver.solve(a, b, x)));
+        digest(x);
+        digest(solver.history());
+        digest(solver.residual());
+    }
+}
+
+void digest_iterative() {
+    ExactDigest digest("iterative solvers");
+    Operands operands(53);
+    for (int side = 1; side < 26; side += 2) {
+        mlSparseSymMatrix a;
+        mlVector b;
+        fill_coupled(a, side, operands);
+        operands.become(b, a.rows());
+        digest_solutions<mlConjugateGradients>(digest, a, b);
+        mlSparseMatrix general(utCopy, a), upper(mlMatrixZero, a.rows(), a.rows());
+        for (int i = 0; i + 1 < a.rows(); ++i)
+            upper.set(i, i + 1, operands.number());
+        general += upper;
+        digest_solutions<mlBiConjugateGradients>(digest, general, b);
+    }
+}
+
 } // namespace
 
 void digest_sparse() {
     digest_cholesky();
     digest_lu();
+    digest_iterative();
     ExactDigest digest("sparse matrices");
     Operands operands(51);
     for (int n = 1; n < 40; ++n) {

@@ -98,6 +98,13 @@
 #include "maths/optimisation/ml_minimum_bracketing.h"
 #include "maths/optimisation/ml_powell_minimum_search.h"
 
+#include "maths/sparse/mlBiConjugateGradients.h"
+#include "maths/sparse/mlConjugateGradients.h"
+#include "maths/sparse/mlDiagonalPreconditioner.h"
+#include "maths/sparse/mlIncompleteFactors.h"
+#include "maths/sparse/mlIterativeSolver.h"
+#include "maths/sparse/mlLinearOperator.h"
+#include "maths/sparse/mlMatrixOperator.h"
 #include "maths/sparse/mlSparseCholesky.h"
 #include "maths/sparse/mlSparseElement.h"
 #include "maths/sparse/mlSparseElementcoDynArr.h"

@@ -304,10 +304,29 @@ void sparse_lu(Objects & o) {
     mlSparseLU(unit).solve(o.m.become(mlMatrixIdentity, 5), o.n);
 }
 
+void iterative_solvers(Objects & o) {
+    mlSparseSymMatrix chain(mlMatrixZero, 90);
+    for (int i = 0; i < 90; ++i)
+        for (int j = i; j < std::min(i + 2, 90); ++j)
+            chain.set(i, j, i == j ? 2.0 : -1.0);
+    mlSparseMatrix const general(utCopy, chain);
+    mlIncompleteFactors const symmetric_factors(chain), general_factors(general);
+    mlDiagonalPreconditioner const diagonal(general);
+    mlConjugateGradients conjugate;
+    mlBiConjugateGradients bi_conjugate;
+    bi_conjugate.set_preconditioner(&general_factors);
+    mlVector x{7.0};
+    mlVector const b(mlMatrix(mlMatrixIdentity, 90).row(0));
+    all_or_nothing([&] { conjugate.solve(chain, b, x); }, [&] { return x.size() == 1 && x[0] == 7.0; });
+    bi_conjugate.solve(general, b, o.v);
+    conjugate.solve(diagonal, b, o.v);
+}
+
 TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
     int story = 0;
-    for (auto const tell : {arrays, paged_arrays, vectors_and_matrices, functions, small_decompositions,
-                            large_decompositions, optimisation, sparse_matrices, sparse_factors, sparse_lu}) {
+    for (auto const tell :
+         {arrays, paged_arrays, vectors_and_matrices, functions, small_decompositions, large_decompositions,
+          optimisation, sparse_matrices, sparse_factors, sparse_lu, iterative_solvers}) {
         bool finished = false;
         ++story;
         for (long k = 0; !finished && !HasFailure(); ++k) {

@@ -232,6 +232,33 @@ TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
         {[&] { lu.solve(mlVector(mlVectorZero, 3), x); }, "sparse LU solve: order 3, status 0"},
         {[&] { mlSparseLU(unit).solve(mlVector(mlVectorZero, 2), x); }, "solve: 3 elements wanted, 2 given"},
     });
+    mlConjugateGradients iterative;
+    mlIncompleteFactors const factors(smaller);
+    mlLinearOperatorOf const cut(3, [](mlVector const & v, mlVector & to) { to.become({v[0]}); });
+    expect_stops({
+        {[&] {
+             iterative.solve(identity, mlVector{1, 2}, x);
+         },
+         "iterative solver: 3 elements wanted, 2 given"},
+        {[&] {
+             iterative.improve(identity, mlVector{1, 2, 3}, x);
+         },
+         "iterative solver, from x: 3 elements wanted"},
+        {[&] {
+             iterative.solve(m, mlVector{1, 2, 3}, x);
+         },
+         "matrix operator: 2 x 3"},
+        {[&] {
+             iterative.solve(cut, mlVector{1, 2, 3}, x);
+         },
+         "iterative solver: a product of 1 elements, not 3"},
+        {[&] {
+             iterative.set_preconditioner(&factors);
+             iterative.solve(identity, mlVector{1, 2, 3}, x);
+         },
+         "iterative solver: 3 unknowns, preconditioner of 2"},
+        {[&] { mlIncompleteFactors const of_wide(m); }, "incomplete factors: 2 x 3"},
+    });
     out.become(mlMatrixProduct, m, mlSparseMatrix(mlMatrixIdentity, 4)); // whose last row is not needed
 }
 

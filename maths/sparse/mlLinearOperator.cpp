@@ -1,0 +1,3 @@
+#include "maths/sparse/mlLinearOperator.h"
+
+mlLinearOperator::~mlLinearOperator() = default;
