@@ -1,6 +1,5 @@
 // Two linear systems that are sparse: Poisson's equation on an L-shaped domain, and the power flow in a real network,
-// whose matrix comes from its incidence matrix. Both are solved by conjugate gradients, written here on top of the
-// product with a vector.
+// whose matrix comes from its incidence matrix. Both are solved by conjugate gradients, watched by an observer.
 //
 // sparse           The network is part of the examples' data.
 
@@ -16,35 +15,19 @@
 
 namespace {
 
-/// Solves A x = b for a positive definite A, from x = 0, until the residual is 1e-12 of b. Returns the number of
-/// iterations, and prints the residual after every `print_every`-th one, when that isn't 0.
-/// Source: Hestenes & Stiefel, Methods of Conjugate Gradients for Solving Linear Systems, 1952.
+/// Solves A x = b for a positive definite A until the residual is 1e-12 of b. Returns the number of iterations, and
+/// prints the residual after every `print_every`-th one, when that isn't 0.
 int conjugate_gradients(mlSparseSymMatrix const & a, mlVector const & b, mlVector & x, int print_every) {
-    int const n = a.rows();
-    mlVector r, p, image;
-    x.clear(0);
-    x.become(mlVectorZero, n);
-    r.become(utCopy, b);
-    p.become(utCopy, b);
-    double const b_squared = b.modulus_squared();
-    double r_squared = b_squared;
-    int iterations = 0;
-    while (r_squared > 1e-24 * b_squared && iterations < 10 * n) {
-        a.multiply_vector(p, image);
-        double const step = r_squared / scalar_product(p, image);
-        for (int i = 0; i < n; ++i) {
-            x[i] += step * p[i];
-            r[i] -= step * image[i];
-        }
-        double const before = r_squared;
-        r_squared = r.modulus_squared();
-        p *= r_squared / before; // the next direction, conjugate to all those before
-        p += r;
-        ++iterations;
-        if (print_every > 0 && iterations % print_every == 0)
-            std::printf("  %9d   %.1e\n", iterations, std::sqrt(r_squared / b_squared));
-    }
-    return iterations;
+    mlObserverOf print([&](mlProgress const & progress) {
+        if (print_every > 0 && progress.iteration % print_every == 0)
+            std::printf("  %9d   %.1e\n", progress.iteration, progress.value);
+        return true;
+    });
+    mlConjugateGradients solver;
+    solver.set_tolerance(1e-12);
+    solver.set_observer(&print);
+    solver.solve(a, b, x);
+    return solver.iterations();
 }
 
 /// The interior points (-1 + i h, -1 + j h), h = 1 / m, of the square (-1, 1)^2 without its lower right quarter,
