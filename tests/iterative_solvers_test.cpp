@@ -160,9 +160,10 @@ TEST(MatrixOperators, MultiplyLikeTheirMatrices) {
         Problem const problem(n);
         mlSparseSymMatrix symmetric(utCopy, problem.symmetric);
         mlSparseMatrix general(utCopy, problem.general);
-        mlSparseMatrix const border(mlMatrixIdentity, 2), nothing(mlMatrixZero, n, 2);
-        general.concatenate_diagonal(mlSparseMatrix(mlMatrixZero, 2, 2)); // rows without elements
-        symmetric.concatenate(nothing);
+        mlSparseSymMatrix pair(mlMatrixZero, 2);
+        pair.set(0, 1, 3.0);
+        symmetric.concatenate_diagonal(pair); // no diagonal, and a row without elements
+        general.concatenate_diagonal(mlSparseMatrix(mlMatrixZero, 2, 2));
         mlVector x, y, expected;
         fill_random(x, n + 2, 3);
         mlMatrixOperator(symmetric).multiply(x, y);
@@ -274,7 +275,22 @@ TEST(IncompleteFactors, HaveTheBitsOfTheirDefinition) {
     expect_plain_factors(without_diagonal, false, true);
 }
 
+TEST(IncompleteFactors, ShiftWhereAPivotIsSmall) {
+    for (double const rest : {0x1p-31, 0x1p-30, 0x1p-29}) {
+        mlSparseSymMatrix a(mlMatrixZero, 2);
+        a.set(0, 0, 1.0), a.set(0, 1, 1.0), a.set(1, 1, 1.0 + rest);
+        EXPECT_EQ(mlIncompleteFactors(a).shift() > 0.0, rest < 0x1p-29);
+        EXPECT_EQ(mlIncompleteFactors(mlSparseMatrix(utCopy, a)).shift() > 0.0, rest < 0x1p-29);
+    }
+}
+
 TEST(IncompleteFactors, SayWhyThereAreNoneAndThenCopy) {
+    mlSparseMatrix in_u(mlMatrixIdentity, 3), overflow(mlMatrixZero, 3, 3); // where no pivot shows it
+    in_u.set(0, 2, nan_value);
+    overflow.set(0, 0, 1e200), overflow.set(0, 2, 1e208), overflow.set(2, 2, 1.0);
+    overflow.set(1, 0, 1e305), overflow.set(1, 1, 1e305), overflow.set(1, 2, 0.0);
+    EXPECT_EQ(mlIncompleteFactors(in_u).status(), mlIncompleteNotFinite);
+    EXPECT_EQ(mlIncompleteFactors(overflow).status(), mlIncompleteNotFinite);
     for (double const value : {0.0, -1.0, nan_value, infinity}) {
         mlSparseSymMatrix a(mlMatrixIdentity, 3);
         mlSparseMatrix g(mlMatrixZero, 3, 3);
@@ -337,6 +353,8 @@ TYPED_TEST(IterativeSolver, SolvesWhatItIsGivenInEveryForm) {
             EXPECT_EQ(solver.solve(f, scaled, y), mlIterativeConverged);
             for (int i = 0; i < n; ++i)
                 EXPECT_EQ(y[i], x[i] * scale);
+            EXPECT_EQ(solver.improve(f, scaled, y), mlIterativeConverged);
+            EXPECT_EQ(solver.iterations(), 0);
         }
         solver.set_preconditioner(m.get());
         EXPECT_EQ(solver.solve(problem.symmetric, problem.b, y), mlIterativeConverged);
@@ -382,7 +400,8 @@ TYPED_TEST(IterativeSolver, SaysHowItEnded) {
     EXPECT_EQ(contents(x), Values({0.0, 0.0}));
     EXPECT_EQ(ends(mlSparseSymMatrix(mlMatrixZero, n)), stuck);
     EXPECT_EQ(solver.solve(Matrix(2, 2, {1.0, 1.0, 1.0, 0.0}), mlVector{1.0, 0.0}, x), stuck); // after a good step
-    EXPECT_EQ(std::tuple(contents(x), solver.residual()), std::tuple(Values({1.0, 0.0}), 1.0));
+    EXPECT_EQ(std::tuple(contents(x), solver.residual(), solver.iterations()),
+              std::tuple(Values({1.0, 0.0}), 1.0, conjugate ? 1 : 0));
     mlSparseSymMatrix minus(utCopy, problem.symmetric);
     minus *= -1.0;
     EXPECT_EQ(ends(minus), conjugate ? mlIterativeNotPositive : mlIterativeConverged);
@@ -392,14 +411,35 @@ TYPED_TEST(IterativeSolver, SaysHowItEnded) {
     solver.set_preconditioner(nullptr);
 }
 
+TYPED_TEST(IterativeSolver, JudgesByTheResidualComputedAnew) {
+    int const n = 100;
+    mlSparseSymMatrix chain(mlMatrixZero, n);
+    for (int i = 0; i < n; ++i)
+        for (int j = i; j < std::min(i + 2, n); ++j)
+            chain.set(i, j, i == j ? 2.0 : -1.0);
+    mlVector b, x;
+    fill_random(b, n, 3);
+    TypeParam solver;
+    bool stagnated = false;
+    for (double const tolerance : {1e-3, 1e-8, 1e-12, 1e-14, 1e-15, 4e-16, 2e-16}) {
+        solver.set_tolerance(tolerance);
+        mlIterativeStatus const status = solver.solve(chain, b, x);
+        EXPECT_EQ(status == mlIterativeConverged, solver.residual() <= tolerance) << tolerance;
+        stagnated = stagnated || status == mlIterativeStagnated;
+    }
+    EXPECT_TRUE(stagnated);
+}
+
 // r's first element is 0 after the first iteration, and b has no other.
 TEST(BiConjugateGradients, BeginAnewWhereTheResidualIsAtARightAngleToTheShadow) {
     mlBiConjugateGradients solver;
     mlVector x;
-    Matrix const a(3, 3, {1.0, 0.0, 0.0, 1.0, 2.0, 0.0, 1.0, 1.0, 3.0});
-    EXPECT_EQ(solver.solve(a, mlVector{1.0, 0.0, 0.0}, x), mlIterativeConverged);
-    EXPECT_NEAR(x[2], -1.0 / 6.0, 1e-9);
-    EXPECT_LE(solver.iterations(), 3);
+    for (double const coupling : {0.0, 1.0}) { // A r is at a right angle as well, or not
+        Matrix const a(3, 3, {1.0, coupling, -coupling, 1.0, 2.0, 0.0, 1.0, 1.0, 3.0});
+        mlVector const b{1.0, 0.0, 0.0};
+        EXPECT_EQ(solver.solve(a, b, x), mlIterativeConverged) << coupling;
+        EXPECT_LE(residual(a, b, x), 1.01e-10);
+    }
 }
 
 TYPED_TEST(IterativeSolver, LeavesXAloneWhereNumbersAreNotFinite) {
