@@ -396,10 +396,11 @@ TYPED_TEST(IterativeSolver, SaysHowItEnded) {
 
     bool const conjugate = std::is_same_v<TypeParam, mlConjugateGradients>;
     mlIterativeStatus const stuck = conjugate ? mlIterativeNotPositive : mlIterativeBreakdown;
-    EXPECT_EQ(solver.solve(Matrix(2, 2, {0.0, 1.0, -1.0, 0.0}), mlVector{1.0, 0.0}, x), stuck);
+    Matrix const turn(2, 2, {0.0, 1.0, -1.0, 0.0}), indefinite(2, 2, {1.0, 1.0, 1.0, 0.0});
+    EXPECT_EQ(solver.solve(turn, mlVector{1.0, 0.0}, x), stuck);
     EXPECT_EQ(contents(x), Values({0.0, 0.0}));
     EXPECT_EQ(ends(mlSparseSymMatrix(mlMatrixZero, n)), stuck);
-    EXPECT_EQ(solver.solve(Matrix(2, 2, {1.0, 1.0, 1.0, 0.0}), mlVector{1.0, 0.0}, x), stuck); // after a good step
+    EXPECT_EQ(solver.solve(indefinite, mlVector{1.0, 0.0}, x), stuck); // after a good step
     EXPECT_EQ(std::tuple(contents(x), solver.residual(), solver.iterations()),
               std::tuple(Values({1.0, 0.0}), 1.0, conjugate ? 1 : 0));
     mlSparseSymMatrix minus(utCopy, problem.symmetric);

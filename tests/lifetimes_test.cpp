@@ -17,6 +17,7 @@ struct Function : mlFunction {};
 
 TEST(Temporaries, AreRefusedByWhatWouldOutliveThem) {
     EXPECT_TRUE((refuses_a_temporary<mlLUDecomposition, mlMatrix>));
+    EXPECT_TRUE((refuses_a_temporary<mlMatrixOperator, mlMatrix>));
     EXPECT_TRUE((refuses_a_temporary<mlSymEigenVecs, mlMatrix>));
     EXPECT_TRUE((refuses_a_temporary<mlATAEigenVecs, mlMatrix>));
     EXPECT_TRUE((refuses_a_temporary<mlAsymEigenVecs2, mlMatrix>));

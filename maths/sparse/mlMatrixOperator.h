@@ -21,6 +21,7 @@ public:
     mlMatrixOperator(mlSparseSymMatrix const & a);
     mlMatrixOperator(mlSparseMatrix const & a);
     mlMatrixOperator(mlMatrix const & a);
+    mlMatrixOperator(mlMatrix const && a) = delete; // would be gone
     mlMatrixOperator(mlMatrixOperator const &) = delete;
     mlMatrixOperator & operator=(mlMatrixOperator const &) = delete;
     ~mlMatrixOperator() override;
