@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "maths/core/mlEightSums.h"
 #include "maths/decompositions/svd/mlLevel1.h"
 #include "maths/kernels/mlTuning.h"
 
@@ -30,25 +31,9 @@ namespace {
 
 mlRankOneUpdate const no_update{nullptr, nullptr};
 
-/// x . y of n elements: eight sums from 0.0, each of every eighth term, s_0 of those with the indices 0, 8, 16, ...,
-/// and then ((s_0 + s_1) + (s_2 + s_3)) + ((s_4 + s_5) + (s_6 + s_7)). They don't wait for each other, and roundoff
-/// that piles up where all terms are equal stays small: norms that are wrong by it make reflections that are not
-/// orthogonal.
-double product(int n, double const * x, double const * y) {
-    double s[8] = {};
-    int i = 0;
-    for (; i + 8 <= n; i += 8) {
-        for (int k = 0; k < 8; ++k)
-            s[k] += x[i + k] * y[i + k];
-    }
-    for (int k = 0; i + k < n; ++k)
-        s[k] += x[i + k] * y[i + k];
-    return ((s[0] + s[1]) + (s[2] + s[3])) + ((s[4] + s[5]) + (s[6] + s[7]));
-}
-
 /// The Euclidean norm of x. Where squares come near underflow, that of ml_dnrm2.
 double norm(mlFortranVector const & x) {
-    double const sum = product(x.size(), x.from(1), x.from(1));
+    double const sum = ml_scalar_product(x.from(1), x.from(1), x.size());
     return sum >= 1e-280 ? std::sqrt(sum) : ml_dnrm2(x);
 }
 
@@ -154,7 +139,7 @@ void Reduction::form_w(int k, int step) {
     }
     for (int i = 0; i < length; ++i)
         w[i] *= tau_(k);
-    double const part = -0.5 * tau_(k) * product(length, w, v);
+    double const part = -0.5 * tau_(k) * ml_scalar_product(w, v, length);
     for (int i = 0; i < length; ++i)
         w[i] += part * v[i];
 }
@@ -254,7 +239,7 @@ void Generation::take_vectors(int first, int count) {
 void Generation::form_triangle(int first, int count) {
     for (int p = 2; p <= count; ++p) {
         for (int s = 1; s < p; ++s)
-            dots_(s, p) = product(n_ - first - p + 1, rows_.row(s) + p - 1, rows_.row(p) + p - 1);
+            dots_(s, p) = ml_scalar_product(rows_.row(s) + p - 1, rows_.row(p) + p - 1, n_ - first - p + 1);
     }
     for (int p = 1; p <= count; ++p) {
         double const tau = tau_(first + p - 1);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "maths/sparse/mlEightSums.h"
+#include "maths/core/mlEightSums.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "maths/core/mlEightSums.h"
 #include "maths/core/mlVectorRuns.h"
-#include "maths/sparse/mlEightSums.h"
 
 namespace {
 

@@ -4,7 +4,8 @@
 
 /// A scalar product in eight sums, each from 0.0 in increasing i over the products x_i y_i of i = s, s + 8, s + 16, ...
 /// for sum s; the result is ((0 + 1) + (2 + 3)) + ((4 + 5) + (6 + 7)) of them. In a single sum each addition would wait
-/// for the one before. For use inside the library.
+/// for the one before, and where all terms are equal more roundoff would pile up: reflections made with such a norm
+/// would not be orthogonal. For use inside the library.
 class mlEightSums {
 public:
     /// Adds the next n products; all calls but the last take multiples of 8.
