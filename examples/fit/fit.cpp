@@ -8,9 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iostream>
 #include <numbers>
 #include <string>
 
@@ -18,6 +15,7 @@
 #include "examples/fit/shapes.h"
 #include "examples/support/agreeing_digits.h"
 #include "examples/support/column_table.h"
+#include "examples/support/figure_file.h"
 #include "examples/support/progress_option.h"
 
 namespace {
@@ -76,19 +74,6 @@ void fit_reference_problem(NistProblem const & problem, std::string const & fold
     std::printf("  %-12s %17s   %17d %4s   %17d\n\n", "tries", "", fits[0].tries, "", fits[1].tries);
 }
 
-std::ofstream opened(std::string const & path) {
-    std::ofstream file(path);
-    file.precision(12);
-    return file;
-}
-
-void close(std::ofstream & file, std::string const & path) {
-    file.close();
-    if (file) return;
-    std::cerr << path << ":0: cannot be written\n";
-    std::exit(2);
-}
-
 /// The fitted curve, its standard error, which the parameters' covariance carries over, and what the fit leaves.
 void draw_fit(NistProblem const & problem, std::string const & data, std::string const & folder) {
     ColumnTable const table(data + problem.data, 2);
@@ -100,7 +85,7 @@ void draw_fit(NistProblem const & problem, std::string const & data, std::string
     mlVector gradient(mlVectorZero, fit.parameters.size()), moved;
     double const first = *std::min_element(x.begin(), x.end()), last = *std::max_element(x.begin(), x.end());
 
-    std::ofstream curve = opened(folder + "/fit_curve.txt");
+    FigureFile curve(folder + "/fit_curve.txt", 12);
     curve << "# x, the fitted curve there, its standard error\n";
     for (int i = 0; i <= 200; ++i) {
         double const at = first + (last - first) * i / 200;
@@ -108,15 +93,15 @@ void draw_fit(NistProblem const & problem, std::string const & data, std::string
         multiply(quality.covariance(), gradient, moved);
         curve << at << ' ' << value << ' ' << std::sqrt(scalar_product(gradient, moved)) << '\n';
     }
-    close(curve, folder + "/fit_curve.txt");
+    curve.finish();
 
-    std::ofstream residuals = opened(folder + "/fit_residuals.txt");
+    FigureFile residuals(folder + "/fit_residuals.txt", 12);
     residuals << "# x, y, y less the fitted curve; their residual deviation is " << quality.residual_deviation()
               << '\n';
     for (int i = 0; i < x.length(); ++i)
         residuals << x[i] << ' ' << y[i] << ' ' << y[i] - problem.formula(fit.parameters.data(), x[i], gradient.data())
                   << '\n';
-    close(residuals, folder + "/fit_residuals.txt");
+    residuals.finish();
 }
 
 void print_residuals(mlDistanceLeastSquares & model, mlVector const & parameters) {

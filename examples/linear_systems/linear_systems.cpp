@@ -9,14 +9,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iostream>
 #include <numbers>
 #include <string>
 
 #include "examples/support/agreeing_digits.h"
 #include "examples/support/column_table.h"
+#include "examples/support/figure_file.h"
 #include "maths/maths.h"
 
 namespace {
@@ -205,14 +203,11 @@ double spline_area(int n, double & deviation) {
 void write_outline(int n, std::string const & path) {
     OutlinePoints const points(n);
     PeriodicSpline const along_x(points.h, points.x), along_y(points.h, points.y);
-    std::ofstream file(path);
+    FigureFile file(path);
     file << "# A spline through every 20th of these points: x y\n";
     for (int k = 0; k <= 20 * n; ++k)
         file << along_x.value(k / 20 % n, k % 20 / 20.0) << ' ' << along_y.value(k / 20 % n, k % 20 / 20.0) << '\n';
-    file.close();
-    if (file) return;
-    std::cerr << path << ":0: cannot be written\n";
-    std::exit(2);
+    file.finish();
 }
 
 void trace_outline() {

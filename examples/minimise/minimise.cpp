@@ -8,16 +8,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iomanip>
-#include <iostream>
 #include <limits>
 #include <numbers>
 #include <string>
 #include <vector>
 
 #include "examples/support/agreeing_digits.h"
+#include "examples/support/figure_file.h"
 #include "examples/support/progress_option.h"
 #include "maths/maths.h"
 
@@ -144,16 +141,11 @@ void print_result(char const * problem, char const * method, int calls, double l
 }
 
 void write_way(std::vector<Followed::Step> const & way, std::string const & path) {
-    std::ofstream file(path);
-    file << "# The points of a search on Rosenbrock's function that are lower than all before: call, x, y, value\n"
-         << std::setprecision(12);
+    FigureFile file(path, 12);
+    file << "# The points of a search on Rosenbrock's function that are lower than all before: call, x, y, value\n";
     for (Followed::Step const & step : way)
         file << step.call << ' ' << step.x << ' ' << step.y << ' ' << step.value << '\n';
-    file.close();
-    if (!file) {
-        std::cerr << path << ":0: cannot be written\n";
-        std::exit(2);
-    }
+    file.finish();
 }
 
 void search_by_both_methods(Problem const & problem, std::string const & folder, mlObserver * observer) {

@@ -8,13 +8,12 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
-#include <iomanip>
 #include <iostream>
 #include <string>
 #include <vector>
 
 #include "examples/support/column_table.h"
+#include "examples/support/figure_file.h"
 #include "maths/maths.h"
 
 namespace {
@@ -154,34 +153,21 @@ void print_worst(std::vector<Measurement> const & measurements, std::vector<Foot
                 p[0], p[1], p[2], feet[worst].distance, feet[worst].u, feet[worst].v);
 }
 
-std::ofstream opened(std::string const & path) {
-    std::ofstream file(path);
-    file << std::setprecision(8);
-    return file;
-}
-
-void close(std::ofstream & file, std::string const & path) {
-    file.close();
-    if (file) return;
-    std::cerr << path << ":0: cannot be written\n";
-    std::exit(2);
-}
-
-void write(std::ofstream & file, Point const & p) { file << p[0] << ' ' << p[1] << ' ' << p[2]; }
+void write(std::ostream & file, Point const & p) { file << p[0] << ' ' << p[1] << ' ' << p[2]; }
 
 void write_patch(Patch const & patch, std::string const & path) {
-    std::ofstream file = opened(path);
+    FigureFile file(path, 8);
     file << "# A grid of points of the patch, row by row: x y z\n";
     int const lines = 16;
     for (int j = 0; j <= lines; ++j, file << '\n')
         for (int i = 0; i <= lines; ++i, file << '\n')
             write(file, patch.at(i / static_cast<double>(lines), j / static_cast<double>(lines)));
-    close(file, path);
+    file.finish();
 }
 
 void write_feet(Patch const & patch, std::vector<Measurement> const & measurements, std::vector<Foot> const & feet,
                 std::string const & path) {
-    std::ofstream file = opened(path);
+    FigureFile file(path, 8);
     file << "# Each point and its foot: x y z, from there to the foot, 1 where it lies on the border\n";
     for (std::size_t k = 0; k < feet.size(); ++k) {
         write(file, measurements[k].point);
@@ -189,7 +175,7 @@ void write_feet(Patch const & patch, std::vector<Measurement> const & measuremen
         write(file, patch.at(feet[k].u, feet[k].v) + -1.0 * measurements[k].point);
         file << ' ' << (feet[k].state != mlMinimiser2Converged) << '\n';
     }
-    close(file, path);
+    file.finish();
 }
 
 } // namespace

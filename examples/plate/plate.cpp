@@ -10,11 +10,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <string>
 
+#include "examples/support/figure_file.h"
 #include "maths/maths.h"
 
 namespace {
@@ -107,7 +107,7 @@ mlVector heat_flows(Grid const & grid, mlVector const & t) {
 }
 
 void write_temperatures(Grid const & grid, mlVector const & t, std::string const & path) {
-    std::ofstream file(path);
+    FigureFile file(path);
     int const step = std::max(grid.n() / 100, 1);
     for (int j = 0; j <= height * grid.n(); j += step) {
         for (int i = 0; i <= width * grid.n(); i += step)
@@ -115,11 +115,7 @@ void write_temperatures(Grid const & grid, mlVector const & t, std::string const
                  << temperature(grid.number(i, j), t) << '\n';
         file << '\n';
     }
-    file.close();
-    if (!file) {
-        std::cerr << path << ":0: cannot be written\n";
-        std::exit(2);
-    }
+    file.finish();
 }
 
 /// Solves on one grid and prints its line; t gets the temperatures and `influences` a column for each held thing.

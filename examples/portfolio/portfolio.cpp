@@ -8,11 +8,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <string>
 
 #include "examples/support/column_table.h"
+#include "examples/support/figure_file.h"
 #include "maths/maths.h"
 
 namespace {
@@ -113,7 +113,7 @@ void print_frontier(Market const & market) {
 }
 
 void write_frontier(Market const & market, std::string const & path) {
-    std::ofstream file(path);
+    FigureFile file(path);
     file << "# return, risk, the weights of nine shares\n";
     Mixture mixture(market);
     mixture.find();
@@ -129,11 +129,7 @@ void write_frontier(Market const & market, std::string const & path) {
     file << "\n\n";
     for (int i = 0; i < shares; ++i)
         file << market.mean[i] << ' ' << std::sqrt(market.covariance(i, i)) << " \"" << names[i] << "\"\n";
-    file.close();
-    if (!file) {
-        std::cerr << path << ":0: cannot be written\n";
-        std::exit(2);
-    }
+    file.finish();
 }
 
 } // namespace

@@ -8,13 +8,13 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "examples/support/column_table.h"
+#include "examples/support/figure_file.h"
 #include "maths/maths.h"
 
 namespace {
@@ -74,17 +74,13 @@ void draw_picture(mlMatrix & picture, int rows, int cols) {
 }
 
 void write_picture(mlMatrix const & picture, std::string const & path) {
-    std::ofstream file(path);
+    FigureFile file(path);
     file << "P2\n" << picture.cols() << ' ' << picture.rows() << "\n255\n";
     for (int r = 0; r < picture.rows(); ++r) {
         for (int c = 0; c < picture.cols(); ++c)
             file << std::lround(std::clamp(picture(r, c), 0.0, 255.0)) << (c + 1 < picture.cols() ? ' ' : '\n');
     }
-    file.close();
-    if (!file) {
-        std::cerr << path << ":0: cannot be written\n";
-        std::exit(2);
-    }
+    file.finish();
 }
 
 /// Adds term k of the decomposition, s[k] times the product of the k-th left and right singular vectors.

@@ -48,8 +48,7 @@ mlSparsePattern coupled_columns(mlSparsePattern const & pattern, mlBlockTriangul
         ++graph.starts[i + 2];
         ++graph.starts[j + 2];
     });
-    ml_sum_up(
-        graph.starts); // starts[i + 1] is where the next neighbour of i goes, in the end where those of i + 1 start
+    ml_sum_up(graph.starts); // starts[i + 1] is where the next neighbour of i goes, and becomes where the last one ends
     graph.columns = coLongArray<int>(graph.starts[n + 1]);
     for_each_pair([&](int i, int j) {
         graph.columns[graph.starts[i + 1]++] = j;
