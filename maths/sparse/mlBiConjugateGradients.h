@@ -12,16 +12,18 @@
 ///
 /// The residual goes up and down. It may never come down, most of all when eigenvalues lie on both sides of 0 or near
 /// the imaginary axis; a preconditioner helps, else a direct method.
-/// Order of operations: an iteration is, M^-1 being the preconditioner and r = s = b at first, or b - A x from a given
-/// x,
-///     rho = s^T r,    p = r at first, r + ((rho / rho before) (alpha / omega)) (p - omega v) after it,
-///     u = M^-1 p,    v = A u,    alpha = rho / s^T v,    r -= alpha v,
-/// after which it ends with x += alpha u when r is to be checked by the stopping rule, and else goes on by
-///     w = M^-1 r,    t = A w,    omega = t^T r / t^T t,    x = (x + alpha u) + omega w,    r -= omega t.
-/// Where rho is at most 2^-52 ||s|| ||r|| in magnitude, or s^T v at most 2^-52 ||s|| ||v||, roundoff has the word, and
-/// the iteration begins anew with s = p = r.
-/// Breakdown: s^T v is as small as that from the beginning, or t^T r in magnitude at most 2^-52 ||t|| ||r||, so that
-/// omega is 0 but for roundoff; x has taken alpha u then.
+/// Order of operations: an iteration is, \f$M^{-1}\f$ being the preconditioner, r = s = b at first, or b - A x from a
+/// given x, p = r at first, and \f$\rho'\f$ the \f$\rho\f$ of the iteration before,
+/// \f[ \rho = s^T r, \quad p \leftarrow r + \bigl( (\rho / \rho') (\alpha / \omega) \bigr) (p - \omega v), \f]
+/// \f[ u = M^{-1} p, \quad v = A u, \quad \alpha = \rho / s^T v, \quad r \leftarrow r - \alpha v, \f]
+/// after which it ends with \f$x \leftarrow x + \alpha u\f$ when r is to be checked by the stopping rule, and else goes
+/// on by
+/// \f[ w = M^{-1} r, \quad t = A w, \quad \omega = t^T r / t^T t, \f]
+/// \f[ x \leftarrow (x + \alpha u) + \omega w, \quad r \leftarrow r - \omega t. \f]
+/// Where \f$\rho\f$ is at most \f$2^{-52} \|s\| \|r\|\f$ in magnitude, or \f$s^T v\f$ at most
+/// \f$2^{-52} \|s\| \|v\|\f$, roundoff has the word, and the iteration begins anew with s = p = r.
+/// Breakdown: \f$s^T v\f$ is as small as that from the beginning, or \f$t^T r\f$ in magnitude at most
+/// \f$2^{-52} \|t\| \|r\|\f$, so that \f$\omega\f$ is 0 but for roundoff; x has taken \f$\alpha u\f$ then.
 /// Cost: an iteration is two multiplications, two preconditionings, and about 26 n operations; 7 n numbers of storage,
 /// 9 n with a preconditioner.
 /// Source: van der Vorst, Bi-CGSTAB: a fast and smoothly converging variant of Bi-CG for the solution of nonsymmetric

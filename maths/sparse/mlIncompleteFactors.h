@@ -25,14 +25,15 @@ enum mlIncompleteStatus : int {
 /// count as stored, and D is complete. Any failure leaves a preconditioner that changes nothing: `multiply` copies.
 /// Order of operations: for stored elements, the products subtracted one by one in increasing k, terms without an
 /// element of both factors left out, for symmetric A
-///     u(i, j) = a(i, j) - sum of u(i, k) l(j, k) over k < j,    l(i, j) = u(i, j) / d(j)    for j < i,
-///     d(i) = a(i, i) + shift a(i, i) - sum of u(i, k) l(i, k) over k < i;
-/// for general A, row by row, with m for the largest magnitude in row i of A, and the sign of a(i, i),
-///     w(j) = a(i, j) - sum of w(k) u(k, j) over k < min(i, j), where w(i) starts from a(i, i) + sign shift m,
-///     l(i, j) = w(j) / d(j) for j < i,    d(i) = w(i),    u(i, j) = w(j) / d(i) for j > i.
-/// `multiply` subtracts, in L y = x, the products l(i, j) y(j) in increasing j, divides y(i) by d(i), and then
-/// subtracts u(i, j) z(j) in increasing j, but l(j, i) z(j) in decreasing j for symmetric A.
-/// Shift: a pivot fails that is not above 2^-30 a(i, i), of general A in magnitude not above 2^-30 m: incomplete
+/// \f[ u_{ij} = a_{ij} - \sum_{k<j} u_{ik} l_{jk}, \quad l_{ij} = u_{ij} / d_j \quad (j < i), \f]
+/// \f[ d_i = a_{ii} + \sigma a_{ii} - \sum_{k<i} u_{ik} l_{ik}, \f]
+/// with \f$\sigma\f$ for the shift; for general A, row by row, with m for the largest magnitude in row i of A,
+/// \f[ w_j = a_{ij} - \sum_{k<\min(i,j)} w_k u_{kj}, \f]
+/// where \f$w_i\f$ starts from \f$a_{ii} \pm \sigma m\f$, the sign being that of \f$a_{ii}\f$, and
+/// \f[ l_{ij} = w_j / d_j \quad (j < i), \quad d_i = w_i, \quad u_{ij} = w_j / d_i \quad (j > i). \f]
+/// `multiply` subtracts, in L y = x, the products \f$l_{ij} y_j\f$ in increasing j, divides \f$y_i\f$ by \f$d_i\f$, and
+/// then subtracts \f$u_{ij} z_j\f$ in increasing j, but \f$l_{ji} z_j\f$ in decreasing j for symmetric A.
+/// Shift: a pivot fails that is not above \f$2^{-30} a_{ii}\f$, of general A in magnitude not above 2^-30 m: incomplete
 /// factors can have such pivots where complete ones have not. Then all begins anew with a shift of 2^-10, which is
 /// doubled until no pivot fails, up to 2^31.
 /// Lifetime: keeps no reference to A. Failure: the status; std::bad_alloc. Threads: may multiply concurrently.

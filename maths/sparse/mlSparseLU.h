@@ -37,12 +37,12 @@ inline constexpr double mlSparseLUThreshold = 0.001;
 /// are compared after each row was divided by the power of two that is next below its largest element within its
 /// block, which changes no bit of the factors. threshold 1 is partial pivoting; small ones keep L and U sparse.
 /// Order of operations: with the rows and columns of P A Q, and k from the block's first column,
-///     u(i, j) = a(i, j) - sum of l(i, k) u(k, j) over k < i    for i <= j,
-///     l(i, j) = (a(i, j) - sum of l(i, k) u(k, j) over k < j) / u(j, j)    for i > j,
+/// \f[ u_{ij} = a_{ij} - \sum_{k<i} l_{ik} u_{kj} \quad (i \le j), \f]
+/// \f[ l_{ij} = \Bigl( a_{ij} - \sum_{k<j} l_{ik} u_{kj} \Bigr) / u_{jj} \quad (i > j), \f]
 /// the products subtracted one by one in increasing k, from 0.0 where A has no element. `solve`, from the last block to
-/// the first, subtracts from b(i) the products f(i, j) x(j) of the blocks after it in decreasing j, then l(i, j) y(j)
-/// in increasing j, then u(i, j) x(j) in decreasing j, and divides by u(i, i). Terms without an element of L, U or F
-/// are left out; one that cancelled is an element.
+/// the first, subtracts from \f$b_i\f$ the products \f$f_{ij} x_j\f$ of the blocks after it in decreasing j, then
+/// \f$l_{ij} y_j\f$ in increasing j, then \f$u_{ij} x_j\f$ in decreasing j, and divides by \f$u_{ii}\f$. Terms without
+/// an element of L, U or F are left out; one that cancelled is an element.
 /// Singular: factoring ends at the first column none of whose elements from the diagonal down is above 2^-50 of the
 /// column's largest element in A's block, both compared as above. Rounding errors may have made so small a pivot: to
 /// change the column by 2^-50 of that would make A singular. `failed_column` is that column of A. L and U then have the
