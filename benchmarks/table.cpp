@@ -5,10 +5,13 @@
 #include <string>
 #include <thread>
 
+#include <CGAL/version.h>
 #include <Eigen/Core>
 #include <boost/version.hpp>
 #include <ceres/version.h>
 #include <gsl/gsl_version.h>
+#include <nlopt.h>
+#include <suitesparse/SuiteSparse_config.h>
 
 #include "benchmarks/goals.h"
 #include "benchmarks/reference.h"
@@ -133,6 +136,10 @@ void write(std::FILE * file, std::vector<Result> const & results) {
     std::fprintf(file, "# Eigen %d.%d.%d, GSL %s, %s, Boost %d.%d, Ceres %s\n", EIGEN_WORLD_VERSION,
                  EIGEN_MAJOR_VERSION, EIGEN_MINOR_VERSION, GSL_VERSION, openblas_get_config(), BOOST_VERSION / 100000,
                  BOOST_VERSION / 100 % 1000, CERES_VERSION_STRING);
+    int nlopt[3];
+    nlopt_version(&nlopt[0], &nlopt[1], &nlopt[2]);
+    std::fprintf(file, "# NLopt %d.%d.%d, CGAL %s, SuiteSparse %d.%d.%d\n", nlopt[0], nlopt[1], nlopt[2],
+                 CGAL_VERSION_STR, SUITESPARSE_MAIN_VERSION, SUITESPARSE_SUB_VERSION, SUITESPARSE_SUBSUB_VERSION);
     std::fprintf(file, "# instruction sets %s; unfused peak [GFlop/s]", instruction_sets().c_str());
     for (auto const set : {mlInstructionSetBaseline, mlInstructionSetAvx2, mlInstructionSetAvx512})
         if (unfused_peak(set) > 0.0) std::fprintf(file, " %s %.1f", name_of(set), 1e-9 * unfused_peak(set));
