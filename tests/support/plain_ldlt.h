@@ -8,20 +8,16 @@
 
 /// P^T A P = L D L^T element by element, every product subtracted in increasing order of columns.
 struct PlainLdlt {
-    PlainLdlt(mlSparseSymMatrix const & a, intcoDynArr const & order)
-        : l(mlMatrixIdentity, a.rows()), in_l(a.rows(), std::vector<bool>(a.rows())) {
+    PlainLdlt(mlSparseSymMatrix const & a, intcoDynArr const & rows)
+        : order(contents(rows)), l(mlMatrixIdentity, a.rows()) {
         int const n = a.rows();
         mlMatrix u(mlMatrixZero, n, n);
         for (int i = 0; i < n; ++i) {
             for (int j = 0; j <= i; ++j)
                 u(i, j) = a.element(order[i], order[j]);
             for (int j = 0; j < i; ++j) {
-                in_l[i][j] = u(i, j) != 0.0;
-                for (int k = 0; k < j; ++k) {
+                for (int k = 0; k < j; ++k)
                     u(i, j) -= l(j, k) * u(i, k);
-                    in_l[i][j] = in_l[i][j] || (in_l[i][k] && in_l[j][k]);
-                }
-                elements += in_l[i][j];
                 l(i, j) = u(i, j) / d[j];
                 u(i, i) -= l(i, j) * u(i, j);
             }
@@ -29,8 +25,26 @@ struct PlainLdlt {
         }
     }
 
+    /// x with A x = b.
+    Values solve(Values const & b) const {
+        int const n = l.rows();
+        Values y(n), x(n);
+        for (int i = 0; i < n; ++i) {
+            y[i] = b[order[i]];
+            for (int j = 0; j < i; ++j)
+                y[i] -= l(i, j) * y[j];
+        }
+        for (int i = 0; i < n; ++i)
+            y[i] /= d[i];
+        for (int j = n - 1; j >= 0; --j) {
+            x[order[j]] = y[j];
+            for (int i = 0; i < j; ++i)
+                y[i] -= l(j, i) * y[j];
+        }
+        return x;
+    }
+
+    std::vector<int> order;
     mlMatrix l;
     Values d;
-    std::vector<std::vector<bool>> in_l; ///< what elimination fills
-    long long elements = 0;              ///< of these, below the diagonal
 };
