@@ -1,9 +1,11 @@
 // Conjugate and bi-conjugate gradients, their preconditioners and the operators that they multiply by.
 
+#include <algorithm>
 #include <cmath>
-#include <functional>
-#include <memory>
+#include <initializer_list>
 #include <tuple>
+#include <type_traits>
+#include <valarray>
 
 #include <gtest/gtest.h>
 
@@ -12,30 +14,25 @@
 #include "maths/sparse/mlConjugateGradients.h"
 #include "maths/sparse/mlDiagonalPreconditioner.h"
 #include "maths/sparse/mlIncompleteFactors.h"
-#include "maths/sparse/mlSparseMatrix.h"
-#include "maths/sparse/mlSparseSymMatrix.h"
-#include "tests/support/matrices.h"
-#include "tests/support/values.h"
+#include "tests/support/sparse_patterns.h"
 
 namespace {
 
-/// A band with gaps, by its diagonal as definite as one asks: in all forms.
+/// A band with gaps, not far from singular: symmetric, and with a larger lower triangle.
 struct Problem {
-    explicit Problem(int n, double diagonal = 2.1, double skew = 0.3)
-        : symmetric(mlMatrixZero, n), general(mlMatrixZero, n, n), dense(mlMatrixZero, n, n) {
+    explicit Problem(int n) {
         mlRandom random(n);
+        Elements elements;
         for (int i = 0; i < n; ++i) {
-            dense(i, i) = diagonal + random.uniform();
+            elements[{i, i}] = 2.1 + random.uniform();
             for (int const j : {i + 1, i + 4, i + 9})
-                if (j < n && random.uniform() < 0.8) dense(i, j) = dense(j, i) = -random.uniform(0.2, 0.7);
+                if (j < n && random.uniform() < 0.8) elements[{i, j}] = elements[{j, i}] = -random.uniform(0.2, 0.7);
         }
-        for (int i = 0; i < n; ++i) {
-            for (int j = 0; j < n; ++j) {
-                if (dense(i, j) == 0.0) continue;
-                if (j >= i) symmetric.set(i, j, dense(i, j));
-                general.set(i, j, j < i ? dense(i, j) * (1.0 + skew) : dense(i, j));
-            }
-        }
+        symmetric.become(symmetric_matrix(n, elements));
+        symmetric.decompress(dense);
+        for (auto & [at, value] : elements)
+            if (at.first > at.second) value *= 1.3;
+        general.become(general_matrix(n, elements));
         fill_random(b, n, 7);
     }
 
@@ -45,198 +42,164 @@ struct Problem {
     mlVector b;
 };
 
-enum Preconditioner { none, diagonal, factors };
-
-template <class Matrix> std::unique_ptr<mlLinearOperator> make(Preconditioner kind, Matrix const & a) {
-    if (kind == diagonal) return std::make_unique<mlDiagonalPreconditioner>(a);
-    if (kind == factors) return std::make_unique<mlIncompleteFactors>(a);
-    return nullptr;
-}
-
 // ---- the iterations as their headers have them, plainly ----
 
-double dot(Values const & x, Values const & y) {
+using Array = std::valarray<double>;
+
+double dot(Array const & x, Array const & y) {
     double s[8] = {};
     for (std::size_t i = 0; i < x.size(); ++i)
         s[i % 8] += x[i] * y[i];
     return ((s[0] + s[1]) + (s[2] + s[3])) + ((s[4] + s[5]) + (s[6] + s[7]));
 }
 
-double norm(Values const & x) { return std::sqrt(dot(x, x)); }
-
-Values times(mlLinearOperator const * m, Values const & x) {
+Array times(mlLinearOperator const * m, Array const & x) {
     if (m == nullptr) return x;
     mlVector y;
-    m->multiply(mlVector(utCopy, x), y);
-    return contents(y);
+    m->multiply(mlVector(utConvert, &x[0], static_cast<int>(x.size())), y);
+    return Array(y.data(), x.size());
 }
 
-/// An iterate, with the norms of the residuals up to it.
+/// An iterate, with the squares of the norms of the residuals up to it.
 struct Plain {
-    Values x, history;
+    Array x;
+    Values squares;
 };
 
-Plain plain_conjugate(mlLinearOperator const & a, mlLinearOperator const * m, Values const & b, int iterations) {
-    Plain result{Values(b.size(), 0.0), {1.0}};
-    Values r = b, p(b.size());
-    double rho_before = 0.0;
-    for (int k = 0; k < iterations; ++k) {
-        Values const z = times(m, r);
+Plain plain_conjugate(mlLinearOperator const * a, mlLinearOperator const * m, Array const & b, int iterations) {
+    Array x(b.size()), p(b.size()), r = b;
+    Values squares = {dot(b, b)};
+    for (double rho_before = 1.0; iterations > 0; --iterations) {
+        Array const z = times(m, r);
         double const rho = dot(r, z);
-        for (std::size_t i = 0; i < b.size(); ++i)
-            p[i] = k == 0 ? z[i] : z[i] + (rho / rho_before) * p[i];
-        Values const q = times(&a, p);
+        p = z + (rho / rho_before) * p;
+        Array const q = times(a, p);
         double const alpha = rho / dot(p, q);
-        for (std::size_t i = 0; i < b.size(); ++i) {
-            result.x[i] += alpha * p[i];
-            r[i] -= alpha * q[i];
-        }
+        x += alpha * p;
+        r -= alpha * q;
         rho_before = rho;
-        result.history.push_back(norm(r) / norm(b));
+        squares.push_back(dot(r, r));
     }
-    return result;
+    return {x, squares};
 }
 
-Plain plain_bi_conjugate(mlLinearOperator const & a, mlLinearOperator const * m, Values const & b, int iterations) {
-    Plain result{Values(b.size(), 0.0), {1.0}};
-    Values r = b, p = b, v;
-    double rho_before = 0.0, alpha = 0.0, omega = 0.0;
-    for (int k = 0; k < iterations; ++k) {
+Plain plain_bi_conjugate(mlLinearOperator const * a, mlLinearOperator const * m, Array const & b, int iterations) {
+    Array x(b.size()), p(b.size()), v(b.size()), r = b;
+    Values squares = {dot(b, b)};
+    double rho_before = 1.0, alpha = 1.0, omega = 1.0;
+    for (; iterations > 0; --iterations) {
         double const rho = dot(b, r);
-        for (std::size_t i = 0; i < b.size() && k > 0; ++i)
-            p[i] = r[i] + ((rho / rho_before) * (alpha / omega)) * (p[i] - omega * v[i]);
-        Values const u = times(m, p);
-        v = times(&a, u);
+        p = r + ((rho / rho_before) * (alpha / omega)) * (p - omega * v);
+        Array const u = times(m, p);
+        v = times(a, u);
         alpha = rho / dot(b, v);
-        for (std::size_t i = 0; i < b.size(); ++i)
-            r[i] -= alpha * v[i];
-        Values const w = times(m, r), t = times(&a, w);
+        r -= alpha * v;
+        Array const w = times(m, r), t = times(a, w);
         omega = dot(t, r) / dot(t, t);
-        for (std::size_t i = 0; i < b.size(); ++i) {
-            result.x[i] = (result.x[i] + alpha * u[i]) + omega * w[i];
-            r[i] -= omega * t[i];
-        }
+        x = (x + alpha * u) + omega * w;
+        r -= omega * t;
         rho_before = rho;
-        result.history.push_back(norm(r) / norm(b));
+        squares.push_back(dot(r, r));
     }
-    return result;
+    return {x, squares};
 }
 
 template <class Solver, class Matrix, class Iterate>
-void expect_plain_bits(Preconditioner kind, Matrix const & a, mlVector const & b, Iterate iterate) {
-    auto const m = make(kind, a);
-    mlMatrixOperator const multiplied(a);
-    Solver solver;
-    solver.set_preconditioner(m.get());
-    solver.set_max_iterations(5);
-    mlVector x{7.0}, r;
-    mlIterativeStatus const status = solver.solve(a, b, x);
-    ASSERT_EQ(status, mlIterativeIterationLimit);
-    Plain const plain = iterate(multiplied, m.get(), contents(b), 5);
-    EXPECT_EQ(contents(x), plain.x);
-    EXPECT_EQ(contents(solver.history()), plain.history);
-    multiplied.multiply(x, r);
-    for (int i = 0; i < b.size(); ++i)
-        r[i] = b[i] - r[i];
-    EXPECT_EQ(solver.residual(), norm(contents(r)) / norm(contents(b)));
+void expect_plain_bits(Matrix const & matrix, mlVector const & right, Iterate iterate) {
+    Array const b(right.data(), right.size());
+    mlLinearOperatorOf const a(matrix.rows(), [&](mlVector const & x, mlVector & y) { matrix.multiply_vector(x, y); });
+    mlDiagonalPreconditioner const diagonal(matrix);
+    mlIncompleteFactors const factors(matrix);
+    for (mlLinearOperator const * m : std::initializer_list<mlLinearOperator const *>{nullptr, &diagonal, &factors}) {
+        SCOPED_TRACE(testing::Message() << "n = " << b.size() << (m == nullptr ? "" : m == &diagonal ? ", D" : ", LU"));
+        Solver solver;
+        solver.set_preconditioner(m);
+        solver.set_tolerance(0.0);
+        solver.set_max_iterations(4);
+        mlVector x{7.0};
+        ASSERT_EQ(solver.solve(matrix, right, x), mlIterativeIterationLimit);
+        Plain plain = iterate(&a, m, b, 4);
+        EXPECT_EQ(contents(x), Values(std::begin(plain.x), std::end(plain.x)));
+        Array const r = b - times(&a, plain.x);
+        plain.squares.push_back(dot(r, r));
+        for (double & square : plain.squares)
+            square = std::sqrt(square) / std::sqrt(dot(b, b));
+        Values norms = contents(solver.history());
+        norms.push_back(solver.residual());
+        EXPECT_EQ(norms, plain.squares);
+    }
 }
 
+// That operators multiply like their matrices is part of it.
 TEST(IterativeSolvers, HaveTheBitsOfThePlainIteration) {
     for (int const n : {20, 31, 512, 515, 1030}) {
         Problem const problem(n);
-        for (Preconditioner const kind : {none, diagonal, factors}) {
-            SCOPED_TRACE(testing::Message() << "n = " << n << ", preconditioner " << kind);
-            expect_plain_bits<mlConjugateGradients>(kind, problem.symmetric, problem.b, plain_conjugate);
-            if (kind < factors || n > 500) // few unknowns converge before
-                expect_plain_bits<mlBiConjugateGradients>(kind, problem.general, problem.b, plain_bi_conjugate);
-        }
+        expect_plain_bits<mlConjugateGradients>(problem.symmetric, problem.b, plain_conjugate);
+        expect_plain_bits<mlBiConjugateGradients>(problem.general, problem.b, plain_bi_conjugate);
     }
 }
 
 // ---- operators and preconditioners ----
 
-TEST(MatrixOperators, MultiplyLikeTheirMatrices) {
-    for (int const n : {0, 1, 2, 40}) {
-        Problem const problem(n);
-        mlSparseSymMatrix symmetric(utCopy, problem.symmetric);
-        mlSparseMatrix general(utCopy, problem.general);
-        mlSparseSymMatrix pair(mlMatrixZero, 2);
-        pair.set(0, 1, 3.0);
-        symmetric.concatenate_diagonal(pair); // no diagonal, and a row without elements
-        general.concatenate_diagonal(mlSparseMatrix(mlMatrixZero, 2, 2));
-        mlVector x, y, expected;
-        fill_random(x, n + 2, 3);
-        mlMatrixOperator(symmetric).multiply(x, y);
-        symmetric.multiply_vector(x, expected);
-        EXPECT_EQ(contents(y), contents(expected));
-        mlMatrixOperator(general).multiply(x, y);
-        general.multiply_vector(x, expected);
-        EXPECT_EQ(contents(y), contents(expected));
-        mlMatrix dense;
-        general.decompress(dense);
-        mlMatrixOperator(dense).multiply(x, y);
-        EXPECT_EQ(contents(y), contents(expected));
-    }
+TEST(MatrixOperators, MultiplyWhereThereIsNoDiagonalAndWhereThereAreNoElements) {
+    Elements const elements = {{{0, 2}, 3.0}, {{2, 2}, 5.0}};
+    auto const expect_product = [](auto const & a, Values const & expected) {
+        mlVector y;
+        mlMatrixOperator(a).multiply(mlVector{2.0, 7.0, 11.0}, y);
+        EXPECT_EQ(contents(y), expected);
+    };
+    expect_product(symmetric_matrix(3, elements), {33.0, 0.0, 61.0});
+    expect_product(general_matrix(3, elements), {33.0, 0.0, 55.0});
+    expect_product(mlSparseMatrix(), {});
 }
 
 TEST(DiagonalPreconditioner, DividesByWhatIsNotZero) {
-    mlSparseMatrix general(mlMatrixZero, 3, 3);
-    mlSparseSymMatrix symmetric(mlMatrixZero, 3);
-    mlMatrix dense(mlMatrixZero, 3, 3);
-    general.set(0, 0, -4.0), general.set(1, 2, 9.0), general.set(2, 2, 0.0);
-    symmetric.set(0, 0, -4.0), symmetric.set(1, 2, 9.0), symmetric.set(2, 2, 0.0);
-    dense(0, 0) = -4.0, dense(1, 2) = 9.0;
-    mlVector y;
-    auto const divided = [&](mlDiagonalPreconditioner const & m) {
-        m.multiply(mlVector{6.0, 7.0, 8.0}, y);
-        return contents(y);
+    Elements const elements = {{{0, 0}, -4.0}, {{1, 2}, 9.0}, {{2, 2}, 0.0}};
+    auto const expect_division = [](auto const & a) {
+        mlVector y;
+        mlDiagonalPreconditioner(a).multiply(mlVector{6.0, 7.0, 8.0}, y);
+        EXPECT_EQ(contents(y), Values({-1.5, 7.0, 8.0}));
     };
-    Values const expected = {-1.5, 7.0, 8.0};
-    EXPECT_EQ(divided(mlDiagonalPreconditioner(general)), expected);
-    EXPECT_EQ(divided(mlDiagonalPreconditioner(symmetric)), expected);
-    EXPECT_EQ(divided(mlDiagonalPreconditioner(dense)), expected);
+    mlMatrix dense;
+    general_matrix(3, elements).decompress(dense);
+    expect_division(general_matrix(3, elements));
+    expect_division(symmetric_matrix(3, elements));
+    expect_division(dense);
 }
 
-/// L D U of `a`, by its definition: unit triangles in one matrix, D on the diagonal. Empty when a pivot fails.
-template <class Stored>
-bool plain_factors(mlMatrix const & a, Stored stored, double shift, bool symmetric, mlMatrix & f) {
+/// f becomes L D U of `a` by its definition: unit triangles in one matrix, D on the diagonal. False when a pivot fails.
+bool plain_factors(mlMatrix const & a, double shift, bool symmetric, mlMatrix & f) {
     int const n = a.rows();
-    f.become(mlMatrixZero, n, n);
+    f.become(utCopy, a);
     for (int i = 0; i < n; ++i) {
-        Values w(n, 0.0);
-        double size = symmetric ? a(i, i) : 0.0;
-        for (int j = 0; j < n; ++j) {
-            if (!symmetric) size = std::max(size, std::fabs(a(i, j)));
-            w[j] = a(i, j);
-        }
-        w[i] += (a(i, i) < 0.0 ? -1.0 : 1.0) * shift * size;
-        for (int k = 0; k < i; ++k) {
-            if (!stored(i, k)) continue;
+        double size = a(i, i);
+        for (int j = 0; j < n && !symmetric; ++j)
+            size = std::max(size, std::fabs(a(i, j)));
+        f(i, i) += a(i, i) < 0.0 ? -shift * size : shift * size;
+        for (int k = 0; k < i; ++k)
             for (int j = k + 1; j < n; ++j)
-                if ((stored(i, j) || i == j) && stored(k, j)) w[j] -= w[k] * f(k, j);
-        }
-        if (!(std::fabs(w[i]) > 0x1p-30 * size && (!symmetric || w[i] > 0.0))) return false;
-        f(i, i) = w[i];
+                if (a(i, j) != 0.0 || i == j) f(i, j) -= f(i, k) * f(k, j);
+        if (!((symmetric ? f(i, i) : std::fabs(f(i, i))) > 0x1p-30 * size)) return false;
         for (int j = 0; j < n; ++j)
-            if (j != i) f(i, j) = j < i ? w[j] / f(j, j) : w[j] / w[i];
+            if (j != i) f(i, j) /= f(std::min(i, j), std::min(i, j));
     }
     return true;
 }
 
+/// Also that half the shift would not have done.
 template <class Matrix> void expect_plain_factors(Matrix const & a, bool symmetric, bool shifted) {
     int const n = a.rows();
-    mlMatrix dense, f, unused;
+    mlMatrix dense, f;
     a.decompress(dense);
-    auto const stored = [&](int i, int j) { return dense(i, j) != 0.0; };
     mlIncompleteFactors const factors(a);
+    double const shift = factors.shift();
     ASSERT_EQ(factors.status(), mlIncompleteFactored);
-    EXPECT_EQ(factors.shift() > 0.0, shifted);
-    ASSERT_TRUE(plain_factors(dense, stored, factors.shift(), symmetric, f));
+    EXPECT_EQ(shift > 0.0, shifted);
     if (shifted) {
-        EXPECT_EQ(std::ilogb(factors.shift()), std::lround(std::log2(factors.shift())));
-        EXPECT_FALSE(
-            plain_factors(dense, stored, factors.shift() > 0x1p-10 ? factors.shift() / 2 : 0.0, symmetric, unused));
+        EXPECT_EQ(std::ilogb(shift), std::lround(std::log2(shift)));
+        EXPECT_FALSE(plain_factors(dense, shift > 0x1p-10 ? shift / 2 : 0.0, symmetric, f));
     }
+    ASSERT_TRUE(plain_factors(dense, shift, symmetric, f));
     mlVector x, z;
     fill_random(x, n, 5);
     factors.multiply(x, z);
@@ -247,12 +210,10 @@ template <class Matrix> void expect_plain_factors(Matrix const & a, bool symmetr
     for (int i = 0; i < n; ++i)
         y[i] /= f(i, i);
     for (int i = n - 1; i >= 0; --i) {
-        if (symmetric)
-            for (int j = 0; j < i; ++j)
-                y[j] -= f(i, j) * y[i];
-        else
-            for (int j = i + 1; j < n; ++j)
-                y[i] -= f(i, j) * y[j];
+        for (int j = 0; j < i && symmetric; ++j)
+            y[j] -= f(i, j) * y[i];
+        for (int j = i + 1; j < n && !symmetric; ++j)
+            y[i] -= f(i, j) * y[j];
     }
     EXPECT_EQ(contents(z), y);
 }
@@ -262,51 +223,46 @@ TEST(IncompleteFactors, HaveTheBitsOfTheirDefinition) {
         expect_plain_factors(Problem(n).symmetric, true, false);
         expect_plain_factors(Problem(n).general, false, false);
     }
-    mlSparseSymMatrix ring(mlMatrixZero, 4); // Kershaw's: positive definite, but IC(0) meets the pivot -5
-    mlSparseMatrix without_diagonal(mlMatrixZero, 3, 3);
-    for (int i = 0; i < 4; ++i) {
-        ring.set(i, i, 3.0);
-        if (i < 3) ring.set(i, i + 1, -2.0);
-        if (i == 0) ring.set(0, 3, 2.0);
-    }
-    expect_plain_factors(ring, true, true);
-    without_diagonal.set(0, 1, 3.0), without_diagonal.set(1, 0, -2.0);
-    without_diagonal.set(2, 1, 5.0), without_diagonal.set(2, 2, -0x1p-40);
-    expect_plain_factors(without_diagonal, false, true);
+    // Kershaw's: positive definite, but without a shift IC(0) meets the pivot -5.
+    mlMatrix const ring{{3.0, -2.0, 0.0, 2.0}, {-2.0, 3.0, -2.0, 0.0}, {0.0, -2.0, 3.0, -2.0}, {2.0, 0.0, -2.0, 3.0}};
+    expect_plain_factors(symmetric_matrix(ring), true, true);
+    mlMatrix const without_diagonal{{0.0, 3.0, 0.0}, {-2.0, 0.0, 0.0}, {0.0, 5.0, -0x1p-40}};
+    expect_plain_factors(general_matrix(without_diagonal), false, true);
 }
 
 TEST(IncompleteFactors, ShiftWhereAPivotIsSmall) {
     for (double const rest : {0x1p-31, 0x1p-30, 0x1p-29}) {
-        mlSparseSymMatrix a(mlMatrixZero, 2);
-        a.set(0, 0, 1.0), a.set(0, 1, 1.0), a.set(1, 1, 1.0 + rest);
-        EXPECT_EQ(mlIncompleteFactors(a).shift() > 0.0, rest < 0x1p-29);
-        EXPECT_EQ(mlIncompleteFactors(mlSparseMatrix(utCopy, a)).shift() > 0.0, rest < 0x1p-29);
+        mlMatrix const a{{1.0, 1.0}, {1.0, 1.0 + rest}};
+        EXPECT_EQ(mlIncompleteFactors(symmetric_matrix(a)).shift() > 0.0, rest < 0x1p-29);
+        EXPECT_EQ(mlIncompleteFactors(general_matrix(a)).shift() > 0.0, rest < 0x1p-29);
     }
 }
 
 TEST(IncompleteFactors, SayWhyThereAreNoneAndThenCopy) {
-    mlSparseMatrix in_u(mlMatrixIdentity, 3), overflow(mlMatrixZero, 3, 3); // where no pivot shows it
-    in_u.set(0, 2, nan_value);
-    overflow.set(0, 0, 1e200), overflow.set(0, 2, 1e208), overflow.set(2, 2, 1.0);
-    overflow.set(1, 0, 1e305), overflow.set(1, 1, 1e305), overflow.set(1, 2, 0.0);
-    EXPECT_EQ(mlIncompleteFactors(in_u).status(), mlIncompleteNotFinite);
-    EXPECT_EQ(mlIncompleteFactors(overflow).status(), mlIncompleteNotFinite);
-    for (double const value : {0.0, -1.0, nan_value, infinity}) {
-        mlSparseSymMatrix a(mlMatrixIdentity, 3);
-        mlSparseMatrix g(mlMatrixZero, 3, 3);
-        a.clear(0);
-        a.set(0, 0, 1.0), a.set(1, 1, value), a.set(1, 2, value), a.set(2, 2, 1e-300);
-        g.set(0, 0, 1.0), g.set(0, 2, value == -1.0 ? 0.0 : value), g.set(2, 0, 1e300), g.set(2, 2, 1.0);
-        if (value != 0.0 && value != -1.0) g.set(1, 1, 1.0);
-        mlIncompleteFactors const symmetric(a), general(g);
-        EXPECT_EQ(symmetric.status(), value <= 0.0 ? mlIncompleteNoPivot : mlIncompleteNotFinite) << value;
-        EXPECT_EQ(general.status(), value <= 0.0 ? mlIncompleteNoPivot : mlIncompleteNotFinite) << value;
+    struct {
+        Values elements; ///< of 3 rows
+        mlIncompleteStatus status;
+    } const failures[] = {
+        {{1, 0, 0, 0, 0, 0, 0, 0, 1e-300}, mlIncompleteNoPivot},
+        {{1, 0, 0, 0, nan_value, nan_value, 0, 0, 1}, mlIncompleteNotFinite},
+        {{1, 0, nan_value, 0, 1, 0, 0, 0, 1}, mlIncompleteNotFinite}, // no pivot shows it
+        {{1, 0, infinity, 0, 1, 0, 1e300, 0, 1}, mlIncompleteNotFinite},
+        {{1e200, 0, 1e208, 1e305, 1e305, 1, 0, 0, 1}, mlIncompleteNotFinite}, // (1, 2) overflows
+    };
+    auto const expect_failure = [](mlIncompleteFactors const & factors, mlIncompleteStatus status) {
         mlVector y;
-        for (mlIncompleteFactors const * m : {&symmetric, &general}) {
-            m->multiply(mlVector{1.0, 2.0, 3.0}, y);
-            EXPECT_EQ(contents(y), Values({1.0, 2.0, 3.0}));
-        }
+        factors.multiply(mlVector{1.0, 2.0, 3.0}, y);
+        EXPECT_EQ(std::tuple(factors.status(), contents(y)), std::tuple(status, Values({1.0, 2.0, 3.0})));
+    };
+    for (auto const & failure : failures) {
+        SCOPED_TRACE(&failure - failures);
+        mlMatrix const a(failure.elements, 3, 3);
+        expect_failure(mlIncompleteFactors(symmetric_matrix(a)), failure.status);
+        expect_failure(mlIncompleteFactors(general_matrix(a)), failure.status);
     }
+    mlSparseSymMatrix negative(mlMatrixIdentity, 3);
+    negative *= -1.0;
+    expect_failure(mlIncompleteFactors(negative), mlIncompleteNoPivot);
 }
 
 // ---- solutions ----
@@ -317,114 +273,104 @@ TYPED_TEST_SUITE(IterativeSolver, Solvers);
 
 /// ||b - A x|| / ||b||, in other ways than the library's.
 double residual(mlMatrix const & a, mlVector const & b, mlVector const & x) {
-    double square = 0.0, square_b = 0.0;
-    for (int i = 0; i < b.size(); ++i) {
-        double r = b[i];
-        for (int j = 0; j < b.size(); ++j)
-            r -= a(i, j) * x[j];
-        square += r * r;
-        square_b += b[i] * b[i];
-    }
-    return std::sqrt(square / square_b);
+    mlVector r(mlMatrixProduct, a, x);
+    r -= b;
+    return std::sqrt(r.modulus_squared() / b.modulus_squared());
 }
 
 TYPED_TEST(IterativeSolver, SolvesWhatItIsGivenInEveryForm) {
     for (int const n : {1, 2, 9, 200}) {
+        SCOPED_TRACE(testing::Message() << "n = " << n);
         Problem const problem(n);
-        auto const m = make(factors, problem.symmetric);
+        mlSparseSymMatrix const & a = problem.symmetric;
         TypeParam solver;
         mlVector x, y, in_place(utCopy, problem.b);
-        int const plain_iterations = (solver.solve(problem.symmetric, problem.b, x), solver.iterations());
+        auto const expect_solution = [&](mlIterativeStatus status, mlVector const & found) {
+            EXPECT_EQ(status, mlIterativeConverged);
+            EXPECT_LE(residual(problem.dense, problem.b, found), 1.01e-10);
+        };
+        expect_solution(solver.solve(a, problem.b, x), x);
+        int const plain_iterations = solver.iterations();
         EXPECT_EQ(std::tuple(solver.status(), solver.history().size()),
                   std::tuple(mlIterativeConverged, plain_iterations + 1));
         EXPECT_LE(solver.residual(), 1e-10);
-        EXPECT_LE(residual(problem.dense, problem.b, x), 1.01e-10);
-        EXPECT_EQ(solver.solve(problem.dense, in_place, in_place), mlIterativeConverged);
+        solver.solve(problem.dense, in_place, in_place);
         EXPECT_EQ(contents(in_place), contents(x));
-        solver.solve(mlSparseMatrix(utCopy, problem.symmetric), problem.b, y);
+        solver.solve(mlSparseMatrix(utCopy, a), problem.b, y);
         EXPECT_EQ(contents(y), contents(x));
-        mlLinearOperatorOf const f(
-            n, [&](mlVector const & v, mlVector & to) { problem.symmetric.multiply_vector(v, to); });
-        solver.solve(f, problem.b, y);
-        EXPECT_EQ(contents(y), contents(x));
-        for (double const scale : {0x1p-1000, 0x1p-500, 0x1p500, 0x1p1000}) {
-            mlVector scaled(utCopy, problem.b);
-            scaled *= scale;
-            EXPECT_EQ(solver.solve(f, scaled, y), mlIterativeConverged);
-            for (int i = 0; i < n; ++i)
-                EXPECT_EQ(y[i], x[i] * scale);
-            EXPECT_EQ(solver.improve(f, scaled, y), mlIterativeConverged);
-            EXPECT_EQ(solver.iterations(), 0);
+        mlLinearOperatorOf const f(n, [&](mlVector const & v, mlVector & to) { a.multiply_vector(v, to); });
+        for (double const scale : {0x1p-1000, 0x1p-500, 1.0, 0x1p500, 0x1p1000}) {
+            mlVector scaled(utCopy, problem.b), expected(utCopy, x);
+            scaled *= scale, expected *= scale;
+            EXPECT_EQ(solver.solve(f, scaled, y), mlIterativeConverged) << scale;
+            EXPECT_EQ(contents(y), contents(expected)) << scale;
+            EXPECT_EQ(solver.improve(f, scaled, y), mlIterativeConverged) << scale;
+            EXPECT_EQ(std::tuple(solver.iterations(), solver.calls()), std::tuple(0, 1)) << scale;
         }
-        solver.set_preconditioner(m.get());
-        EXPECT_EQ(solver.solve(problem.symmetric, problem.b, y), mlIterativeConverged);
-        EXPECT_LE(residual(problem.dense, problem.b, y), 1.01e-10);
+        mlIncompleteFactors const m(a);
+        solver.set_preconditioner(&m);
+        expect_solution(solver.solve(a, problem.b, y), y);
         EXPECT_LE(solver.iterations(), n < 200 ? n : 0.7 * plain_iterations);
-        EXPECT_EQ(solver.improve(problem.symmetric, problem.b, x), mlIterativeConverged);
-        EXPECT_EQ(std::tuple(solver.iterations(), solver.calls()), std::tuple(0, 1));
         x[0] += 1e-6;
-        EXPECT_EQ(solver.improve(problem.symmetric, problem.b, x), mlIterativeConverged);
-        EXPECT_LE(residual(problem.dense, problem.b, x), 1.01e-10);
+        expect_solution(solver.improve(a, problem.b, x), x);
         EXPECT_LT(solver.history()[0], 1e-4);
     }
 }
 
 TYPED_TEST(IterativeSolver, SaysHowItEnded) {
+    using End = std::tuple<mlIterativeStatus, int, Values>; // braces are evaluated in order
     int const n = 150;
     Problem const problem(n);
     TypeParam solver;
-    mlVector x{1.0, 2.0}, b;
+    mlVector x{1.0, 2.0}, none;
+    auto const end = [&](auto const & a, mlVector const & b) {
+        mlIterativeStatus const status = solver.solve(a, b, x);
+        return End{status, solver.iterations(), contents(x)};
+    };
+    auto const status = [&](auto const & a) { return solver.solve(a, problem.b, x); };
+    Values const zeros(n);
     EXPECT_EQ(solver.status(), mlIterativeIterationLimit);
-    auto const ends = [&](auto const & a) { return solver.solve(a, problem.b, x); };
-    EXPECT_EQ(solver.solve(problem.symmetric, mlVector(mlVectorZero, n), x), mlIterativeConverged);
-    EXPECT_EQ(std::tuple(contents(x), solver.iterations(), solver.residual()), std::tuple(Values(n, 0.0), 0, 0.0));
-    mlVector none;
+    EXPECT_EQ(end(problem.symmetric, mlVector(mlVectorZero, n)), End(mlIterativeConverged, 0, zeros));
+    EXPECT_EQ(solver.residual(), 0.0);
     EXPECT_EQ(solver.solve(mlSparseSymMatrix(), none, none), mlIterativeConverged);
 
     solver.set_tolerance(0.0);
-    EXPECT_EQ(ends(problem.symmetric), mlIterativeStagnated);
+    EXPECT_EQ(status(problem.symmetric), mlIterativeStagnated);
     EXPECT_LT(residual(problem.dense, problem.b, x), 1e-14);
     EXPECT_LT(solver.iterations(), 300);
     solver.set_tolerance(2.0);
-    EXPECT_EQ(ends(problem.symmetric), mlIterativeConverged);
-    EXPECT_EQ(std::tuple(contents(x), solver.iterations()), std::tuple(Values(n, 0.0), 0));
+    EXPECT_EQ(end(problem.symmetric, problem.b), End(mlIterativeConverged, 0, zeros));
     solver.set_tolerance(1e-10);
     solver.set_max_iterations(0);
-    EXPECT_EQ(ends(problem.symmetric), mlIterativeIterationLimit);
-    EXPECT_EQ(std::tuple(contents(x), solver.residual()), std::tuple(Values(n, 0.0), 1.0));
+    EXPECT_EQ(end(problem.symmetric, problem.b), End(mlIterativeIterationLimit, 0, zeros));
+    EXPECT_EQ(solver.residual(), 1.0);
     solver.set_max_iterations(10000);
 
     bool const conjugate = std::is_same_v<TypeParam, mlConjugateGradients>;
-    mlIterativeStatus const stuck = conjugate ? mlIterativeNotPositive : mlIterativeBreakdown;
-    Matrix const turn(2, 2, {0.0, 1.0, -1.0, 0.0}), indefinite(2, 2, {1.0, 1.0, 1.0, 0.0});
-    EXPECT_EQ(solver.solve(turn, mlVector{1.0, 0.0}, x), stuck);
-    EXPECT_EQ(contents(x), Values({0.0, 0.0}));
-    EXPECT_EQ(ends(mlSparseSymMatrix(mlMatrixZero, n)), stuck);
-    EXPECT_EQ(solver.solve(indefinite, mlVector{1.0, 0.0}, x), stuck); // after a good step
-    EXPECT_EQ(std::tuple(contents(x), solver.residual(), solver.iterations()),
-              std::tuple(Values({1.0, 0.0}), 1.0, conjugate ? 1 : 0));
+    mlIterativeStatus const stuck = conjugate ? mlIterativeNotPositive : mlIterativeBreakdown,
+                            negative = conjugate ? mlIterativeNotPositive : mlIterativeConverged;
+    mlMatrix const turn{{0.0, 1.0}, {-1.0, 0.0}}, indefinite{{1.0, 1.0}, {1.0, 0.0}};
+    EXPECT_EQ(end(turn, mlVector{1.0, 0.0}), End(stuck, 0, {0.0, 0.0}));
+    EXPECT_EQ(end(mlSparseSymMatrix(mlMatrixZero, n), problem.b), End(stuck, 0, zeros));
+    EXPECT_EQ(end(indefinite, mlVector{1.0, 0.0}), End(stuck, conjugate, {1.0, 0.0})) << "after a good step";
+    EXPECT_EQ(solver.residual(), 1.0);
     mlSparseSymMatrix minus(utCopy, problem.symmetric);
     minus *= -1.0;
-    EXPECT_EQ(ends(minus), conjugate ? mlIterativeNotPositive : mlIterativeConverged);
-    mlDiagonalPreconditioner const negative(minus);
-    solver.set_preconditioner(&negative);
-    EXPECT_EQ(ends(problem.symmetric), conjugate ? mlIterativeNotPositive : mlIterativeConverged);
-    solver.set_preconditioner(nullptr);
+    EXPECT_EQ(status(minus), negative);
+    mlDiagonalPreconditioner const minus_diagonal(minus);
+    solver.set_preconditioner(&minus_diagonal);
+    EXPECT_EQ(status(problem.symmetric), negative);
 }
 
 TYPED_TEST(IterativeSolver, JudgesByTheResidualComputedAnew) {
-    int const n = 100;
-    mlSparseSymMatrix chain(mlMatrixZero, n);
-    for (int i = 0; i < n; ++i)
-        for (int j = i; j < std::min(i + 2, n); ++j)
-            chain.set(i, j, i == j ? 2.0 : -1.0);
-    mlVector b, x;
-    fill_random(b, n, 3);
+    mlSparseSymMatrix const a = symmetric_matrix(100, chain(100, 1e-3));
     TypeParam solver;
+    mlVector b, x;
+    fill_random(b, 100, 3);
     bool stagnated = false;
     for (double const tolerance : {1e-3, 1e-8, 1e-12, 1e-14, 1e-15, 4e-16, 2e-16}) {
         solver.set_tolerance(tolerance);
-        mlIterativeStatus const status = solver.solve(chain, b, x);
+        mlIterativeStatus const status = solver.solve(a, b, x);
         EXPECT_EQ(status == mlIterativeConverged, solver.residual() <= tolerance) << tolerance;
         stagnated = stagnated || status == mlIterativeStagnated;
     }
@@ -433,44 +379,40 @@ TYPED_TEST(IterativeSolver, JudgesByTheResidualComputedAnew) {
 
 // r's first element is 0 after the first iteration, and b has no other.
 TEST(BiConjugateGradients, BeginAnewWhereTheResidualIsAtARightAngleToTheShadow) {
-    mlBiConjugateGradients solver;
     mlVector x;
+    mlVector const b{1.0, 0.0, 0.0};
     for (double const coupling : {0.0, 1.0}) { // A r is at a right angle as well, or not
-        Matrix const a(3, 3, {1.0, coupling, -coupling, 1.0, 2.0, 0.0, 1.0, 1.0, 3.0});
-        mlVector const b{1.0, 0.0, 0.0};
-        EXPECT_EQ(solver.solve(a, b, x), mlIterativeConverged) << coupling;
+        mlMatrix const a{{1.0, coupling, -coupling}, {1.0, 2.0, 0.0}, {1.0, 1.0, 3.0}};
+        EXPECT_EQ(mlBiConjugateGradients().solve(a, b, x), mlIterativeConverged) << coupling;
         EXPECT_LE(residual(a, b, x), 1.01e-10);
     }
 }
 
 TYPED_TEST(IterativeSolver, LeavesXAloneWhereNumbersAreNotFinite) {
     int const n = 60;
+    TypeParam solver;
+    solver.set_max_iterations(200);
     for (double const bad : {nan_value, infinity, -infinity, 1e300}) {
         for (int place = 0; place < 3; ++place) {
+            SCOPED_TRACE(testing::Message() << bad << " in " << (place == 0 ? "A" : place == 1 ? "b" : "x"));
             Problem problem(n);
             mlVector x(mlVectorZero, n);
             x[1] = 5.0;
             if (place == 0) problem.dense(30, 31) = problem.dense(31, 30) = bad;
-            if (place == 1) problem.b[40] = bad;
-            if (place == 2) x[40] = bad;
-            TypeParam solver;
-            solver.set_max_iterations(200);
+            if (place > 0) (place == 1 ? problem.b : x)[40] = bad;
             mlVector const before(utCopy, x);
             mlIterativeStatus const status = solver.improve(problem.dense, problem.b, x);
-            if (bad == 1e300 && place < 2) {
-                EXPECT_LT(solver.iterations(), 201);
-                continue;
-            }
+            if (bad == 1e300 && place < 2) continue; // ends, somehow
             EXPECT_EQ(status, mlIterativeNotFinite);
             EXPECT_TRUE(std::isnan(solver.residual()));
-            for (int i = 0; i < n; ++i)
-                EXPECT_TRUE(same(x[i], before[i]));
+            EXPECT_TRUE(equal_bits(before, x, n));
         }
     }
 }
 
 TYPED_TEST(IterativeSolver, TellsItsObserverOfEachIteration) {
     Problem const problem(150);
+    TypeParam solver;
     Values told, steps;
     int calls = 0, limit = 1000;
     mlObserverOf watch([&](mlProgress const & p) {
@@ -480,22 +422,20 @@ TYPED_TEST(IterativeSolver, TellsItsObserverOfEachIteration) {
         calls = p.calls;
         return p.iteration < limit;
     });
-    TypeParam solver;
-    mlVector unwatched, x;
+    mlVector unwatched, x, two;
     solver.solve(problem.symmetric, problem.b, unwatched);
     solver.set_observer(&watch);
     EXPECT_EQ(solver.solve(problem.symmetric, problem.b, x), mlIterativeConverged);
     EXPECT_EQ(contents(x), contents(unwatched));
-    Values history = contents(solver.history());
+    Values const history = contents(solver.history());
     EXPECT_EQ(told, Values(history.begin() + 1, history.end() - 1)); // not of the one that converges
     limit = 3;
     told.clear(), steps.clear();
     EXPECT_EQ(solver.solve(problem.symmetric, problem.b, x), mlIterativeStopped);
-    EXPECT_EQ(std::tuple(solver.iterations(), solver.stopped(), steps.size()), std::tuple(3, 1, 3u));
-    EXPECT_EQ(solver.calls(), calls + 1);
+    EXPECT_EQ(std::tuple(solver.iterations(), solver.stopped(), steps.size(), solver.calls()),
+              std::tuple(3, 1, 3u, calls + 1));
     solver.set_observer(nullptr);
     solver.set_max_iterations(2);
-    mlVector two;
     solver.solve(problem.symmetric, problem.b, two);
     x -= two;
     EXPECT_NEAR(steps[2], std::sqrt(x.modulus_squared()), 1e-12);
