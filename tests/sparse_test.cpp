@@ -37,7 +37,7 @@ Dense sum(mlMatrix const & a, mlMatrix const & b, double sign = 1.0, int row = 0
     });
 }
 
-// They make protected members public.
+/// It makes protected members public.
 struct General : mlSparseMatrix {
     explicit General(mlMatrix const & dense) : mlSparseMatrix(mlMatrixZero, dense.rows(), dense.cols()) {
         for (int k = 0; k < dense.rows() * dense.cols(); ++k)
@@ -45,9 +45,6 @@ struct General : mlSparseMatrix {
     }
     using mlSparseMatrix::row;
     using mlSparseMatrix::row_dot_product;
-};
-struct Symmetric : mlSparseSymMatrix {
-    using mlSparseSymMatrix::row_dot_self;
 };
 
 /// m has the elements and products of the dense matrix, to the bit, and rows in order.
@@ -80,12 +77,11 @@ void change(mlSparseMatrix & m, mlMatrix & dense, Choice & choice) {
     auto const expect = [&](mlMatrix const & result) { dense.become(utCopy, result); };
     mlSparseMatrix const made(utCopy, General(b)), &other = itself ? m : made, turned(mlMatrixTranspose, other);
     int const row = choice(std::max(a.rows() - 5, 1)), col = choice(std::max(a.cols() - 5, 1));
+    int const rows = std::min(a.rows(), 6), cols = std::min(a.cols(), 6);
     switch (a.rows() > 12 || a.cols() > 12 ? 0 : choice(11)) {
     case 0:
-        dense.become(mlMatrixZero, std::min(a.rows(), 6), std::min(a.cols(), 6));
-        for (int k = 0; k < dense.rows() * dense.cols(); ++k)
-            dense[k] = b(row + k / dense.cols(), col + k % dense.cols());
-        other.extract_sub_matrix(row, col, dense.rows(), dense.cols(), m);
+        other.extract_sub_matrix(row, col, rows, cols, m);
+        expect(Dense(rows, cols, [&](int i, int j) { return b(row + i, col + j); }));
         break;
     case 1: m += other, expect(sum(a, b)); break;
     case 2: m -= other, expect(sum(a, b, -1.0)); break;
@@ -96,10 +92,7 @@ void change(mlSparseMatrix & m, mlMatrix & dense, Choice & choice) {
     case 7: m.become(mlMatrixProduct, m, turned), multiply(a, b_turned, dense); break;
     case 8: m.become(mlMatrixProduct, turned, m), multiply(b_turned, a, dense); break;
     case 9: m.become(utCopy, other), expect(b); break;
-    case 10:
-        m *= 3.0, m /= 7.0;
-        for (double & x : dense)
-            x = x * 3.0 / 7.0;
+    case 10: m *= 3.0, m /= 7.0, dense *= 3.0, dense /= 7.0; break;
     }
 }
 
@@ -169,15 +162,21 @@ TEST(SparseRow, DoublesItsRoomFromEight) {
 TEST(SparseRow, LosesElementsThatAreOutOfOrderWithoutAWord) {
     if (checked_build) GTEST_SKIP() << "which stops at the first";
     mlSparseRow row;
+    Values found, expected(16);
     for (int const column : {2, 9, 5, 12})
-        row.append_element(column, column);
+        row.append_element(column, expected[column + 1] = column);
     for (int column = -1; column < 15; ++column)
-        EXPECT_EQ(row.element(column), column == 2 || column == 9 || column == 12 ? column : 0.0);
+        found.push_back(row.element(column));
+    expected[5 + 1] = 0.0;
+    EXPECT_EQ(found, expected);
     EXPECT_EQ(row.last_column_index(), 12);
 }
 
 TEST(SparseRow, IteratorsStepAndMeetInCommonColumns) {
-    General const m(Matrix(3, 5, {0, 0.1, 0.2, 0, 0.3, 3.0, 0, 0.7, 0, 0.9, 0, 0, 0, 0, 0}));
+    struct Symmetric : mlSparseSymMatrix {
+        using mlSparseSymMatrix::row_dot_self;
+    };
+    General const m(mlMatrix{{0, 0.1, 0.2, 0, 0.3}, {3.0, 0, 0.7, 0, 0.9}, {0, 0, 0, 0, 0}});
     mlSparseRowIT a = m.row_iterator(0), b = m.row_iterator(1), none = m.row_iterator(2);
     EXPECT_EQ(a.next()->index, 2); // straight after a reset, the step is to element 1
     double result = 1.0;
@@ -191,13 +190,14 @@ TEST(SparseRow, IteratorsStepAndMeetInCommonColumns) {
 }
 
 TEST(SparseMatrix, KeepsExplicitZerosAndTheirSignsAndALongerResultsSize) {
-    mlSparseMatrix m(mlMatrixIdentity, 2), negative(mlMatrixZero, 2, 2);
-    m -= mlSparseMatrix(mlMatrixIdentity, 2);
-    EXPECT_EQ(m.num_non_zero_elements(), 2);
+    mlSparseMatrix const unit(mlMatrixIdentity, 2);
+    mlSparseMatrix m(utCopy, unit), negative(mlMatrixZero, 2, 2);
+    m -= unit;
     negative -= m;
-    negative.become(mlMatrixProduct, mlSparseMatrix(mlMatrixIdentity, 2), negative);
-    EXPECT_TRUE(std::signbit(negative.element(1, 1)) && negative.num_non_zero_elements() == 2);
-    Vector x{1, 2, 3}, y{9, 9, 9}, z{9, 9, 9};
+    negative.become(mlMatrixProduct, unit, negative);
+    EXPECT_EQ(std::pair(m.num_non_zero_elements(), negative.num_non_zero_elements()), std::pair(2, 2));
+    EXPECT_TRUE(std::signbit(negative.element(1, 1)));
+    mlVector x{1, 2, 3}, y{9, 9, 9}, z{9, 9, 9};
     m.multiply_vector(x, y);
     mlSparseSymMatrix(mlMatrixIdentity, 2).multiply_vector(x, z);
     EXPECT_EQ(std::tuple(contents(y), contents(z)), std::tuple(Values(2), (Values{1, 2, 0})));
@@ -205,7 +205,7 @@ TEST(SparseMatrix, KeepsExplicitZerosAndTheirSignsAndALongerResultsSize) {
 
 TEST(SparseMatrix, SumsTheLaterOfTwoElementsInOneColumnFirstInTheProductWithItsTranspose) {
     if (checked_build) GTEST_SKIP() << "stops at such a row";
-    General a(Matrix(2, 2, {1, 1e16, 1, 1}));
+    General a(mlMatrix{{1, 1e16}, {1, 1}});
     a.row(1).append_elements(std::array{mlSparseElement(1, -1e16)}.data(), 1);
     mlSparseSymMatrix const product(mlMatrixPremultiplyTranspose, a);
     EXPECT_EQ(product.element(0, 1), 1.0);
