@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <numeric>
 #include <ostream>
 #include <tuple>
 #include <utility>
@@ -26,20 +25,11 @@ struct Pattern {
     friend std::ostream & operator<<(std::ostream & stream, Pattern const & p) { return stream << p.name; }
 };
 
-std::vector<int> shuffled(int n, long seed) {
-    std::vector<int> order(n);
-    std::iota(order.begin(), order.end(), 0);
-    mlRandom random(seed);
-    for (int i = n - 1; i > 0; --i)
-        std::swap(order[i], order[static_cast<int>(random.uniform() * (i + 1))]);
-    return order;
-}
-
+/// Rows and columns exchanged; n has no factor in common with 41 and 43.
 Elements scrambled(int n, Elements const & elements) {
-    auto const rows = shuffled(n, 7), columns = shuffled(n, 8);
     Elements result;
     for (auto const & [at, value] : elements)
-        result[{rows[at.first], columns[at.second]}] = value;
+        result[{at.first * 41 % n, at.second * 43 % n}] = value;
     return result;
 }
 
@@ -64,17 +54,19 @@ Elements with_equal_sizes(Elements elements, double on_diagonal) {
     return elements;
 }
 
-/// Conductances between nodes, and sources of given voltage, whose rows have no diagonal.
-Elements circuit(int n, int nodes) {
+/// Conductances between nodes, and sources of given voltage, whose rows have no diagonal; row i is multiplied by
+/// scale(i).
+template <class Scale> Elements circuit(int n, int nodes, Scale scale) {
     mlRandom random(n);
     Elements elements = coupled(nodes, random_edges(nodes, 2, 3), 0.01, [&] {
         return -std::exp2(std::floor(random.uniform(-20.0, 1.0))) * random.uniform(1.0, 2.0);
     });
-    for (int j = nodes; j < n; ++j) {
-        int const i = 2 * (j - nodes);
+    for (int j = nodes, i = 0; j < n; ++j, i += 2) {
         elements[{i, j}] = elements[{j, i}] = 1.0;
         elements[{i + 1, j}] = elements[{j, i + 1}] = -1.0;
     }
+    for (auto & [at, value] : elements)
+        value *= scale(at.first);
     return elements;
 }
 
@@ -89,13 +81,6 @@ Elements blocks(int n) {
     return elements;
 }
 
-/// Rows multiplied by powers of ten.
-Elements badly_scaled(Elements elements) {
-    for (auto & [at, value] : elements)
-        value *= std::pow(10.0, at.first * 37 % 200 - 100);
-    return elements;
-}
-
 Pattern const patterns[] = {
     {"none", 0, {}, 0, false},
     {"one", 1, random_columns(1, 0, 1.0), 1, false},
@@ -107,9 +92,9 @@ Pattern const patterns[] = {
     {"scrambled_random", 120, scrambled(120, random_columns(120, 3, 0.01)), -1, true},
     {"equal_sizes", 30, with_equal_sizes(full(30, 1.0), 0x1p-20), 1, true},
     {"few_equal_sizes", 80, scrambled(80, with_equal_sizes(random_columns(80, 3, 1.0), 0x1p-6)), -1, true},
-    {"circuit", 130, circuit(130, 110), 1, false},
+    {"circuit", 130, circuit(130, 110, [](int) { return 1.0; }), 1, false},
     {"blocks", 120, scrambled(120, blocks(120)), 15, false},
-    {"badly_scaled", 120, badly_scaled(circuit(120, 100)), 1, false},
+    {"badly_scaled", 120, circuit(120, 100, [](int i) { return std::pow(10.0, i * 37 % 200 - 100); }), 1, false},
     {"more_than_a_word", 200, full(200, 1e-5), 1, true},
 };
 
@@ -119,23 +104,6 @@ protected:
     mlSparseMatrix const a = general_matrix(n, GetParam().elements);
 };
 
-void expect_same(mlSparseLU const & lu, PlainLu const & plain) {
-    EXPECT_EQ(contents(lu.row_order()), plain.row_order);
-    EXPECT_EQ(std::tuple(lu.num_non_zero_elements_l(), lu.num_non_zero_elements_u(), lu.num_non_zero_elements_f()),
-              std::tuple(plain.in_l + plain.n, plain.in_u, plain.in_f));
-    EXPECT_EQ(std::tuple(lu.num_blocks(), lu.num_exchanges()),
-              std::tuple(static_cast<int>(plain.blocks.size()) - 1, plain.exchanges));
-    mlSparseMatrix l, u, f;
-    lu.matrix_l(l), lu.matrix_u(u), lu.matrix_f(f);
-    for (auto const & [found, expected] : {std::pair(&l, &plain.l), {&u, &plain.u}, {&f, &plain.f}}) {
-        mlMatrix dense;
-        found->decompress(dense);
-        EXPECT_TRUE(equal_bits(*expected, dense)) << "of L, U or F";
-    }
-    for (int i = 0; i < plain.n; ++i)
-        EXPECT_EQ(lu.pivots()[i], plain.u(i, i));
-}
-
 // The definition in the header, term by term, with the exchanges, the blocks and the elements that elimination makes.
 TEST_P(SparseLUOf, HasTheBitsAndThePatternOfPlainElimination) {
     mlSparseLU lu;
@@ -143,12 +111,24 @@ TEST_P(SparseLUOf, HasTheBitsAndThePatternOfPlainElimination) {
     intcoDynArr const rows(utCopy, lu.row_order());
     for (double const threshold : {1.0, 0.0, mlSparseLUThreshold}) {
         ASSERT_EQ((std::tuple{lu.factor(a, threshold), lu.failed_column()}), std::tuple(mlSparseLUFactored, -1));
-        expect_same(lu, PlainLu(a, rows, lu.column_order(), threshold));
+        PlainLu const plain(a, rows, lu.column_order(), threshold);
+        EXPECT_EQ(contents(lu.row_order()), plain.row_order);
+        EXPECT_EQ(std::tuple(lu.num_non_zero_elements_l(), lu.num_non_zero_elements_u(), lu.num_non_zero_elements_f()),
+                  std::tuple(plain.in_l + n, plain.in_u, plain.in_f));
+        EXPECT_EQ(std::tuple(lu.num_blocks() + 1, lu.num_exchanges()),
+                  std::tuple(plain.blocks.size(), plain.exchanges));
+        mlSparseMatrix l, u, f;
+        lu.matrix_l(l), lu.matrix_u(u), lu.matrix_f(f);
+        for (auto const & [found, expected] : {std::pair(&l, &plain.l), {&u, &plain.u}, {&f, &plain.f}}) {
+            mlMatrix dense;
+            found->decompress(dense);
+            EXPECT_TRUE(equal_bits(*expected, dense)) << "of L, U or F";
+        }
+        for (int i = 0; i < n; ++i)
+            EXPECT_EQ(lu.pivots()[i], plain.u(i, i));
     }
     EXPECT_EQ(lu.num_exchanges() > 0, GetParam().exchanges);
-    if (GetParam().blocks >= 0) {
-        EXPECT_EQ(lu.num_blocks(), GetParam().blocks);
-    }
+    EXPECT_EQ(lu.num_blocks(), GetParam().blocks < 0 ? lu.num_blocks() : GetParam().blocks);
     for (auto order : {contents(rows), contents(lu.row_order()), contents(lu.column_order())}) {
         std::sort(order.begin(), order.end());
         for (int i = 0; i < n; ++i)
@@ -175,13 +155,10 @@ TEST(SparseLU, FactorsNewValuesByTheSameAnalysis) {
     other *= -3.0;
     zero *= 0.0;
     mlSparseLU lu;
-    auto const state = [&] {
-        return std::tuple(lu.dimension(), lu.status(), lu.pivots().size(), lu.num_non_zero_elements_l(),
-                          lu.num_non_zero_elements_u());
-    };
-    EXPECT_EQ(state(), std::tuple(0, mlSparseLUNotFactored, 0, 0, 0));
+    auto const state = [&] { return std::tuple(lu.dimension(), lu.status(), lu.pivots().size(), lu.num_exchanges()); };
+    EXPECT_EQ(state(), std::tuple(0, mlSparseLUNotFactored, 0, 0));
     lu.analyse(other);
-    EXPECT_EQ(state(), std::tuple(120, mlSparseLUNotFactored, 0, 0, 0));
+    EXPECT_EQ(state(), std::tuple(120, mlSparseLUNotFactored, 0, 0));
     EXPECT_EQ(lu.factor(zero), mlSparseLUSingular);
     EXPECT_EQ(lu.factor(other), mlSparseLUFactored);
     EXPECT_EQ(lu.factor(a), mlSparseLUFactored);
@@ -189,7 +166,8 @@ TEST(SparseLU, FactorsNewValuesByTheSameAnalysis) {
     EXPECT_EQ(std::tuple(contents(lu.pivots()), contents(lu.row_order()), lu.failed_column(), lu.num_exchanges()),
               std::tuple(contents(fresh.pivots()), contents(fresh.row_order()), -1, fresh.num_exchanges()));
     lu.analyse(mlSparseMatrix(mlMatrixIdentity, 9));
-    EXPECT_EQ(state(), std::tuple(9, mlSparseLUNotFactored, 0, 0, 0));
+    EXPECT_EQ(state(), std::tuple(9, mlSparseLUNotFactored, 0, 0));
+    EXPECT_EQ(lu.num_non_zero_elements_l() + lu.num_non_zero_elements_u(), 0);
 }
 
 // Of thousands of rows: the search for columns goes through groups of words, and elements are taken out of it.
@@ -221,12 +199,11 @@ struct Failure {
     char const * name;
     std::function<void(mlMatrix &)> change; ///< of a matrix of one block
     mlSparseLUStatus status;
-    std::vector<int> columns; ///< of which one is named
+    std::vector<int> columns; ///< of which one is named; none when it may be any, after all before it are done
 };
 
 TEST(SparseLU, SaysWhyAndWhereItEnds) {
     int const n = 9;
-    std::vector<int> const all = shuffled(n, 1);
     auto const remove = [](auto && slice) { slice -= slice; };
     Failure const failures[] = {
         {"column missing", [&](mlMatrix & a) { remove(a.col(4)); }, mlSparseLUStructurallySingular, {4}},
@@ -234,7 +211,10 @@ TEST(SparseLU, SaysWhyAndWhereItEnds) {
          [&](mlMatrix & a) { remove(a.col(2)), remove(a.col(6)); },
          mlSparseLUStructurallySingular,
          {2}},
-        {"row missing", [&](mlMatrix & a) { remove(a.row(4)); }, mlSparseLUStructurallySingular, all},
+        {"row missing",
+         [&](mlMatrix & a) { remove(a.row(4)); },
+         mlSparseLUStructurallySingular,
+         {0, 1, 2, 3, 4, 5, 6, 7, 8}},
         {"three columns in two rows",
          [&](mlMatrix & a) {
              for (int const j : {2, 5, 6})
@@ -242,7 +222,7 @@ TEST(SparseLU, SaysWhyAndWhereItEnds) {
          },
          mlSparseLUStructurallySingular,
          {2, 5, 6}},
-        {"equal columns", [](mlMatrix & a) { a.col(4) = a.col(3); }, mlSparseLUSingular, all},
+        {"equal columns", [](mlMatrix & a) { a.col(4) = a.col(3); }, mlSparseLUSingular, {}},
         {"NaN", [](mlMatrix & a) { a(6, 5) = a(7, 1) = nan_value; }, mlSparseLUNotFinite, {5}},
         {"infinite", [](mlMatrix & a) { a(0, 0) = -infinity; }, mlSparseLUNotFinite, {0}},
         {"overflow",
@@ -251,7 +231,8 @@ TEST(SparseLU, SaysWhyAndWhereItEnds) {
              for (int i = 0; i < n; ++i)
                  a(i, i) *= 0.01;
          },
-         mlSparseLUNotFinite, all},
+         mlSparseLUNotFinite,
+         {}},
     };
     for (Failure const & failure : failures) {
         SCOPED_TRACE(failure.name);
@@ -264,10 +245,12 @@ TEST(SparseLU, SaysWhyAndWhereItEnds) {
         failure.change(dense);
         mlSparseLU const lu(general_matrix(dense));
         EXPECT_EQ(lu.status(), failure.status);
-        EXPECT_EQ(std::count(failure.columns.begin(), failure.columns.end(), lu.failed_column()), 1);
+        EXPECT_EQ(std::count(failure.columns.begin(), failure.columns.end(), lu.failed_column()),
+                  !failure.columns.empty());
         auto const order = contents(lu.column_order());
         auto const failed = std::find(order.begin(), order.end(), lu.failed_column()) - order.begin();
-        auto const done = failure.columns == all && failure.status != mlSparseLUStructurallySingular ? failed : 0;
+        EXPECT_LT(failed, n);
+        auto const done = failure.columns.empty() ? failed : 0;
         mlSparseMatrix l, u;
         lu.matrix_l(l), lu.matrix_u(u);
         for (int k = 0; k < n; ++k) {
