@@ -18,16 +18,11 @@
 
 namespace {
 
-/// A band with gaps, not far from singular: symmetric, and with a larger lower triangle.
+/// Each unknown coupled with some others, not far from singular: symmetric, and with a larger lower triangle.
 struct Problem {
     explicit Problem(int n) {
         mlRandom random(n);
-        Elements elements;
-        for (int i = 0; i < n; ++i) {
-            elements[{i, i}] = 2.1 + random.uniform();
-            for (int const j : {i + 1, i + 4, i + 9})
-                if (j < n && random.uniform() < 0.8) elements[{i, j}] = elements[{j, i}] = -random.uniform(0.2, 0.7);
-        }
+        Elements elements = coupled(n, random_edges(n, 2, n), 0.1, [&] { return -random.uniform(0.2, 0.7); });
         symmetric.become(symmetric_matrix(n, elements));
         symmetric.decompress(dense);
         for (auto & [at, value] : elements)
@@ -35,7 +30,6 @@ struct Problem {
         general.become(general_matrix(n, elements));
         fill_random(b, n, 7);
     }
-
     mlSparseSymMatrix symmetric;
     mlSparseMatrix general;
     mlMatrix dense; ///< the symmetric one
