@@ -49,9 +49,9 @@ Elements with_equal_sizes(Elements elements, double on_diagonal) {
     return elements;
 }
 
-/// Conductances between nodes, and sources of given voltage, whose rows have no diagonal; row i is multiplied by
-/// scale(i).
-template <class Scale> Elements circuit(int n, int nodes, Scale scale) {
+/// Conductances between nodes, and sources of given voltage, whose rows have no diagonal. The scales of the rows vary
+/// by so many decades up and down.
+Elements circuit(int n, int nodes, int decades) {
     mlRandom random(n);
     Elements elements = coupled(nodes, random_edges(nodes, 2, 3), 0.01, [&] {
         return -std::exp2(std::floor(random.uniform(-20.0, 1.0))) * random.uniform(1.0, 2.0);
@@ -61,7 +61,7 @@ template <class Scale> Elements circuit(int n, int nodes, Scale scale) {
         elements[{i + 1, j}] = elements[{j, i + 1}] = -1.0;
     }
     for (auto & [at, value] : elements)
-        value *= scale(at.first);
+        value *= std::pow(10.0, at.first * 37 % (2 * decades + 1) - decades);
     return elements;
 }
 
@@ -87,9 +87,9 @@ Pattern const patterns[] = {
     {"scrambled_random", 120, scrambled(120, random_columns(120, 3, 0.01)), -1, true},
     {"equal_sizes", 30, with_equal_sizes(full(30, 1.0), 0x1p-20), 1, true},
     {"few_equal_sizes", 80, scrambled(80, with_equal_sizes(random_columns(80, 3, 1.0), 0x1p-6)), -1, true},
-    {"circuit", 130, circuit(130, 110, [](int) { return 1.0; }), 1, false},
+    {"circuit", 130, circuit(130, 110, 0), 1, false},
     {"blocks", 120, scrambled(120, blocks(120)), 15, false},
-    {"badly_scaled", 120, circuit(120, 100, [](int i) { return std::pow(10.0, i * 37 % 200 - 100); }), 1, false},
+    {"badly_scaled", 120, circuit(120, 100, 100), 1, false},
     {"more_than_a_word", 200, full(200, 1e-5), 1, true},
 };
 
@@ -125,7 +125,9 @@ TEST_P(SparseLUOf, HasTheBitsAndThePatternOfPlainEliminationAndSolvesInEveryForm
         EXPECT_LT(ratio, stable ? 30.0 : infinity) << threshold;
     }
     EXPECT_EQ(lu.num_exchanges() > 0, GetParam().exchanges);
-    EXPECT_EQ(lu.num_blocks(), GetParam().blocks < 0 ? lu.num_blocks() : GetParam().blocks);
+    if (GetParam().blocks >= 0) {
+        EXPECT_EQ(lu.num_blocks(), GetParam().blocks);
+    }
     for (auto order : {contents(rows), contents(lu.row_order()), contents(lu.column_order())}) {
         std::sort(order.begin(), order.end());
         for (int i = 0; i < n; ++i)
@@ -244,16 +246,6 @@ TEST(SparseLU, TakesAPivotAsZeroThatRoundingMayHaveMade) {
     mlSparseMatrix tiny(mlMatrixIdentity, 3);
     tiny *= 0x1p-1074;
     EXPECT_EQ(mlSparseLU(tiny).status(), mlSparseLUFactored);
-}
-
-TEST(SparseLU, PrefersTheDiagonalDownToTheThreshold) {
-    for (double const threshold : {0.001, 0.25, 1.0})
-        for (double const part : {0.5, 1.0, 2.0}) {
-            double const small = threshold * part;
-            mlSparseLU const lu(general_matrix(mlMatrix{{small, 1.0}, {1.0, 1.0 + small}}), threshold);
-            bool const exchanged = lu.column_order()[0] == 0 && part < 1.0; // the other column's diagonal is larger
-            EXPECT_EQ(lu.num_exchanges(), exchanged) << threshold << ", " << part;
-        }
 }
 
 TEST(SparseLU, KeepsTheSignAndTheSizeOfTheDeterminant) {
