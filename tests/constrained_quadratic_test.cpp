@@ -26,20 +26,17 @@ struct QuadraticProgramme {
 
     void equal(Values const & normal, double value) { constraints.push_back({normal, value, true}); }
     void at_least(Values const & normal, double bound) { constraints.push_back({normal, bound}); }
-    void lower(int i, double bound) { constraints.push_back({unit(i, 1.0), bound, false, i}); }
-    void upper(int i, double bound) { constraints.push_back({unit(i, -1.0), -bound, false, i}); }
+    void lower(int i, double bound, double sign = 1.0) {
+        Values normal(n);
+        normal[i] = sign;
+        constraints.push_back({normal, sign * bound, false, i});
+    }
+    void upper(int i, double bound) { lower(i, bound, -1.0); }
     void box(double low, double high) {
         for (int i = 0; i < n; ++i) {
             lower(i, low);
             upper(i, high);
         }
-    }
-
-private:
-    Values unit(int i, double x) const {
-        Values normal(n);
-        normal[i] = x;
-        return normal;
     }
 };
 
@@ -51,19 +48,16 @@ struct Minimiser : mlConstrainedQuadraticMinimiser {
             add(c);
     }
     void add(Constraint const & c) {
+        if (c.variable >= 0) {
+            bool const upper = c.normal[c.variable] < 0.0;
+            upper ? add_upper_bound(c.variable, -c.bound) : add_lower_bound(c.variable, c.bound);
+            return;
+        }
         Values spread(2 * p.n + 2, nan_value); // backwards, every other place
         for (int i = 0; i < p.n; ++i)
             spread[2 * (p.n - 1 - i)] = c.normal[i];
         mlSlice const normal(spread.data(), 2 * (p.n - 1), p.n, -2);
-        if (c.equality) {
-            add_equality(normal, c.bound);
-        } else if (c.variable < 0) {
-            add_inequality(normal, c.bound);
-        } else if (c.normal[c.variable] > 0.0) {
-            add_lower_bound(c.variable, c.bound);
-        } else {
-            add_upper_bound(c.variable, -c.bound);
-        }
+        c.equality ? add_equality(normal, c.bound) : add_inequality(normal, c.bound);
     }
     mlConstrainedQuadraticStatus solve() { return minimise(x); }
 
@@ -73,8 +67,8 @@ struct Minimiser : mlConstrainedQuadraticMinimiser {
 private:
     static mlMatrix lower_half(QuadraticProgramme const & problem) {
         mlMatrix m(problem.matrix, problem.n, problem.n);
-        for (int i = 0; i < problem.n; ++i)
-            for (int j = i + 1; j < problem.n; ++j)
+        for (int i = 0; i < m.rows(); ++i)
+            for (int j = i + 1; j < m.cols(); ++j)
                 m(i, j) = nan_value;
         return m;
     }
@@ -84,10 +78,9 @@ private:
 /// the multipliers of constraints that are not active, and bounds that are, must be exact.
 double roundoffs_off(Minimiser const & m) {
     QuadraticProgramme const & p = m.p;
-    int const constraints = m.num_constraints();
-    double const eps = std::numeric_limits<double>::epsilon();
-    double worst = 0.0, scale = p.n > 0 ? std::max(1.0, m.x.max_absolute_value()) : 1.0;
-    for (int i = 0; i < p.n; ++i) {
+    double const eps = std::numeric_limits<double>::epsilon(), scale = std::max(1.0, m.x.max_absolute_value());
+    double worst = 0.0;
+    for (int i = 0; i < p.n; ++i) { // the gradient is the normals' sum by the multipliers
         long double sum = p.vector[i], terms = std::fabs(sum);
         auto const add = [&](long double a, double b) {
             sum += a * b;
@@ -95,14 +88,14 @@ double roundoffs_off(Minimiser const & m) {
         };
         for (int j = 0; j < p.n; ++j)
             add(p.matrix[i * p.n + j], m.x[j]);
-        for (int k = 0; k < constraints; ++k)
+        for (int k = 0; k < m.num_constraints(); ++k)
             add(-m.multiplier(k), p.constraints[k].normal[i]);
         if (terms > 0.0) worst = std::max(worst, static_cast<double>(std::fabs(sum) / terms) / eps);
     }
-    for (int k = 0; k < constraints; ++k) {
+    for (int k = 0; k < m.num_constraints(); ++k) {
         Constraint const & c = p.constraints[k];
-        bool const active = m.is_active(k), sign = c.equality || m.multiplier(k) >= 0.0;
-        if (!sign || (!active && m.multiplier(k) != 0.0)) return infinity;
+        bool const active = m.is_active(k);
+        if ((!c.equality && m.multiplier(k) < 0.0) || (!active && m.multiplier(k) != 0.0)) return infinity;
         if (active && c.variable >= 0 && m.x[c.variable] * c.normal[c.variable] != c.bound) return infinity;
         long double excess = -c.bound, square = 0.0;
         for (int i = 0; i < p.n; ++i) {
@@ -117,32 +110,30 @@ double roundoffs_off(Minimiser const & m) {
     return worst;
 }
 
-/// The lowest eigenvalue of Z^T G Z relative to G's norm, Z the null space of the active normals,
-/// where it is negative; 1 when those are dependent.
+/// The lowest eigenvalue of Z^T G Z relative to G's norm, Z the null space of the active normals, where it is negative;
+/// 1 when those are dependent.
 double negative_curvature(Minimiser const & m) {
     int const n = m.p.n;
     mlMatrix const g(m.p.matrix, n, n);
-    mlMatrix active(mlMatrixZero, 0, n), gz, h;
-    for (int k = 0; k < m.num_constraints(); ++k) {
-        if (!m.is_active(k)) continue;
-        mlVector row(m.p.constraints[k].normal);
-        row /= euclidean_norm(row);
-        active.append_row(row);
+    mlMatrix active(mlMatrixZero, 0, n), z(mlMatrixIdentity, n), gz, h;
+    for (int k = 0; k < m.num_constraints(); ++k)
+        if (m.is_active(k)) {
+            mlVector row(m.p.constraints[k].normal);
+            row /= euclidean_norm(row);
+            active.append_row(row);
+        }
+    if (int const rank = active.rows(); rank > 0) {
+        mlSingularValueDecomposition const svd(active);
+        if (rank > n || !(svd.diagonal()[rank - 1] > 1e-11)) return 1.0;
+        for (int i = 0; i < z.size(); ++i) // zero columns have eigenvalues of zero
+            z[i] = i % n < rank ? 0.0 : svd.V()[i];
     }
-    int const rank = active.rows();
-    if (rank == 0) active.become(mlMatrixZero, 1, n);
-    mlSingularValueDecomposition const svd(active);
-    if (rank > n || (rank > 0 && !(svd.diagonal()[rank - 1] > 1e-11))) return 1.0;
-    if (rank == n || infinity_norm(g) == 0.0) return 0.0;
-    mlMatrix z(mlMatrixZero, n, n - rank);
-    for (int i = 0; i < z.size(); ++i)
-        z[i] = svd.V()(i / z.cols(), rank + i % z.cols());
     multiply(g, z, gz);
     multiply_transposed(z, gz, h);
     mlSymEigenVecs eigen(h);
     eigen.calculate();
     auto const & values = eigen.eigen_values();
-    return -*std::min_element(values.begin(), values.end()) / infinity_norm(g);
+    return -*std::min_element(values.begin(), values.end()) / std::max(infinity_norm(g), 1e-300);
 }
 
 void expect_optimal(Minimiser & m) {
@@ -157,6 +148,12 @@ void expect_solution(QuadraticProgramme const & p, double value) {
     EXPECT_NEAR(m.value(), value, 1e-13 * std::max(1.0, std::fabs(value)));
 }
 
+template <class Next> Values generated(int count, Next next) {
+    Values values(count);
+    std::generate(values.begin(), values.end(), next);
+    return values;
+}
+
 Values identity(int n) { return contents(mlMatrix(mlMatrixIdentity, n)); }
 
 /// Integers from -2 to 2, so that points where many constraints meet, and dependent ones, are frequent; one such point
@@ -164,10 +161,7 @@ Values identity(int n) { return contents(mlMatrix(mlMatrixIdentity, n)); }
 QuadraticProgramme integer_programme(int n, int constraints, int positive, int negative, long seed) {
     mlRandom random(seed);
     auto const integers = [&](int count, int low, int high) {
-        Values values(count);
-        for (double & x : values)
-            x = low + std::floor(random.uniform() * (high - low + 1));
-        return values;
+        return generated(count, [&] { return low + std::floor(random.uniform() * (high - low + 1)); });
     };
     QuadraticProgramme p{n, Values(n * n), integers(n, -3, 3)};
     for (int k = 0; k < positive + negative; ++k) {
@@ -193,25 +187,21 @@ TEST(ConstrainedQuadratic, MeetsTheOptimalityConditionsAlikeForScaledRowsOrTells
         QuadraticProgramme p = integer_programme(n, constraints, seed % (n + 1), seed % 2 == 0 ? 0 : n / 2, seed);
         p.box(-3.1, 1.9);
         QuadraticProgramme scaled = p;
+        Constraint opposite{Values(n), 1.0}; // of a sum of constraints
         for (int k = 0; k < constraints; ++k) {
-            double const factor = std::ldexp(1.0, k * 31 % 55 - 27);
-            for (double & a : scaled.constraints[k].normal)
-                a *= factor;
+            double const factor = std::ldexp(1.0, k * 31 % 55 - 27), weight = (seed + k) % 3;
+            for (int i = 0; i < n; ++i) {
+                scaled.constraints[k].normal[i] *= factor;
+                opposite.normal[i] -= weight * p.constraints[k].normal[i];
+            }
             scaled.constraints[k].bound *= factor;
+            opposite.bound -= weight * p.constraints[k].bound;
         }
         Minimiser m(p), of_scaled(scaled);
         expect_optimal(m);
         of_scaled.solve();
         EXPECT_EQ(of_scaled.x, m.x);
-        Values opposite(n); // of a sum of constraints
-        double bound = 1.0;
-        for (int k = 0; k < constraints; ++k) {
-            double const weight = (seed + k) % 3;
-            bound -= weight * p.constraints[k].bound;
-            for (int i = 0; i < n; ++i)
-                opposite[i] -= weight * p.constraints[k].normal[i];
-        }
-        p.at_least(opposite, bound);
+        p.constraints.push_back(opposite);
         EXPECT_EQ(Minimiser(p).solve(), mlConstrainedQuadraticInfeasible);
     }
 }
@@ -221,15 +211,13 @@ TEST(ConstrainedQuadratic, LeavesASaddleAndPointsOfNegativeCurvatureAtTheEnds) {
     EXPECT_EQ(Minimiser(saddle).solve(), mlConstrainedQuadraticUnbounded);
     saddle.box(-1.0, 2.0);
     expect_solution(saddle, -2.0);
-    peak.lower(0, 0.0);
-    peak.lower(1, 0.0);
+    peak.box(0.0, 3.0);
+    expect_solution(peak, -18.0);
+    peak.constraints.resize(3); // of the second variable only the lower bound
     EXPECT_EQ(Minimiser(peak).solve(), mlConstrainedQuadraticUnbounded);
-    peak.upper(0, 1.0);
-    peak.upper(1, 3.0);
-    expect_solution(peak, -10.0);
 }
 
-TEST(ConstrainedQuadratic, SeesContradictionsAboveABillionthAndNoneBelow) {
+TEST(ConstrainedQuadratic, SeesContradictionsAndAnglesAboveABillionthAndNoneBelow) {
     for (double const length : {1.0, 3e8, 1e-8})
         for (double const gap : {1e-11, 1e-7}) {
             QuadraticProgramme p{2, identity(2), {0, 0}}, equal = p;
@@ -244,9 +232,6 @@ TEST(ConstrainedQuadratic, SeesContradictionsAboveABillionthAndNoneBelow) {
                 EXPECT_LE(m.is_active(0) + m.is_active(1), 1);
             }
         }
-}
-
-TEST(ConstrainedQuadratic, TakesNormalsAtAnAngleOfABillionthForOne) {
     for (auto const & [tilt, x] : {std::pair(1e-10, 1.0), {1e-5, 2.0}}) {
         QuadraticProgramme p{2, identity(2), {0, 0}};
         p.equal({1, 1}, 2.0);
@@ -255,17 +240,17 @@ TEST(ConstrainedQuadratic, TakesNormalsAtAnAngleOfABillionthForOne) {
         EXPECT_EQ(m.solve(), mlConstrainedQuadraticSolved);
         EXPECT_NEAR(m.x[0], x, 1e-6);
     }
-    QuadraticProgramme small_bound{2, identity(2), {1, -1e10}}, tiny{2, identity(2), {0, 0}};
+}
+
+TEST(ConstrainedQuadratic, TakesATinyNormalOrBoundForItselfAndAZeroNormalForNoneOrAContradiction) {
+    QuadraticProgramme p{2, identity(2), {-1, -1}}, small_bound{2, identity(2), {1, -1e10}},
+        tiny{2, identity(2), {0, 0}};
     small_bound.lower(0, 1e-30); // no rounded zero beside 1e10
     expect_solution(small_bound, -0.5e20);
     tiny.equal({5e-324, 0}, 0.0); // its multiplier's scale is beyond the largest double
-    Minimiser m(tiny);
-    expect_optimal(m);
-    EXPECT_EQ(m.multiplier(0), 0.0);
-}
-
-TEST(ConstrainedQuadratic, TakesAZeroNormalForNoConstraintOrAContradiction) {
-    QuadraticProgramme p{2, identity(2), {-1, -1}};
+    Minimiser of_tiny(tiny);
+    expect_optimal(of_tiny);
+    EXPECT_EQ(of_tiny.multiplier(0), 0.0);
     p.equal({0, 0}, 0.0);
     p.at_least({0, 0}, -1.0);
     p.at_least({0, 0}, 0.0);
@@ -294,19 +279,15 @@ TEST(ConstrainedQuadratic, BringsHardScalesToRoundoff) {
     for (long seed = 0; seed < 30; ++seed) {
         SCOPED_TRACE(seed);
         mlRandom random(seed);
-        auto const values = [&](double size) {
-            Values out(10);
-            for (double & x : out)
-                x = size * random.uniform(-1.0, 1.0);
-            return out;
+        auto const numbers = [&](double size) {
+            return generated(10, [&] { return size * random.uniform(-1.0, 1.0); });
         };
-        QuadraticProgramme p{10, Values(100), values(1.0)};
-        for (int i = 0; i < 10; ++i) // decades apart, and a Hilbert matrix's condition
-            for (int j = 0; j < 10; ++j)
-                p.matrix[i * 10 + j] = std::ldexp(1.0 / (i + j + 1), i % 5 + j % 5);
+        QuadraticProgramme p{10, Values(100), numbers(1.0)};
+        for (int i = 0; i < 100; ++i) // decades apart, and a Hilbert matrix's condition
+            p.matrix[i] = std::ldexp(1.0 / (i / 10 + i % 10 + 1), i / 10 % 5 + i % 5);
         for (int k = 0; k < 15; ++k) {
             double const size = std::ldexp(1.0, 5 * (k % 11) - 27);
-            p.at_least(values(size), -0.1 * size);
+            p.at_least(numbers(size), -0.1 * size);
         }
         p.box(-2.0, 2.0);
         Minimiser m(p);
@@ -338,12 +319,11 @@ TEST(ConstrainedQuadratic, StartsWarmFromTheLastActiveSet) {
 
 TEST(ConstrainedQuadratic, StartsWhereTheCallerSaysOrAtZero) {
     Minimiser m(QuadraticProgramme{2, Values(4), {0, 0}}); // every point is a solution
-    m.x.become({3, -4});
-    expect_optimal(m);
-    EXPECT_EQ(contents(m.x), (Values{3, -4}));
-    m.x.become({1, 2, 3});
-    expect_optimal(m);
-    EXPECT_EQ(contents(m.x), Values(2));
+    for (Values const & start : {Values{3, -4}, Values{1, 2, 3}}) {
+        m.x.become(utConvert, start.data(), static_cast<int>(start.size()));
+        expect_optimal(m);
+        EXPECT_EQ(contents(m.x), start.size() == 2 ? start : Values(2));
+    }
     for (bool const feasible : {true, false}) {
         Minimiser none(QuadraticProgramme{0, {}, {}});
         none.add({{}, feasible ? 0.0 : 1.0, true});
