@@ -1,5 +1,4 @@
 #include <cmath>
-#include <limits>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -16,17 +15,16 @@ struct Search {
     Search(int n, TracedFunctionN1::Formula formula, int speed = mlDownHillSimplexThorough, double at = 0.0)
         : f(n, std::move(formula)) {
         mlDownHillSimplex simplex(n);
-        mlVector start(mlVectorZero, n);
-        start.fill(at);
+        mlVector start(Values(n, at));
         TracedFunctionN1 flat(n, [](mlSlice const &) { return 7.0; });
         simplex.solve(flat, start, mlDownHillSimplexCoarse);
         EXPECT_EQ(simplex.number_of_calls(), n + 1);
         simplex.result(x);
-        EXPECT_EQ(contents(x), contents(start)) << "of equal values the last vertex, the start, is the lowest";
+        EXPECT_EQ(x, start) << "of equal values the last vertex, the start, is the lowest";
         value = simplex.solve(f, start, mlDownHillSimplexSpeed(speed));
         simplex.result(x);
         calls = simplex.number_of_calls();
-        EXPECT_EQ(calls, static_cast<int>(f.points.size()));
+        EXPECT_EQ(calls, std::ssize(f.points));
     }
     TracedFunctionN1 f;
     mlVector x;
@@ -96,9 +94,10 @@ TEST(Simplex, StopsAtOnceWhereNothingCanImprove) {
 
 /// A search from a start along the axes.
 struct Powell {
-    Powell(TracedFunctionN1 & f, Values const & start, double tolerance, int first_iteration = 0)
-        : x(start), directions(mlMatrixIdentity, f.dimension), iterations(first_iteration),
-          least(ml_powell_minimum_search(x, directions, tolerance, iterations, f)) {}
+    Powell(Values const & start, double tolerance, TracedFunctionN1::Formula formula, int first_iteration = 0)
+        : f(static_cast<int>(start.size()), std::move(formula)), x(start), directions(mlMatrixIdentity, f.dimension),
+          iterations(first_iteration), least(ml_powell_minimum_search(x, directions, tolerance, iterations, f)) {}
+    TracedFunctionN1 f;
     mlVector x;
     mlMatrix directions;
     int iterations;
@@ -107,13 +106,12 @@ struct Powell {
 
 TEST(Powell, FindsTheMinimaOfQuadraticForms) {
     for (int n = 1; n <= 6; ++n) {
-        TracedFunctionN1 f(n, [n](mlSlice const & x) { // its lowest point is (1, 2, 3, ...)
+        Powell const search(Values(n, 2.0), 1e-14, [n](mlSlice const & x) { // its lowest point is (1, 2, 3, ...)
             double sum = 1.0;
             for (int i = 0; i < n; ++i)
                 sum += (i + 1) * std::pow(x[i] - i - 1 + (i > 0 ? 0.5 * (x[i - 1] - i) : 0.0), 2);
             return sum;
         });
-        Powell const search(f, Values(n, 2.0), 1e-14);
         EXPECT_NEAR(search.least, 1.0, 1e-12) << "n = " << n;
         for (int i = 0; i < n; ++i)
             EXPECT_NEAR(search.x[i], i + 1, 1e-5) << "n = " << n;
@@ -121,56 +119,46 @@ TEST(Powell, FindsTheMinimaOfQuadraticForms) {
 }
 
 TEST(Powell, StopsWhereItsCounterEquals39AndNotBeyond) {
+    auto const valley = [](mlSlice const & x) {
+        return 100.0 * std::pow(x[1] - x[0] * x[0], 2) + std::pow(1.0 - x[0], 2);
+    };
     for (int const start : {38, 39, 40}) {
-        TracedFunctionN1 f(
-            2, [](mlSlice const & x) { return 100.0 * std::pow(x[1] - x[0] * x[0], 2) + std::pow(1.0 - x[0], 2); });
-        Powell const search(f, {-1.2, 1.0}, 1e-12, start);
+        Powell const search({-1.2, 1.0}, 1e-12, valley, start);
         EXPECT_EQ(search.iterations == 39, start < 40);
         EXPECT_EQ(search.least < 1e-12, start == 40); // no limit any more: to the end
     }
 }
 
-TEST(Powell, ReturnsToTheBestSweepWhenTheValueHasGrownTenfold) {
-    bool grown = false; // from the first look beyond the minimum at 3 on, there is only a far higher one at 7
-    TracedFunctionN1 f(1, [&](mlSlice const & x) {
+TEST(Powell, ReturnsToTheBestSweepWhenTheValueHasGrownTenfoldAndToTheStartWhereItIsInfinite) {
+    // From the first look beyond the minimum at 3 on, there is only a far higher one at 7; no tolerance is ever met.
+    Powell const search({0.0}, -10.0, [grown = false](mlSlice const & x) mutable {
         grown = grown || x[0] > 5.5;
         return grown ? 1000.0 + (x[0] - 7.0) * (x[0] - 7.0) : 1.0 + (x[0] - 3.0) * (x[0] - 3.0);
     });
-    Powell const search(f, {0.0}, -10.0); // a tolerance that is never met
     EXPECT_EQ(search.iterations, 1);
     EXPECT_NEAR(search.x[0], 3.0, 1e-6);
     EXPECT_NEAR(search.least, 1.0, 1e-12);
-    EXPECT_GT(f.points.back()[0], 5.0);
+    EXPECT_GT(search.f.points.back()[0], 5.0);
+    Powell const nowhere({3.0, 4.0}, 1e-9, [](mlSlice const &) { return infinity; });
+    EXPECT_EQ(contents(nowhere.x), (Values{3.0, 4.0}));
+    EXPECT_EQ(nowhere.least, largest_double);
 }
 
-TEST(Powell, LeavesTheStartAloneWhereEverySweepEndsAtInfinity) {
-    TracedFunctionN1 f(2, [](mlSlice const &) { return infinity; });
-    Powell const search(f, {3.0, 4.0}, 1e-9);
-    EXPECT_EQ(contents(search.x), (Values{3.0, 4.0}));
-    EXPECT_EQ(search.least, std::numeric_limits<double>::max());
-}
-
-TEST(Powell, SearchesTheWayOfASweepWithoutReplacingADirectionWhenNoneHasDecreased) {
-    // The first line gives nothing but NaN, so neither line counts as a decrease, and yet the sweep ends lower.
-    bool first = true;
-    TracedFunctionN1 f(2, [&](mlSlice const & x) {
-        if (std::exchange(first, false)) return 5.0;
-        if (x[0] == 2.0 && x[1] == 2.0) return -10.0; // the extrapolated point
-        return x[1] == 0.0 ? double(NAN) : 1.0 + (x[1] - 1.0) * (x[1] - 1.0);
-    });
-    Powell const search(f, {0.0, 0.0}, 1e-9);
-    EXPECT_EQ(search.least, -10.0);
-    EXPECT_TRUE(search.directions == mlMatrix(mlMatrixIdentity, 2));
-}
-
-TEST(Powell, ReplacesTheFirstOfTheDirectionsThatDecreaseMost) {
+TEST(Powell, ReplacesTheFirstOfTheDirectionsThatDecreaseMostAndNoneWhenNoneDecreases) {
     // Both lines take exactly 1 off the sum of two rounded magnitudes; the way of the sweep leads far down.
-    TracedFunctionN1 f(2, [](mlSlice const & x) {
+    Powell const equal({1.0, 1.0}, 1e-9, [](mlSlice const & x) {
         if (x[0] < -0.5 && x[1] < -0.5) return -2.0;
         return std::round(4.0 * std::fabs(x[0])) / 4.0 + std::round(4.0 * std::fabs(x[1])) / 4.0;
     });
-    Powell const search(f, {1.0, 1.0}, 1e-9);
-    EXPECT_EQ(contents(search.directions.col(0)), (Values{0.0, 1.0}));
+    EXPECT_EQ(contents(equal.directions.col(0)), (Values{0.0, 1.0}));
+    // The first line gives nothing but NaN, so neither line counts as a decrease, and yet the sweep ends lower.
+    Powell const none({0.0, 0.0}, 1e-9, [first = true](mlSlice const & x) mutable {
+        if (std::exchange(first, false)) return 5.0;
+        if (x[0] == 2.0 && x[1] == 2.0) return -10.0; // the extrapolated point
+        return x[1] == 0.0 ? nan_value : 1.0 + (x[1] - 1.0) * (x[1] - 1.0);
+    });
+    EXPECT_EQ(none.least, -10.0);
+    EXPECT_EQ(none.directions, mlMatrix(mlMatrixIdentity, 2));
 }
 
 } // namespace
