@@ -8,6 +8,7 @@
 #include "examples/fit/nist.h"
 #include "examples/support/agreeing_digits.h"
 #include "examples/support/column_table.h"
+#include "tests/support/matrices.h"
 #include "tests/support/values.h"
 
 namespace {
@@ -33,18 +34,16 @@ private:
     Values right_;
 };
 
-double digits_of_deviations(mlFitQuality const & quality, NistProblem const & problem) {
-    double digits = agreeing_digits(quality.residual_deviation(), problem.residual_deviation);
-    for (int j = 0; j < quality.standard_errors().size(); ++j)
-        digits = std::min(digits, agreeing_digits(quality.standard_errors()[j], problem.deviations[j]));
-    return digits;
+double digits(mlVector const & found, Values const & certified) {
+    double least = 11.0;
+    for (int j = 0; j < found.size(); ++j)
+        least = std::min(least, agreeing_digits(found[j], certified[j]));
+    return least;
 }
 
-double digits_of_parameters(mlVector const & p, NistProblem const & problem) {
-    double digits = 11.0;
-    for (int j = 0; j < p.size(); ++j)
-        digits = std::min(digits, agreeing_digits(p[j], problem.certified[j]));
-    return digits;
+double digits_of_deviations(mlFitQuality const & quality, NistProblem const & problem) {
+    return std::min(agreeing_digits(quality.residual_deviation(), problem.residual_deviation),
+                    digits(quality.standard_errors(), problem.deviations));
 }
 
 TEST(Fits, HaveNistsCertifiedValuesAndDeviationsWithDerivativesWithDifferencesAndInAWideBox) {
@@ -66,34 +65,34 @@ TEST(Fits, HaveNistsCertifiedValuesAndDeviationsWithDerivativesWithDifferencesAn
             mlFitQuality const quality = given ? ml_curve_fit(table.column(0), table.column(1), p, f, df)
                                                : ml_curve_fit(table.column(0), table.column(1), p, f);
             EXPECT_EQ(quality.status(), mlFitQualityDetermined);
-            EXPECT_GE(digits_of_parameters(p, problem), 6.0);
-            EXPECT_GE(digits_of_deviations(quality, problem), digits_of_parameters(p, problem) - 1.0);
+            EXPECT_GE(digits(p, problem.certified), 6.0);
+            EXPECT_GE(digits_of_deviations(quality, problem), digits(p, problem.certified) - 1.0);
             EXPECT_LT(quality.relative_offset(), 1e-5);
         }
         mlVector p;
         mlBoundedFit fit(model, mlVector(Values(m, -infinity)), mlVector(Values(m, mlUnboundedMax)));
         EXPECT_EQ(fit.fit(mlVector(problem.starts[1]), p), mlBoundedFitConverged);
         EXPECT_GE(agreeing_digits(fit.residual_sum(), problem.residual_sum), 10.0);
-        EXPECT_GE(digits_of_parameters(p, problem), 6.0);
+        EXPECT_GE(digits(p, problem.certified), 6.0);
     }
 }
 
 TEST(CurveFit, WeighsPointsAsIfTheyWereThereAsOften) {
-    auto const line = [](double x, mlVector const & p) { return p[0] + p[1] * x; };
     Vector const x{0, 1, 2, 5}, y{1, 3, 4, 9}, weights{1, 4, 1, 0};
-    Vector p{0, 0};
-    mlFitQuality const weighted = ml_curve_fit(x.slice(), y.slice(), weights.slice(), p, line);
-    EXPECT_NEAR(p[0], 17.0 / 6 - 1.5, 1e-9);
-    EXPECT_NEAR(p[1], 1.5, 1e-9); // (4 - 1) / 2: the middle is the weights' centre
-    EXPECT_NEAR(weighted.residual_sum(), 1.0 / 3, 1e-12);
-    double const s2 = 1.0 / 6; // times (J'J)^-1 of the weighted line, J'J = (6 6; 6 8)
-    EXPECT_NEAR(weighted.covariance()(0, 0), s2 * 8 / 12, 1e-9);
-    EXPECT_NEAR(weighted.covariance()(1, 0), -s2 * 6 / 12, 1e-9);
-    EXPECT_NEAR(weighted.correlations()(0, 1), -6 / std::sqrt(48.0), 1e-9);
-    EXPECT_NEAR(weighted.standard_errors()[1], std::sqrt(s2 * 6 / 12), 1e-9);
-    auto const derivatives = [](double t, mlVector const &, mlVector & g) { g[0] = 1.0, g[1] = t; };
-    mlFitQuality const given = ml_curve_fit(x.slice(), y.slice(), weights.slice(), p, line, derivatives);
-    EXPECT_NEAR(given.covariance()(0, 0), s2 * 8 / 12, 1e-9);
+    auto const f = [](double t, mlVector const & p) { return p[0] + p[1] * t; };
+    auto const df = [](double t, mlVector const &, mlVector & g) { g[0] = 1.0, g[1] = t; };
+    for (bool const given : {true, false}) {
+        Vector p{0, 0};
+        mlFitQuality const fit = given ? ml_curve_fit(x.slice(), y.slice(), weights.slice(), p, f, df)
+                                       : ml_curve_fit(x.slice(), y.slice(), weights.slice(), p, f);
+        EXPECT_NEAR(p[0], 17.0 / 6 - 1.5, 1e-9);
+        EXPECT_NEAR(p[1], 1.5, 1e-9); // (4 - 1) / 2: the middle is the weights' centre
+        EXPECT_NEAR(fit.residual_sum(), 1.0 / 3, 1e-12);
+        double const s2 = 1.0 / 6; // times (J'J)^-1 of the weighted line, J'J = (6 6; 6 8)
+        EXPECT_NEAR(fit.covariance()(0, 0), s2 * 8 / 12, 1e-9);
+        EXPECT_NEAR(fit.covariance()(1, 0), -s2 * 6 / 12, 1e-9);
+        EXPECT_NEAR(fit.correlations()(0, 1), -6 / std::sqrt(48.0), 1e-9);
+    }
 }
 
 TEST(CurveFit, TakesDifferencesOnTheScaleOfTheStart) {
@@ -134,19 +133,17 @@ TEST(FitQuality, TellsWhichParametersTheDataDoNotDetermine) {
 TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
     Matrix const square(2, 2, {1, 0, 1, 1}), wide(1, 2, {1, 1});
     LinearFit exact(square, {1, 2}), wanting(wide, {1});
-    mlFitQuality const quality(exact, Vector{1, 1});
+    mlFitQuality const quality(exact, Vector{1, 1}), short_of_points(wanting, Vector{1, 0});
     EXPECT_EQ(std::tuple(quality.status(), quality.degrees_of_freedom()), std::tuple(mlFitQualityNoFreedom, 0));
     EXPECT_TRUE(std::isnan(quality.residual_deviation()) && std::isnan(quality.standard_errors()[0]));
     EXPECT_NEAR(quality.correlations()(0, 1), -std::sqrt(0.5), 1e-15);
-    mlFitQuality const short_of_points(wanting, Vector{1, 0});
     EXPECT_EQ(std::tuple(short_of_points.status(), short_of_points.rank()), std::tuple(mlFitQualityUndetermined, 1));
-    for (double const bad : {nan_value, infinity}) {
-        mlFitQuality const failed(exact, Vector{bad, 1});
-        EXPECT_EQ(failed.status(), mlFitQualityNotFinite);
-        EXPECT_TRUE(std::isnan(failed.standard_errors()[1]) && std::isnan(failed.covariance()(0, 1)));
-    }
-    mlFitQuality const at_rest(exact, Vector{1, 1}, 1.0); // no singular value counts
-    EXPECT_TRUE(at_rest.rank() == 0 && at_rest.degrees_of_freedom() == 2 && at_rest.relative_offset() == 0.0);
+    mlFitQuality const failed(exact, Vector{nan_value, 1}), at_rest(exact, Vector{1, 1}, 1.0);
+    EXPECT_EQ(failed.status(), mlFitQualityNotFinite);
+    EXPECT_TRUE(std::isnan(failed.standard_errors()[1]) && std::isnan(failed.covariance()(0, 1)));
+    EXPECT_EQ(std::tuple(at_rest.rank(), at_rest.degrees_of_freedom(), at_rest.relative_offset()),
+              std::tuple(0, 2, 0.0))
+        << "no singular value counts";
 }
 
 // The optimality conditions, on random problems: no slope inside, none but outwards on a bound.
@@ -154,62 +151,66 @@ TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
     mlRandom random(5);
     for (int trial = 0; trial < 300; ++trial) {
         int const m = 1 + trial % 7, n = m + 3;
-        mlMatrix rows(mlMatrixZero, n, m);
-        for (double & x : rows)
-            x = random.uniform(-1.0, 1.0) + (trial % 3 == 0 ? 3.0 : 0.0); // nearly dependent columns
+        mlMatrix rows;
+        mlVector lower, upper, start, p, d(mlVectorZero, n);
+        fill_random(rows, n, m, trial);
+        fill_random(start, m, trial);
+        fill_random(lower, m, trial + 1);
+        upper.become(utCopy, lower);
+        for (int j = 0; j < m; ++j)
+            if (j % 4 != 3) upper[j] += random.uniform();
         Values right(n);
-        for (double & x : right)
-            x = random.uniform(-3.0, 3.0);
-        mlVector lower(mlVectorZero, m), upper(mlVectorZero, m), p, start(mlVectorZero, m);
-        for (int j = 0; j < m; ++j) {
-            lower[j] = random.uniform(-1.0, 0.2);
-            upper[j] = j % 4 == 3 ? lower[j] : lower[j] + random.uniform();
-            start[j] = random.uniform(-2.0, 2.0);
+        for (int i = 0; i < n; ++i) {
+            right[i] = random.uniform(-3.0, 3.0);
+            if (trial % 3 == 0) rows.row(i) -= 3.0; // nearly dependent columns
         }
+        start *= 2.0;
         LinearFit model(rows, right);
         model.low = lower[0];
         model.high = upper[0];
         mlBoundedFit fit(model, lower, upper);
-        ASSERT_EQ(fit.fit(start, p), mlBoundedFitConverged) << trial;
-        EXPECT_FALSE(model.outside) << trial;
+        SCOPED_TRACE(trial);
+        ASSERT_EQ(fit.fit(start, p), mlBoundedFitConverged);
+        EXPECT_FALSE(model.outside);
         model.set_parameters(p);
-        mlVector d(mlVectorZero, n);
         for (int i = 0; i < n; ++i)
             model.distance(d[i], i);
         for (int j = 0; j < m; ++j) {
             double const slope = scalar_product(rows.col(j), d.slice());
             double const negligible = 1e-6 * euclidean_norm(d) * euclidean_norm(rows.col(j));
-            EXPECT_TRUE(p[j] >= lower[j] && p[j] <= upper[j]) << trial;
             int const side = fit.at_bound(j);
-            if (side == 0) {
-                EXPECT_LT(std::fabs(slope), negligible) << trial << ", " << j;
-            } else if (lower[j] < upper[j]) {
-                EXPECT_GE(-side * slope, -negligible) << trial << ", " << j;
-            }
+            EXPECT_TRUE(p[j] >= lower[j] && p[j] <= upper[j]) << j;
+            EXPECT_TRUE(lower[j] == upper[j] || -side * slope >= -negligible) << j;
+            EXPECT_TRUE(side != 0 || std::fabs(slope) < negligible) << j;
         }
     }
 }
 
 TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
-    mlMatrix const rows{{1}, {1}}, first_only{{1, 0}, {1, 0}};
+    mlMatrix const rows{{1, 0}, {1, 0}};
     LinearFit model(rows, {1, 3});
-    Vector p{7};
-    EXPECT_EQ(mlBoundedFit(model, Vector{1}, Vector{0}).fit(Vector{0}, p), mlBoundedFitEmptyBox);
-    EXPECT_EQ(mlBoundedFit(model, Vector{nan_value}, Vector{0}).fit(Vector{0}, p), mlBoundedFitEmptyBox);
-    EXPECT_EQ(p[0], 7);
-    mlBoundedFit fit(model, Vector{-10}, Vector{10});
-    EXPECT_EQ(fit.fit(Vector{nan_value}, p), mlBoundedFitNotFinite);
-    EXPECT_EQ(fit.fit(Vector{infinity}, p), mlBoundedFitConverged); // on the box, and from there
-    EXPECT_NEAR(p[0], 2, 1e-12);
-    EXPECT_EQ(fit.residual_sum(), 2.0);
-    fit.set_max_iterations(0);
-    EXPECT_EQ(fit.fit(Vector{20}, p), mlBoundedFitIterationLimit);
-    EXPECT_EQ(std::tuple(p[0], fit.at_bound(0), fit.residual_sum(), fit.iterations()), std::tuple(10, 1, 130.0, 0));
-    LinearFit idle(first_only, {1, 3});
-    Vector two{0, 5};
-    EXPECT_EQ(mlBoundedFit(idle, Vector{-9, -9}, Vector{9, 9}).fit(two, two), mlBoundedFitConverged);
-    EXPECT_NEAR(two[0], 2, 1e-12);
-    EXPECT_EQ(two[1], 5) << "a parameter without a part in it stays";
+    struct {
+        double lower, upper, start;
+        int limit;
+        mlBoundedFitStatus status;
+        double p; // whose start is 7
+    } const cases[] = {{1, 0, 0, 9, mlBoundedFitEmptyBox, 7},
+                       {nan_value, 0, 0, 9, mlBoundedFitEmptyBox, 7},
+                       {-10, 10, nan_value, 9, mlBoundedFitNotFinite, nan_value},
+                       {-10, 10, infinity, 9, mlBoundedFitConverged, 2}, // on the box, and from there
+                       {-10, 10, 20, 0, mlBoundedFitIterationLimit, 10}};
+    for (auto const & c : cases) {
+        Vector p{7, 7};
+        mlBoundedFit fit(model, Vector{c.lower, -9}, Vector{c.upper, 9});
+        fit.set_max_iterations(c.limit);
+        SCOPED_TRACE(testing::Message() << c.lower << ", from " << c.start);
+        EXPECT_EQ(fit.fit(Vector{c.start, 5}, p), c.status);
+        EXPECT_TRUE(same(p[0], c.p) || std::fabs(p[0] - c.p) < 1e-12) << p[0];
+        if (c.status == mlBoundedFitEmptyBox) continue;
+        EXPECT_EQ(p[1], 5) << "a parameter without a part in it stays";
+        EXPECT_EQ(std::tuple(fit.at_bound(0), fit.iterations() > 0), std::tuple(c.p == 10, c.p == 2));
+        EXPECT_TRUE(same(fit.residual_sum(), 2 * c.p * c.p - 8 * c.p + 10)) << fit.residual_sum();
+    }
 }
 
 /// A first parameter made positive, one parameter independent, square distances of its own, gradients times a factor.

@@ -35,7 +35,7 @@ TEST(MinimumBracketing, WalksByGoldenStridesAndParabolasUpToALimit) {
         walk_with(f);
         ASSERT_EQ(f.calls.size(), asked.size());
         for (std::size_t k = 0; k < asked.size(); ++k)
-            EXPECT_NEAR(f.calls[k].t, asked[k], 1e-12 * asked[k]) << testing::PrintToString(answers);
+            EXPECT_NEAR(f.calls[k].second, asked[k], 1e-12 * asked[k]) << testing::PrintToString(answers);
     };
     auto const parabola = [c](double m, double next, double after) {
         return Values{m * m, (1 - m) * (1 - m), (c - m) * (c - m), next, after};
@@ -248,22 +248,20 @@ TEST(FunctionValue, CopiesWhatIsKnown) {
 
 TEST(FunctionValue, KnowsNothingThatACallWhichThrewWasToTell) {
     struct Computing : mlFunctionValue {
-        using mlFunctionValue::do_fn0;
-        using mlFunctionValue::do_fn1;
-        using mlFunctionValue::do_fn2;
         using mlFunctionValue::mlFunctionValue;
+        void compute(int order, mlFunction const & f) { order == 2 ? do_fn2(f) : order == 1 ? do_fn1(f) : do_fn0(f); }
     } entry(1.0);
-    double (*const fails)(double) = [](double) -> double { throw std::bad_alloc(); };
-    auto const slope = [](double t) { return 2 * t; };
-    auto const left = [&] { return Values{entry.value, entry.first_derivative, entry.second_derivative}; };
-    entry.do_fn2(TracedFunction(slope, slope, slope));
-    entry.t = 3.0;
-    EXPECT_THROW(entry.do_fn2(TracedFunction(slope, slope, fails)), std::bad_alloc);
-    EXPECT_EQ(left(), (Values{2, 2, mlUnboundedMin}));
-    EXPECT_THROW(entry.do_fn1(TracedFunction(slope, fails, slope)), std::bad_alloc);
-    EXPECT_EQ(left(), (Values{2, mlUnboundedMin, mlUnboundedMin}));
-    EXPECT_THROW(entry.do_fn0(TracedFunction(fails)), std::bad_alloc);
-    EXPECT_EQ(entry.value, mlUnboundedMin);
+    bool fails = false;
+    auto const formula = [&](double) { return fails ? throw std::bad_alloc() : 2.0; };
+    TracedFunction const f(formula, formula, formula);
+    entry.compute(2, f);
+    fails = true;
+    Values known = {2, 2, 2};
+    for (int const order : {2, 1, 0}) {
+        EXPECT_THROW(entry.compute(order, f), std::bad_alloc);
+        known[order] = mlUnboundedMin;
+        EXPECT_EQ((Values{entry.value, entry.first_derivative, entry.second_derivative}), known) << order;
+    }
 }
 
 } // namespace

@@ -12,13 +12,11 @@
 namespace {
 
 /// u^2 v^3 on a box, which records its calls.
-class Monomial : public mlFunction2 {
-public:
+struct Monomial : mlFunction2 {
     double function(double u, double v) const override { return u * u * v * v * v; }
     double uv_function_derivative(int i, int j, double u, double v) const override {
         trace += std::to_string(i) + std::to_string(j) + " ";
-        double const in_u[] = {u * u, 2 * u, 2.0, 0.0};
-        double const in_v[] = {v * v * v, 3 * v * v, 6 * v, 6.0};
+        double const in_u[] = {u * u, 2 * u, 2.0, 0.0}, in_v[] = {v * v * v, 3 * v * v, 6 * v, 6.0};
         return in_u[i] * in_v[j];
     }
     double u_min() const override { return trace += "u_min ", -2.0; }

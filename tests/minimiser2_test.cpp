@@ -154,12 +154,10 @@ Problem const problems[] = {
     {"HS3", hs3, 10.0, 1.0, {-unbounded, unbounded, 0.0, unbounded}, 1e-8, 0.0, {20, 14, 12}},
     {"HS4", hs4, 1.125, 0.125, {1.0, unbounded, 0.0, unbounded}, 1e-8, 8.0 / 3.0, {9, 10, 12}},
     {"HS5", mccormick, 0.0, 0.0, {-1.5, 4.0, -3.0, 3.0}, 1e-8, -1.9132229549810367, {31, 31, 29}},
-    {"HS5Coarse", mccormick, 0.0, 0.0, {-1.5, 4.0, -3.0, 3.0}, 1e-3, -1.9132229549810367, {27, 29, 24}},
     {"Rosenbrock", rosenbrock, -1.2, 1.0, {}, 1e-8, 0.0, {60, 54, 48}},
     {"RosenbrockRaised", raised, -1.2, 1.0, {}, 1e-8, 1e6, {54, 52, 46}},
     {"Himmelblau", himmelblau, 0.0, 0.0, {-5.0, 5.0, -5.0, 5.0}, 1e-8, 0.0, {49, 44, 41}},
     {"Beale", beale, 1.0, 1.0, {-4.5, 4.5, -4.5, 4.5}, 1e-8, 0.0, {91, 67, 47}},
-    {"HimmelblauCoarse", himmelblau, 0.0, 0.0, {-5.0, 5.0, -5.0, 5.0}, 1e-2, 0.0, {38, 40, 35}},
     {"FourthPowers", fourth_powers, 1.7, 2.2, {}, 1e-8, 0.0, {242, 232, 18}},
     {"FourthPowersCoarse", fourth_powers, 2.0, 1.0, {-1.0, 2.0, -3.0, 1.0}, 1e-6, 0.0, {148, 227, 18}},
     {"NaNBeyond", nan_beyond, -2.0, 3.0, {-4.0, 4.0, -4.0, 4.0}, 1e-8, 0.5, {46, 40, 43}},
@@ -305,7 +303,7 @@ TEST_P(Minimiser2, EndsWhereTheFunctionFallsForEver) {
         EXPECT_LE(a.calls, 600);
         EXPECT_TRUE(order == 0 || &f != &falling[0] || a.iterations < 100) << "left the plane late";
     }
-    Answer const a = search([](Jet u, Jet v) { return 1.0 + exp(-u) + v * v; }, 0.3, 0.7);
+    Answer const a = search([](Jet u, Jet v) { return 1.0 + exp(-1.0 * u) + v * v; }, 0.3, 0.7);
     EXPECT_NEAR(a.value, 1.0, 4e-15) << "roundoff hides the fall";
     EXPECT_EQ(a.state, mlMinimiser2Converged);
 }
@@ -361,7 +359,7 @@ TEST_P(Minimiser2, GoesByTheScalesOfTheParametersAndFindsKinks) {
     }
 }
 
-TEST_P(Minimiser2, FindsFeetOnATorusAndACircle) {
+TEST_P(Minimiser2, FindsFeetOnATorusAndACircleAndConvergesWithLargeResiduals) {
     auto const to_torus = [](double x, double y, double z) { // of radii 3 and 1
         return [=](Jet u, Jet v) {
             Jet const radius = 3.0 + cos(v);
@@ -383,9 +381,6 @@ TEST_P(Minimiser2, FindsFeetOnATorusAndACircle) {
     // The far side of a circle: the gradient is zero, and the Jacobian does not tell a maximum.
     auto const circle = [](Jet u, Jet v) { return std::vector{cos(u) - 2.0, sin(u), v}; };
     EXPECT_NEAR(search(circle, 3.14159265358979323846, 0.0, {-9.0, 9.0, -1.0, 1.0}).value, 1.0, 1e-12);
-}
-
-TEST_P(Minimiser2, ConvergesWithLargeResiduals) {
     auto const freudenstein_roth = [](Jet u, Jet v) {
         return std::vector{u + ((5.0 - v) * v - 2.0) * v - 13.0, u + ((v + 1.0) * v - 14.0) * v - 29.0};
     };

@@ -34,8 +34,7 @@ inline Jet operator*(Jet const & a, Jet const & b) {
             a.uv * b.f + a.u * b.v + a.v * b.u + a.f * b.uv,
             a.vv * b.f + 2.0 * a.v * b.v + a.f * b.vv};
 }
-inline Jet operator-(Jet const & a) { return {-a.f, -a.u, -a.v, -a.uu, -a.uv, -a.vv}; }
-inline Jet operator-(Jet const & a, Jet const & b) { return a + -b; }
+inline Jet operator-(Jet const & a, Jet const & b) { return a + -1.0 * b; }
 inline Jet square(Jet const & a) { return a * a; }
 inline Jet sin(Jet const & a) { return a.chain(std::sin(a.f), std::cos(a.f), -std::sin(a.f)); }
 inline Jet cos(Jet const & a) { return a.chain(std::cos(a.f), -std::sin(a.f), -std::cos(a.f)); }

@@ -2,24 +2,16 @@
 
 #include <cstdint>
 #include <functional>
-#include <ostream>
 #include <utility>
-#include <vector>
 
 #include "maths/functions/mlFunction.h"
 #include "maths/functions/mlFunctionN1.h"
+#include "tests/support/values.h"
 
 // Functions that record the calls made to them: the calls are part of what the solvers promise.
 
-/// A call of a function of one variable: order 0 is the value, 1 and 2 its derivatives.
-struct Call {
-    int order;
-    double t;
-    friend bool operator==(Call const &, Call const &) = default;
-    friend std::ostream & operator<<(std::ostream & stream, Call const & call) {
-        return stream << (call.order == 0 ? "f" : call.order == 1 ? "f'" : "f''") << "(" << call.t << ")";
-    }
-};
+/// A call of a function of one variable: its order, 0 for the value, 1 and 2 for derivatives, and its argument.
+using Call = std::pair<int, double>;
 
 /// A function of one variable made of up to three callables, on a domain of choice.
 class TracedFunction : public mlFunction {
@@ -70,13 +62,11 @@ public:
     TracedFunctionN1(int n, Formula value) : value_(std::move(value)) { dimension = n; }
 
     double function(mlSlice const & x) const override {
-        std::vector<double> & point = points.emplace_back();
-        for (int i = 0; i < dimension; ++i)
-            point.push_back(x[i]);
+        points.push_back(contents(x));
         return value_(x);
     }
 
-    mutable std::vector<std::vector<double>> points;
+    mutable std::vector<Values> points;
 
 private:
     Formula value_;
