@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "maths/maths.h"
+#include "tests/support/ratios.h"
 #include "tests/support/values.h"
 
 namespace {
@@ -78,36 +79,30 @@ private:
 /// the multipliers of constraints that are not active, and bounds that are, must be exact.
 double roundoffs_off(Minimiser const & m) {
     QuadraticProgramme const & p = m.p;
-    double const eps = std::numeric_limits<double>::epsilon(), scale = std::max(1.0, m.x.max_absolute_value());
-    double worst = 0.0;
-    for (int i = 0; i < p.n; ++i) { // the gradient is the normals' sum by the multipliers
-        long double sum = p.vector[i], terms = std::fabs(sum);
-        auto const add = [&](long double a, double b) {
-            sum += a * b;
-            terms += std::fabs(a * b);
+    double worst = 0.0, scale = std::max(1.0, m.x.max_absolute_value());
+    for (int i = 0; i < p.n; ++i) { // the gradient is the sum of the normals times their multipliers
+        double sum = p.vector[i], terms = std::fabs(sum);
+        auto const add = [&](double term) {
+            sum += term;
+            terms += std::fabs(term);
         };
         for (int j = 0; j < p.n; ++j)
-            add(p.matrix[i * p.n + j], m.x[j]);
+            add(p.matrix[i * p.n + j] * m.x[j]);
         for (int k = 0; k < m.num_constraints(); ++k)
-            add(-m.multiplier(k), p.constraints[k].normal[i]);
-        if (terms > 0.0) worst = std::max(worst, static_cast<double>(std::fabs(sum) / terms) / eps);
+            add(-m.multiplier(k) * p.constraints[k].normal[i]);
+        if (terms > 0.0) worst = std::max(worst, std::fabs(sum) / terms);
     }
     for (int k = 0; k < m.num_constraints(); ++k) {
         Constraint const & c = p.constraints[k];
         bool const active = m.is_active(k);
         if ((!c.equality && m.multiplier(k) < 0.0) || (!active && m.multiplier(k) != 0.0)) return infinity;
         if (active && c.variable >= 0 && m.x[c.variable] * c.normal[c.variable] != c.bound) return infinity;
-        long double excess = -c.bound, square = 0.0;
-        for (int i = 0; i < p.n; ++i) {
-            long double const a = c.normal[i];
-            excess += a * m.x[i];
-            square += a * a;
-        }
-        if (square == 0.0) continue;
-        double const missed = static_cast<double>(excess / std::sqrt(square)) / scale / eps;
+        mlVector const normal(c.normal);
+        if (normal.modulus_squared() == 0.0) continue;
+        double const missed = (scalar_product(normal, m.x) - c.bound) / euclidean_norm(normal) / scale;
         worst = std::max(worst, c.equality || active ? std::fabs(missed) : -missed);
     }
-    return worst;
+    return worst / roundoff;
 }
 
 /// The lowest eigenvalue of Z^T G Z relative to G's norm, Z the null space of the active normals, where it is negative;
