@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "maths/functions/mlFunctionOf.h"
 #include "maths/optimisation/mlMinimiser.h"
 #include "maths/optimisation/ml_brent_minimum_search.h"
 #include "maths/optimisation/ml_minimum_bracketing.h"
@@ -60,69 +59,32 @@ TEST(BrentSearch, ReturnsTheBestPointThatItHasMet) {
     EXPECT_EQ(x, 0.5);
 }
 
-/// Where the published method asks for values, in one loop.
-Values asked_by_the_published_method(TracedFunction::Formula const & f, double start, double tolerance) {
-    struct {
-        double t, value;
-    } x{start, f(start)}, w = x, v = x, u;
-    double low = -1.0, high = 1.0, step = 0.0, before_last = 0.0;
-    Values asked{start};
-    for (int i = 0; i < 100; ++i) {
-        double const middle = (low + high) * 0.5, least = tolerance * std::fabs(x.t) + 1e-20, margin = 2.0 * least;
-        if (std::fabs(x.t - middle) <= margin - (high - low) * 0.5) break;
-        bool golden = std::fabs(before_last) <= least;
-        if (!golden) {
-            double const r = (x.t - w.t) * (x.value - v.value), s = (x.t - v.t) * (x.value - w.value);
-            double const p = ((x.t - v.t) * s - (x.t - w.t) * r) * (s > r ? -1.0 : 1.0), q = std::fabs(2.0 * (s - r));
-            golden = std::fabs(p) >= std::fabs(0.5 * q * before_last) || p <= q * (low - x.t) || p >= q * (high - x.t);
-            before_last = step;
-            if (!golden) {
-                step = p / q;
-                if (x.t + step - low < margin || high - (x.t + step) < margin) step = middle >= x.t ? least : -least;
-            }
+TEST(BrentSearch, AsksAtGoldenSectionsAndMinimaOfParabolasByItsRules) {
+    auto const expect = [](double low, double start, double high, double tolerance, Values answers, Values asked) {
+        for (bool const reversed : {false, true}) {
+            SCOPED_TRACE(testing::PrintToString(answers) + (reversed ? ", from the upper end" : ""));
+            TracedFunction f([&, k = 0](double) mutable { return answers.at(k++); });
+            double x;
+            double const least = ml_brent_minimum_search(f, reversed ? high : low, start, reversed ? low : high,
+                                                         tolerance, static_cast<int>(answers.size()) - 1, &x);
+            ASSERT_EQ(f.calls.size(), asked.size());
+            for (std::size_t k = 0; k < asked.size(); ++k)
+                EXPECT_NEAR(f.calls[k].second, asked[k], 1e-6) << k;
+            auto const best =
+                std::min_element(answers.rend() - std::ssize(asked), answers.rend()); // the last of equals
+            EXPECT_EQ(std::tuple(least, x), std::tuple(*best, f.calls[answers.rend() - best - 1].second));
         }
-        if (golden) {
-            before_last = (x.t >= middle ? low : high) - x.t;
-            step = 0.381966 * before_last;
-        }
-        u.t = x.t + (std::fabs(step) >= least ? step : step >= 0.0 ? least : -least);
-        u.value = f(u.t);
-        asked.push_back(u.t);
-        bool const better = u.value <= x.value;
-        (better == (u.t >= x.t) ? low : high) = better ? x.t : u.t;
-        if (better) {
-            v = w, w = x, x = u;
-        } else if (u.value <= w.value || w.t == x.t) {
-            v = w, w = u;
-        } else if (u.value <= v.value || v.t == x.t || v.t == w.t) {
-            v = u;
-        }
-    }
-    return asked;
-}
-
-TEST(BrentSearch, AsksWhereThePublishedMethodDoes) {
-    TracedFunction::Formula const formulas[] = {
-        [](double t) { return std::cos(t + 2.0); },
-        [](double t) { return std::fabs(t - 0.3); },
-        [](double t) { return std::exp(t) - t; },
-        [](double t) { return t * t * t * t - t; },
-        [](double t) { return std::round(8.0 * t * t); },
-        [](double t) { return t < 0.2 ? 2.0 - t : t * t; },
-        [](double t) { return -t; },
-        [](double t) { return t; },
     };
-    for (auto const & formula : formulas)
-        for (double const tolerance : {0.2, 1e-3, 1e-10})
-            for (double b = -0.9; b < 1.0; b += 0.1)
-                for (double const end : {-1.0, 1.0}) {
-                    Values asked;
-                    double x;
-                    mlFunctionOf f([&](double t) { return asked.push_back(t), formula(t); });
-                    ml_brent_minimum_search(f, end, b, -end, tolerance, 100, &x);
-                    EXPECT_EQ(asked, asked_by_the_published_method(formula, b, tolerance))
-                        << &formula - formulas << ", from " << b;
-                }
+    // The middle is left downwards. A parabola's minimum at x itself becomes the smallest step up, 0.0625 |x|.
+    expect(0, 4, 8, 0.0625, {0, 1, 1, 1, 0, 2, 6}, {4, 2.472136, 5.527864, 4.25, 3.416408, 3.202882, 3.639320});
+    // No parabola through two equal points. One whose minimum is near an end gives the smallest step to the middle.
+    expect(0, 5, 8, 0.0625, {3, 6, 2, 6, 5}, {5, 3.090170, 6.145898, 6.530017, 5.761779});
+    // A minimum outside of the interval is refused, and a value above all three is not kept.
+    expect(-4, 2, 4, 0.01, {3, 2, 3, 4, 0, 4, 0}, {2, -0.291796, -1.708204, 0.145898, -0.832816, -0.929812, -0.626165});
+    // So is a step down of half the last but one. The search ends before its last iteration.
+    expect(0, 2, 8, 0.1, {3, 2, 5, 6, 4, 5}, {2, 4.291796, 5.708204, 3.462616, 4.832816});
+    // A third best point that is the best one too is replaced whatever the value.
+    expect(0, 4, 8, 0.0625, {3, 5, 6, 1, 0, 0}, {4, 2.472136, 5.527864, 3.75, 3.325913, 2.999799});
 }
 
 /// Shows what a deriving class may use.
