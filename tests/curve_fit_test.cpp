@@ -17,7 +17,9 @@ namespace {
 struct LinearFit : mlDistanceLeastSquares {
     LinearFit(mlMatrix const & rows, Values right)
         : mlDistanceLeastSquares(rows.cols(), rows.rows()), rows_(rows), right_(std::move(right)) {}
-    void normalise_parameters(mlVector &) override {}
+    void normalise_parameters(mlVector & p) override { p[0] = peculiar ? std::fabs(p[0]) : p[0]; }
+    int n_independent_parameters() const override { return peculiar ? 1 : n_parameters(); }
+    double get_last_square_distance() const override { return 7.0; } // for models that say so
     void distance(double & d, int point) override {
         outside = outside || parameters[0] < low || parameters[0] > high;
         d = scalar_product(rows_.row(point), parameters.slice()) - right_[point];
@@ -25,7 +27,11 @@ struct LinearFit : mlDistanceLeastSquares {
     void distance_and_gradient(double & d, mlVector & gradient, int point) override {
         distance(d, point);
         gradient = rows_.row(point);
+        gradient *= factor;
     }
+    using mlDistanceLeastSquares::precise_square_distance;
+    bool peculiar = false; // the first parameter is made positive, one is independent
+    double factor = 1.0;   // of gradients
     double low = -infinity, high = infinity;
     bool outside = false; // of these bounds of p[0], ever
 
@@ -213,24 +219,10 @@ TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
     }
 }
 
-/// A first parameter made positive, one parameter independent, square distances of its own, gradients times a factor.
-struct PeculiarFit : LinearFit {
-    PeculiarFit(mlMatrix const & rows, Values right) : LinearFit(rows, std::move(right)) {
-        precise_square_distance = 1;
-    }
-    void normalise_parameters(mlVector & p) override { p[0] = std::fabs(p[0]); }
-    double get_last_square_distance() const override { return 7.0; }
-    int n_independent_parameters() const override { return 1; }
-    void distance_and_gradient(double & d, mlVector & gradient, int point) override {
-        LinearFit::distance_and_gradient(d, gradient, point);
-        gradient *= factor;
-    }
-    double factor = 1.0;
-};
-
 TEST(Fits, GoByTheModelsOwnSquaresNormalFormAndIndependentParameters) {
     Matrix const rows(3, 2, {1, 0, 1, 1, 0, 1});
-    PeculiarFit model(rows, {1, 2, 3});
+    LinearFit model(rows, {1, 2, 3});
+    model.peculiar = model.precise_square_distance = true;
     mlFitQuality const quality(model, Vector{1, 1});
     EXPECT_EQ(std::tuple(quality.residual_sum(), quality.rank(), quality.degrees_of_freedom()), std::tuple(21.0, 2, 2));
     mlBoundedFit fit(model, Vector{-1, -1}, Vector{1, 1});
