@@ -180,15 +180,6 @@ TEST(MinimiserSearch, HasFoundAMinimumAtARangeEndOnlyWhereTheDomainEndsToo) {
         }
 }
 
-TEST(MinimiserSearch, TakesTheDefaultAnswerForASlopeWhenTheOrderOfDerivativesIsNotSet) {
-    for (int const order : {2, 0}) {
-        TracedFunction f([](double t) { return (t - 0.25) * (t - 0.25); });
-        f.highest_derivative_order = order;
-        mlMinimiser m(f, 0.75, 0.0, 1.0, 1e-6);
-        EXPECT_EQ(std::fabs(std::get<0>(ended(m)) - 0.25) < 1e-5, order == 0);
-    }
-}
-
 TEST(FunctionValue, CopiesWhatIsKnown) {
     double const none = mlUnboundedMin;
     struct {
