@@ -47,7 +47,7 @@ void fail_after(long successes) {
 }
 
 /// Runs an operation that promises to change nothing when it fails.
-template <class Operation, class Intact> void all_or_nothing(Operation operation, Intact intact) {
+void all_or_nothing(auto operation, auto intact) {
     try {
         operation();
     } catch (std::bad_alloc const &) {
@@ -64,9 +64,9 @@ struct Objects {
         bool sound = m.rows() * m.cols() <= m.size() && n.rows() * n.cols() <= n.size();
         for (intcoPageArr const * array : {&pages, &other})
             for (int i = 0; i < array->size(); ++i)
-                sound = sound && i < array->blocks() * array->page_size() && (*array)[i] == i;
+                sound &= i < array->blocks() * array->page_size() && (*array)[i] == i;
         for (int i = 0; i < sparse.rows(); ++i)
-            sound = sound && sparse.last_in_row(i) < sparse.cols();
+            sound &= sparse.last_in_row(i) < sparse.cols();
         return sound;
     }
 
@@ -130,14 +130,8 @@ void vectors_and_matrices(Objects & o) {
     std::ostringstream() << o.n << v;
 }
 
-mlFunctionNOf const sum_and_product(
-    2, 2,
-    [](mlSlice const & x, mlVector & y) {
-        y = Vector{x[0] + x[1], x[0] * x[1]};
-    },
-    [](mlSlice const & x, mlMatrix & j) {
-        j.become(utCopy, mlMatrix{{1.0, 1.0}, {x[1], x[0]}});
-    });
+void sum_and_product_of(mlSlice const & x, mlVector & y) { y = Vector{x[0] + x[1], x[0] * x[1]}; }
+mlFunctionNOf const sum_and_product(2, 2, sum_and_product_of);
 
 double bowl(mlSlice const & x) { return (x[0] - 1.0) * (x[0] - 1.0) + (x[1] - 3.0) * (x[1] - 3.0); }
 
@@ -167,8 +161,8 @@ void small_decompositions(Objects & o) {
         mlVector v{1.0, 2.0, 3.0};
         all_or_nothing([&] { basis.add(&v, 1); }, [&] { return o.n.rows() == 3 && v[0] == 1.0; });
     }
+    Vector const first{3.0, 4.0}, second{1.0, 2.0};
     for (bool const orthonormal : {false, true}) {
-        Vector const first{3.0, 4.0}, second{1.0, 2.0};
         mlMatrix q, r;
         mlQRDecomposition qr(&q, &r);
         if (orthonormal) qr.set_Q_orthonormal();
@@ -201,17 +195,6 @@ void large_decompositions(Objects & o) {
     mlIntegrateRomberg(1.0, 40).integrate(mlFunctionOf([](double t) { return t; }), 0.0, 1.0);
 }
 
-/// Distances of points from a line through (0, p0) of slope p1.
-struct Line : mlDistanceLeastSquares {
-    Line() : mlDistanceLeastSquares(2, 4) {}
-    void normalise_parameters(mlVector &) override {}
-    void distance(double & d, int i) override { d = parameters[0] + parameters[1] * i - i * i; }
-    void distance_and_gradient(double & d, mlVector & gradient, int i) override {
-        distance(d, i);
-        gradient = Vector{1.0, double(i)};
-    }
-};
-
 void optimisation(Objects & o) {
     TracedFunctionN1 f(2, bowl);
     mlVector x(mlVectorZero, 2);
@@ -219,12 +202,12 @@ void optimisation(Objects & o) {
     int flag = 0;
     ml_powell_minimum_search(x, directions, 1e-6, flag, f);
     mlNewtonRaphson(mlNRDim, 2).solve(sum_and_product, x, 1e-6, flag);
-    Line line;
-    mlLevenbergMarquardt(line).fit(x, o.v);
-    line.point_distribution_quality(o.v);
-    mlBoundedFit(line, x, x).fit(x, o.v);
-    Vector p{0.0, 0.0};
-    ml_curve_fit(x.slice(), x.slice(), x.slice(), p, [](double t, mlVector const & q) { return q[0] + q[1] * t; });
+    auto const line = [](double t, mlVector const & q) { return q[0] + q[1] * t; };
+    Vector p{0.0, 0.0}, t{0.0, 1.0, 2.0};
+    mlCurveModel model(t.slice(), t.slice(), p, line);
+    mlBoundedFit(model, x, x).fit(x, o.v);
+    model.point_distribution_quality(o.v);
+    ml_curve_fit(t.slice(), t.slice(), t.slice(), p, line);
     mlDownHillSimplex(2).solve(f, x, mlDownHillSimplexCoarse);
     mlQuasiNewton search(2, 3);
     search.minimise(f, x);
@@ -318,9 +301,10 @@ TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
     int story = 0;
     for (auto const tell : {arrays, paged_arrays, vectors_and_matrices, functions, small_decompositions,
                             large_decompositions, optimisation, sparse_matrices, sparse_factors, iterative_solvers}) {
-        bool finished = false;
         ++story;
+        bool finished = false;
         for (long k = 0; !finished && !HasFailure(); ++k) {
+            SCOPED_TRACE(testing::Message() << "story " << story << ", request " << k);
             Objects objects;
             try {
                 fail_after(k);
@@ -335,7 +319,6 @@ TEST(FailedAllocation, ComesOutAsBadAllocAndLeavesObjectsThatServeOn) {
             }
             fail_after(-1);
             EXPECT_FALSE(finished && k == 0) << "no memory was requested";
-            if (HasFailure()) ADD_FAILURE() << "story " << story << ", request " << k;
         }
     }
 }

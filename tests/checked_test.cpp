@@ -27,17 +27,17 @@ void expect_stops(std::initializer_list<Mistake> mistakes) {
 TEST(CheckedDeathTest, KernelsStopWithoutTheRoomTheyAskFor) {
     int const n = 2 * ml_max_lanes;
     mlMatrix m(mlMatrixZero, n, n);
-    mlBlock const a{m.data(), n}, narrow{m.data(), n - 1};
+    mlBlock const a{m.data(), n};
     double x[3 * ml_max_lanes] = {}, *const y = x + ml_max_lanes;
     int pivot_rows[3 * ml_max_lanes];
     mlRotationChain const past_the_end{0, n - 2, 3};
-    mlRotation const rotations[3] = {{1.0, 0.0}, {1.0, 0.0}, {1.0, 0.0}};
+    mlRotation const rotations[3] = {};
     mlKernels const & kernels = ml_kernels();
     EXPECT_DEATH(kernels.divide(3, x, 2.0), "kernel divide: 3 elements");
     EXPECT_DEATH(kernels.rotate(3, x, y, {1.0, 0.0}), "kernel rotate: 3 elements");
     EXPECT_DEATH(kernels.rotate_strips(1, n, m.data(), 1, &past_the_end, rotations),
                  "columns 0, 14 and on, 3 rotations");
-    EXPECT_DEATH(kernels.gemm(n, n, n, {x, n}, {x, n}, narrow), "dimensions 16, 16 and 15");
+    EXPECT_DEATH(kernels.gemm(n, n, n, {x, n}, {x, n}, {x, n - 1}), "dimensions 16, 16 and 15");
     EXPECT_DEATH(kernels.gemv(n, n, {x, n - 1}, x, y), "kernel gemv: 16 x 16, leading dimension 15");
     EXPECT_DEATH(kernels.rank_one_update(2, n, a, {x, x}), "16 and padding, leading dimension 16");
     EXPECT_DEATH(kernels.update_gemv(2, n, a, {nullptr, x}, x, y), "16 and padding, leading dimension 16");
@@ -55,6 +55,7 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
     mlMatrix n(mlMatrixZero, 2, 2), shaped(mlMatrixZero, 2, 4), product, shapeless;
     mlTinyVector3 tiny(mlVectorZero);
     intcoPageArr pages{1, 2, 3};
+    std::initializer_list<std::initializer_list<mlNumber>> const ragged = {{1, 2}, {3}};
     int out[8];
     expect_stops({
         {[&] { static_cast<void>(fixed[3]); }, "index 3 of 3"},
@@ -62,7 +63,6 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
         {[&] { v = m.row(0).slice(0, 1, 2); }, "3 elements wanted, 2 given"},
         {[&] { v = longer; }, "vector assignment: 4 elements to a vector of 3"},
         {[&] { v = m.row(0); }, "vector assignment: 4 elements to a vector of 3"},
-        {[&] { none = v; }, "vector assignment: 3 elements to a vector of 0"},
         {[&] { v += y; }, "vector sum: 3 elements wanted, 0 given"},
         {[&] { static_cast<void>(m(1, 4)); }, "\\(1, 4\\) of 2 x 4"},
         {[&] { shaped(0, 4) = 1.0; }, "\\(0, 4\\) of 2 x 4"},
@@ -74,10 +74,7 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
         {[&] { n += m; }, "matrix sum: 2 x 2 and 2 x 4"},
         {[&] { v.add_multiple(1.0, y); }, "add_multiple: 3 elements wanted, 0 given"},
         {[&] { multiply_transposed(m, v.slice(0, 1, 1), y); }, "multiply: 2 elements wanted, 1 given"},
-        {[&] {
-             mlMatrix{{1, 2}, {3}};
-         },
-         "a row of 1 elements in a matrix of 2 columns"},
+        {[&] { mlMatrix(ragged); }, "a row of 1 elements in a matrix of 2 columns"},
         {[&] { tiny[3] = 0.0; }, "component 3 of 3"},
         {[&] { tiny = longer.slice(0, 1, 2); }, "fixed-size vector: 3 components wanted, 2 given"},
         {[&] { pages.copyout(out, 4, 0, 0); }, "copyout: 4 elements from 0 on of 3"},
@@ -105,7 +102,8 @@ TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
     Matrix const asymmetric(2, 2, {1, 2, 3, 4}), zero(2, 2, {0, 0, 0, 0}), wide(2, 3, {1, 2, 3, 4, 5, 6}),
         column(2, 1, {1, 2});
     mlMatrix const nearly(mlMatrixIdentity, 2);
-    mlMatrix q, r, x;
+    mlMatrix q(mlMatrixIdentity, 2), r, x;
+    mlGramSchmidt basis(&q);
     mlVector b(mlVectorZero, 2), y;
     mlSymEigenVecs symmetric(nearly);
     mlLUDecomposition const lu(zero);
@@ -127,20 +125,13 @@ TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
          "eigen_vector: 0 of 0 found"},
         {[&] { mlAsymEigenVecs3(asymmetric).calculate(); }, "the matrix is 2 x 2, not 3 x 3"},
         {[&] { lu.solve(b, y); }, "LU solve: the 2 x 2 matrix is singular"},
-        {[&] { lu.inverse(x); }, "LU solve: the 2 x 2 matrix is singular"},
         {[&] { static_cast<void>(mlLUDecomposition{column}.determinant()); }, "LU determinant: a 2 x 1 matrix"},
         {[&] { cholesky.solve(b, y); }, "Cholesky solve: the matrix of order 2 is not positive definite"},
         {[&] { values_only.solve(b, y); }, "pseudo-inverse: 1 singular values, but U is 1 x 1"},
         {[&] { mlPCA(points).principal_axis(); }, "principal components: axis 0 of 0"},
         {[&] { mlTridiagonal(3, wide.row(0), wide.row(1), b.slice()); }, "order 3, but diagonals of 3, 3 and 2"},
         {[&] { x.become(utCopy, wide), mlQRDecomposition(&x, &r); }, "begun on Q with 2 rows"},
-        {[&] {
-             q.become(mlMatrixIdentity, 2);
-             mlGramSchmidt basis(&q);
-             q.delete_row(1);
-             basis.add(&b, 1);
-         },
-         "2 rows were made orthogonal, and there are 1"},
+        {[&] { q.delete_row(1), basis.add(&b, 1); }, "2 rows were made orthogonal, and there are 1"},
     });
 }
 
@@ -188,78 +179,59 @@ TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
     mlSparseMatrix m(mlMatrixZero, 2, 3), tall(mlMatrixZero, 3, 3), out;
     mlSparseSymMatrix s(mlMatrixZero, 3);
     mlSparseRow row;
+    m.set(1, 2, 1.0);
+    s.set(1, 2, 1.0);
+    row.append_element(5, 1.0);
     expect_stops({
-        {[&] { m.set(1, 2, 1.0), m.set(1, 0, 1.0); }, "sparse set: \\(1, 0\\) after \\(1, 2\\)"},
-        {[&] { m.set(1, 2, 1.0), m.set(1, 2, 1.0); }, "sparse set: \\(1, 2\\) after \\(1, 2\\)"},
-        {[&] { s.set(1, 2, 1.0), s.set(1, 1, 1.0); }, "sparse set: \\(1, 1\\) after \\(1, 2\\)"},
-        {[&] { row.append_element(5, 1.0), row.append_element(4, 1.0); }, "sparse row: column 4 after column 5"},
+        {[&] { m.set(1, 0, 1.0); }, "sparse set: \\(1, 0\\) after \\(1, 2\\)"},
+        {[&] { m.set(1, 2, 1.0); }, "sparse set: \\(1, 2\\) after \\(1, 2\\)"},
+        {[&] { s.set(1, 1, 1.0); }, "sparse set: \\(1, 1\\) after \\(1, 2\\)"},
+        {[&] { row.append_element(4, 1.0); }, "sparse row: column 4 after column 5"},
         {[&] { tall.concatenate_right(m); }, "concatenate_right: 2 x 3 to 3 x 3"},
         {[&] { m.extract_sub_matrix(1, 0, 2, 1, out); }, "extract_sub_matrix: 2 rows from 1 on of 2 x 3"},
     });
-    mlSparseSymMatrix const identity(mlMatrixIdentity, 3), smaller(mlMatrixIdentity, 2);
-    mlSparseSymMatrix other(utCopy, identity), shifted(mlMatrixZero, 3);
-    other.set(0, 2, 1.0);
-    for (int i = 0; i < 3; ++i)
-        shifted.set(i, i == 1 ? 2 : i, 1.0);
-    mlSparseCholesky cholesky;
-    mlVector x;
-    cholesky.analyse(identity);
-    expect_stops({
-        {[&] { cholesky.factor(other); }, "sparse Cholesky: order 3, 3 x 3 of another pattern than analysed"},
-        {[&] { cholesky.factor(shifted); }, "sparse Cholesky: order 3, 3 x 3 of another pattern than analysed"},
-        {[&] { cholesky.factor(mlSparseSymMatrix(mlMatrixZero, 3)); }, "order 3, 3 x 3 of another pattern"},
-        {[&] { cholesky.factor(smaller); }, "sparse Cholesky: order 3, 2 x 2 of another pattern than analysed"},
-        {[&] {
-             cholesky.solve(mlVector{1, 2, 3}, x);
-         },
-         "sparse Cholesky solve: order 3, status 0"},
-        {[&] {
-             mlSparseCholesky(identity).solve(mlVector{1, 2}, x);
-         },
-         "solve: 3 elements wanted, 2 given"},
-    });
-    mlSparseMatrix const unit(mlMatrixIdentity, 3);
-    mlSparseMatrix cycle(mlMatrixZero, 3, 3);
-    for (int i = 0; i < 3; ++i)
-        cycle.set(i, (i + 1) % 3, 1.0);
-    mlSparseLU lu;
-    lu.analyse(unit);
-    expect_stops({
-        {[&] { lu.factor(cycle); }, "sparse LU: order 3, 3 x 3 of another pattern than analysed"},
-        {[&] { lu.factor(m); }, "sparse LU: order 3, 2 x 3 of another pattern than analysed"},
-        {[&] { lu.analyse(m); }, "sparse LU: a 2 x 3 matrix"},
-        {[&] { lu.matrix_f(out); }, "sparse LU: F of order 3, not factored"},
-        {[&] { lu.solve(mlVector(mlVectorZero, 3), x); }, "sparse LU solve: order 3, status 0"},
-        {[&] { mlSparseLU(unit).solve(mlVector(mlVectorZero, 2), x); }, "solve: 3 elements wanted, 2 given"},
-    });
-    mlConjugateGradients iterative;
-    mlIncompleteFactors const factors(smaller);
-    mlLinearOperatorOf const cut(3, [](mlVector const & v, mlVector & to) { to.become({v[0]}); });
-    expect_stops({
-        {[&] {
-             iterative.solve(identity, mlVector{1, 2}, x);
-         },
-         "iterative solver: 3 elements wanted, 2 given"},
-        {[&] {
-             iterative.improve(identity, mlVector{1, 2, 3}, x);
-         },
-         "iterative solver, from x: 3 elements wanted"},
-        {[&] {
-             iterative.solve(m, mlVector{1, 2, 3}, x);
-         },
-         "matrix operator: 2 x 3"},
-        {[&] {
-             iterative.solve(cut, mlVector{1, 2, 3}, x);
-         },
-         "iterative solver: a product of 1 elements, not 3"},
-        {[&] {
-             iterative.set_preconditioner(&factors);
-             iterative.solve(identity, mlVector{1, 2, 3}, x);
-         },
-         "iterative solver: 3 unknowns, preconditioner of 2"},
-        {[&] { mlIncompleteFactors const of_wide(m); }, "incomplete factors: 2 x 3"},
-    });
     out.become(mlMatrixProduct, m, mlSparseMatrix(mlMatrixIdentity, 4)); // whose last row is not needed
+}
+
+TEST(CheckedDeathTest, MisuseOfSparseSolversNamesTheOrders) {
+    mlVector const two(mlVectorZero, 2), three(mlMatrix(mlMatrixHilbert, 3).row(0));
+    mlVector x;
+    mlSparseMatrix const unit(mlMatrixIdentity, 3), wide(mlMatrixZero, 2, 3);
+    mlSparseMatrix cycle(mlMatrixZero, 3, 3), out;
+    mlSparseSymMatrix const identity(mlMatrixIdentity, 3), smaller(mlMatrixIdentity, 2), fewer(mlMatrixZero, 3);
+    mlSparseSymMatrix further(utCopy, identity), shifted(mlMatrixZero, 3);
+    further.set(0, 2, 1.0);
+    for (int i = 0; i < 3; ++i) {
+        cycle.set(i, (i + 1) % 3, 1.0);
+        shifted.set(i, i == 1 ? 2 : i, 1.0);
+    }
+    mlSparseCholesky cholesky;
+    mlSparseLU lu;
+    cholesky.analyse(identity);
+    lu.analyse(unit);
+    for (mlSparseSymMatrix const * other : {&further, &shifted, &fewer})
+        EXPECT_DEATH(cholesky.factor(*other), "Cholesky: order 3, 3 x 3 of another pattern than analysed");
+    mlConjugateGradients iterative, preconditioned;
+    mlIncompleteFactors const factors(smaller);
+    preconditioned.set_preconditioner(&factors);
+    mlLinearOperatorOf const cut(3, [&](mlVector const &, mlVector & to) { to.become(utCopy, two.slice()); });
+    expect_stops({
+        {[&] { cholesky.factor(smaller); }, "sparse Cholesky: order 3, 2 x 2 of another pattern than analysed"},
+        {[&] { cholesky.solve(three, x); }, "sparse Cholesky solve: order 3, status 0"},
+        {[&] { mlSparseCholesky(identity).solve(two, x); }, "solve: 3 elements wanted, 2 given"},
+        {[&] { lu.factor(cycle); }, "sparse LU: order 3, 3 x 3 of another pattern than analysed"},
+        {[&] { lu.factor(wide); }, "sparse LU: order 3, 2 x 3 of another pattern than analysed"},
+        {[&] { lu.analyse(wide); }, "sparse LU: a 2 x 3 matrix"},
+        {[&] { lu.matrix_f(out); }, "sparse LU: F of order 3, not factored"},
+        {[&] { lu.solve(three, x); }, "sparse LU solve: order 3, status 0"},
+        {[&] { mlSparseLU(unit).solve(two, x); }, "solve: 3 elements wanted, 2 given"},
+        {[&] { iterative.solve(identity, two, x); }, "iterative solver: 3 elements wanted, 2 given"},
+        {[&] { iterative.improve(identity, three, x); }, "iterative solver, from x: 3 elements wanted"},
+        {[&] { iterative.solve(wide, three, x); }, "matrix operator: 2 x 3"},
+        {[&] { iterative.solve(cut, three, x); }, "iterative solver: a product of 2 elements, not 3"},
+        {[&] { preconditioned.solve(identity, three, x); }, "iterative solver: 3 unknowns, preconditioner of 2"},
+        {[&] { mlIncompleteFactors const of_wide(wide); }, "incomplete factors: 2 x 3"},
+    });
 }
 
 } // namespace

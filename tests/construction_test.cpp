@@ -21,14 +21,41 @@ static_assert(!std::is_assignable_v<mlMatrix &, mlMatrix> && !std::is_assignable
               !std::is_assignable_v<doublecoDynArr &, doublecoDynArr>);
 static_assert(!std::is_constructible_v<doublecoDynArr, mlMatrix>, "the matrix would keep its shape");
 
+// What keeps a reference to an argument, and uses it later, takes no temporary for it.
+template <class T, class Kept, class... Rest>
+constexpr bool refuses_a_temporary =
+    std::is_constructible_v<T, Kept &, Rest...> && std::is_constructible_v<T, Kept const &, Rest...> &&
+    !std::is_constructible_v<T, Kept, Rest...> && !std::is_constructible_v<T, Kept const, Rest...>;
+template <class... T> constexpr bool refuse_a_temporary_matrix = (refuses_a_temporary<T, mlMatrix> && ...);
+struct Function : mlFunction {};
+static_assert(refuse_a_temporary_matrix<mlLUDecomposition, mlMatrixOperator, mlSymEigenVecs, mlATAEigenVecs,
+                                        mlAsymEigenVecs2, mlAsymEigenVecs3>);
+static_assert(refuses_a_temporary<mlFunctionApproxDeriv, Function, double>);
+static_assert(refuses_a_temporary<mlFunction2ApproxUDeriv, mlFunction2, double>);
+static_assert(refuses_a_temporary<mlFunction2ApproxVDeriv, mlFunction2, double>);
+static_assert(refuses_a_temporary<mlMinimiser, Function, double, double, double, double>);
+static_assert(refuses_a_temporary<mlMinimiser2, mlFunction2, double, double, double>);
+static_assert(refuses_a_temporary<mlVectorMinimiser2, mlFunctionN, double, double, double>);
+static_assert(refuses_a_temporary<mlLineOnFunctionN1, mlVector, mlVector &, mlFunctionN1 *>);
+static_assert(!std::is_constructible_v<mlLineOnFunctionN1, mlVector &, mlVector, mlFunctionN1 *> &&
+              !std::is_constructible_v<mlLineOnFunctionN1, mlVector, mlVector, mlFunctionN1 *> &&
+              !std::is_constructible_v<mlLevenbergMarquardt, mlDistanceLeastSquares>);
+static_assert(std::is_constructible_v<mlCholeskyDecomposition, mlMatrix>, "copies what it is given");
+
+// A constant slice is not copied to a writable one by a constructor, but a function may return one.
+using ConstView = decltype(std::declval<mlMatrix const &>().row(0));
+static_assert(std::is_same_v<ConstView, mlSlice const> && !std::is_constructible_v<mlSlice, ConstView> &&
+              std::is_constructible_v<mlSlice, ConstView &> && std::is_constructible_v<mlSlice, mlSlice> &&
+              std::is_convertible_v<ConstView, ConstView>);
+
 /// Moves `source` to a new object, and on by `become`; `place` tells where and how many its elements are.
 template <class T> void expect_to_move(T source, auto place) {
-    auto const at = place(source);
+    auto const at = place(source), nowhere = place(T());
     T made(std::move(source)), target;
-    EXPECT_TRUE(place(made) == at && place(source) == place(T()));
+    EXPECT_TRUE(place(made) == at && place(source) == nowhere);
     target.become(std::move(made));
     target.become(std::move(target)); // moved to itself
-    EXPECT_TRUE(place(target) == at && place(made) == place(T()));
+    EXPECT_TRUE(place(target) == at && place(made) == nowhere);
 }
 
 TEST(Moves, TakeTheStorageAndLeaveTheSourceEmptyAndOfUse) {
@@ -41,13 +68,13 @@ TEST(Moves, TakeTheStorageAndLeaveTheSourceEmptyAndOfUse) {
     mlSparseRow row;
     row.append_element(3, 1.0);
     expect_to_move(mlVector{1, 2, 3}, storage);
+    expect_to_move(std::move(vectors), storage);
+    expect_to_move(std::move(row), storage);
     expect_to_move(mlMatrix(mlMatrixHilbert, 3),
                    [](mlMatrix const & m) { return std::tuple(m.data(), m.rows(), m.cols(), m.size()); });
-    expect_to_move(std::move(vectors), storage);
     expect_to_move(std::move(pages), [](mlTinyVector2coPageArr const & array) {
         return std::tuple(array.blocks() > 0 ? array.page(1) : nullptr, array.blocks(), array.size());
     });
-    expect_to_move(std::move(row), storage);
     expect_to_move(mlSparseMatrix(mlMatrixIdentity, 3), shape);
     expect_to_move(mlSparseSymMatrix(mlMatrixIdentity, 3), shape);
 
@@ -64,8 +91,7 @@ TEST(Moves, InAStandardVectorOfVectorsKeepElementsWhereAllHaveOneSize) {
         list.push_back(mlVector{10 * i, 10 * i + 1}); // which grows and moves them
     list.erase(list.begin() + 1);                     // which assigns
     list[0].become({5});
-    using std::swap;
-    swap(list[0], list[2]); // which exchanges storage
+    std::ranges::swap(list[0], list[2]); // which exchanges storage
     EXPECT_EQ((Values{list[0][1], list[1][1], list[2][0], list[3][1]}), (Values{31, 21, 5, 41}));
     if (checked_build) return;
     list.erase(list.begin() + 2);
@@ -124,15 +150,16 @@ TEST(Slices, WorkWithAlgorithmsAndRanges) {
 }
 
 TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
-    mlMatrix const a{{4, 1, 0}, {1, 3, -1}, {0, -1, 2}}, rhs{{1, 7}, {2, 8}, {3, 9}};
+    mlMatrix const a{{4, 1, 0}, {1, 3, -1}, {0, -1, 2}};
+    mlVector const right{7, 8, 9}, lower{9, 1, 1}, upper{1, 1, 9};
     mlSparseMatrix sparse(mlMatrixIdentity, 3);
     mlSparseSymMatrix symmetric(mlMatrixIdentity, 3);
     sparse.set(0, 2, 5.0);
     symmetric.set(0, 2, 5.0);
     auto const expect_equal = [&](auto solve) {
         mlVector x, y, own{9, 0, 8, 0, 7};
-        solve(mlVector(rhs.col(1)), x);
-        solve(rhs.col(1), y);
+        solve(right, x);
+        solve(right.slice(), y);
         solve(own.slice(4, -2, 3), own);
         EXPECT_EQ(contents(y), contents(x));
         EXPECT_EQ(contents(own.slice(0, 1, 3)), contents(x));
@@ -142,12 +169,11 @@ TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
     expect_equal([&](auto const & b, mlVector & x) { mlSingularValueDecomposition(a).solve(b, x); });
     expect_equal([&](auto const & b, mlVector & x) { sparse.multiply_vector(b, x); });
     expect_equal([&](auto const & b, mlVector & x) { symmetric.multiply_vector(b, x); });
-    mlMatrix x(mlMatrixZero, 3, 2);
-    mlVector const lower{9, 1, 1}, upper{1, 1, 9};
     mlTridiagonal const t(3, lower.slice(), a.diagonal(), upper.slice());
-    t.solve(rhs.col(0), x.col(0));
-    t.solve_periodic(rhs.col(0), x.col(1));
-    mlVector plain, periodic{1, 2, 3, 99}; // longer than the system
+    mlMatrix x(mlMatrixZero, 3, 2);
+    t.solve(right.slice(), x.col(0));
+    t.solve_periodic(right.slice(), x.col(1));
+    mlVector plain, periodic{7, 8, 9, 99}; // longer than the system
     t.solve(periodic.slice(), plain);
     t.solve_periodic(periodic.slice(), periodic);
     EXPECT_TRUE(contents(plain) == contents(x.col(0)) && contents(periodic) == contents(x.col(1)));
@@ -161,13 +187,12 @@ TEST(PrincipalComponents, OfAMatrixHaveScoresThatReproduceThePoints) {
     mlPCA const pca(points);
     EXPECT_EQ(contents(pca.eigenvalues()), contents(mlPCA(table).eigenvalues()));
     ASSERT_EQ(pca.scores(table, scores), mlPCAComputed);
-    for (int k = 0; k < 3; ++k) {
-        double coordinate = pca.mass_centre()[k];
-        for (int axis = 0; axis < 3; ++axis)
-            coordinate += scores(3, axis) * pca.axis(axis)[k];
-        EXPECT_NEAR(coordinate, points(3, k), 1e-14);
-        EXPECT_NEAR(scores.col(k).modulus_squared() / 4.0, pca.eigenvalue(k), 1e-13);
+    mlVector fourth(utConvert, pca.mass_centre().data(), 3);
+    for (int axis = 0; axis < 3; ++axis) {
+        fourth.add_multiple(scores(3, axis), pca.axis(axis));
+        EXPECT_NEAR(scores.col(axis).modulus_squared() / 4.0, pca.eigenvalue(axis), 1e-13);
     }
+    EXPECT_LT(distance_squared(fourth.slice(), points.row(3)), 1e-28);
     pca.scores(points, points);
     EXPECT_TRUE(points == scores);
     EXPECT_EQ(mlPCA(mlMatrix{{1, 2}}).scores(scores, points), mlPCANotEnoughData);
