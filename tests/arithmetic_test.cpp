@@ -1,9 +1,12 @@
+#include <array>
+#include <climits>
 #include <cmath>
+#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
-#include "maths/core/mlNorms.h"
-#include "maths/core/multiply_transposed.h"
+#include "maths/maths.h"
 #include "tests/support/bits.h"
 #include "tests/support/matrices.h"
 #include "tests/support/values.h"
@@ -73,6 +76,126 @@ TEST(TransposedProducts, TakeEmptyShapesAndTheirOwnOperands) {
         multiply_transposed(a, mlVector(mlVectorZero, rows), y);
         EXPECT_EQ(y.size(), cols);
     }
+}
+
+template <class V> struct TinyVector : testing::Test {
+    static constexpr int size = sizeof(V) / sizeof(double);
+    static_assert(std::is_trivially_copyable_v<V>);
+    static_assert(std::is_constructible_v<V, enum mlVectorZero> && !std::is_constructible_v<V, enum mlMatrixZero>);
+
+    /// first, first + step, ...
+    static V counting(double first, double step) {
+        V v;
+        for (int i = 0; i < size; ++i)
+            v[i] = first + i * step;
+        return v;
+    }
+};
+using Family = testing::Types<mlTinyVector2, mlTinyVector3, mlTinyVector4, mlTinyVector5, mlTinyVector6>;
+TYPED_TEST_SUITE(TinyVector, Family);
+
+TYPED_TEST(TinyVector, GivesTheResultsOfItsSliceButRoundsAndMultipliesInItsOwnWay) {
+    auto a = this->counting(0.1, 0.7), b = this->counting(3.3, -1.1), c = a;
+    mlSlice const s = a.slice(), t = b.slice();
+    EXPECT_EQ((Values{a.sum(), a.modulus_squared(), b.max_absolute_value(), scalar_product(a, b),
+                      distance_squared(a, b), norm_diff(a, b)}),
+              (Values{s.sum(), s.modulus_squared(), t.max_absolute_value(), scalar_product(s, t),
+                      distance_squared(s, t), norm_diff(s, t)}));
+    c.interpolate(c, b, 1.0);
+    EXPECT_EQ(c != b, 0);
+    c.become(mlVectorAdd, a, b) -= a;
+    c.become(mlVectorSubtract, a, c) += b.slice();
+    EXPECT_LT(norm_diff(a, c), 2e-15);
+    b.become(mlVectorZero) = std::as_const(a).slice(0, 1, this->size);
+    c.become(mlMatrixProduct, mlMatrix(mlMatrixIdentity, this->size), b);
+    EXPECT_EQ(c.become(utConvert, &c[0]) == a, 1);
+    b += 4.0;
+    c.become(utCopy, b) -= 4.0;
+    c -= std::as_const(a).slice();
+    EXPECT_LT(c.max_absolute_value(), 1e-15);
+    a.slice(1, -1, 2)[0] = nan_value;
+    EXPECT_EQ(a == a, 0);
+
+    auto const negative_zeros = this->counting(-0.0, -0.0), ones = this->counting(1.0, 0.0);
+    EXPECT_FALSE(std::signbit(negative_zeros.sum()));                // from 0.0
+    EXPECT_TRUE(std::signbit(scalar_product(negative_zeros, ones))); // from the first product
+    a = this->counting(49.0, 1.0);
+    a /= 49.0;
+    EXPECT_LT(a[0], 1.0); // by the reciprocal
+    auto const before = b;
+    multiply(mlMatrix(utConvert, Values{1, 2}.data(), 1, 2), ones, b);
+    EXPECT_EQ(std::tuple(b[0], b[1]), std::tuple(3.0, before[1])) << "one row writes one component";
+}
+
+TEST(TinyVector3, ProductsAreRightHandedAndMayReplaceAnOperand) {
+    mlTinyVector3 x(mlVectorZero), y = x;
+    x[0] = y[1] = 1.0;
+    y.vector_product(x, y);
+    EXPECT_EQ(printed(y), "<0,0,1>");
+    x.vector_product(x, y);
+    EXPECT_EQ(printed(x), "<0,-1,0>");
+}
+
+Values ends(mlRange const & r) { return {r.low, r.high}; }
+
+TEST(Range, GrowsByMergingAndShrinksByIntersection) {
+    mlRange r;
+    r.merge(largest_double); // reserved, as an end of a range too
+    r.merge(mlRange());
+    EXPECT_TRUE(r.empty());
+    r.merge(3.0);
+    r.merge(mlRange(1, largest_double));
+    r.merge(nan_value);
+    EXPECT_EQ(ends(r), (Values{1, 3}));
+    EXPECT_EQ(ends(intersect(r, mlRange(3, 4))), (Values{3, 3}));
+    EXPECT_EQ(intersect(r, mlRange(4, 5)).empty() + intersect(mlRange(), r).empty(), 2);
+    for (double at : {-1.0, 0.0, 1.5, 3.0, 3.5})
+        EXPECT_EQ(r.crosses(mlRange(at, at + 1)) + mlRange(at + 1, at).crosses(r), 2 * (at >= 0 && at <= 3)) << at;
+    mlRange const four(0, 4);
+    EXPECT_EQ((Values{four.clip(-1), four.clip(9), four.clip(3), mlRange(5, 1).clip(3)}), (Values{0, 4, 3, 5}));
+    EXPECT_TRUE(four.coincident(mlRange(0.5, 3.5), 0.5) && four.coincident(mlRange(nan_value, 4), 0.5));
+    EXPECT_FALSE(four.coincident(mlRange(0.5, 3), 0.5) || four.coincident(mlRange(1, 4), 0.5));
+    EXPECT_EQ(mlRange(0, 1e-10).position_in_range(0.5e-10), 0.5);
+    EXPECT_EQ(mlRange(0, 0.5e-10).position_in_range(0.4e-10) + mlRange(2, 2).position_in_range(5), 0.0 + 1.0);
+}
+
+TEST(Math, DerivesByTheRemainderOfTheOrderAndAddsWithoutOverflow) {
+    EXPECT_EQ(mlMath::interpolate(0.5, -largest_double, largest_double), largest_double); // b - a overflows
+    EXPECT_EQ(mlMath::interpolate(1.0, 0.7, -0.1), -0.1); // (-0.1 - 0.7) + 0.7 is not that
+    EXPECT_EQ(mlRange(0, 4).interpolate(2) + mlMath::rescale(2.5, 2, 4, 10, 20), 4 + 12.5);
+    double const volatile x = 0.7; // or the compiler folds the calls, to other last bits
+    double const sines[] = {std::sin(x), std::cos(x), -std::sin(x), -std::cos(x), std::sin(x)};
+    for (int r = 0; r < 4; ++r) {
+        EXPECT_EQ(mlMath::sin_derivative(8 + r, x), sines[r]);
+        EXPECT_EQ(mlMath::cos_derivative(8 + r, x), sines[r + 1]);
+        EXPECT_EQ(mlMath::sin_derivative(-8 - r, x), r == 0 ? sines[0] : -666.6);
+        EXPECT_EQ(mlMath::cos_derivative(-8 - r, x), r == 0 ? sines[1] : -666.6);
+        EXPECT_EQ(mlMath::sinh_derivative(1 - r, x), r % 2 == 0 ? std::cosh(x) : std::sinh(x));
+        EXPECT_EQ(mlMath::cosh_derivative(1 - r, x), r % 2 == 0 ? std::sinh(x) : std::cosh(x));
+    }
+    EXPECT_EQ(sum(std::array{INT_MAX, 1, 5}.data(), 3), INT_MIN + 5);
+}
+
+TEST(Math, PowersMultiplyFromOneAndBinomialCoefficientsObeyPascalsRuleAsFarAsTheyFit) {
+    EXPECT_EQ(utMath::pow(1.1, -3) + utMath::pow(1.1, 3), 1.0 + 1.1 * 1.1 * 1.1);
+    for (int n = 1; n <= 66; ++n) {
+        EXPECT_EQ(utMath::n_choose_i(n, 0) + utMath::n_choose_i(n, n + 1), 1);
+        for (int i = 1; i <= n; ++i)
+            EXPECT_EQ(utMath::n_choose_i(n, i), utMath::n_choose_i(n - 1, i - 1) + utMath::n_choose_i(n - 1, i));
+    }
+}
+
+TEST(Random, NumbersHaveTheirDistributions) {
+    mlRandom random(5);
+    mlStats uniform, normal;
+    for (int i = 0; i < 100000; ++i) {
+        uniform.add(1e9 + random.uniform()); // whose square would drown the variance
+        normal.add(random.normal());
+    }
+    EXPECT_NEAR(uniform.mean(), 1e9 + 0.5, 0.005);
+    EXPECT_NEAR(uniform.variance(), 1 / 12.0, 0.002);
+    EXPECT_NEAR(normal.mean(), 0.0, 0.02);
+    EXPECT_NEAR(normal.variance(), 1.0, 0.03);
 }
 
 } // namespace

@@ -1,0 +1,257 @@
+#include <climits>
+#include <numeric>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "maths/containers/mlTinyVectorcoDynArr.h"
+#include "maths/containers/mlTinyVectorcoPageArr.h"
+#include "maths/containers/mlVectorcoDynArr.h"
+#include "platform/coBufferGuard.h"
+#include "platform/coDynArr2D.h"
+#include "tests/support/traces.h"
+#include "tests/support/values.h"
+
+namespace {
+
+static_assert(!std::is_constructible_v<intcoDynArr, enum utConvert, int> && !std::is_copy_constructible_v<intcoDynArr>);
+static_assert(!std::is_constructible_v<intcoPageArr, enum utConvert, int, int>);
+
+std::vector<int> counting(int n) {
+    std::vector<int> values(n);
+    std::iota(values.begin(), values.end(), 0);
+    return values;
+}
+
+TEST(DynArr, FollowsAModelThatCounts) {
+    Choice choose(1);
+    for (int increment : {1, 4, 10, 0, -2}) {
+        intcoDynArr array(5, increment);
+        int capacity = 5, size = 0;
+        auto const reach = [&](int slots) {
+            while (capacity < slots)
+                capacity += std::max(increment, 1);
+        };
+        for (int step = 0; step < 2000; ++step) {
+            int const n = choose(40), old_size = size, cut = n < 9 ? 0 : n - 10, release = choose(2);
+            switch (choose(13)) {
+            case 0: array.expand(n), reach(n), size = std::max(size, n); break;
+            case 1: array.reserve(n), reach(n); break;
+            case 2:
+                array.shrink(cut, release);
+                if (cut < 0) break; // which does nothing
+                size = std::min(size, cut);
+                if (release) capacity = std::min(capacity, cut);
+                break;
+            case 3: {
+                intcoDynArr other(n + 3, 1 + n % 5);
+                for (int i = 0; i < n; ++i)
+                    other[i] = i;
+                array.become(utCopy, intcoDynArr(utCopy, other)), size = n;
+                reach(n); // still by the old increment
+                increment = 1 + n % 5;
+            } break;
+            default: array[size], reach(++size);
+            }
+            for (int i = old_size; i < array.size(); ++i)
+                array[i] = i;
+            array.become(utCopy, array);
+            ASSERT_EQ(contents(array), counting(size)) << "step " << step;
+            ASSERT_EQ(std::tuple(array.capacity(), array.increment(), array.data() == nullptr),
+                      std::tuple(capacity, increment, capacity == 0))
+                << "step " << step;
+        }
+    }
+}
+
+TEST(DynArr, FollowsItsFormulaBelowTheCapacityAndHoldsNothingWhileThatIsNegative) {
+    struct Array : intcoDynArr {
+        using intcoDynArr::intcoDynArr;
+        using intcoDynArr::resize;
+    } array(10, 4);
+    array.expand(10);
+    array.resize(3); // 10 + (-7 - -3) + 4
+    EXPECT_EQ(array.capacity(), 10);
+    array.resize(1); // 10 + (-9 - -1) + 4
+    EXPECT_EQ(array.size(), 6);
+    intcoDynArr negative(utCopy, intcoDynArr(-5, 1));
+    negative.expand(-3);
+    EXPECT_EQ(negative.size(), 0);
+    negative[0] = 7;
+    EXPECT_THROW(negative[INT_MAX], std::bad_alloc);
+    EXPECT_EQ(contents(negative), std::vector{7});
+}
+
+TEST(DynArr, AsksForStorageSeldomWhenItGrowsByOneAndGivesItBack) {
+    intcoDynArr array(0, 1);
+    coFailStorageAfter(20);
+    EXPECT_NO_THROW({
+        for (int i = 0; i < 200000; ++i)
+            array[i] = i;
+        array.shrink(1000, 1);
+    });
+    coFailStorageAfter(0);
+    EXPECT_THROW(array.reserve(3000), std::bad_alloc);
+    coFailStorageAfter(-1);
+    EXPECT_EQ(std::tuple(array.capacity(), contents(array)), std::tuple(1000, counting(1000)));
+}
+
+/// Counts its living objects, of which there can be 12. Can only be moved.
+struct Counted {
+    Counted() {
+        if (++living > 12) throw --living;
+    }
+    ~Counted() { --living; }
+    Counted & operator=(Counted && other) { return value = std::exchange(other.value, -1), *this; }
+    int value = 0;
+    inline static int living = 0;
+};
+
+TEST(DynArr, ConstructsEachSlotMovesWhatCannotBeCopiedAndSurvivesAThrowingElement) {
+    {
+        coDynArr<Counted> array(2, 2);
+        for (int i = 0; i < 5; ++i)
+            array[i].value = i;
+        EXPECT_EQ(Counted::living, 6);
+        EXPECT_THROW(array.reserve(9), int);
+        array.shrink(5, 1);
+        EXPECT_EQ(Counted::living, 5);
+        for (int i = 0; i < 5; ++i)
+            EXPECT_EQ(array[i].value, i);
+    }
+    EXPECT_EQ(Counted::living, 0);
+}
+
+TEST(DynArr2D, KeepsEveryElementInItsPlaceAndNeverShrinks) {
+    for (int increment = -1; increment < 10; ++increment) {
+        doublecoDynArr2D array(2, 3, increment, 5 - increment);
+        array.expand(0, 5);
+        EXPECT_EQ(array.rows(), 0);
+        for (int n = 0; n < 30; ++n) { // elements in an order that makes either side grow
+            array(7 * n % 30, n) = 7 * n % 30 + 100 * n;
+            array.expand(n % 4, n % 5);
+        }
+        EXPECT_EQ(std::tuple(array.rows(), array.cols()), std::tuple(30, 30));
+        for (int n = 0; n < 30; ++n)
+            EXPECT_EQ(array(7 * n % 30, n), 7 * n % 30 + 100 * n);
+    }
+}
+
+TEST(PageArr, KeepsElementsInPlaceAndTakesOnlyThePagesThatTheyNeed) {
+    intcoPageArr array(2, 1, 0), other{1, 2, 3};
+    int const * const first = &array[0];
+    array.copyin(counting(40).data(), 40, 0, 0);
+    array.shrink(8, 0);
+    EXPECT_EQ(std::tuple(&array[0], array.blocks()), std::tuple(first, 10));
+    other.become(utCopy, other.become(utCopy, array));
+    EXPECT_EQ(contents(intcoPageArr(utCopy, other)), counting(8));
+    EXPECT_EQ(other.blocks(), 2); // both full
+    array.shrink(20, 1);
+    EXPECT_EQ(std::tuple(array.size(), array.blocks()), std::tuple(8, 5));
+    array.clear(1);
+    array.copyin(nullptr, 0, 6, 0); // nothing is copied, yet the array is extended up to there
+    EXPECT_EQ(std::tuple(array.size(), array.blocks()), std::tuple(6, 2));
+}
+
+TEST(PageArr, TransfersRunsAcrossPagesAndOverThemselves) {
+    Choice below(11);
+    for (int trial = 0; trial < 300; ++trial) {
+        int const n = 1 + below(40), first = below(n), count = 1 + below(n - first), target = below(n + 1);
+        intcoPageArr array(below(4), 0, 1), source{7, 8, 9};
+        std::vector<int> model = counting(n), run(count + 3);
+        array.copyin(model.data(), n - first, first, first);
+        array.copyin(model.data(), first, 0, 0);
+        array.copyout(run.data(), count, first, 3);
+        array.copy(array, count, target, first);
+        model.resize(std::max(n, target + count));
+        std::copy(run.begin() + 3, run.end(), model.begin() + target);
+        ASSERT_EQ(contents(array), model) << count << " from " << first << " to " << target;
+        array.reverse();
+        std::reverse(model.begin(), model.end());
+        array.copy(source, 50, 1, 0); // no more than the source has
+        model.resize(std::max<std::size_t>(model.size(), 4));
+        std::iota(model.begin() + 1, model.begin() + 4, 7);
+        ASSERT_EQ(contents(array), model);
+    }
+}
+
+TEST(PageArr, RepaginatesAShortArrayIntoTheSmallestPage) {
+    int const cases[][5] = {// size, pages, then slots saved, the size of a page and the pages left
+                            {3, 1, 252, 4, 1},     {4, 3, 764, 4, 1},   {5, 1, 248, 8, 1},
+                            {200, 2, 256, 256, 1}, {256, 2, 0, 256, 2}, {0, 2, 512, 256, 0}};
+    for (auto const & [size, blocks, saved, page_size, blocks_left] : cases) {
+        intcoPageArr array;
+        array.copyin(counting(256 * blocks).data(), 256 * blocks, 0, 0);
+        array.shrink(size, 0);
+        EXPECT_EQ(array.repaginate(), saved) << size << " in " << blocks << " pages";
+        EXPECT_EQ(std::tuple(array.page_size(), 1 << array.page_shift(), array.blocks(), contents(array)),
+                  std::tuple(page_size, page_size, blocks_left, counting(size)));
+    }
+}
+
+TEST(BufferGuard, CopiesInsideItsRunAndNowhereElse) {
+    std::vector<int> buffer(5);
+    int const source[] = {1, 2, 3, 4, 5};
+    int * const run = buffer.data() + 1;
+    coBufferGuard<int, 0> const guard(run, 3);
+    guard.copy(run - 1, source, 1);
+    guard.copy(run + 1, source, 3ull);
+    guard.copy(run, source, -1);
+    guard.copy(run, nullptr, 1);
+    guard.copy(run, source, 3);
+    guard.copy(run + 1, run, std::size_t{2}); // in increasing order: the first ripples up
+    EXPECT_EQ(buffer, (std::vector{0, 1, 1, 1, 0}));
+}
+
+TEST(TypedArrays, PrintAnIndentedFrame) {
+    std::ostringstream stream;
+    utOstream indenting(stream, 1, 3);
+    mlTinyVector2 const v(mlVectorZero);
+    stream << mlTinyVector2coDynArr{v, v};
+    EXPECT_EQ(&(indenting << mlTinyVector2coPageArr{v} << mlVectorcoDynArr()), &indenting);
+    EXPECT_EQ(stream.str(), "coDynArr {\n  size 2\n  <0,0>\n  <0,0>\n}\n"
+                            "   coPageArr {\n      size 1\n      <0,0>\n   }\n   coDynArr {\n      size 0\n   }\n");
+}
+
+TEST(TypedArrays, VectorsThatLandInFreshSlotsComeOutEmpty) {
+    mlVectorcoDynArr ones, target;
+    ones.expand(2);
+    for (mlVector & v : ones)
+        v.become(mlVectorZero, 3).fill(1.0);
+    target.become(utCopy, ones);
+    EXPECT_EQ(target[0].size() + mlVectorcoDynArr(utCopy, ones)[1].size(), 0);
+    target[0].become(mlVectorZero, 2); // a slot that holds a vector takes as many values as that vector has elements
+    target.become(utCopy, ones);
+    EXPECT_EQ(printed(target), "coDynArr {\n  size 2\n  < 1.000000 1.000000 > \n\n  < > \n\n}\n");
+    ones.clear(0);
+    target.shrink(1, 1);
+    EXPECT_EQ(ones[0].size() + target[0].size(), 3); // kept slots keep their vectors, others hold none
+}
+
+TEST(TypedArrays, IteratorsVisitInOrderAndEndWithANullPointer) {
+    auto const expect_visits = [](auto && array, auto iterator, auto first) {
+        EXPECT_EQ((iterator.*first)(), nullptr);
+        array[256].fill(0.0);
+        int i = 0;
+        for (mlTinyVector2 const * v = (iterator.*first)(); v != nullptr; v = iterator.next(), ++i)
+            EXPECT_EQ(std::tuple(v, iterator.index(), iterator.invariant()), std::tuple(&array[i], i, 1));
+        EXPECT_EQ(std::tuple(i, iterator.next()), std::tuple(257, nullptr));
+        array.shrink(1, 1);
+        EXPECT_EQ(iterator.invariant(), 0);
+        iterator.reset();
+        EXPECT_EQ(iterator.invariant(), 1);
+    };
+    mlTinyVector2coDynArr row;
+    mlTinyVector2coPageArr pages;
+    expect_visits(row, mlTinyVector2coDynArrcoIterator(&row), &mlTinyVector2coDynArrcoIterator::first);
+    expect_visits(pages, mlTinyVector2coPageArrcoIterator(&pages), &mlTinyVector2coPageArrcoIterator::first);
+    pages.clear(0);
+    expect_visits(pages, mlTinyVector2coPageArrcoIterator(&pages), &mlTinyVector2coPageArrcoIterator::do_first);
+    mlTinyVector2coPageArrcoIterator const iterator(&pages);
+    pages.repaginate();
+    EXPECT_EQ(iterator.invariant(), 0) << "of other pages";
+}
+
+} // namespace
