@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "maths/maths.h"
+#include "tests/support/ratios.h"
+#include "tests/support/traces.h"
 #include "tests/support/values.h"
 
 namespace {
@@ -109,29 +111,167 @@ TEST(Polynomial, LeavesOutSamplesThatCoincideWithTheLastOneTaken) {
 }
 
 TEST(Polynomial, TreatsTheDegreeOfZeroAsNothingToGoOver) {
-    double a[] = {4.0, 5.0, 6.0}, two = 2.0;
+    double a[] = {4.0, 5.0, 6.0}, two = 2.0, value = 5.0;
     int n = -1, d = 7;
     mlPolynomial::integral(n, a);
     mlPolynomial::multiply(-1, &two, 2, &two, d, a); // no coefficient of either is read
     mlPolynomial::set_zero(-1, a + 2);
-    EXPECT_EQ(std::tuple(n, d), std::tuple(0, 1));
-    EXPECT_EQ(Values(a, a + 3), (Values{0, 0, 6}));
-    double value = 5.0;
-    mlTinyVector2 point = mlTinyVector2(mlVectorZero);
+    mlTinyVector2 point;
     point.fill(5.0);
     mlPolynomial::evaluate(-1, a, 2.0, value);
     mlTinyVector2Polynomial::evaluate(-1, nullptr, 2.0, point);
-    EXPECT_EQ(std::tuple(value, point[0], point[1]), std::tuple(0.0, 0.0, 0.0));
+    EXPECT_EQ((Values{1.0 * n, 1.0 * d, a[0], a[1], a[2], value, point[0], point[1]}),
+              (Values{0, 1, 0, 0, 6, 0, 0, 0}));
 }
 
 TEST(Polynomial, PrintsFromTheHighestPowerDown) {
     std::ostringstream stream;
     utOstream indenting(stream, 1, 2);
-    mlTinyVector2 const zero(mlVectorZero), b[] = {zero, zero};
+    mlTinyVector2 const zeros[] = {mlTinyVector2(mlVectorZero), mlTinyVector2(mlVectorZero)};
     for (int n : {0, 1, 3})
         mlPolynomial::print(stream, n, Values{1, 2, -3.5, 4}.data());
-    mlTinyVector2Polynomial::print(indenting, 1, b);
+    mlTinyVector2Polynomial::print(indenting, 1, zeros);
     EXPECT_EQ(stream.str(), "1\n2t + 1\n4t^3 + -3.5t^2 + 2t + 1\n  <0,0>t + <0,0>\n");
+}
+
+/// The type that a closed-form solver returns for these coefficients, highest power first, and all the roots it writes.
+struct Solution {
+    explicit Solution(Values const & p) : roots(p.size() - 1, nan_value) {
+        Values & r = roots;
+        type = p.size() == 3   ? mlRootSolve::quadratic_solve(p[0], p[1], p[2], r[0], r[1])
+               : p.size() == 4 ? mlRootSolve::cubic_solve(p[0], p[1], p[2], p[3], r[0], r[1], r[2])
+                               : mlRootSolve::quartic_solve(p[0], p[1], p[2], p[3], p[4], r[0], r[1], r[2], r[3]);
+    }
+    int type;
+    Values roots;
+};
+
+TEST(ClosedForms, HaveTheRootsThatTheCoefficientsSay) {
+    struct {
+        Values p;
+        int type;
+        Values roots;
+        double tolerance;
+    } const cases[] = {
+        {{0, 0, 0}, -1, {0, 0}, 0},
+        {{1, -2, 1}, 2, {1, 1}, 0},
+        {{1, 1, 1}, 0, {0, 0}, 0},
+        {{1e-12, 1, -3}, 1, {3, 0}, 0},
+        {{1, -2, 1 - 1e-12}, 2, {1, 1}, 0},
+        {{0, 0, 0, 0}, -1, {0, 0, 0}, 0},
+        {{2, -6, 4, 0}, 3, {0, 1, 2}, 1e-15},
+        {{1e-13, 0, 1, 0}, 1, {0, 0, 0}, 0},            // the quadratic of the others has no root
+        {{1e-13, 1e-4, 1, 0}, 2, {-10000, 0, 0}, 1e-9}, // that quadratic is linear: it has one
+        {{1e-13, -1e-4, 1, 0}, 2, {0, 10000, 0}, 1e-9},
+        {{-1, -3, -3, -1}, 3, {-1, -1, -1}, 0}, // D is exactly 0
+        {{1, 0, -12, 16}, 3, {-4, 2, 2}, 1e-14},
+        {{0.99e-10, 1, -3, 2}, 2, {1, 2, 0}, 1e-14},
+        {{1.01e-10, 1, 0, 0}, 3, {-1 / 1.01e-10, 0, 0}, 1e-4},
+        {{1, 0, -3, 0, -4}, 2, {-2, 2, 0, 0}, 0},           // z = -1 and 4
+        {{1, 0, 0, 0, 0}, 1, {0, 0, 0, 0}, 0},              // 0 and -0, and both again: one root
+        {{1, 0, -1e-14, 0, 0}, 2, {-1e-7, 0, 0, 0}, 1e-13}, // 0, then 1e-7, which is dropped, and -1e-7, which is not
+        {{0.5e-10, 1, -6, 11, -6}, 3, {1, 2, 3, 0}, 1e-13},
+        {{1, 0, 3, 0x1p-30, 1}, 0, {0, 0, 0, 0}, 0}, // rounding leaves the square of s below zero
+    };
+    for (auto const & c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.p));
+        Solution const s(c.p);
+        EXPECT_EQ(s.type, c.type);
+        for (std::size_t i = 0; i < c.roots.size(); ++i)
+            EXPECT_NEAR(s.roots[i], c.roots[i], c.tolerance);
+    }
+}
+
+/// The coefficients of leading * product of (x - root), highest power first.
+Values polynomial(double leading, Values const & roots) {
+    Values p{leading};
+    for (double const root : roots) {
+        p.push_back(0.0);
+        for (std::size_t i = p.size() - 1; i > 0; --i)
+            p[i] -= root * p[i - 1];
+    }
+    return p;
+}
+
+TEST(ClosedForms, FindSeparateRootsOfEveryScaleInOrderAndKeepHalfOfTheDigitsOfNearlyDoubleOnes) {
+    for (int seed = 1; seed <= 600; ++seed) {
+        SCOPED_TRACE(seed);
+        mlRandom random(seed);
+        double const small = random.uniform(1.0, 2.0) * std::pow(10.0, random.uniform(-9.0, 0.0));
+        Solution const quadratic(polynomial(std::pow(10.0, random.uniform(-280.0, 280.0)), {small, 5.0}));
+        EXPECT_NEAR(quadratic.roots[0], small, 30 * roundoff * small); // nothing is lost to cancellation
+        EXPECT_EQ(quadratic.type, 2);
+
+        Values roots{random.uniform(-4.0, -2.0), random.uniform(-1.0, 1.0), random.uniform(2.0, 4.0)};
+        if (seed % 2) roots.push_back(random.uniform(5.0, 7.0));
+        bool const separate = seed % 4 < 2;
+        if (!separate) roots[1] = roots[0] + std::pow(10.0, random.uniform(-14.0, -2.0));
+        Solution const s(polynomial(random.uniform(-3.0, 3.0), roots));
+        ASSERT_TRUE(separate ? s.type == static_cast<int>(roots.size()) : s.type >= 1) << s.type;
+        for (int i = 0; i < s.type; ++i) // if any are lost, they are of the pair
+            EXPECT_NEAR(s.roots[i], roots[i + roots.size() - s.type], separate ? 1e-12 : 1e-5);
+    }
+}
+
+/// The function f, which claims to have that slope everywhere.
+TracedFunction claim(double slope, TracedFunction::Formula const & f) {
+    return TracedFunction(f, [slope](double) { return slope; });
+}
+
+double line(double t) { return t - 1.0; }
+double rising(double t) { return t * t - 2.0; }
+
+double secant(double a, double fa, double b, double fb) { return (fa * b - fb * a) / (fa - fb); }
+
+TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
+    double (*const bracketed)(mlFunction const &, double, double, double, int &, int) = mlRootSolve::newton_raphson;
+    enum { newton, inside, falsi };
+    TracedFunction const steep([](double t) { return t == 0 ? -1 : t == 1 ? 15 : 1; });
+    double const a = 1.375, b = 1.4375, p = secant(a, rising(a), b, rising(b)), q = secant(p, rising(p), b, rising(b)),
+                 r = secant(1, -1, 1.5, 0.25);
+    struct {
+        int finder;
+        TracedFunction f;
+        double from, to; // the bracket; the domain of Newton-Raphson, which starts at 3
+        int limit;
+        double x;
+        int converged;
+        std::vector<Call> calls;
+    } const cases[] = {
+        {newton, claim(1, line), -9, 9, 1, 1, 0, {{0, 3}, {1, 3}}}, // the point reached is not looked at
+        {newton, claim(32, line), -9, 9, 9, 2.876953125, 1, {{0, 3}, {1, 3}, {0, 2.9375}, {1, 2.9375}}},
+        {newton, claim(0, line), -9, 9, 9, largest_double, 0, {{0, 3}, {1, 3}}},
+        {newton, claim(-1, line), -9, 4, 9, 4, 0, {{0, 3}, {1, 3}, {1, 4}, {0, 4}}}, // at a border the slope is first
+        {newton,
+         claim(1, line),
+         1,
+         9,
+         2,
+         1,
+         0,
+         {{0, 3}, {1, 3}, {1, 1}, {0, 1}, {0, 1}, {1, 1}, {1, 1}, {0, 1}}},           // a root at one
+        {inside, claim(1, line), 1.0625, 3, 9, 1.0625, 1, {{0, 1.0625}}},             // a root by its value
+        {inside, claim(32, rising), 0, 2, 9, 1, 1, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // before a short step
+        {inside, claim(0, rising), 0, 2, 2, 1.4, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, 4 / 3.0}, {1, 4 / 3.0}}},
+        {inside, claim(0.05, rising), a, b, 9, q, 1, {{0, a}, {0, b}, {0, p}, {1, p}}}, // too flat to follow
+        {inside, claim(nan_value, rising), 0, 2, 1, nan_value, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // is followed
+        {falsi, steep, 0, 1, 1, 0.0625, 1, {{0, 0}, {0, 1}, {0, 0}, {0, 0.0625}}}, // leaves as much as is tolerated
+        {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}},        // short enough
+        {falsi, claim(0, rising), 0, 2, 3, r, 0, {{0, 0}, {0, 2}, {0, 0}, {0, 1}, {0, 1.5}, {0, r}}}, // a value halved
+    };
+    for (auto const & c : cases) {
+        SCOPED_TRACE(&c - cases);
+        TracedFunction f = c.f;
+        double const tolerance = 0.0625;
+        int converged = 7;
+        if (c.finder == newton) f.low = c.from, f.high = c.to;
+        double const x = c.finder == newton ? mlRootSolve::newton_raphson(f, 3.0, tolerance, converged, c.limit)
+                                            : (c.finder == inside ? bracketed : mlRootSolve::regula_falsi)(
+                                                  f, c.from, c.to, tolerance, converged, c.limit);
+        EXPECT_TRUE(same(x, c.x) || std::fabs(x - c.x) <= 1e-15) << x << " for " << c.x;
+        EXPECT_EQ(converged, c.converged);
+        EXPECT_EQ(f.calls, c.calls);
+    }
 }
 
 } // namespace
