@@ -39,19 +39,14 @@ Values polynomial(std::vector<Point> const & roots) {
     return a;
 }
 
-/// A polynomial's value, derivative and sum of magnitudes, divided by z^n beyond the unit circle.
+/// A polynomial's value, derivative and sum of magnitudes, which the range of an extended number holds.
 struct At {
     At(Values const & a, Point z) {
-        bool const reversed = std::abs(z) > 1.0L;
-        Point const w = reversed ? 1.0L / z : z;
-        Extended const r = std::abs(w);
-        for (std::size_t i = a.size(); i-- > 0;) {
-            double const c = a[reversed ? a.size() - 1 - i : i];
-            slope = slope * w + value;
-            value = value * w + static_cast<Extended>(c);
-            sum = sum * r + std::fabs(c);
+        for (auto c = a.rbegin(); c != a.rend(); ++c) {
+            slope = slope * z + value;
+            value = value * z + Extended(*c);
+            sum = sum * std::abs(z) + std::fabs(*c);
         }
-        if (reversed) slope = w * (Extended(a.size() - 1) * value - w * slope);
     }
     Point value, slope;
     Extended sum = 0.0L;
@@ -103,9 +98,8 @@ struct PolynomialSolver : testing::Test {
         std::vector<int> left(roots.size());
         std::iota(left.begin(), left.end(), 0);
         for (Point const z : roots) {
-            auto const at_nearest = std::ranges::min_element(left, {}, [&](int i) { return std::abs(root(i) - z); });
-            int const nearest = *at_nearest;
-            left.erase(at_nearest);
+            int const nearest = std::ranges::min(left, {}, [&](int i) { return std::abs(root(i) - z); });
+            std::erase(left, nearest);
             At const at(a, z);
             Extended const figure = 2.0L * roots.size() * roundoff * at.sum / std::abs(at.slope);
             Extended const error = std::abs(root(nearest) - z);

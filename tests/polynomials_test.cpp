@@ -228,7 +228,7 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
     enum { newton, inside, falsi };
     TracedFunction const steep([](double t) { return t == 0 ? -1 : t == 1 ? 15 : 1; });
     double const a = 1.375, b = 1.4375, p = secant(a, rising(a), b, rising(b)), q = secant(p, rising(p), b, rising(b)),
-                 r = secant(1, -1, 1.5, 0.25);
+                 r = secant(1, -1, 1.5, 0.25), none = nan_value, top = largest_double;
     struct {
         int finder;
         TracedFunction f;
@@ -240,21 +240,15 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
     } const cases[] = {
         {newton, claim(1, line), -9, 9, 1, 1, 0, {{0, 3}, {1, 3}}}, // the point reached is not looked at
         {newton, claim(32, line), -9, 9, 9, 2.876953125, 1, {{0, 3}, {1, 3}, {0, 2.9375}, {1, 2.9375}}},
-        {newton, claim(0, line), -9, 9, 9, largest_double, 0, {{0, 3}, {1, 3}}},
+        {newton, claim(0, line), -9, 9, 9, top, 0, {{0, 3}, {1, 3}}},
         {newton, claim(-1, line), -9, 4, 9, 4, 0, {{0, 3}, {1, 3}, {1, 4}, {0, 4}}}, // at a border the slope is first
-        {newton,
-         claim(1, line),
-         1,
-         9,
-         2,
-         1,
-         0,
-         {{0, 3}, {1, 3}, {1, 1}, {0, 1}, {0, 1}, {1, 1}, {1, 1}, {0, 1}}},           // a root at one
+        // a root at one
+        {newton, claim(1, line), 1, 9, 2, 1, 0, {{0, 3}, {1, 3}, {1, 1}, {0, 1}, {0, 1}, {1, 1}, {1, 1}, {0, 1}}},
         {inside, claim(1, line), 1.0625, 3, 9, 1.0625, 1, {{0, 1.0625}}},             // a root by its value
         {inside, claim(32, rising), 0, 2, 9, 1, 1, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // before a short step
         {inside, claim(0, rising), 0, 2, 2, 1.4, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}, {0, 4 / 3.0}, {1, 4 / 3.0}}},
-        {inside, claim(0.05, rising), a, b, 9, q, 1, {{0, a}, {0, b}, {0, p}, {1, p}}}, // too flat to follow
-        {inside, claim(nan_value, rising), 0, 2, 1, nan_value, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // is followed
+        {inside, claim(0.05, rising), a, b, 9, q, 1, {{0, a}, {0, b}, {0, p}, {1, p}}},         // too flat to follow
+        {inside, claim(nan_value, rising), 0, 2, 1, none, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // is followed
         {falsi, steep, 0, 1, 1, 0.0625, 1, {{0, 0}, {0, 1}, {0, 0}, {0, 0.0625}}}, // leaves as much as is tolerated
         {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}},        // short enough
         {falsi, claim(0, rising), 0, 2, 3, r, 0, {{0, 0}, {0, 2}, {0, 0}, {0, 1}, {0, 1.5}, {0, r}}}, // a value halved
