@@ -75,7 +75,7 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
         {[&] { n += m; }, "matrix sum: 2 x 2 and 2 x 4"},
         {[&] { v.add_multiple(1.0, y); }, "add_multiple: 3 elements wanted, 0 given"},
         {[&] { multiply_transposed(m, v.slice(0, 1, 1), y); }, "multiply: 2 elements wanted, 1 given"},
-        {[&] { mlMatrix(ragged); }, "a row of 1 elements in a matrix of 2 columns"},
+        {[&] { mlMatrix const made(ragged); }, "a row of 1 elements in a matrix of 2 columns"},
         {[&] { tiny[3] = 0.0; }, "component 3 of 3"},
         {[&] { tiny = longer.slice(0, 1, 2); }, "fixed-size vector: 3 components wanted, 2 given"},
         {[&] { pages.copyout(out, 4, 0, 0); }, "copyout: 4 elements from 0 on of 3"},
@@ -187,8 +187,8 @@ TEST(CheckedDeathTest, MisuseOfSparseSolversNamesTheOrders) {
     mlVector x;
     mlSparseMatrix const unit(mlMatrixIdentity, 3), wide(mlMatrixZero, 2, 3);
     mlSparseMatrix cycle(mlMatrixZero, 3, 3), out;
-    mlSparseSymMatrix const identity(mlMatrixIdentity, 3), smaller(mlMatrixIdentity, 2), fewer(mlMatrixZero, 3);
-    mlSparseSymMatrix further(utCopy, identity), shifted(mlMatrixZero, 3);
+    mlSparseSymMatrix const identity(mlMatrixIdentity, 3), smaller(mlMatrixIdentity, 2);
+    mlSparseSymMatrix further(utCopy, identity), shifted(mlMatrixZero, 3), fewer(mlMatrixZero, 3);
     further.set(0, 2, 1.0);
     for (int i = 0; i < 3; ++i) {
         cycle.set(i, (i + 1) % 3, 1.0);
@@ -198,7 +198,7 @@ TEST(CheckedDeathTest, MisuseOfSparseSolversNamesTheOrders) {
     mlSparseLU lu;
     cholesky.analyse(identity);
     lu.analyse(unit);
-    for (mlSparseSymMatrix const * other : {&further, &shifted, &fewer})
+    for (mlSparseSymMatrix * other : {&further, &shifted, &fewer})
         EXPECT_DEATH(cholesky.factor(*other), "Cholesky: order 3, 3 x 3 of another pattern than analysed");
     mlConjugateGradients iterative, preconditioned;
     mlIncompleteFactors const factors(smaller);
