@@ -175,13 +175,10 @@ TEST(FunctionOf, HasTheDerivativesAndTheDomainThatItWasGivenAndLetsExceptionsPas
     auto const df = [](double t) { return 3.0 * t * t; };
     auto const ddf = [](double t) { return 6.0 * t; };
     auto const all = [](mlFunction const & g) {
-        return Values{1.0 * g.highest_derivative_order,
-                      g.t_min(),
-                      g.t_max(),
-                      g.function(2.0),
-                      g.function_derivative(1, 2.0),
-                      g.function_derivative(2, 2.0),
-                      g.function_derivative(3, 2.0)};
+        Values values{1.0 * g.highest_derivative_order, g.t_min(), g.t_max(), g.function(2.0)};
+        for (int const order : {1, 2, 3})
+            values.push_back(g.function_derivative(order, 2.0));
+        return values;
     };
     EXPECT_EQ(all(mlFunctionOf(f)), (Values{0, -far, far, 8, none, none, none}));
     EXPECT_EQ(all(mlFunctionOf(f, 0.0, 3.0)), (Values{0, 0, 3, 8, none, none, none}));
