@@ -10,13 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "maths/containers/mlQuickSortDynArrInt.h"
-#include "maths/containers/mlTinyVectorcoDynArr.h"
-#include "maths/containers/mlTinyVectorcoPageArr.h"
-#include "maths/containers/mlVectorcoDynArr.h"
-#include "platform/coBufferGuard.h"
-#include "platform/coDynArr2D.h"
-#include "platform/doublecoQuickSortIndex.h"
+#include "maths/maths.h"
 #include "tests/support/traces.h"
 #include "tests/support/values.h"
 

@@ -17,18 +17,11 @@ namespace {
 
 using Extended = long double;
 using Point = std::complex<Extended>;
-using Pairs = std::vector<std::pair<double, double>>;
-
-std::vector<Point> points(Values const & roots, Pairs const & pairs = {}) {
-    std::vector<Point> z(roots.begin(), roots.end());
-    for (auto const & [x, y] : pairs)
-        z.insert(z.end(), {Point(x, y), Point(x, -y)});
-    return z;
-}
+using Points = std::vector<Point>;
 
 /// The coefficients of the product of (t - root), exactly while 64 bits hold them.
-Values polynomial(std::vector<Point> const & roots) {
-    std::vector<Point> p{1.0L}; // the highest power first
+Values polynomial(Points const & roots) {
+    Points p{1.0L}; // the highest power first
     for (Point const z : roots) {
         p.push_back(0.0L);
         for (std::size_t i = p.size() - 1; i > 0; --i)
@@ -90,7 +83,7 @@ struct PolynomialSolver : testing::Test {
 
     /// The polynomial's roots are listed, within 2 n eps times their condition and within their bounds, which are at
     /// most `excess` times the former.
-    void expect_roots(Values const & a, std::vector<Point> const & roots, double excess = 140.0) {
+    void expect_roots(Values const & a, Points const & roots, double excess = 140.0) {
         solve(a);
         expect_sound(a);
         if (HasFatalFailure()) return;
@@ -113,7 +106,7 @@ struct PolynomialSolver : testing::Test {
     mlPolynomialSolver solver;
 };
 
-Extended distance_to_nearest(std::vector<Point> const & roots, Point z) {
+Extended distance_to_nearest(Points const & roots, Point z) {
     return std::abs(std::ranges::min(roots, {}, [z](Point root) { return std::abs(root - z); }) - z);
 }
 
@@ -153,24 +146,23 @@ TEST_F(PolynomialSolver, TakesExactZerosForWhatTheyAre) {
 TEST_F(PolynomialSolver, FindsRootsThatAreKnown) {
     struct {
         char const * name;
-        Values roots;
-        Pairs pairs;
+        Points roots;
         double excess = 140.0;
     } const cases[] = {
-        {"linear", {-1.5}, {}},
-        {"Wilkinson's of degree 15", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}, {}},
-        {"on the imaginary axis", {}, {{0, 1}, {0, 2}, {0, 3}}},
-        {"symmetric", {-3, 3}, {{2, 1}, {-2, 1}}},
-        {"real beside complex", {-4, 0.25, 7}, {{0.25, 0x1p-10}, {-4, 0x1p-9}}},
-        {"near the real axis", {3}, {{2, 0x1p-20}}},
-        {"near each other", {1, 1 + 0x1p-20, 3}, {}},
-        {"graded", {0x1p-20, 0x1p-10, 1, 0x1p10, 0x1p20}, {}},
-        {"of all magnitudes", {-1e150, -3e-150, 1e-40, 2, 1e40}, {}, 20.0},
-        {"on one circle", {5, -5}, {{3, 4}, {-3, 4}, {4, 3}}},
+        {"linear", {-1.5}},
+        {"Wilkinson's of degree 15", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}},
+        {"on the imaginary axis", {{0, 1}, {0, -1}, {0, 2}, {0, -2}, {0, 3}, {0, -3}}},
+        {"symmetric", {-3, 3, {2, 1}, {2, -1}, {-2, 1}, {-2, -1}}},
+        {"real beside complex", {-4, 0.25, 7, {0.25, 0x1p-10}, {0.25, -0x1p-10}, {-4, 0x1p-9}, {-4, -0x1p-9}}},
+        {"near the real axis", {3, {2, 0x1p-20}, {2, -0x1p-20}}},
+        {"near each other", {1, 1 + 0x1p-20, 3}},
+        {"graded", {0x1p-20, 0x1p-10, 1, 0x1p10, 0x1p20}},
+        {"of all magnitudes", {-1e150, -3e-150, 1e-40, 2, 1e40}, 20.0},
+        {"on one circle", {5, -5, {3, 4}, {3, -4}, {-3, 4}, {-3, -4}, {4, 3}, {4, -3}}},
     };
     for (auto const & c : cases) {
         SCOPED_TRACE(c.name);
-        expect_roots(polynomial(points(c.roots, c.pairs)), points(c.roots, c.pairs), c.excess);
+        expect_roots(polynomial(c.roots), c.roots, c.excess);
     }
     Extended const pi = 3.14159265358979323846264338327950288L; // that of a standard library may be a double's
     for (int const n : {2, 3, 30, 500, 1000}) {
@@ -178,7 +170,7 @@ TEST_F(PolynomialSolver, FindsRootsThatAreKnown) {
         Values a(n + 1);
         a[0] = -1.0;
         a[n] = 1.0;
-        std::vector<Point> roots;
+        Points roots;
         for (int k = 0; k < n; ++k)
             roots.push_back(2 * k % n == 0 ? Point(k == 0 ? 1 : -1) : std::polar(1.0L, 2.0L * pi * k / n));
         expect_roots(a, roots);
@@ -191,7 +183,7 @@ TEST_F(PolynomialSolver, FindsRootsThatAreKnown) {
 TEST_F(PolynomialSolver, KeepsMultipleRootsTogether) {
     for (int k = 2; k <= 5; ++k) {
         SCOPED_TRACE(k);
-        std::vector<Point> roots = points({-2.0, 7.0}, {{0.5, 2.0}, {0.5, 2.0}});
+        Points roots{-2, 7, {0.5, 2}, {0.5, -2}, {0.5, 2}, {0.5, -2}};
         roots.insert(roots.end(), k, 1.25L);
         Values const a = polynomial(roots);
         solve(a);
@@ -228,12 +220,12 @@ double enclosure(Values const & a, mlComplex const & z) {
 
 // The least of the bounds of all orders k is at most 1.45 n times the distance, and roots of order k are rounded up.
 TEST(RootEnclosure, HoldsTheNearestRootAndLittleMore) {
-    for (Values const & roots : {Values{1, 1, 1, 1, 1, 1}, {1, 1, 1, -0.5, 2}, {1, 1 + 0x1p-10, 0.75, 1.5}})
+    for (Points const & roots : {Points{1, 1, 1, 1, 1, 1}, {1, 1, 1, -0.5, 2}, {1, 1 + 0x1p-10, 0.75, 1.5}})
         for (double distance = 1.0; distance > 1e-3; distance *= 0.75)
             for (mlComplex const turn : {mlComplex{-0.96, 0.28}, {1.0, 0.0}, {0.0, 1.0}, {-0.8, 0.6}}) {
                 Point const z(1.0 + turn.re * distance, turn.im * distance);
-                Extended const nearest = distance_to_nearest(points(roots), z);
-                double const bound = enclosure(polynomial(points(roots)), {double(z.real()), double(z.imag())});
+                Extended const nearest = distance_to_nearest(roots, z);
+                double const bound = enclosure(polynomial(roots), {double(z.real()), double(z.imag())});
                 EXPECT_GE(bound, nearest) << roots.size() << ", " << z;
                 EXPECT_LE(bound, 1.55L * roots.size() * nearest + 1e-20L) << roots.size() << ", " << z;
             }
