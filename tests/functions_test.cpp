@@ -13,22 +13,6 @@ namespace {
 using Points = std::vector<Values>;
 double const none = -666, far = largest_double;
 
-/// u + 10 v on [0, 1] x [2, 4].
-struct Plane : mlFunction2 {
-    double function(double u, double v) const override {
-        points.push_back({u, v});
-        return u + 10 * v;
-    }
-    double uv_function_derivative(int u_order, int v_order, double u, double v) const override {
-        return 1000 * u_order + 100 * v_order + 10 * u + v;
-    }
-    double u_min() const override { return 0.0; }
-    double u_max() const override { return 1.0; }
-    double v_min() const override { return 2.0; }
-    double v_max() const override { return 4.0; }
-    mutable Points points;
-};
-
 TEST(ApproxDeriv, TakesTheUpperPointFirstAndDividesByTheStepEvenWhereTheDomainCutsIt) {
     TracedFunction f([](double t) { return t * t; });
     f.low = 0.75;
@@ -50,8 +34,12 @@ TEST(ApproxDeriv, TakesTheUpperPointFirstAndDividesByTheStepEvenWhereTheDomainCu
 }
 
 TEST(ApproxDeriv, OfTwoVariablesHoldsTheOtherOneFixed) {
-    Plane const f;
-    EXPECT_EQ(f.u_function_derivative(2, 3, 4) + f.v_function_derivative(1, 3, 4), 2034.0 + 134.0);
+    Points points;
+    auto const value = [&points](double u, double v) { return points.push_back({u, v}), u + 10 * v; };
+    auto const gradient = [](double u, double v) { return std::array{u, v}; };
+    auto const hessian = [](double u, double v) { return std::array{10 * u, 20 * u, 10 * v}; };
+    mlFunction2Of const f(value, gradient, hessian, 0.0, 1.0, 2.0, 4.0);
+    EXPECT_EQ(f.u_function_derivative(2, 3, 4) + f.v_function_derivative(1, 3, 4), 30 + 4);
     mlFunction2ApproxUDeriv const by_u(f, 0.5);
     mlFunction2ApproxVDeriv const by_v(f, 0.5);
     auto const domain = [](mlFunction2 const & g) { return Values{g.u_min(), g.u_max(), g.v_min(), g.v_max()}; };
@@ -59,7 +47,7 @@ TEST(ApproxDeriv, OfTwoVariablesHoldsTheOtherOneFixed) {
     EXPECT_EQ(domain(by_v), (Values{2, 4, 2, 4})) << "the range of v is returned for that of u";
     EXPECT_EQ((Values{by_u.function(0.75, 3.0), by_v.function(9.0, 3.75), by_v.uv_function_derivative(1, 1, 0.5, 3.0)}),
               (Values{1, 10, none}));
-    EXPECT_EQ(f.points, (Points{{0.75, 3}, {0.25, 3}, {9.0, 3.75}, {9.0, 3.25}}));
+    EXPECT_EQ(points, (Points{{0.75, 3}, {0.25, 3}, {9.0, 3.75}, {9.0, 3.25}}));
 }
 
 TEST(FunctionN1, TakesDifferencesInAToldOrderOfCallsAndScalesThemOneByOne) {
