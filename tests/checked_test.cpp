@@ -118,15 +118,9 @@ TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
     });
 }
 
-/// Dimensions that are never set.
-struct Forgetful : mlFunctionN1, mlFunctionN {
-    double function(mlSlice const & x) const override { return x[0]; }
-    void function(mlSlice const &, mlVector &) const override {}
-    void function_gradient(mlSlice const &, mlMatrix &) const override {}
-};
-
 TEST(CheckedDeathTest, MisuseOfFunctionsAndSearchesNamesTheMistake) {
-    Forgetful f;
+    mlFunctionN1Of f(0, [](mlSlice const &) { return 0.0; }); // as if its dimension was never set
+    mlFunctionNOf const g(0, 0, [](mlSlice const &, mlVector &) {});
     TracedFunction const positive([](double t) { return 1.0 + t * t; });
     TracedFunction parabola([](double t) { return t * t; });
     TracedFunctionN1 plane(2, [](mlSlice const & x) { return x[0]; });
@@ -146,9 +140,9 @@ TEST(CheckedDeathTest, MisuseOfFunctionsAndSearchesNamesTheMistake) {
         {[&] { mlDownHillSimplex(2).result(x); }, "no result before `solve`"},
         {[&] { ml_powell_minimum_search(y, directions, 1e-9, flag, plane); }, "powell: the function's `dimension`"},
         {[&] { mlLineOnFunctionN1(x, y, &f); }, "line: the function's `dimension` is 0"},
-        {[&] { mlNewtonRaphson(mlNRDim, 2).solve(f, x, 1e-9, flag); }, "the function's dimensions are 0 and 0, for 2"},
-        {[&] { mlCachedFunctionN cache(&f); }, "the function's dimensions are 0 and 0: were they set"},
-        {[&] { mlSquaredLengthFunc2 squared(&f); }, "the function's dimensions are 0 and 0"},
+        {[&] { mlNewtonRaphson(mlNRDim, 2).solve(g, x, 1e-9, flag); }, "the function's dimensions are 0 and 0, for 2"},
+        {[&] { mlCachedFunctionN cache(&g); }, "the function's dimensions are 0 and 0: were they set"},
+        {[&] { mlSquaredLengthFunc2 squared(&g); }, "the function's dimensions are 0 and 0"},
         {[&] { mlRootSolve::regula_falsi(positive, 0, 1, 1e-9, flag, 9); }, "no bracket, f has one sign"},
         {[&] { mlRootSolve::newton_raphson(positive, 0, 1, 1e-9, flag, 9); }, "from 0 to 1 is no bracket"},
         {[&] { ml_brent_minimum_search(parabola, 0, -5, 3, 1e-9, 9, &t); }, "-5 is not between 0 and 3"},
