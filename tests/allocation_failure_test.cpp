@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "maths/maths.h"
-#include "tests/support/traces.h"
 #include "tests/support/values.h"
 
 #if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
@@ -140,7 +139,7 @@ void functions(Objects & o) {
     mlVector const x(mlVectorZero, 2);
     cached.function(x.slice(), o.v.become(mlVectorZero, 2));
     cached.function_gradient(x.slice(), o.m.become(mlMatrixZero, 2, 2));
-    TracedFunctionN1 g(2, bowl);
+    mlFunctionN1Of g(2, bowl);
     g.gradient(x.slice(), o.v);
     g.hessian(x.slice(), o.m);
     mlIntegrateRomberg(1e-9, 6).integrate(mlLineOnFunctionN1(x, o.v, &g),
@@ -196,7 +195,7 @@ void large_decompositions(Objects & o) {
 }
 
 void optimisation(Objects & o) {
-    TracedFunctionN1 f(2, bowl);
+    mlFunctionN1Of f(2, bowl);
     mlVector x(mlVectorZero, 2);
     mlMatrix directions(mlMatrixIdentity, 2);
     int flag = 0;
