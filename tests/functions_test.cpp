@@ -55,7 +55,7 @@ TEST(FunctionN1, TakesDifferencesInAToldOrderOfCallsAndScalesThemOneByOne) {
     TracedFunctionN1 const f(2, rough);
     mlVector gradient(mlVectorZero, 5);
     mlMatrix hessian(mlMatrixZero, 3, 2);
-    Vector const storage{0.5, 3, 0.5, -1};
+    Vector const storage{3, 0.5, 3, 0.25};
     f.gradient(storage.slice(1, 2, 2), gradient);
     f.hessian(storage.slice(1, 2, 2), hessian);
 
@@ -65,7 +65,7 @@ TEST(FunctionN1, TakesDifferencesInAToldOrderOfCallsAndScalesThemOneByOne) {
     double const steps[][2] = {{-g, 0}, {g, 0}, {0, -g}, {0, g}, {-h, -h}, {h, -h}, {-h, h},
                                {h, h},  {0, 0}, {-h, 0}, {h, 0}, {0, 0},   {0, -h}, {0, h}};
     for (auto const & [i, j] : steps) {
-        calls.push_back({3 + i, -1 + j});
+        calls.push_back({0.5 + i, 0.25 + j});
         v.push_back(rough(mlVector(calls.back()).slice()));
     }
     EXPECT_EQ(f.points, calls);
