@@ -1,4 +1,4 @@
-#include <vector>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -12,50 +12,36 @@
 
 namespace {
 
-/// m becomes symmetric, element (i, j) with i <= j being value().
-template <class Value> void make_symmetric(mlMatrix & m, int n, Value value) {
-    m.become(n, n);
-    for (int i = 0; i < n; ++i)
-        for (int j = i; j < n; ++j)
-            m(i, j) = m(j, i) = value();
-}
-
 class JacobiOfOrder : public testing::TestWithParam<int> {
 protected:
-    int n = GetParam();
-    mlRandom random{n};
-    mlMatrix a;
-
-    double one_of(Values const & values) { return values[static_cast<int>(random.uniform(0.0, values.size()))]; }
+    int const n = GetParam(), last = n - 1;
+    Element const numbers = uniform(1.0, n);
 };
 
-TEST_P(JacobiOfOrder, RotatesGradedAndAsymmetricMatricesToTheSameBits) {
-    make_symmetric(a, n, [&] { return random.uniform(-1.0, 1.0); });
-    expect_the_bits_of_full_products(a);
-    for (int k = 0; k < n * n; ++k)
-        a[k] *= std::pow(10.0, -4.0 * (k / n + k % n) / n);
-    expect_the_bits_of_full_products(a, 1e-9);
-    for (int k = 0; k < n * n; ++k) // symmetry is trusted: what is below the diagonal counts as it stands
-        a[k] += k / n > k % n ? random.uniform(-1e-9, 1e-9) : 0.0;
-    expect_the_bits_of_full_products(a);
+// Ties decide which pivot is first; zeros keep their sign until the first rotation.
+TEST_P(JacobiOfOrder, RotatesToTheBitsOfFullProducts) {
+    Element const ends = one_of({0.0, 0.25, 2.0, -2.0}, n), quarters = one_of({0.25, -0.25, 0.125}, n);
+    std::pair<char const *, Element> const structures[] = {
+        {"graded", [&](int i, int j) { return numbers(i, j) * std::pow(10.0, -4.0 * (i + j) / n); }},
+        {"ternary", one_of({-1.0, 0.0, 1.0}, n)},
+        {"negative zeros", one_of({-0.0, -0.0, -0.0, 1.0, -0.75}, n)},
+        {"equal off the diagonal", [&](int i, int j) { return i == j ? ends(i, j) : 0.25; }},
+        {"rotations that exchange two columns",
+         [&](int i, int j) { return j < last ? quarters(i, j) : (i == last) * 1e20 + (i == n / 2); }},
+        {"infinite squares of differences, after the start",
+         [&](int i, int j) { return i < j ? 1e149 * numbers(i, j) : std::copysign(1e160, last - i - 0.5); }},
+    };
+    for (auto const & [name, element] : structures) {
+        SCOPED_TRACE(name);
+        for (int repetition = 0; repetition < (n < 10 ? 40 : 10); ++repetition)
+            expect_the_bits_of_full_products(symmetric_matrix(n, element));
+    }
 }
 
-TEST_P(JacobiOfOrder, TakesTheFirstOfEqualPivotsAndKeepsNegativeZerosUntilItRotates) {
-    for (int repetition = 0; repetition < (n < 10 ? 40 : 3); ++repetition) {
-        for (Values const & values : {Values{-1.0, 0.0, 1.0}, {-0.0, -0.0, -0.0, 1.0, -0.75}, {-0.0}, {0.25}}) {
-            make_symmetric(a, n, [&] { return one_of(values); });
-            expect_the_bits_of_full_products(a);
-        }
-    }
-    for (int repetition = 0; repetition < 20 && n > 0; ++repetition) { // rotations that exchange two columns
-        make_symmetric(a, n, [&] { return one_of({0.25, -0.25, 0.125}); });
-        a(n - 1, n - 1) = 1e20;
-        a(n / 2, n - 1) = a(n - 1, n / 2) = n < 2 ? 1e20 : 1.0;
-        if (n > 2) expect_the_bits_of_full_products(a);
-    }
-    make_symmetric(a, n, [] { return 0.25; });
-    for (int i = 0; i < n; ++i)
-        a(i, i) = one_of({0.0, 2.0, -2.0});
+TEST_P(JacobiOfOrder, TrustsSymmetryAndTakesWhatIsBelowTheDiagonalAsItStands) {
+    mlMatrix a = symmetric_matrix(n, numbers);
+    for (int k = 0; k < n * n; ++k)
+        a[k] += k / n > k % n ? 1e-9 * numbers(0, 0) : 0.0;
     expect_the_bits_of_full_products(a);
 }
 
@@ -63,7 +49,7 @@ TEST_P(JacobiOfOrder, SpreadsNaNsAndInfinitiesAsProductsDo) {
     for (double const strange : {nan_value, infinity, -infinity, 1e300, 1e-200}) {
         for (int const row : {0, n / 2, n - 1}) {
             if (n == 0) continue;
-            make_symmetric(a, n, [&] { return one_of({-1.0, -0.0, 0.5, 2.0}); });
+            mlMatrix a = symmetric_matrix(n, one_of({-1.0, -0.0, 0.5, 2.0}, row));
             a(row, n - 1) = strange;
             bool const misuse = checked_build && std::isfinite(strange); // asymmetric
             if (!(std::fabs(strange) < 1.0) && !misuse)                  // little beside much never ends
@@ -72,11 +58,6 @@ TEST_P(JacobiOfOrder, SpreadsNaNsAndInfinitiesAsProductsDo) {
             expect_the_bits_of_full_products(a);
         }
     }
-    // The rotations start well, and meet a difference with an infinite square.
-    make_symmetric(a, n, [&] { return random.uniform(-1e149, 1e149); });
-    for (int i = 0; i < n; ++i)
-        a(i, i) = i < n - 1 ? 1e160 : -1e160;
-    expect_the_bits_of_full_products(a);
 }
 
 // Rows of more elements are rotated by a kernel; from 9 elements on the largest is sought in several chains.
@@ -90,12 +71,10 @@ int sweep_in_order(Values & a, Values & s2, int rows, int cols, int rank) {
         for (int k = j + 1; k < rank; ++k) {
             double p = 0.0, q = 0.0, w = 0.0;
             for (int i = 0; i < rows; ++i) {
-                p += a[i * cols + j] * a[i * cols + k];
-                q += a[i * cols + j] * a[i * cols + j];
-                w += a[i * cols + k] * a[i * cols + k];
+                double const x = a[i * cols + j], y = a[i * cols + k];
+                p += x * y, q += x * x, w += y * y;
             }
-            s2[j] = q;
-            s2[k] = w;
+            s2[j] = q, s2[k] = w;
             if (q >= w && (rows * 10.0 * 1e-22 * 1e-22 * s2[0] >= q || 0.1 * 1e-22 * q >= std::fabs(p))) continue;
             ++rotations;
             bool const swapped = q < w;
@@ -114,35 +93,34 @@ int sweep_in_order(Values & a, Values & s2, int rows, int cols, int rank) {
     return rotations;
 }
 
-TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
-    for (auto const & shape : {std::pair(5, 1), {3, 2}, {9, 5}, {4, 9}, {20, 10}, {40, 23}}) {
-        int const rows = shape.first, cols = shape.second;
-        for (int const negligible : {0, 1, cols / 2, cols - 1, -1}) { // columns; -1: ties
-            mlRandom random(rows);
-            double const tol = 0.1 * 1e-22;
-            Values expected((rows + cols) * cols), squares(cols, 7.0), found_squares(cols, 7.0);
-            for (int k = 0; k < rows * cols; ++k)
-                expected[k] = negligible < 0 ? std::round(random.uniform(-1.4, 1.4))
-                                             : random.uniform(-1.0, 1.0) * (k % cols < cols - negligible ? 1.0 : 1e-40);
-            Values found = expected;
-            for (int k = 0; k < cols * cols; ++k)
-                expected[rows * cols + k] = k % (cols + 1) == 0 ? 1.0 : 0.0;
-            int rank = cols, rotations = cols > 1;
-            for (int sweeps = 0; rotations != 0 && sweeps <= std::max(cols / 4, 6); ++sweeps) {
-                rotations = sweep_in_order(expected, squares, rows, cols, rank);
-                while (rank >= 3 && squares[rank - 1] <= squares[0] * tol + tol * tol)
-                    --rank;
-            }
-            Values const a = found;
-            SCOPED_TRACE(testing::Message() << rows << " x " << cols);
-            in_each_instruction_set([&] {
-                found = a;
-                ml_svd(found.data(), found_squares.data(), rows, cols);
-                EXPECT_TRUE(equal_bits(expected, found, static_cast<int>(found.size())));
-                EXPECT_TRUE(equal_bits(squares, found_squares, cols));
-            });
-        }
+void expect_pairs_in_order(int rows, int cols, int negligible) {
+    mlRandom random(rows);
+    double const tol = 0.1 * 1e-22;
+    Values a((rows + cols) * cols), squares(cols, 7.0), found_squares(cols, 7.0);
+    for (int k = 0; k < rows * cols; ++k)
+        a[k] = negligible < 0 ? std::round(random.uniform(-1.4, 1.4))
+                              : random.uniform(-1.0, 1.0) * (k % cols < cols - negligible ? 1.0 : 1e-40);
+    Values expected = a;
+    for (int j = 0; j < cols; ++j)
+        expected[(rows + j) * cols + j] = 1.0;
+    int rank = cols, rotations = cols > 1;
+    for (int sweeps = 0; rotations != 0 && sweeps <= std::max(cols / 4, 6); ++sweeps) {
+        rotations = sweep_in_order(expected, squares, rows, cols, rank);
+        while (rank >= 3 && squares[rank - 1] <= squares[0] * tol + tol * tol)
+            --rank;
     }
+    in_each_instruction_set([&] {
+        Values found = a;
+        ml_svd(found.data(), found_squares.data(), rows, cols);
+        EXPECT_TRUE(equal_bits(expected, found, static_cast<int>(found.size()))) << rows << " x " << cols;
+        EXPECT_TRUE(equal_bits(squares, found_squares, cols)) << rows << " x " << cols;
+    });
+}
+
+TEST(OneSidedJacobi, TakesThePairsOfColumnsAsIfOneByOne) {
+    for (auto const & [rows, cols] : {std::pair(5, 1), {3, 2}, {9, 5}, {4, 9}, {20, 10}, {40, 23}})
+        for (int const negligible : {0, 1, cols / 2, cols - 1, -1}) // columns; -1: ties
+            expect_pairs_in_order(rows, cols, negligible);
 }
 
 } // namespace

@@ -51,9 +51,9 @@ TEST(Matrix, BecomesWhatItsTagsSay) {
 }
 
 TEST(Matrix, IsEditedByRowsColumnsAndSlices) {
-    mlMatrix m(mlMatrixZero, 0, 0), column; // m has a spare element in its storage
-    m.append_row(Vector{1, 2});
-    m.append_row(Vector{3, 4});
+    mlMatrix m(mlMatrixZero, 0, 0), column, rows; // m has a spare element in its storage
+    for (Values const & row : {Values{1, 2}, {3, 4}})
+        m.append_row(mlVector(row));
     m.append_col(Vector{5, 6});
     m.swap_cols(1, 2);
     m.swap_rows(1, 0);
@@ -73,18 +73,18 @@ TEST(Matrix, IsEditedByRowsColumnsAndSlices) {
     EXPECT_EQ(m.size(), 6);
     column.append_col(Vector{1, 2});
     expect_table(column, {{1}, {2}});
+    rows.become(2, 0).append_row(Vector{1, 2, 3});
+    expect_table(rows, {{0, 0, 0}, {0, 0, 0}, {1, 2, 3}});
 }
 
 TEST(Matrix, KeepsShapeAndStorageTogether) {
-    mlMatrix a(mlMatrixIdentity, 2), b(mlMatrixZero, 5, 4), rows;
+    mlMatrix a(mlMatrixIdentity, 2), b(mlMatrixZero, 5, 4);
     a.swap(b);
     expect_table(b, {{1, 0}, {0, 1}});
     EXPECT_EQ(std::tuple(a.rows(), a.cols(), a.size()), std::tuple(5, 4, 20));
     a.clear(0);
     b.clear(1);
     EXPECT_EQ(std::tuple(a.rows() + a.cols() + b.rows() + b.cols(), a.capacity(), b.capacity()), std::tuple(0, 20, 0));
-    rows.become(2, 0).append_row(Vector{1, 2, 3});
-    expect_table(rows, {{0, 0, 0}, {0, 0, 0}, {1, 2, 3}});
     a.become(mlMatrixZero, 100000, 1);
     a(1, 0) = a(0, 0) = 5.0;
     a.expand(1, 100000, 7.0); // in the same storage, where either shape fits but not what spans both
@@ -94,38 +94,23 @@ TEST(Matrix, KeepsShapeAndStorageTogether) {
 }
 
 TEST(Matrix, MultipliesASliceOfNeighboursWhereItIs) {
-    int const n = 5000;
-    mlMatrix const a(mlMatrixZero, 3, n), tall(mlMatrixZero, n, 2);
-    Vector y{7, 8, 9}, two{1, 2, 3};
+    mlMatrix const a(mlMatrixZero, 3, 5000);
+    Vector y{7, 8, 9};
     coFailStorageAfter(0);
-    EXPECT_THROW(multiply(a, tall.col(0), y), std::bad_alloc); // whose elements are gathered
-    EXPECT_THROW(multiply(tall, two.slice(1, 1, 2), y), std::bad_alloc);
+    EXPECT_THROW(multiply(a, a.row(2).slice(4999, -1, 5000), y), std::bad_alloc); // whose elements are gathered
     EXPECT_EQ(contents(y), (Values{7, 8, 9}));
     EXPECT_NO_THROW(multiply(a, a.row(2), y));
     coFailStorageAfter(-1);
     EXPECT_EQ(contents(y), Values(3));
 }
 
-TEST(Matrix, ProductsAccumulateEachElementInIncreasingOrder) {
-    for (auto const & [rows, inner] : {std::pair(3, 3), {3, 5}, {50, 5}}) { // order 3 has code of its own
-        mlMatrix a, b, c;
-        mlVector y(mlVectorZero, 2 * rows);
-        fill_random(a, rows, inner, rows);
-        fill_random(b, inner, rows, 1);
-        a(0, 0) = b(inner - 1, 0) = 0.0;
-        a(rows - 1, inner - 1) = b(0, rows - 1) = infinity; // meet the zeros: no term is skipped
-        multiply(a, b, c);
-        for (int j = 0; j < rows; ++j) {
-            multiply(a, b.col(j), y);
-            for (int i = 0; i < rows; ++i)
-                EXPECT_TRUE(same(c(i, j), scalar_product(a.row(i), b.col(j))) && same(c(i, j), y[i])) << i << ' ' << j;
-        }
-        multiply(a, b, b); // in place
-        EXPECT_TRUE(y.size() == rows && b.rows() == rows && b.cols() == rows && equal(c, b, 0.0));
-    }
-    mlMatrix c;
-    multiply(Matrix(3, 3, {-0.0, -0.0, -0.0, 1, 1, 1, 1, 1, 1}), Matrix(3, 3, {1, 1, 1, 1, 1, 1, 1, 1, 1}), c);
-    EXPECT_FALSE(std::signbit(c(0, 0)) || std::signbit(c(0, 2))); // sums start from 0.0
+TEST(Matrix, SumsStartFromZero) {
+    mlMatrix const negative{{-0.0, -0.0, -0.0}, {-0.0, -0.0, -0.0}, {-0.0, -0.0, -0.0}}, positive(mlMatrixHilbert, 3);
+    mlMatrix product;
+    mlVector y;
+    multiply(negative, positive, product);
+    multiply(negative, positive.col(0), y);
+    EXPECT_FALSE(std::signbit(product(0, 0)) || std::signbit(product(2, 2)) || std::signbit(y[0]));
 }
 
 TEST(Matrix, ComparesStoredValuesWhateverTheShapeAndPrintsARowPerLine) {

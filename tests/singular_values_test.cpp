@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <iterator>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -22,8 +23,8 @@ TEST(SingularValues, ReproduceTheMatrixFromOrthonormalBasesInOrder) {
     for (int kind = 0; kind <= static_cast<int>(Kind::near_underflow); ++kind) {
         for (auto const & [rows, cols] : shapes) {
             SCOPED_TRACE(testing::Message() << name_of(Kind(kind)) << ", " << rows << " x " << cols);
-            mlMatrix a, s(mlMatrixZero, rows, cols);
-            make_matrix(a, Kind(kind), rows, cols);
+            mlMatrix const a = matrix_of(Kind(kind), rows, cols);
+            mlMatrix s(mlMatrixZero, rows, cols);
             SVD const svd(a);
             mlVector const & values = svd.diagonal();
             ASSERT_EQ(std::tuple(svd.invalid(), values.size()), std::tuple(0, std::min(rows, cols)));
@@ -39,30 +40,24 @@ TEST(SingularValues, ReproduceTheMatrixFromOrthonormalBasesInOrder) {
 
 // Ties decide signs and last bits; a zero row or column in the middle ends a chain of reflections.
 TEST(SingularValues, HaveTheBitsOfThePlainMethodForStructuredMatrices) {
-    using Element = std::function<double(int, int)>;
-    mlRandom random(1);
-    auto const one_of = [&](Values const & values) -> Element {
-        return [&, values](int, int) { return values[static_cast<int>(random.uniform() * values.size())]; };
-    };
-    Element const ternary = one_of({-1, 0, 1});
+    Element const ternary = one_of({-1, 0, 1}, 1), numbers = uniform(1, 1);
     std::pair<char const *, Element> const structures[] = {
         {"ternary", ternary},
-        {"ternary, mostly zero", one_of({-1, 0, 0, -0.0, 0, 1})},
-        {"equal", [](int, int) { return 0.25; }},
+        {"ternary, mostly zero", one_of({-1, 0, 0, -0.0, 0, 1}, 1)},
         {"equal off the diagonal", [&](int r, int c) { return r == c ? ternary(r, c) : 0.5; }},
         {"bidiagonal with zeros", [&](int r, int c) { return r == c || r + 1 == c ? ternary(r, c) : 0.0; }},
         {"blocks around a zero block",
-         [&](int r, int c) { return (r < 2 && c < 3) || (r > 4 && c > 3) ? random.uniform(-1, 1) : 0.0; }},
-        {"first elements -0", [&](int r, int c) { return r == 0 || c == 0 ? -0.0 : random.uniform(-1, 1); }},
+         [&](int r, int c) { return (r < 2 && c < 3) || (r > 4 && c > 3) ? numbers(r, c) : 0.0; }},
+        {"first elements -0", [&](int r, int c) { return r == 0 || c == 0 ? -0.0 : numbers(r, c); }},
         {"chains of near values", [](int r, int c) { return (r == c) * (1 + 1e-15 * r) + (r + 1 == c) * 1e-15; }},
-        {"at the least normal number", one_of({DBL_MIN, -DBL_MIN, 0.5 * DBL_MIN, 1, 0})},
-        {"with strange numbers", one_of({1, 2, -1, 0.5, 3, nan_value, infinity, 1e300})},
+        {"at the least normal number", one_of({DBL_MIN, -DBL_MIN, 0.5 * DBL_MIN, 1, 0}, 1)},
+        {"with strange numbers", one_of({1, 2, -1, 0.5, 3, nan_value, infinity, 1e300}, 1)},
     };
     for (auto const & [name, element] : structures) {
+        SCOPED_TRACE(name);
         for (auto const & [rows, cols] : {Shape(1, 1), {2, 2}, {3, 3}, {4, 3}, {5, 7}, {7, 6}, {8, 8}, {13, 11}}) {
             for (int trial = 0; trial < 20; ++trial) {
-                SCOPED_TRACE(testing::Message() << name << ", " << rows << " x " << cols);
-                mlMatrix a(mlMatrixZero, rows, cols);
+                mlMatrix a(rows, cols);
                 for (int k = 0; k < rows * cols; ++k)
                     a[k] = element(k / cols, k % cols);
                 expect_plain_svd(a);
@@ -76,8 +71,7 @@ TEST(SingularValues, AreTheSameBitsWhateverVectorsAreWanted) {
     all_shapes.insert(all_shapes.end(), std::begin(shapes), std::end(shapes));
     for (auto const & [rows, cols] : all_shapes) {
         SCOPED_TRACE(testing::Message() << rows << " x " << cols);
-        mlMatrix a;
-        make_matrix(a, Kind::random, rows, cols);
+        mlMatrix const a = random_matrix(rows, cols, 1);
         SVD const full(a);
         EXPECT_EQ(std::tuple(full.diagonal().size(), full.invalid()), std::tuple(std::min(rows, cols), 0));
         for (int jobs = 0; jobs < 6; ++jobs) {
@@ -85,9 +79,8 @@ TEST(SingularValues, AreTheSameBitsWhateverVectorsAreWanted) {
             EXPECT_TRUE(svd.diagonal() == full.diagonal());
             bool const wants_u = jobs % 2 == SVD::mlALL_U, wants_v = jobs / 2 != SVD::mlNO_V;
             int const v_cols = jobs / 2 == SVD::mlTHIN_V ? std::min(rows, cols) : cols;
-            ASSERT_EQ(std::tuple(svd.V().rows(), svd.V().cols()),
-                      std::tuple((wants_v ? cols : 1), (wants_v ? v_cols : 1)));
-            ASSERT_EQ(svd.U().rows(), wants_u ? rows : 1);
+            ASSERT_EQ(std::tuple(svd.U().rows(), svd.V().rows(), svd.V().cols()),
+                      std::tuple(wants_u ? rows : 1, wants_v ? cols : 1, wants_v ? v_cols : 1));
             EXPECT_TRUE(!wants_u || svd.U() == full.U());
             for (int c = 0; wants_v && c < v_cols; ++c)
                 EXPECT_EQ(norm_diff(svd.V().col(c), full.V().col(c)), 0.0);
@@ -113,19 +106,19 @@ TEST(SingularValues, JudgeRankRelativelyButASingleValueAbsolutely) {
 }
 
 TEST(PseudoInverse, IsThatOfTheFirstToleranceForGood) {
-    SVD const svd(Matrix(2, 2, {1, 0, 0, 1e-9})), other(Matrix(2, 2, {1, 0, 0, 1e-9})), lone(Matrix(1, 1, {1e-9}));
+    Matrix const a(2, 2, {1, 0, 0, 1e-9});
+    SVD const svd(a);
     EXPECT_EQ(svd.inverse(1e-7)(1, 1) + svd.inverse(1e-12)(1, 1), 0.0);
-    EXPECT_NEAR(other.inverse(1e-12)(1, 1), 1e9, 1.0);
+    EXPECT_NEAR(SVD(a).inverse(1e-12)(1, 1), 1e9, 1.0);
     EXPECT_EQ(SVD(Matrix(2, 2, {1, 0, 0, 0.25})).inverse(0.25)(1, 1), 0.0) << "at the tolerance";
-    EXPECT_EQ(lone.inverse(2.0)(0, 0), 1.0 / 1e-9) << "of a single value at any tolerance";
+    EXPECT_EQ(SVD(Matrix(1, 1, {1e-9})).inverse(2.0)(0, 0), 1.0 / 1e-9) << "of a single value at any tolerance";
 }
 
 TEST(PseudoInverse, MakesAProjectionAndSolvesLeastSquares) {
     for (auto const & [rows, cols] : {Shape(4, 4), Shape(9, 5), Shape(5, 9)}) {
         for (Kind const kind : {Kind::random, Kind::rank_two}) {
-            mlMatrix a, b, x;
-            make_matrix(a, kind, rows, cols);
-            fill_random(b, rows, 2, 7);
+            mlMatrix const a = matrix_of(kind, rows, cols);
+            mlMatrix b = random_matrix(rows, 2, 7), x;
             SVD const svd(a);
             mlMatrix const & inverse = svd.inverse(1e-7);
             mlMatrix const image(mlMatrixProduct, a, inverse), image_transposed(mlMatrixTranspose, image);

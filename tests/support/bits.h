@@ -48,6 +48,7 @@ template <class Check> void in_each_instruction_set(Check check) {
     for (auto const set : {mlInstructionSetBaseline, mlInstructionSetAvx2, mlInstructionSetAvx512}) {
         if (!ml_use_instruction_set(set)) continue; // this machine lacks it
         SCOPED_TRACE(testing::Message() << "instruction set " << set);
+        EXPECT_EQ(ml_instruction_set(), set);
         check();
     }
     ml_use_instruction_set(at_start);

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <string>
+#include <functional>
+#include <vector>
 
 #include "maths/core/mlMatrix.h"
 #include "maths/core/mlRandom.h"
@@ -15,7 +17,6 @@ enum class Kind {
     graded_rows,
     graded_cols,
     nearly_singular,
-    huge,
     zero_row,
     graded_300_decades,
     rank_two,
@@ -24,15 +25,10 @@ enum class Kind {
     near_underflow
 };
 
-/// Without the last five, which only decompositions for any rank and range can handle.
-inline constexpr Kind all_kinds[] = {Kind::identity,        Kind::random, Kind::graded_rows, Kind::graded_cols,
-                                     Kind::nearly_singular, Kind::huge,   Kind::zero_row};
-
-inline std::string name_of(Kind kind) {
-    static char const * const names[] = {
-        "identity",           "random",   "graded_rows",     "graded_cols",   "nearly_singular", "huge", "zero_row",
-        "graded_300_decades", "rank_two", "repeated_values", "near_overflow", "near_underflow"};
-    return names[static_cast<int>(kind)];
+inline char const * name_of(Kind kind) {
+    return std::array{
+        "identity",    "random",   "graded rows",     "graded columns", "nearly singular", "zero row",
+        "300 decades", "rank two", "repeated values", "near overflow",  "near underflow"}[static_cast<int>(kind)];
 }
 
 /// m becomes rows x cols with elements uniform in [-1, 1).
@@ -43,45 +39,61 @@ inline void fill_random(mlMatrix & m, int rows, int cols, long seed) {
         x = random.uniform(-1.0, 1.0);
 }
 
-inline void fill_random(mlVector & v, int n, long seed) {
-    mlRandom random(seed);
-    v.clear(0);
-    v.expand(n);
-    for (double & x : v)
-        x = random.uniform(-1.0, 1.0);
+inline mlMatrix random_matrix(int rows, int cols, long seed) {
+    mlMatrix m;
+    fill_random(m, rows, cols, seed);
+    return m;
 }
 
-/// m becomes a rows x cols matrix of the given kind.
-inline void make_matrix(mlMatrix & m, Kind kind, int rows, int cols, long seed = 1) {
-    fill_random(m, rows, cols, seed);
-    auto const each = [&](auto value) {
-        for (int r = 0; r < rows; ++r) {
-            for (int c = 0; c < cols; ++c)
-                m(r, c) = value(r, c);
+inline void fill_random(mlVector & v, int n, long seed) {
+    v.clear(0);
+    v.become(utConvert, random_matrix(1, n, seed).data(), n);
+}
+
+/// What stands in row i, column j.
+using Element = std::function<double(int i, int j)>;
+
+inline Element uniform(double scale, long seed) {
+    return [scale, random = mlRandom(seed)](int, int) mutable { return scale * random.uniform(-1.0, 1.0); };
+}
+
+inline Element one_of(std::vector<double> values, long seed) {
+    return
+        [values, random = mlRandom(seed)](int, int) mutable { return values[int(random.uniform() * values.size())]; };
+}
+
+/// Element (i, j) with i <= j is element(i, j).
+inline mlMatrix symmetric_matrix(int n, Element const & element) {
+    mlMatrix m(n, n);
+    for (int i = 0; i < n; ++i)
+        for (int j = i; j < n; ++j)
+            m(i, j) = m(j, i) = element(i, j);
+    return m;
+}
+
+inline mlMatrix matrix_of(Kind kind, int rows, int cols, long seed = 1) {
+    mlMatrix m = random_matrix(rows, cols, seed);
+    double const last_row = std::max(rows - 1, 1), last_col = std::max(cols - 1, 1);
+    auto const element = [&](double x, int r, int c) {
+        switch (kind) {
+        case Kind::random: break;
+        case Kind::identity: return r == c ? 1.0 : 0.0;
+        case Kind::graded_rows: return x * std::pow(10.0, -8 * r / last_row);
+        case Kind::graded_cols: return x * std::pow(10.0, -8 * c / last_col);
+        case Kind::nearly_singular: // the last row is the first one but for a speck
+            return r > 0 && r == rows - 1 ? m(0, c) + 1e-10 * x : x;
+        case Kind::zero_row: return r == rows / 2 ? 0.0 : x;
+        case Kind::graded_300_decades: return x * std::pow(10.0, -150 * (r / last_row + c / last_col));
+        case Kind::rank_two: // small integers, so that the rank is exact; column 2 is zero
+            return (r % 3 - 1.0) * (c % 5 - 2.0) + (r % 7 - 3.0) * (c % 2);
+        case Kind::repeated_values: // a reflection 1 - 2 h h^T / h^T h: every value is 1, but for a border
+            return (r == c ? 1.0 : 0.0) - 2.0 / std::max(rows, cols);
+        case Kind::near_overflow: return x * 1e305;
+        case Kind::near_underflow: return x * 1e-290;
         }
+        return x;
     };
-    double const row_steps = rows > 1 ? rows - 1 : 1;
-    double const col_steps = cols > 1 ? cols - 1 : 1;
-    switch (kind) {
-    case Kind::identity: each([](int r, int c) { return r == c ? 1.0 : 0.0; }); break;
-    case Kind::random: break;
-    case Kind::graded_rows: each([&](int r, int c) { return m(r, c) * std::pow(10.0, -8 * r / row_steps); }); break;
-    case Kind::graded_cols: each([&](int r, int c) { return m(r, c) * std::pow(10.0, -8 * c / col_steps); }); break;
-    case Kind::nearly_singular: // the last row is the first one but for a speck
-        each([&](int r, int c) { return r > 0 && r == rows - 1 ? m(0, c) + 1e-10 * m(r, c) : m(r, c); });
-        break;
-    case Kind::huge: each([&](int r, int c) { return m(r, c) * 1e150; }); break;
-    case Kind::zero_row: each([&](int r, int c) { return r == rows / 2 ? 0.0 : m(r, c); }); break;
-    case Kind::graded_300_decades:
-        each([&](int r, int c) { return m(r, c) * std::pow(10.0, -150 * (r / row_steps + c / col_steps)); });
-        break;
-    case Kind::rank_two: // small integers, so that the rank is exact; column 2 is zero
-        each([](int r, int c) { return (r % 3 - 1.0) * (c % 5 - 2.0) + (r % 7 - 3.0) * (c % 2); });
-        break;
-    case Kind::repeated_values: // a reflection 1 - 2 h h^T / h^T h: every singular value is 1, but for a border
-        each([n = std::max(rows, cols)](int r, int c) { return (r == c ? 1.0 : 0.0) - 2.0 / n; });
-        break;
-    case Kind::near_overflow: each([&](int r, int c) { return m(r, c) * 1e305; }); break;
-    case Kind::near_underflow: each([&](int r, int c) { return m(r, c) * 1e-290; }); break;
-    }
+    for (int k = 0; k < rows * cols; ++k)
+        m[k] = element(m[k], k / cols, k % cols);
+    return m;
 }

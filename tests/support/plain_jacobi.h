@@ -11,31 +11,24 @@
 
 // Jacobi's method for symmetric matrices beside the plain form whose bits it promises: rotations by full products.
 
-struct Spectrum {
-    Values values;
-    mlMatrix vectors;
-};
-
 /// The rotation of rows and columns p and q.
 inline void become_rotation(mlMatrix & r, mlMatrix const & m, int p, int q) {
     double const a = m(p, p), b = m(p, q), d = m(q, q);
     double const lambda = (a + d) * 0.5 + std::sqrt((a - d) * (a - d) * 0.25 + b * b);
     double const rows[2][2] = {{a - lambda, b}, {m(q, p), d - lambda}};
-    double const squares[2] = {rows[0][0] * rows[0][0] + rows[0][1] * rows[0][1],
-                               rows[1][0] * rows[1][0] + rows[1][1] * rows[1][1]};
-    int const k = squares[1] > squares[0] ? 1 : 0;
-    double const length = std::sqrt(squares[k]);
+    double const upper = rows[0][0] * rows[0][0] + rows[0][1] * rows[0][1];
+    double const lower = rows[1][0] * rows[1][0] + rows[1][1] * rows[1][1];
+    auto const & [x, y] = rows[lower > upper ? 1 : 0];
+    double const length = std::sqrt(lower > upper ? lower : upper);
     r.become(mlMatrixIdentity, m.rows());
-    r(p, p) = rows[k][1] / length;
-    r(q, p) = -rows[k][0] / length;
-    r(p, q) = rows[k][0] / length;
-    r(q, q) = rows[k][1] / length;
+    r(p, p) = r(q, q) = y / length;
+    r(q, p) = -x / length;
+    r(p, q) = x / length;
 }
 
-inline void full_products(mlMatrix const & m, double tolerance, Spectrum & found) {
+inline void expect_the_bits_of_full_products(mlMatrix const & m, double tolerance = 1e-6) {
     int const n = m.rows();
-    mlMatrix a, r, v(mlMatrixIdentity, n);
-    a.become(utCopy, m);
+    mlMatrix a(utCopy, m), r, v(mlMatrixIdentity, n), vectors(n, n);
     for (int rotations = 0; rotations < 10000; ++rotations) { // more than any of these takes
         double largest = -largest_double;
         int p = 0, q = 0;
@@ -57,23 +50,17 @@ inline void full_products(mlMatrix const & m, double tolerance, Spectrum & found
         order[i] = i;
     }
     doublecoQuickSortIndex(squares, order).sort(&order, n);
-    found.values.clear();
-    found.vectors.become(n, n);
+    Values values;
     for (int i = 0; i < n; ++i) {
-        found.values.push_back(a(order[n - 1 - i], order[n - 1 - i]));
-        found.vectors.col(i) = v.col(order[n - 1 - i]);
+        values.push_back(a(order[n - 1 - i], order[n - 1 - i]));
+        vectors.col(i) = v.col(order[n - 1 - i]);
     }
-}
-
-inline void expect_the_bits_of_full_products(mlMatrix const & a, double tolerance = 1e-6) {
-    Spectrum expected;
-    full_products(a, tolerance, expected);
-    mlSymEigenVecs eigen(a);
+    mlSymEigenVecs eigen(m);
     eigen.set_tolerance(-tolerance); // its magnitude counts
     EXPECT_EQ(eigen.status(), mlEigenVecsNotCalculated);
     eigen.calculate();
     EXPECT_EQ(eigen.status(), mlEigenVecsCalculated);
-    ASSERT_EQ(eigen.num_real_eigen_values(), a.rows());
-    EXPECT_TRUE(equal_bits(expected.values, eigen.eigen_values(), a.rows()));
-    EXPECT_TRUE(equal_bits(expected.vectors, eigen.eigen_vectors()));
+    ASSERT_EQ(eigen.num_real_eigen_values(), n);
+    EXPECT_TRUE(equal_bits(values, eigen.eigen_values(), n));
+    EXPECT_TRUE(equal_bits(vectors, eigen.eigen_vectors()));
 }

@@ -16,8 +16,8 @@
 /// Source: Dongarra, Bunch, Moler & Stewart, LINPACK Users' Guide (1979).
 struct PlainSVD {
     explicit PlainSVD(mlMatrix const & a)
-        : x(mlMatrixTranspose, a), n(x.rows()), p(x.cols()), s(std::min(n + 1, p)), e(p), u(mlMatrixZero, n, n),
-          v(mlMatrixZero, p, p) {
+        : x(mlMatrixTranspose, a), n(x.rows()), p(x.cols()), s(std::min(n + 1, p)), e(p), u(mlMatrixIdentity, n),
+          v(mlMatrixIdentity, p), columns(std::max(0, std::min(n - 1, p))), rows(std::max(0, std::min(p - 2, n))) {
         reduce();
         generate();
         while (m != 0 && steps < 100)
@@ -28,30 +28,27 @@ struct PlainSVD {
     int n, p;
     Values s, e;
     mlMatrix u, v;
-    int m = 0; ///< values not found
+    int const columns, rows;    ///< reflections
+    int m = std::min(p, n + 1); ///< values not found
 
 private:
     static bool counts(double t) { return std::fabs(t) >= DBL_MIN; }
 
-    static double norm(double const * t, int count, int stride) {
-        double sum = 0.0, largest = 0.0;
-        for (int i = 0; i < count; ++i) {
-            sum += t[i * stride] * t[i * stride];
-            if (std::fabs(t[i * stride]) > largest) largest = std::fabs(t[i * stride]);
-        }
+    static double norm(mlSlice const & t) {
+        double sum = 0.0, largest = 0.0, scaled = 0.0;
+        for (double const element : t)
+            sum += element * element, largest = std::max(largest, std::fabs(element));
         if (sum >= 1e-280 && sum <= 1e300) return std::sqrt(sum);
-        if (largest == 0.0) return 0.0;
-        sum = 0.0;
-        for (int i = 0; i < count; ++i)
-            sum += (t[i * stride] / largest) * (t[i * stride] / largest);
-        return largest * std::sqrt(sum);
+        for (double const element : t)
+            scaled += (element / largest) * (element / largest);
+        return largest == 0.0 ? 0.0 : largest * std::sqrt(scaled);
     }
-    static double make_reflector(double * t, int count, int stride) {
-        double length = norm(t, count, stride);
+    static double make_reflector(mlSlice t) {
+        double length = norm(t);
         if (counts(length)) {
             if (counts(t[0])) length = std::copysign(length, t[0]);
-            for (int i = 0; i < count; ++i)
-                t[i * stride] *= 1.0 / length;
+            for (double & element : t)
+                element *= 1.0 / length;
             t[0] = 1.0 + t[0];
         }
         return -length;
@@ -67,22 +64,18 @@ private:
                 a(i, j) += a(i, l) * t;
         }
     }
-    static void make_unit_column(mlMatrix & a, int j) {
-        for (int i = 0; i < a.rows(); ++i)
-            a(i, j) = i == j ? 1.0 : 0.0;
-    }
+    static void make_unit_column(mlMatrix & a, int j) { std::ranges::fill(a.col(j), 0.0), a(j, j) = 1.0; }
 
     void reduce() {
-        int const columns = std::max(0, std::min(n - 1, p)), rows = std::max(0, std::min(p - 2, n));
         for (int l = 0; l < std::max(columns, rows); ++l) {
             if (l < columns) {
-                s[l] = make_reflector(&x(l, l), n - l, p);
+                s[l] = make_reflector(x.col(l).slice(l, 1, n - l));
                 if (counts(s[l])) reflect(x, l, l);
                 for (int i = l; i < n; ++i)
                     u(i, l) = x(i, l);
             }
             if (l >= rows) continue;
-            e[l] = make_reflector(&x(l, l + 1), p - l - 1, 1);
+            e[l] = make_reflector(x.row(l).slice(l + 1, 1, p - l - 1));
             for (int j = l + 1; j < p; ++j)
                 v(j, l) = x(l, j);
             for (int i = l + 1; i < n && counts(e[l]); ++i) {
@@ -95,28 +88,22 @@ private:
                 }
             }
         }
-        m = std::min(p, n + 1);
         if (columns < p) s[columns] = x(columns, columns);
-        if (n < m) s[m - 1] = 0.0;
         if (rows + 1 < m) e[rows] = x(rows, m - 1);
-        e[m - 1] = 0.0;
     }
     void generate() {
-        int const columns = std::max(0, std::min(n - 1, p)), rows = std::max(0, std::min(p - 2, n));
-        for (int j = columns; j < n; ++j)
-            make_unit_column(u, j);
         for (int l = columns - 1; l >= 0; --l) {
-            if (!counts(s[l])) {
+            if (counts(s[l])) {
+                reflect(u, l, l);
+                for (int i = l; i < n; ++i)
+                    u(i, l) *= -1.0;
+                u(l, l) = 1.0 + u(l, l);
+            } else {
                 make_unit_column(u, l);
-                continue;
             }
-            reflect(u, l, l);
-            for (int i = 0; i < n; ++i)
-                u(i, l) = i < l ? 0.0 : u(i, l) * -1.0;
-            u(l, l) = 1.0 + u(l, l);
         }
-        for (int l = p - 1; l >= 0; --l) {
-            if (l < rows && counts(e[l])) reflect(v, l, l + 1);
+        for (int l = rows - 1; l >= 0; --l) {
+            if (counts(e[l])) reflect(v, l, l + 1);
             make_unit_column(v, l);
         }
     }
@@ -142,18 +129,16 @@ private:
         for (int i = 0; i < basis.rows() && k < basis.cols() && j < basis.cols(); ++i)
             rotate(basis(i, j), basis(i, k), turn);
     }
+    static bool negligible(double x, double around) { return around + std::fabs(x) == around; }
     void iterate() {
         int l = m - 1; // the block at work begins with row l, counted from 0
-        for (; l > 0; --l) {
-            double const around = std::fabs(s[l - 1]) + std::fabs(s[l]);
-            if (around + std::fabs(e[l - 1]) != around) continue;
-            e[l - 1] = 0.0;
-            break;
-        }
+        while (l > 0 && !negligible(e[l - 1], std::fabs(s[l - 1]) + std::fabs(s[l])))
+            --l;
+        if (l > 0) e[l - 1] = 0.0;
         if (l == m - 1) return find(l);
         for (int k = m - 1; k >= l; --k) {
             double const around = (k < m - 1 ? std::fabs(e[k]) : 0.0) + (k > l ? std::fabs(e[k - 1]) : 0.0);
-            if (around + std::fabs(s[k]) != around) continue;
+            if (!negligible(s[k], around)) continue;
             s[k] = 0.0;
             return k == m - 1 ? chase_last(l) : chase(k + 1);
         }
@@ -164,7 +149,7 @@ private:
         double f = std::exchange(e[m - 2], 0.0);
         for (int k = m - 2; k >= l; --k) {
             Rotation const turn = rotation(s[k], f);
-            if (k != l) f = -turn.s * e[k - 1], e[k - 1] = turn.c * e[k - 1];
+            if (k != l) f = -turn.s * e[k - 1], e[k - 1] *= turn.c;
             rotate(v, k, m - 1, turn);
         }
     }
@@ -172,8 +157,7 @@ private:
         double f = std::exchange(e[l - 1], 0.0);
         for (int k = l; k < m; ++k) {
             Rotation const turn = rotation(s[k], f);
-            f = -turn.s * e[k];
-            e[k] = turn.c * e[k];
+            f = -turn.s * e[k], e[k] *= turn.c;
             rotate(u, k, l - 1, turn);
         }
     }
@@ -191,15 +175,13 @@ private:
             if (k != l) e[k - 1] = f;
             f = s[k];
             rotate(f, e[k], right);
-            g = right.s * s[k + 1];
-            s[k + 1] = right.c * s[k + 1];
+            g = right.s * s[k + 1], s[k + 1] *= right.c;
             rotate(v, k, k + 1, right);
             Rotation const left = rotation(f, g);
             s[k] = f;
             f = e[k];
             rotate(f, s[k + 1], left);
-            g = left.s * e[k + 1];
-            e[k + 1] = left.c * e[k + 1];
+            g = left.s * e[k + 1], e[k + 1] *= left.c;
             rotate(u, k, k + 1, left);
         }
         e[m - 2] = f;
@@ -207,12 +189,12 @@ private:
     void find(int l) {
         if (s[l] < 0.0) {
             s[l] = -s[l];
-            for (int i = 0; i < p; ++i)
-                v(i, l) = v(i, l) * -1.0;
+            for (double & element : v.col(l))
+                element *= -1.0;
         }
         for (; l + 1 < static_cast<int>(s.size()) && !(s[l] >= s[l + 1]); ++l) {
             std::swap(s[l], s[l + 1]);
-            if (l + 1 < p) v.swap_cols(l, l + 1);
+            v.swap_cols(l, l + 1);
             if (l + 1 < n) u.swap_cols(l, l + 1);
         }
         steps = 0;
@@ -222,6 +204,7 @@ private:
 };
 
 inline void expect_plain_svd(mlMatrix const & a) {
+    SCOPED_TRACE(testing::Message() << a.rows() << " x " << a.cols());
     PlainSVD const plain(a);
     in_each_instruction_set([&] {
         mlSingularValueDecomposition const svd(a);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <numeric>
 #include <vector>
 
 #include "maths/core/mlMatrix.h"
@@ -30,14 +31,12 @@ struct PlainSymmetric {
     mlMatrix q, a;
 
 private:
-    static double length(double x, double y) { // of numbers near 1
-        return std::sqrt(x * x + y * y);
-    }
+    static double length(double x, double y) { return std::sqrt(x * x + y * y); } // of numbers near 1
 
     void reduce(int first, int end) {
         std::vector<Values> v, w;
-        auto const update = [&](int i, int j, int steps) {
-            for (int s = 0; s < steps; ++s) {
+        auto const update = [&](int i, int j) {
+            for (std::size_t s = 0; s < v.size(); ++s) {
                 a(i, j) -= w[s][i] * v[s][j];
                 a(i, j) -= v[s][i] * w[s][j];
             }
@@ -45,7 +44,7 @@ private:
         for (int k = first; k < end; ++k) {
             int const done = k - first;
             for (int j = k; j < n; ++j)
-                update(k, j, done);
+                update(k, j);
             d[k] = a(k, k);
             if (k == n - 1) return;
             Values const row = contents(a.row(k));
@@ -62,7 +61,7 @@ private:
                 for (int j = k + 1; j < n; ++j)
                     w[done][j] += v[done][i] * a(std::min(i, j), std::max(i, j));
             for (int s = 0; s < done; ++s) {
-                double const of_v = dot(v[s], v[done], k + 1), of_w = dot(w[s], v[done], k + 1);
+                double const of_v = dot(v[s], v[done]), of_w = dot(w[s], v[done]);
                 for (int j = k + 1; j < n; ++j) {
                     w[done][j] -= of_w * v[s][j];
                     w[done][j] -= of_v * w[s][j];
@@ -76,14 +75,11 @@ private:
         }
         for (int i = end; i < n; ++i)
             for (int j = i; j < n; ++j)
-                update(i, j, end - first);
+                update(i, j);
     }
 
-    double dot(Values const & x, Values const & y, int from) const {
-        double sum = 0.0;
-        for (int i = from; i < n; ++i)
-            sum += x[i] * y[i];
-        return sum;
+    static double dot(Values const & x, Values const & y) {
+        return std::inner_product(x.begin(), x.end(), y.begin(), 0.0);
     }
 
     double eight_sums(Values const & x, Values const & y, int from) const {
