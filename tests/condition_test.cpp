@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include <gtest/gtest.h>
 
@@ -14,11 +15,12 @@ namespace {
 
 TEST(Condition, IsEstimatedWithinAFactorAndMostlyExactly) {
     int exact = 0, all = 0;
-    for (Kind const kind : {Kind::identity, Kind::random, Kind::graded_rows, Kind::graded_cols, Kind::nearly_singular})
-        for (int const n : {1, 2, 3, 10, 60})
-            for (int seed = 1; seed <= 4; ++seed) {
-                SCOPED_TRACE(testing::Message() << name_of(kind) << ", n = " << n);
-                mlMatrix const a = matrix_of(kind, n, n, seed);
+    for (int const n : {1, 2, 3, 10, 60})
+        for (int seed = 1; seed <= 4; ++seed) {
+            auto const all_families = families(n, seed);
+            for (auto const & [name, element] : std::span(all_families).first(5)) {
+                SCOPED_TRACE(testing::Message() << name << ", n = " << n);
+                mlMatrix const a = matrix_of(n, n, element);
                 mlMatrix inverse, g;
                 mlLUDecomposition const lu(a);
                 lu.inverse(inverse);
@@ -31,6 +33,7 @@ TEST(Condition, IsEstimatedWithinAFactorAndMostlyExactly) {
                 mlCholeskyDecomposition const cholesky(g);
                 EXPECT_NEAR(cholesky.reciprocal_condition() / mlLUDecomposition(g).reciprocal_condition(), 1.0, 1e-4);
             }
+        }
     EXPECT_GT(exact, 0.8 * all); // of which a solution with the wrong triangle falls short
 }
 
