@@ -80,8 +80,7 @@ TEST(GramSchmidt, MakesARowOrthogonalToThoseAboveOneAfterTheOther) {
     for (int k = 0; k < 6; ++k) {
         for (int j = 0; j < k; ++j) {
             double const factor = scalar_product(plain.row(k), plain.row(j)) / plain.row(j).modulus_squared();
-            for (int c = 0; c < 9; ++c)
-                plain(k, c) -= plain(j, c) * factor;
+            plain.row(k).add_multiple(-factor, plain.row(j));
         }
     }
     EXPECT_EQ(contents(found), contents(plain));
