@@ -12,14 +12,9 @@
 
 namespace {
 
-std::pair<char const *, Element> const families[] = {
+std::pair<char const *, Element> const symmetric_families[] = {
     {"zero", [](int, int) { return 0.0; }},
-    {"random", uniform(1.0, 1)},
-    {"huge", uniform(1e307, 1)},
-    {"tiny", uniform(1e-295, 1)},
-    {"ones", [](int, int) { return 1.0; }},
     {"Hilbert", [](int i, int j) { return 1.0 / (i + j + 1); }},
-    {"graded down", [](int i, int j) { return std::pow(10.0, -i - j) * (i == j ? 1.0 : 0.3); }},
     {"graded up", [](int i, int j) { return std::pow(10.0, i + j - 100) * (i == j ? 1.0 : 0.3); }},
     {"equal magnitudes", [](int i, int j) { return i == j ? 3.0 * (i % 3 - 1) : 0.0; }},
     {"rank one and identity", [](int i, int j) { return 1.0 / (1 + i) / (1 + j) + (i == j); }}, // n - 1 equal values
@@ -57,8 +52,10 @@ void expect_decomposition(mlMatrix const & a) {
 }
 
 TEST(SymmetricEigen, LeavesAResidualOfAFewRoundoffsAndOrthonormalVectorsInOrder) {
-    for (auto const & [name, element] : families) {
-        for (int const n : {1, 2, 3, 5, 16, 17, 18, 19, 33, 63, 130}) {
+    for (int const n : {1, 2, 3, 5, 16, 17, 18, 19, 33, 63, 130}) {
+        auto all = families(n);
+        all.insert(all.end(), std::begin(symmetric_families), std::end(symmetric_families));
+        for (auto const & [name, element] : all) {
             SCOPED_TRACE(testing::Message() << name << ", n = " << n);
             expect_decomposition(symmetric_matrix(n, element));
         }
