@@ -94,8 +94,10 @@ template <class Eigen> void expect_eigen(mlMatrix const & a, Values const & expe
     Solved<Eigen> const eigen(a);
     EXPECT_EQ(eigen.status(), mlEigenVecsCalculated);
     ASSERT_EQ(eigen.num_real_eigen_values(), static_cast<int>(expected.size()));
-    for (int i = 0; i < eigen.num_real_eigen_values(); ++i)
-        EXPECT_NEAR(eigen.eigen_value(i), expected[i], tolerance) << i;
+    mlVector values;
+    eigen.eigen_values(values);
+    for (int i = 0; i < values.size(); ++i)
+        EXPECT_NEAR(values[i], expected[i], tolerance) << i;
     EXPECT_LT(residual(a, eigen), 1e-11 + 10 * tolerance);
     ASSERT_EQ(eigen.eigen_vectors().cols(), vectors);
     for (int i = 0; i < vectors; ++i)
