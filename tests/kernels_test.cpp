@@ -1,5 +1,6 @@
 #include <cfloat>
 #include <cmath>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -9,8 +10,8 @@
 #include "tests/support/bits.h"
 #include "tests/support/values.h"
 
-// Whatever the instruction set, every element of a product has the bits that the plain definition gives it, at every
-// small size, also where some of the numbers are strange. The test of thresholds has the other kernels.
+// Whatever the instruction set, the kernels of reflections give every element the bits of the plain definition at every
+// small size, also where numbers are strange. The test of thresholds has the other kernels.
 
 namespace {
 
@@ -22,42 +23,42 @@ void fill(mlMatrix & m, int rows, int cols, mlRandom & random) {
         x = random.uniform() < 0.05 ? specials[static_cast<int>(random.uniform() * 7)] : random.uniform(-1.0, 1.0);
 }
 
-mlConstBlock block(mlMatrix const & m) { return {m.data(), m.cols()}; }
+bool counts(double x) { return std::fabs(x) >= DBL_MIN; }
 
-/// Both products of a rows x depth and a depth x cols matrix, element by element; those of a column as a vector too.
-void expect_plain_products(int rows, int cols, int depth, mlRandom & random) {
-    SCOPED_TRACE(testing::Message() << rows << " x " << depth << " times " << depth << " x " << cols);
-    mlMatrix a, b, before, sum(mlMatrixZero, rows, cols), product(rows, cols);
-    fill(a, rows, depth, random);
-    fill(b, depth, cols, random);
-    fill(before, rows, cols, random);
-    mlMatrix difference(utCopy, before), rest(utCopy, before);
-    for (int i = 0; i < rows * cols; ++i) {
-        for (int k = 0; k < depth; ++k) {
-            sum[i] += a(i / cols, k) * b(k, i % cols);
-            difference[i] -= a(i / cols, k) * b(k, i % cols);
+/// A rows x cols matrix before and after a change of rank one, if `changed`, and its weighted sums both ways.
+void expect_plain_reflection(int rows, int cols, bool changed, mlRandom & random) {
+    SCOPED_TRACE(testing::Message() << rows << " x " << cols);
+    int const ld = ml_padded(cols + ml_max_lanes - 1);
+    mlMatrix x, column, row, row_weights, column_weights;
+    for (auto [of, length] : {std::pair(&column, rows), {&row, ld}, {&row_weights, rows}, {&column_weights, cols}})
+        fill(*of, length, 1, random);
+    fill(x, rows, ld, random);
+    mlRankOneUpdate const change{changed ? column.data() : nullptr, row.data()};
+    mlVector down(mlVectorZero, ld), along(mlVectorZero, rows);
+    mlMatrix changed_x(utCopy, x), summed_down(utCopy, x), summed_along(utCopy, x);
+    ml_kernels().rank_one_update(rows, cols, {changed_x.data(), ld}, change);
+    ml_kernels().update_gemv_transposed(rows, cols, {summed_down.data(), ld}, change, row_weights.data(), down.data());
+    ml_kernels().update_gemv(rows, cols, {summed_along.data(), ld}, change, column_weights.data(), along.data());
+    mlVector plain_down(mlVectorZero, cols), plain_along(mlVectorZero, rows);
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < cols; ++j) {
+            double element = x(i, j);
+            if (changed && counts(row[j])) element += column[i] * row[j];
+            plain_down[j] += row_weights[i] * element;
+            if (counts(column_weights[j])) plain_along[i] += element * column_weights[j];
+            for (mlMatrix const * const found : {&changed_x, &summed_down, &summed_along})
+                ASSERT_TRUE(same_bits((*found)(i, j), element)) << "row " << i << ", column " << j;
         }
     }
-    ml_kernels().gemm(rows, cols, depth, block(a), block(b), {product.data(), cols});
-    ml_kernels().gemm_subtract(rows, cols, depth, block(a), block(b), {rest.data(), cols});
-    ASSERT_TRUE(equal_bits(sum, product));
-    ASSERT_TRUE(equal_bits(difference, rest));
-    if (cols != 1) return;
-    product.become(mlMatrixZero, rows, cols);
-    ml_kernels().gemv(rows, depth, block(a), b.data(), product.data());
-    ml_kernels().gemv_subtract(rows, depth, block(a), b.data(), before.data());
-    ASSERT_TRUE(equal_bits(sum, product));
-    ASSERT_TRUE(equal_bits(difference, before));
+    ASSERT_TRUE(equal_bits(plain_along, along, rows));
+    ASSERT_TRUE(equal_bits(plain_down, down, cols));
 }
 
-TEST(Kernels, MultiplyLikeTheDefinitionAtEverySmallSize) {
+TEST(Kernels, ReflectLikeTheDefinitionAtEverySmallSize) {
     in_each_instruction_set([] {
-        mlRandom random(1);
-        for (int k = 0; k < 41 * 41; ++k) {
-            int const rows = k / 41, cols = k % 41;
-            ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, cols, (rows * 7 + cols * 3) % 41, random));
-            ASSERT_NO_FATAL_FAILURE(expect_plain_products(rows, 1, cols, random)); // and times a vector
-        }
+        mlRandom random(3);
+        for (int k = 0; k < 41 * 40; ++k)
+            ASSERT_NO_FATAL_FAILURE(expect_plain_reflection(k / 40, k % 40 + 1, k % 3 != 0, random));
     });
 }
 

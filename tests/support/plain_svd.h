@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "maths/decompositions/mlSingularValueDecomposition.h"
+#include "maths/kernels/mlKernels.h"
 #include "tests/support/bits.h"
 #include "tests/support/values.h"
 
@@ -93,14 +94,14 @@ private:
     }
     void generate() {
         for (int l = columns - 1; l >= 0; --l) {
-            if (counts(s[l])) {
-                reflect(u, l, l);
-                for (int i = l; i < n; ++i)
-                    u(i, l) *= -1.0;
-                u(l, l) = 1.0 + u(l, l);
-            } else {
+            if (!counts(s[l])) {
                 make_unit_column(u, l);
+                continue;
             }
+            reflect(u, l, l);
+            for (int i = l; i < n; ++i)
+                u(i, l) *= -1.0;
+            u(l, l) = 1.0 + u(l, l);
         }
         for (int l = rows - 1; l >= 0; --l) {
             if (counts(e[l])) reflect(v, l, l + 1);
@@ -108,24 +109,21 @@ private:
         }
     }
 
-    struct Rotation {
-        double c, s;
-    };
-    static Rotation rotation(double & a, double b) {
+    static mlRotation rotation(double & a, double b) {
         double const scale = std::fabs(a) + std::fabs(b);
-        if (!counts(scale)) return a = 0.0, Rotation{1.0, 0.0};
+        if (!counts(scale)) return a = 0.0, mlRotation{1.0, 0.0};
         double const length = scale * std::sqrt((a / scale) * (a / scale) + (b / scale) * (b / scale));
         double const r = std::copysign(1.0, std::fabs(a) > std::fabs(b) ? a : b) * length;
-        Rotation const turn{a / r, b / r};
+        mlRotation const turn{a / r, b / r};
         a = r;
         return turn;
     }
-    static void rotate(double & a, double & b, Rotation turn) {
+    static void rotate(double & a, double & b, mlRotation turn) {
         double const before = a;
         a = turn.c * before + turn.s * b;
         b = turn.c * b - turn.s * before;
     }
-    static void rotate(mlMatrix & basis, int j, int k, Rotation turn) {
+    static void rotate(mlMatrix & basis, int j, int k, mlRotation turn) {
         for (int i = 0; i < basis.rows() && k < basis.cols() && j < basis.cols(); ++i)
             rotate(basis(i, j), basis(i, k), turn);
     }
@@ -148,7 +146,7 @@ private:
     void chase_last(int l) {
         double f = std::exchange(e[m - 2], 0.0);
         for (int k = m - 2; k >= l; --k) {
-            Rotation const turn = rotation(s[k], f);
+            mlRotation const turn = rotation(s[k], f);
             if (k != l) f = -turn.s * e[k - 1], e[k - 1] *= turn.c;
             rotate(v, k, m - 1, turn);
         }
@@ -156,7 +154,7 @@ private:
     void chase(int l) {
         double f = std::exchange(e[l - 1], 0.0);
         for (int k = l; k < m; ++k) {
-            Rotation const turn = rotation(s[k], f);
+            mlRotation const turn = rotation(s[k], f);
             f = -turn.s * e[k], e[k] *= turn.c;
             rotate(u, k, l - 1, turn);
         }
@@ -171,13 +169,13 @@ private:
         double const shift = counts(b) || counts(c) ? c / (b + (b < 0.0 ? -root : root)) : 0.0;
         double f = (sl + sm) * (sl - sm) + shift, g = sl * el;
         for (int k = l; k < m - 1; ++k) {
-            Rotation const right = rotation(f, g);
+            mlRotation const right = rotation(f, g);
             if (k != l) e[k - 1] = f;
             f = s[k];
             rotate(f, e[k], right);
             g = right.s * s[k + 1], s[k + 1] *= right.c;
             rotate(v, k, k + 1, right);
-            Rotation const left = rotation(f, g);
+            mlRotation const left = rotation(f, g);
             s[k] = f;
             f = e[k];
             rotate(f, s[k + 1], left);
@@ -192,7 +190,7 @@ private:
             for (double & element : v.col(l))
                 element *= -1.0;
         }
-        for (; l + 1 < static_cast<int>(s.size()) && !(s[l] >= s[l + 1]); ++l) {
+        for (; l + 1 < std::min(n + 1, p) && !(s[l] >= s[l + 1]); ++l) {
             std::swap(s[l], s[l + 1]);
             v.swap_cols(l, l + 1);
             if (l + 1 < n) u.swap_cols(l, l + 1);
