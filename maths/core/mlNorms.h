@@ -17,8 +17,8 @@
 [[nodiscard]] MATHS_API double infinity_norm(mlSlice const & s);
 [[nodiscard]] MATHS_API double infinity_norm(mlMatrix const & m);
 
-/// \f$\sqrt{\sum_i v_i^2}\f$, summed in index order, a matrix's row by row. When that sum is infinite, or below 2^-960,
-/// it is formed again from elements multiplied by 2^-600 or 2^600, which the root is divided by: nothing overflows or
+/// \f$\sqrt{\sum_i v_i^2}\f$, summed in index order, a matrix's row by row. When that sum is infinite, or below 2⁻⁹⁶⁰,
+/// it is formed again from elements multiplied by 2⁻⁶⁰⁰ or 2⁶⁰⁰, which the root is divided by: nothing overflows or
 /// underflows but a result that no double holds.
 [[nodiscard]] MATHS_API double euclidean_norm(mlVector const & v);
 [[nodiscard]] MATHS_API double euclidean_norm(mlSlice const & s);

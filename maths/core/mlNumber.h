@@ -7,7 +7,7 @@
 /// A number in a list in braces, from which vectors and matrices are made: a double, a float or an integer.
 ///
 /// A tag, which as an enumeration would convert to a double, is no number: `mlVector{mlVectorZero, 3}` is three zeros,
-/// as in round brackets. An integer beyond 2^53 is rounded to a double.
+/// as in round brackets. An integer beyond 2⁵³ is rounded to a double.
 class mlNumber {
 public:
     // clang-format off

@@ -14,7 +14,7 @@ class mlRandom {
 public:
     explicit mlRandom(long seed) : state_(static_cast<std::uint32_t>(seed)) {}
 
-    /// In [0, 1), a multiple of 2^-53.
+    /// In [0, 1), a multiple of 2⁻⁵³.
     double uniform() { return static_cast<double>(next() >> 11) * 0x1p-53; }
 
     /// From low up to high: low + (high - low) uniform().

@@ -5,10 +5,10 @@
 /// What the last operation of a `mlGramSchmidt` came to.
 enum mlGSStatus : int {
     mlGSNothingDone = 0, ///< made on a matrix without columns
-    mlGSSucceeded = 1,
-    mlGSRowRemoved = 2, ///< a row depends on those before it: it is removed, and every row after it
-    mlGSNegligible = 3, ///< the vector to add was empty or too short
-    mlGSWrongSize = 4   ///< the vector to add had another size than the rows
+    mlGSSucceeded = 1,   ///< the rows, and the vector added, are orthogonal
+    mlGSRowRemoved = 2,  ///< a row depends on those before it: it is removed, and every row after it
+    mlGSNegligible = 3,  ///< the vector to add was empty or too short
+    mlGSWrongSize = 4    ///< the vector to add had another size than the rows
 };
 
 /// Keeps the rows of a matrix orthogonal to each other, by modified Gram-Schmidt. Rows are not normalised.

@@ -5,8 +5,8 @@
 
 enum mlPCAStatus : int {
     mlPCANotComputed = 0,
-    mlPCAComputed = 1,
-    mlPCANotEnoughData = 2,
+    mlPCAComputed = 1,      ///< there are axes to be asked for
+    mlPCANotEnoughData = 2, ///< fewer points than dimensions, or fewer than two dimensions
     mlPCAAxisOutOfRange = 3 ///< returned by `axis` and `least_axis`, never stored
 };
 

@@ -11,7 +11,7 @@
 /// Jacobian at least m rows and n columns.
 /// Deliberate: arguments are compared as slices are: their first n values from data() on, start and stride ignored. An
 /// argument whose first element is the most negative finite double is never found.
-/// Space: 3^n pairs of vectors, which limits its use to few variables. Bad input: orders outside 0 .. 2 are not
+/// Space: 3ⁿ pairs of vectors, which limits its use to few variables. Bad input: orders outside 0 .. 2 are not
 /// checked. Lifetime: the wrapped function must outlive the object. Failure: std::bad_alloc, always from 20 variables
 /// on. A result is not remembered when the caller's function throws. Threads: the const operations write the
 /// cache: one thread at a time.
@@ -27,7 +27,7 @@ public:
     void cancel_cache() const;
 
 protected:
-    /// Slot of a combination of orders: the sum of orders[k] 3^k.
+    /// Slot of a combination of orders: the sum of orders[k] 3ᵏ.
     int index(int * const orders) const;
 
 private:

@@ -14,7 +14,7 @@
 ///     });
 ///
 /// The Jacobian's callable gets (x, jacobian), an m x n `mlMatrix`. Without it the Jacobian comes by central
-/// differences, variable by variable, the lower point first, 2^-17 of the larger of |x_k| and 1 to either side: 2n
+/// differences, variable by variable, the lower point first, 2⁻¹⁷ of the larger of |x_k| and 1 to either side: 2n
 /// evaluations, about ten digits for a smooth function of arguments near 1 in magnitude. Scale variables that are
 /// naturally smaller by far.
 /// What a callable returns or throws passes through. Nothing is allocated but in the constructor, where std::bad_alloc

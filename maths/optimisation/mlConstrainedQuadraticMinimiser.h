@@ -8,7 +8,7 @@ class mlActiveSetSearch;
 class mlConstraintRows;
 
 enum mlConstrainedQuadraticStatus : int {
-    mlConstrainedQuadraticSolved = 0,
+    mlConstrainedQuadraticSolved = 0,         ///< the optimality conditions hold at x
     mlConstrainedQuadraticInfeasible = 1,     ///< no point meets the constraints
     mlConstrainedQuadraticUnbounded = 2,      ///< the function falls for ever
     mlConstrainedQuadraticIterationLimit = 3, ///< x meets the constraints, unless none was found that does

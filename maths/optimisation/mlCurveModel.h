@@ -14,7 +14,7 @@
 ///     mlCurveModel model(x.slice(), y.slice(), start, decay);
 ///
 /// The derivatives' callable gets (x, p, g) and writes the derivatives of f by the parameters into the elements of g.
-/// Without it they come by central differences, parameter by parameter, the lower point first, 2^-17 of the larger of
+/// Without it they come by central differences, parameter by parameter, the lower point first, 2⁻¹⁷ of the larger of
 /// |p[k]| and |start[k]| to either side, of 1 when both are 0: 2m + 1 evaluations, about ten digits.
 /// Shapes: x, y and w have as many elements; `start` has one for each parameter and is copied: it tells how large the
 /// parameters are, and the model starts with zeros all the same. A negative weight makes its distance NaN.

@@ -8,12 +8,12 @@ enum mlNRDim { mlNRDim };
 
 /// How a Newton-Raphson solve ended.
 enum mlNRStatus : int {
-    mlNRConverged = 0,
-    mlNRSingularJacobian = 1,
-    mlNRIterationLimit = 2, ///< 20 steps
-    mlNRSlowProgress = 4,   ///< five steps in a row without a decrease by a thousandth
-    mlNRNoChange = 5,       ///< a step left the point and the largest value as they were
-    mlNRStopped = 6         ///< the observer ended it
+    mlNRConverged = 0,        ///< F is within the tolerance at the best point
+    mlNRSingularJacobian = 1, ///< no step could be computed
+    mlNRIterationLimit = 2,   ///< 20 steps
+    mlNRSlowProgress = 4,     ///< five steps in a row without a decrease by a thousandth
+    mlNRNoChange = 5,         ///< a step left the point and the largest value as they were
+    mlNRStopped = 6           ///< the observer ended it
 };
 
 /// Solves F(x) = 0, n equations in n unknowns, by Newton's method.

@@ -4,7 +4,7 @@
 
 #include "maths/optimisation/mlObserver.h"
 
-/// Shows how a search proceeds, in one line of a terminal that each iteration writes anew:
+/// Shows how a search proceeds, in one line of a terminal that each iteration writes anew.
 ///
 ///     iteration 12   value 1.234567e-05   step 3.1e-04   calls 40
 ///

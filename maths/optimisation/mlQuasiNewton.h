@@ -36,7 +36,7 @@ enum mlQuasiNewtonStatus : int {
 /// not less than 1, nor more than the gradient is long.
 /// Convergence: the projected gradient is the way from x to the point of the box nearest to x - gradient, and its norm
 /// the largest magnitude of an element. It is 0 at a minimum. The search ends when it is at most 1e-8, or when a step
-/// lowers the value by at most 2^-50 of its magnitude; both can be set. Where roundoff hides what is left to gain the
+/// lowers the value by at most 2⁻⁵⁰ of its magnitude; both can be set. Where roundoff hides what is left to gain the
 /// search ends with `mlQuasiNewtonNoDecrease`, at points as good.
 /// An observer is told of the value after each step and of the step's length.
 /// Failure: the status; std::bad_alloc. Ends for NaN and infinity. The minimum is a local one: try several starts.
@@ -87,7 +87,7 @@ public:
     /// Of a step's decrease, relative to the larger magnitude of the two values. Below 0 it ends no search.
     void set_value_tolerance(double tolerance) { value_tolerance_ = tolerance; }
 
-    /// At most this many steps, 10000 at first, and calls, 2^31 - 1 at first.
+    /// At most this many steps, 10000 at first, and calls, 2³¹ - 1 at first.
     void set_max_iterations(int n) { max_iterations_ = n; }
     void set_max_calls(int n) { max_calls_ = n; }
 

@@ -8,10 +8,10 @@ class mlRootIteration;
 
 /// How a search for all roots of a polynomial ended.
 enum mlPolynomialSolverStatus : int {
-    mlPolynomialSolverSolved = 0,        // every root met the stopping test
-    mlPolynomialSolverEverywhere = 1,    // all coefficients are zero, or n is negative: no roots are listed
-    mlPolynomialSolverNotFinite = 2,     // a coefficient is NaN or infinite: no roots are listed
-    mlPolynomialSolverIterationLimit = 3 // the roots listed are the best found
+    mlPolynomialSolverSolved = 0,        ///< every root met the stopping test
+    mlPolynomialSolverEverywhere = 1,    ///< all coefficients are zero, or n is negative: no roots are listed
+    mlPolynomialSolverNotFinite = 2,     ///< a coefficient is NaN or infinite: no roots are listed
+    mlPolynomialSolverIterationLimit = 3 ///< the roots listed are the best found
 };
 
 /// All roots, real and complex, of a polynomial with real coefficients, each with a rigorous bound of its error.

@@ -15,7 +15,7 @@ enum mlIncompleteStatus : int {
     mlIncompleteNotFinite = 2 ///< an element is NaN or infinite, or numbers overflowed
 };
 
-/// The preconditioner of incomplete factors: L D L^T of a symmetric sparse matrix, known as IC(0), or L D U of a
+/// The preconditioner of incomplete factors: \f$L D L^T\f$ of a symmetric sparse matrix, known as IC(0), or L D U of a
 /// general one, ILU(0), computed as if every element were 0 that A does not store: they take no more room than A.
 ///
 ///     mlIncompleteFactors const factors(a);
@@ -33,9 +33,9 @@ enum mlIncompleteStatus : int {
 /// \f[ l_{ij} = w_j / d_j \quad (j < i), \quad d_i = w_i, \quad u_{ij} = w_j / d_i \quad (j > i). \f]
 /// `multiply` subtracts, in L y = x, the products \f$l_{ij} y_j\f$ in increasing j, divides \f$y_i\f$ by \f$d_i\f$, and
 /// then subtracts \f$u_{ij} z_j\f$ in increasing j, but \f$l_{ji} z_j\f$ in decreasing j for symmetric A.
-/// Shift: a pivot fails that is not above \f$2^{-30} a_{ii}\f$, of general A in magnitude not above 2^-30 m: incomplete
-/// factors can have such pivots where complete ones have not. Then all begins anew with a shift of 2^-10, which is
-/// doubled until no pivot fails, up to 2^31.
+/// Shift: a pivot fails that is not above \f$2^{-30} a_{ii}\f$, of general A in magnitude not above 2⁻³⁰ m: incomplete
+/// factors can have such pivots where complete ones have not. Then all begins anew with a shift of 2⁻¹⁰, which is
+/// doubled until no pivot fails, up to 2³¹.
 /// Lifetime: keeps no reference to A. Failure: the status; std::bad_alloc. Threads: may multiply concurrently.
 /// Cost: memory for the elements, of symmetric A for one triangle. A factorisation takes, for each stored l(i, j), the
 /// length of the shorter of the rows i and j times the logarithm of the longer one's.

@@ -26,16 +26,16 @@ enum mlIterativeStatus : int {
 /// preconditioner, which multiplies by something near A's inverse: `mlDiagonalPreconditioner`, `mlIncompleteFactors`,
 /// or one's own. It changes the iterates, not the rule for ending.
 /// Convergence: ||b - A x|| <= tolerance * ||b||, in the 2-norm; the tolerance is 1e-10 unless set. The residual r that
-/// the iteration updates drifts away from b - A x by roundoff. When r meets the rule, or is not above 2^-53 ||b||,
+/// the iteration updates drifts away from b - A x by roundoff. When r meets the rule, or is not above 2⁻⁵³ ||b||,
 /// b - A x is computed and takes its place. If that meets the rule the solution has converged; if it is not above
-/// 2^-53 ||b|| itself, or above half of what it was at the last such check, it has stagnated; else the iteration starts
+/// 2⁻⁵³ ||b|| itself, or above half of what it was at the last such check, it has stagnated; else the iteration starts
 /// anew from there. For b = 0, x becomes 0.
 /// At any other end x is the last iterate, which need not be the one of the smallest residual, and b - A x is computed.
 /// An observer is told of ||r|| / ||b||, of the multiplications by A so far and of the length of the change of x.
 /// Order of operations: all vectors by elements in index order, products rounded before they are added. Scalar products
 /// are eight sums from 0.0, sum s of the elements s, s + 8, s + 16, ..., added as
-/// ((0 + 1) + (2 + 3)) + ((4 + 5) + (6 + 7)); norms are square roots of such. b and x are multiplied by 2^-600 first,
-/// and x divided by it in the end, when b's largest magnitude is above 2^400; by 2^600 when it is below 2^-400.
+/// ((0 + 1) + (2 + 3)) + ((4 + 5) + (6 + 7)); norms are square roots of such. b and x are multiplied by 2⁻⁶⁰⁰ first,
+/// and x divided by it in the end, when b's largest magnitude is above 2⁴⁰⁰; by 2⁶⁰⁰ when it is below 2⁻⁴⁰⁰.
 /// Bad input: nothing is checked. Failure: the status; std::bad_alloc, which like what an operator or observer throws
 /// leaves x as it was. Ends for NaN and infinity.
 /// Lifetime: A and b are used by the call only; preconditioner and observer must outlive the solutions that they are

@@ -43,9 +43,9 @@ inline constexpr double mlSparseLUThreshold = 0.001;
 /// the first, subtracts from \f$b_i\f$ the products \f$f_{ij} x_j\f$ of the blocks after it in decreasing j, then
 /// \f$l_{ij} y_j\f$ in increasing j, then \f$u_{ij} x_j\f$ in decreasing j, and divides by \f$u_{ii}\f$. Terms without
 /// an element of L, U or F are left out; one that cancelled is an element.
-/// Singular: factoring ends at the first column none of whose elements from the diagonal down is above 2^-50 of the
+/// Singular: factoring ends at the first column none of whose elements from the diagonal down is above 2⁻⁵⁰ of the
 /// column's largest element in A's block, both compared as above. Rounding errors may have made so small a pivot: to
-/// change the column by 2^-50 of that would make A singular. `failed_column` is that column of A. L and U then have the
+/// change the column by 2⁻⁵⁰ of that would make A singular. `failed_column` is that column of A. L and U then have the
 /// columns before it, pivots() is 0 from it on, and `solve` computes with these, unchecked: look at the status first. A
 /// matrix without rows is factored and has determinant 1.
 /// Bad input: A is square, and `factor` takes matrices of the pattern analysed only; checked builds stop at others.

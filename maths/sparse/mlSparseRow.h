@@ -9,7 +9,7 @@
 ///
 /// The order is the caller's to keep: the row neither sorts nor merges, and elements appended out of order make
 /// `element` miss some, silently, and stop a checked build. Explicit zeros may be stored; they count as elements.
-/// Growth: appending doubles the room from 8, so n appends cost O(n). Room for 2^30 elements is the most.
+/// Growth: appending doubles the room from 8, so n appends cost O(n). Room for 2³⁰ elements is the most.
 /// Lifetime: pointers to elements and iterators are valid until the row grows or is cleared.
 /// Failure: growth throws std::bad_alloc and changes nothing. Threads: one at a time.
 class MATHS_API mlSparseRow : public mlSparseElementcoDynArr {
