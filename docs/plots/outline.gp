@@ -19,7 +19,7 @@ set yrange [-1.4:1.4]
 unset border
 unset tics
 unset grid
-set key at graph 0.5, 0.58 center samplen 2 spacing 1.2
+set key at graph 1.05, 0.98 right top samplen 2 spacing 1.2
 set parametric
 set trange [0:2 * pi]
 plot radius(t) * cos(t), radius(t) * sin(t) linecolor rgb 'gray70' linewidth 4 title 'outline', \

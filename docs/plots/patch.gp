@@ -2,9 +2,10 @@
 load 'docs/plots/style.gp'
 
 set output folder.'/patch.svg'
-set title 'A quarter of the body of Newell''s teapot, 200 measured points and their feet'
-set terminal svg size 760,600
-set view 68, 200, 1.7, 1
+set title 'A quarter of the body of Newell''s teapot, 200 measured points and their feet' offset 0, 2
+set terminal svg size 760,640
+set origin 0, -0.05
+set view 68, 200, 1.6, 1
 set view equal xyz
 set xyplane at 0.7
 set xlabel 'x'
@@ -12,7 +13,7 @@ set ylabel 'y'
 set zlabel 'z'
 set border 4095 linecolor rgb 'gray80'
 set tics textcolor rgb 'black'
-set key top left
+set key at screen 0.02, 0.94 left top reverse Left noopaque
 unset grid
 feet = folder.'/patch_feet.txt'
 splot folder.'/patch_grid.txt' with lines linecolor rgb 'gray70' linewidth 1 title 'patch', \

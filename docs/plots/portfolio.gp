@@ -17,7 +17,7 @@ set xrange [0.1:0.42]
 set yrange [0.04:0.22]
 plot frontier index 0 using 2:1 with lines linetype 1 linewidth 3, \
      frontier index 1 using 2:1 with points linetype 2, \
-     frontier index 1 using 2:1:3 with labels offset 0, 0.9 font ',11'
+     frontier index 1 using 2:1:3 with labels left offset 0.8, -0.2 font ',11'
 
 set size 1, 0.44
 set origin 0, 0
