@@ -12,6 +12,7 @@ function keep(text) {
 NR == FNR {
     if (/^<tr class="memitem:[a-z0-9]+">/) { row = $0; sub(/^<tr class="memitem:/, "", row); sub(/".*/, "", row); listed[row] = 1 }
     if (/^<a id="[a-z0-9]+" name=/) at = anchor($0)
+    if (in_empty && /^(<dl class="section examples">|<\/dl>)/) next # which the class names, too
     if (in_empty && /[^ ]/) { if (/^<\/div>$/ && at in listed) empty[at] = 1; in_empty = 0 }
     if (/<div class="memdoc">$/) in_empty = 1
     next
