@@ -139,7 +139,13 @@ INSTANTIATE_TEST_SUITE_P(, SparseLUOf, testing::ValuesIn(patterns), testing::Pri
 
 TEST(SparseLU, FactorsNewValuesByTheSameAnalysis) {
     mlSparseMatrix const a = general_matrix(120, scrambled(120, random_columns(120, 3, 0.01)));
-    expect_to_factor_new_values<mlSparseLU>(a, 0.0, [](auto const & lu) -> mlVector const & { return lu.pivots(); });
+    expect_to_factor_new_values<mlSparseLU>(a, 0.0, [](mlSparseLU const & lu) {
+        return std::tuple(lu.dimension(), lu.status() + 0, lu.pivots().size(), lu.failed_column());
+    });
+    mlSparseLU const none;
+    EXPECT_EQ(std::tuple(none.num_non_zero_elements_l(), none.num_non_zero_elements_u(), none.num_non_zero_elements_f(),
+                         none.num_exchanges()),
+              std::tuple(0, 0, 0, 0));
 }
 
 // Of thousands of rows: the search for columns goes through groups of words, and elements are taken out of it.
