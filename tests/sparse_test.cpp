@@ -108,7 +108,8 @@ TEST(SparseMatrix, ActsLikeTheDenseMatrixAfterEveryOperation) {
 
 TEST(SparseSymMatrix, StoresTheUpperTriangle) {
     Choice choice(2);
-    for (auto const & [rows, n] : shapes) {
+    for (auto const & shape : shapes) {
+        int const rows = shape.first, n = shape.second;
         Dense const a = random_elements(choice, rows, n), border = random_elements(choice, n, rows);
         mlMatrix const turned(mlMatrixTranspose, a), border_turned(mlMatrixTranspose, border),
             gram(mlMatrixProduct, turned, a);
@@ -140,7 +141,8 @@ TEST(SparseRow, DoublesItsRoomFromEight) {
     while (copy.size() < 65)
         copy.append_element(copy.size(), 0.5);
     EXPECT_EQ(copy.capacity(), 128);
-    grown[2] = mlSparseElement(2, 0.5); // as an array
+    for (int i = 0; i < 3; ++i)
+        grown[i] = mlSparseElement(i, 0.5); // as an array
     grown.append_elements(std::array{mlSparseElement(7, 1.0)}.data(), 1);
     EXPECT_EQ(grown.capacity(), 4);
     row.clear(1);
