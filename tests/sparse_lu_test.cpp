@@ -254,7 +254,10 @@ TEST(SparseLU, TakesAPivotAsZeroThatRoundingMayHaveMade) {
     EXPECT_EQ(mlSparseLU(tiny).status(), mlSparseLUFactored);
 }
 
-TEST(SparseLU, PrefersTheDiagonalDownToTheThreshold) {
+TEST(SparseLU, KeepsTheOrderOfATriangleAndPrefersTheDiagonalDownToTheThreshold) {
+    mlSparseLU const triangle(general_matrix(30, random_columns(30, 2, 1.0, true)));
+    for (int k = 0; k < 30; ++k)
+        ASSERT_EQ(std::pair(triangle.row_order()[k], triangle.column_order()[k]), std::pair(k, k));
     for (double const threshold : {0.001, 0.25, 1.0})
         for (double const part : {0.5, 1.0, 2.0}) {
             double const small = threshold * part;

@@ -88,7 +88,11 @@ template <class Factors, class Plain>
 double solve_in_every_form(Factors const & factors, Plain const & plain, mlMatrix const & a) {
     mlMatrix b, x, in_place;
     fill_random(b, a.rows(), 3, 2);
-    factors.solve(b, x);
+    for (auto const & [rows, cols] : {std::pair(a.rows(), 4), {a.rows() + 1, 3}}) {
+        x.become(mlMatrixZero, rows, cols);
+        factors.solve(b, x);
+        EXPECT_EQ(std::pair(x.rows(), x.cols()), std::pair(a.rows(), 3)) << "it was " << rows << " x " << cols;
+    }
     in_place.become(utCopy, b);
     factors.solve(in_place, in_place);
     for (int c = 0; c < b.cols(); ++c) {
