@@ -170,6 +170,7 @@ TEST(ClosedForms, HaveTheRootsThatTheCoefficientsSay) {
         {{1, 0, -3, 0, -4}, 2, {-2, 2, 0, 0}, 0},           // z = -1 and 4
         {{1, 0, 0, 0, 0}, 1, {0, 0, 0, 0}, 0},              // 0 and -0, and both again: one root
         {{1, 0, -1e-14, 0, 0}, 2, {-1e-7, 0, 0, 0}, 1e-13}, // 0, then 1e-7, which is dropped, and -1e-7, which is not
+        {{1, 0, 1, 0, -1.6e-13}, 2, {-4e-7, 4e-7, 0, 0}, 1e-18}, // the lower one comes last, and so counts
         {{0.5e-10, 1, -6, 11, -6}, 3, {1, 2, 3, 0}, 1e-13},
         {{1, 0, 3, 0x1p-30, 1}, 0, {0, 0, 0, 0}, 0}, // rounding leaves the square of s below zero
     };
