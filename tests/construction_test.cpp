@@ -222,6 +222,9 @@ TEST(Sizes, OfMatricesThatLeaveIntThrowAndChangeNothing) {
     EXPECT_EQ(std::tuple(sparse.cols(), sparse.num_non_zero_elements()), std::tuple(INT_MAX, 0));
     column.extract_sub_matrix(0, INT_MIN, 1, INT_MAX, sparse); // columns that there are none of
     EXPECT_EQ(std::tuple(sparse.cols(), sparse.num_non_zero_elements()), std::tuple(INT_MAX, 0));
+    sparse.set(0, 7, 1.0);
+    sparse.extract_sub_matrix(0, 1, 1, INT_MAX, column); // one of these columns there is not
+    EXPECT_EQ(std::tuple(column.cols(), column.element(0, 6)), std::tuple(INT_MAX, 1.0));
 }
 
 TEST(Sizes, OfACacheAndOfAFitThatLeaveIntThrow) {
