@@ -17,6 +17,7 @@
 #include "maths/decompositions/mlSingularValueDecomposition.h"
 #include "maths/decompositions/mlSymmetricEigen.h"
 #include "maths/decompositions/mlTridiagonal.h"
+#include "maths/decompositions/svd/mlRotatedBasis.h"
 #include "maths/functions/mlFunctionOf.h"
 #include "maths/functions/mlIntegrateRomberg.h"
 #include "maths/kernels/mlLanes.h"
@@ -131,12 +132,17 @@ template <class Decomposition>
 void expect_solutions(mlMatrix const & a, mlMatrix const & b, mlMatrix const & expected, mlMatrix const & column) {
     in_each_instruction_set([&] {
         Decomposition const decomposition(a);
-        mlMatrix x(utCopy, b);
-        mlVector v(b.col(0));
-        decomposition.solve(x, x); // in their place
-        decomposition.solve(v, v);
-        EXPECT_TRUE(equal_bits(expected, x)) << b.rows() << " rows, " << b.cols() << " right-hand sides";
-        EXPECT_TRUE(equal_bits(column.col(0), v, b.rows())) << "of a vector";
+        mlMatrix x(utCopy, b), of_its_rows(mlMatrixZero, b.rows(), 1), of_its_cols(mlMatrixZero, 1, b.cols());
+        mlVector v(b.col(0)), longer(mlVectorZero, b.rows() + 1);
+        for (mlMatrix * const to : {&of_its_rows, &of_its_cols, &x}) { // the last one in b's place
+            decomposition.solve(to == &x ? x : b, *to);
+            EXPECT_TRUE(equal_bits(expected, *to)) << b.rows() << " rows, " << b.cols() << " right-hand sides";
+        }
+        for (mlVector * const to : {&longer, &v}) {
+            decomposition.solve(v, *to);
+            ASSERT_EQ(to->size(), b.rows());
+            EXPECT_TRUE(equal_bits(column.col(0), *to, b.rows())) << "of a vector";
+        }
     });
 }
 
@@ -296,18 +302,60 @@ void symmetric_ql(int n) {
     }
 }
 
+/// Rotates columns one by one along a walk that goes up, turns round and jumps; then exchanges and negates some.
+void rotations(int rows) {
+    int const cols = 9;
+    in_each_instruction_set([&] {
+        mlRandom random(rows);
+        auto const choose = [&](int n) { return static_cast<int>(random.uniform() * n); };
+        mlMatrix plain = random_matrix(rows, cols, rows);
+        mlFortranMatrix basis(rows, cols), found(rows, cols);
+        for (int k = 0; k < rows * cols; ++k)
+            basis(1 + k / cols, 1 + k % cols) = plain[k];
+        mlRotatedBasis rotated(basis);
+        for (int count = 0, j = 0, step = 1; count < rotations_queue_length + 400; ++count) {
+            if (choose(5) == 0) step = -step;
+            int k = j + step;
+            if (choose(9) == 0 || k < 0 || k >= cols) k = (j + 1 + choose(cols - 1)) % cols; // mostly no neighbour
+            double const c = random.uniform(-1.0, 1.0), s = std::sqrt(1.0 - c * c);
+            rotated.rotate(j + 1, k + 1, {c, s});
+            for (int i = 0; i < rows; ++i) {
+                double const x = plain(i, j), y = plain(i, k);
+                plain(i, j) = c * x + s * y;
+                plain(i, k) = c * y - s * x;
+            }
+            j = choose(9) == 0 ? choose(cols) : k;
+        }
+        for (int count = 0; count < 20; ++count) {
+            int const j = choose(cols), k = choose(cols), negative = choose(cols);
+            rotated.exchange(j + 1, k + 1);
+            rotated.negate(negative + 1);
+            plain.swap_cols(j, k);
+            for (int i = 0; i < rows; ++i)
+                plain(i, negative) *= -1.0;
+        }
+        for (int const time : {1, 2}) {
+            rotated.finish(time == 1 ? basis : found);
+            for (int i = 0; i < rows; ++i)
+                ASSERT_TRUE(equal_bits(plain.row(i), (time == 1 ? basis : found).row(i + 1), cols))
+                    << "row " << i << ", finished " << time << " times";
+        }
+    });
+}
+
 // ---- products, and the rest ----
 
 void multiplies(int rows, int cols, int inner) {
     mlMatrix a = random_matrix(rows, inner, 1), b = random_matrix(inner, cols, 2);
-    mlMatrix expected(mlMatrixZero, rows, cols), found, of_transposed;
+    mlMatrix const before = random_matrix(rows, cols, 3);
+    mlMatrix expected(mlMatrixZero, rows, cols), less(utCopy, before), found, of_transposed, rest;
     a(0, 0) = b(inner - 1, 0) = 0.0;
     a(rows - 1, inner - 1) = b(0, cols - 1) = infinity; // meet the zeros: no term is skipped
     mlMatrix const transposed(mlMatrixTranspose, a);
     for (int i = 0; i < rows; ++i)
         for (int j = 0; j < cols; ++j)
             for (int k = 0; k < inner; ++k)
-                expected(i, j) += a(i, k) * b(k, j);
+                expected(i, j) += a(i, k) * b(k, j), less(i, j) -= a(i, k) * b(k, j);
     in_each_instruction_set([&] {
         mlVector y(mlVectorZero, 2 * rows);
         found.become(utCopy, b);
@@ -315,6 +363,9 @@ void multiplies(int rows, int cols, int inner) {
         multiply_transposed(transposed, b, of_transposed);
         multiply(a, b.col(cols - 1), y);
         ASSERT_EQ(y.size(), rows);
+        rest.become(utCopy, before);
+        ml_kernels().gemm_subtract(rows, cols, inner, {a.data(), inner}, {b.data(), cols}, {rest.data(), cols});
+        EXPECT_TRUE(equal_bits(less, rest)) << rows << " x " << inner << " x " << cols << " subtracted";
         EXPECT_TRUE(equal_bits(expected, of_transposed)) << inner << " x " << rows << " transposed x " << cols;
         EXPECT_TRUE(equal_bits(expected, found)) << rows << " x " << inner << " x " << cols;
         EXPECT_TRUE(equal_bits(expected.col(cols - 1), y, rows)) << rows << " x " << inner << " times a vector";
@@ -431,9 +482,11 @@ std::map<std::string, Check> const checks = {
     {"unit_lower_block_rows", {around(unit_lower_blocked_min_rows + unit_lower_block_rows), lu}},
     {"cholesky_blocked_min_rows", {around(cholesky_blocked_min_rows), cholesky}},
     {"jacobi_plain_max_cols", {around(jacobi_plain_max_cols), symmetric}},
-    {"rotations_immediate_max_rows", {around(rotations_immediate_max_rows), [](int n) { svd(n), symmetric_ql(n); }}},
+    {"rotations_immediate_max_rows",
+     {around(rotations_immediate_max_rows), [](int n) { svd(n), symmetric_ql(n), rotations(n); }}},
     {"rotations_queue_length", // they rotate many times as often
-     {{rotations_immediate_max_rows + 30}, [](int n) { svd(n), symmetric_ql(n); }}},
+     {{rotations_immediate_max_rows + 30},
+      [](int n) { svd(n), symmetric_ql(n), rotations(n - n % mlKernels::strip_rows); }}},
     {"reduction_update_rows", {around(reduction_update_rows + PlainSymmetric::panel), symmetric_ql}},
     {"sparse_pending_max_terms", {around(sparse_pending_max_terms), sparse_terms}},
     {"sparse_panel_max_cols", {around(sparse_panel_max_cols), sparse_panels}},
