@@ -44,8 +44,8 @@ TEST(Vector, PrintsASpacedFixedPointLineAndRestoresTheFlags) {
     utOstream indenting(stream, 1, 3);
     stream << std::showpos << std::setprecision(2);
     indenting << Vector{0.5, -2};
-    stream << mlVector() << 12.5;
-    EXPECT_EQ(stream.str(), "   < +0.50 -2.00 > \n< > \n+12");
+    stream << mlVector() << 12.5 << std::setprecision(0) << Vector{3};
+    EXPECT_EQ(stream.str(), "   < +0.50 -2.00 > \n< > \n+12< +3. > \n");
 }
 
 static_assert(std::is_trivially_copy_constructible_v<mlSlice> && std::is_trivially_destructible_v<mlSlice>);
@@ -76,6 +76,10 @@ TEST(Slice, StridedResultsAreThoseOfTheVectorOfItsElements) {
     EXPECT_EQ((Values{s.modulus_squared(), s.max_absolute_value(), distance_squared(s, t)}),
               (Values{v.modulus_squared(), v.max_absolute_value(), distance_squared(v.slice(), t)}));
     Vector const a{0, 1, 2, 3}, b{0, 1, 2, -1};
+    EXPECT_EQ((Values{scalar_product(a.slice(1, 1, 2), b.slice()), distance_squared(a.slice(0, 1, 3), b.slice()),
+                      norm_diff(a.slice(0, 1, 3), b.slice())}),
+              (Values{2, 0, 0}))
+        << "as many elements as the first operand has";
     EXPECT_TRUE(a.slice(3, -1, 3) == b.slice(1, 1, 3) && a.slice() != b.slice()) << "these ignore start and stride";
 }
 
