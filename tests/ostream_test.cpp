@@ -10,7 +10,9 @@ TEST(Ostream, IndentsEachLineJustBeforeItsFirstText) {
     std::ostringstream text;
     utOstream outer(text, 1, 2), inner(utOstreamTab, outer, 2, 1), innermost(utOstreamTab, inner, 0, 1);
     outer << "a" << 1 << ' ' << 0.5 << std::endl << std::endl << "b\n\nc" << '\n' << "d ";
-    inner << "goes on" << std::endl << "e\n";
+    inner << "goes ";
+    innermost << "on";
+    inner << std::endl << "e\n";
     innermost << -3 << "\n";
     inner << "f";
     outer << " goes on\n"
