@@ -1,3 +1,4 @@
+#include <cmath>
 #include <tuple>
 #include <utility>
 
@@ -94,6 +95,11 @@ TEST(QR, TheVectorsAreTheCoefficientsTimesTheOrthogonalRows) {
         }
         unit.get_orthonormal_Q(orthonormal);
         EXPECT_LT(orthonormality_ratio(orthonormal), 30);
+        for (int i = 0; i < n; ++i) {
+            mlVector row(orthogonal.row(i));
+            row /= std::sqrt(row.modulus_squared());
+            EXPECT_EQ(contents(row), contents(orthonormal.col(i))) << "divided by its length, not by the reciprocal";
+        }
         EXPECT_LT(factor_ratio(r, q, a), 30);
         EXPECT_LT(factor_ratio(coefficients, transposed(orthonormal), a), 30);
     }
