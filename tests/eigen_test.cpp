@@ -106,6 +106,7 @@ template <class Eigen> void expect_eigen(mlMatrix const & a, Values const & expe
 
 TEST(GeneralEigen, HasRealEigenvaluesByDecreasingMagnitudeTheLargerFirst) {
     expect_eigen<mlAsymEigenVecs2>({{9, -6}, {12, -9}}, {3, -3}, 1e-13, 2);
+    expect_eigen<mlAsymEigenVecs2>({{3, 0}, {-1, 1}}, {3, 1}, 1e-13, 2); // A - 3 has no element above 0
     expect_eigen<mlAsymEigenVecs3>({{14, -10, 5}, {16, -12, 6}, {2, -2, 1}}, {4, -1, 0}, 1e-12, 3);
     expect_eigen<mlAsymEigenVecs3>({{13, -8, 4}, {12, -7, 4}, {0, 0, 1}}, {5, 1, 1}, 1e-6, 3);
     expect_eigen<mlAsymEigenVecs3>({{4, 0, 0}, {-3, 7, -3}, {-6, 6, -2}}, {4, 4, 1}, 1e-6, 3);
@@ -119,7 +120,10 @@ TEST(GeneralEigen, HasRealEigenvaluesByDecreasingMagnitudeTheLargerFirst) {
 TEST(GeneralEigen, SharesASpaceBetweenCloseValues) {
     Solved<mlAsymEigenVecs2> const isotropic({{2, 0}, {0, 2}}), close({{1, 1}, {0, 1.00005}}),
         defective({{2, 1}, {0, 2}});
+    Solved<mlAsymEigenVecs3> const chain({{1e-3, 1, 0}, {0, 1.07e-3, 1}, {0, 0, 1.14e-3}});
     EXPECT_EQ(contents(isotropic.eigen_vectors()), (Values{1, 0, 0, 1}));
+    EXPECT_EQ(chain.eigen_vectors().cols(), 3);
+    EXPECT_LT(orthonormality_ratio(chain.eigen_vectors()), 30.0) << "neighbours are close, though the ends are not";
     EXPECT_LT(orthonormality_ratio(close.eigen_vectors()), 30.0) << "though the true ones are nearly parallel";
     EXPECT_EQ(std::fabs(defective.eigen_vector(0)[0]), 1.0);
     EXPECT_EQ(std::fabs(defective.eigen_vector(1)[1]), 1.0) << "no eigenvector, there is only one";
