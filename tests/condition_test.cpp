@@ -90,7 +90,12 @@ TEST(Refinement, GivesABoundThatHoldsAndTheDigitsThatTheSolutionLost) {
 
 TEST(Refinement, TakesRowsOfAnyScaleAndSaysWhereThereIsNothingToRefine) {
     mlMatrix const one{{4}}, zero{{0}}, graded{{1e-18, 2e-18}, {3, 1}}; // rows are exchanged
-    mlVector x{0}, guess{1e300}, first{1, 0};
+    mlMatrix const nearly_singular{{1, -1}, {-1, 1 + 0x1p-48}};
+    mlVector x{0}, guess{1e300}, first{1, 0}, exact{1, 1}, b{0, 0x1p-48};
+    EXPECT_EQ(std::min(mlLUDecomposition(nearly_singular).refine(b, exact),
+                       mlCholeskyDecomposition(nearly_singular).refine(b, exact)),
+              infinity)
+        << "elements of either sign add to the bound";
     EXPECT_LT(mlLUDecomposition(graded).refine(mlVector{1e-18, 3}, first), 1e-15);
     EXPECT_EQ(mlLUDecomposition(one).refine(mlVector{0}, x), 0.0);
     EXPECT_EQ(mlLUDecomposition(zero).refine(mlVector{1}, x) + mlCholeskyDecomposition(zero).refine(mlVector{1}, x),
