@@ -20,6 +20,7 @@ struct Search {
         simplex.solve(flat, start, mlDownHillSimplexCoarse);
         EXPECT_EQ(simplex.number_of_calls(), n + 1);
         simplex.result(x);
+        EXPECT_EQ(x.size(), n) << "the result into a longer vector";
         EXPECT_EQ(x, start) << "of equal values the last vertex, the start, is the lowest";
         value = simplex.solve(f, start, mlDownHillSimplexSpeed(speed));
         simplex.result(x);
@@ -27,7 +28,7 @@ struct Search {
         EXPECT_EQ(calls, std::ssize(f.points));
     }
     TracedFunctionN1 f;
-    mlVector x;
+    mlVector x{1.0, 2.0, 3.0, 4.0, 5.0};
     double value;
     int calls;
 };
