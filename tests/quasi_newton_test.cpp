@@ -228,7 +228,7 @@ TEST(QuasiNewton, SaysHowItEndedWithTheBestPointSoFar) {
     search.set_max_iterations(3);
     EXPECT_EQ((End{from(supplied, -1.2, 1.0), search.iterations()}), End(mlQuasiNewtonIterationLimit, 3));
     search.set_max_iterations(1000);
-    for (int const most : {-1, 0, 1, 4, 5, 6, 17}) {
+    for (int const most : {-1, 0, 1, 4, 5, 6, 9, 17}) {
         search.set_max_calls(most);
         EXPECT_EQ((End{from(supplied, -1.2, 1.0), search.calls()}), End(mlQuasiNewtonCallLimit, std::max(most, 0)));
         EXPECT_LE(valley(x.slice()), 24.2);
