@@ -50,9 +50,11 @@ Outcome powell(mlObserver * observer) {
 Outcome window(mlObserver * observer) {
     mlFunction2Of const f(rosenbrock);
     mlMinimiser2 search(f, -1.2, 1.0, 1e-6);
-    search.set_observer(observer);
+    search.set_observer(&ends_at_once);
     double u, v;
     int found, u_end, v_end, not_converged;
+    search.minimise(u, v, found, u_end, v_end, not_converged);
+    search.set_observer(observer);
     search.minimise(u, v, found, u_end, v_end, not_converged);
     EXPECT_EQ(not_converged, search.stopped());
     EXPECT_EQ(search.state() == mlMinimiser2Stopped, search.stopped());
@@ -111,7 +113,7 @@ TEST(Observer, IsToldOfEveryIterationChangesNothingAndEndsTheSearch) {
         Outcome (*search)(mlObserver *);
         int calls; // told of the first iteration
     } const cases[] = {{"simplex", simplex, 5},   {"powell", powell, -1},
-                       {"window", window, 7},     {"line", line, -1},
+                       {"window", window, 14},    {"line", line, -1},
                        {"newton", newton, 2},     {"damped", fit<false>, 2},
                        {"bounded", fit<true>, 2}, {"quasi-Newton", quasi_newton, 15}};
     for (auto const & c : cases) {
@@ -142,13 +144,15 @@ TEST(Observer, IsToldOfEveryIterationChangesNothingAndEndsTheSearch) {
 }
 
 TEST(Observer, EndsASearchWithoutAnEndOfItsRange) {
-    mlFunctionOf const falling([](double t) { return -t; });
+    mlFunctionOf const falling([](double t) { return -t; }, [](double) { return -1.0; });
     for (bool const ends : {false, true}) {
         mlMinimiser search(falling, 0.0, 0.0, 8.0, 1e-3);
         if (ends) search.set_observer(&ends_at_once);
         int found, end, not_converged;
         EXPECT_EQ(search.minimise(found, end, not_converged), 8.0);
         EXPECT_EQ(std::tuple(found, end, not_converged), std::tuple(0, !ends, ends));
+        search.minimise(found, end, not_converged);
+        EXPECT_EQ(std::tuple(found, end, search.stopped()), std::tuple(0, 1, 0)) << "without an iteration to tell of";
     }
 }
 
