@@ -222,7 +222,8 @@ TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
 TEST(Fits, GoByTheModelsOwnSquaresNormalFormAndIndependentParameters) {
     Matrix const rows(3, 2, {1, 0, 1, 1, 0, 1});
     LinearFit model(rows, {1, 2, 3});
-    model.peculiar = model.precise_square_distance = true;
+    model.peculiar = true;
+    model.precise_square_distance = true;
     mlFitQuality const quality(model, Vector{1, 1});
     EXPECT_EQ(std::tuple(quality.residual_sum(), quality.rank(), quality.degrees_of_freedom()), std::tuple(21.0, 2, 2));
     mlBoundedFit fit(model, Vector{-1, -1}, Vector{1, 1});

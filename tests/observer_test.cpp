@@ -134,7 +134,9 @@ TEST(Observer, IsToldOfEveryIterationChangesNothingAndEndsTheSearch) {
             EXPECT_FALSE(seen[i].value < seen.back().value) << seen[i].value;
             EXPECT_TRUE(i == 0 || (c.calls > 0 ? seen[i].calls > seen[i - 1].calls : seen[i].calls == -1)) << i;
         }
-        if (c.search == simplex) EXPECT_LT(seen.back().calls, alone.numbers[1]) << "told of the simplex that ends it";
+        if (c.search == simplex) {
+            EXPECT_LT(seen.back().calls, alone.numbers[1]) << "told of the simplex that ends it";
+        }
         seen.clear();
         most = 3;
         Outcome const ended = c.search(&observer);
