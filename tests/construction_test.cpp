@@ -56,10 +56,10 @@ static_assert(std::is_same_v<ConstView, mlSlice const> && !std::is_constructible
 template <class T> void expect_to_move(T source, auto place) {
     auto const at = place(source), nowhere = place(T());
     T made(std::move(source)), target;
-    EXPECT_TRUE(place(made) == at && place(source) == nowhere);
+    EXPECT_EQ(std::pair(place(made), place(source)), std::pair(at, nowhere));
     target.become(std::move(made));
     target.become(std::move(target)); // moved to itself
-    EXPECT_TRUE(place(target) == at && place(made) == nowhere);
+    EXPECT_EQ(std::pair(place(target), place(made)), std::pair(at, nowhere));
 }
 
 TEST(Moves, TakeTheStorageAndLeaveTheSourceEmptyAndOfUse) {
@@ -86,7 +86,7 @@ TEST(Moves, TakeTheStorageAndLeaveTheSourceEmptyAndOfUse) {
     table(1, 1) = 7.0;
     doublecoDynArr2D const made(std::move(table));
     table(2, 0) = 5.0; // what was moved from grows again
-    EXPECT_TRUE(made.rows() == 2 && made(1, 1) == 7.0 && table.rows() == 3 && table(2, 0) == 5.0);
+    EXPECT_EQ(std::tuple(made.rows(), made(1, 1), table.rows(), table(2, 0)), std::tuple(2, 7.0, 3, 5.0));
 }
 
 TEST(Moves, InAStandardVectorOfVectorsKeepElementsWhereAllHaveOneSize) {
@@ -113,10 +113,11 @@ static_assert(!std::is_constructible_v<mlVector, mlMatrix const &>, "copies noth
 TEST(Construction, TakesNumbersInBracesAndTagsForWhatTheyAre) {
     int const n = 2;
     EXPECT_EQ(contents(mlVector{9, 9, 9, 9}.become({1.5, n, 3.0f})), (Values{1.5, 2, 3}));
-    EXPECT_TRUE(contents(mlVector{mlVectorZero, n}) == Values(2) && contents(mlVector{mlVectorZero, 3}) == Values(3));
+    EXPECT_EQ(contents(mlVector{mlVectorZero, n}), Values(2));
+    EXPECT_EQ(contents(mlVector{mlVectorZero, 3}), Values(3));
     mlMatrix const m{{1, 2, 3}, {4, 5, 6}}, column{{1}, {2}}, zero{mlMatrixZero, 1, n}, shaped{n, 3};
-    EXPECT_TRUE(m.rows() == 2 && m.cols() == 3 && contents(m) == (Values{1, 2, 3, 4, 5, 6}));
-    EXPECT_TRUE(column.rows() == 2 && column.cols() == 1 && contents(zero) == Values(2) && shaped.cols() == 3);
+    EXPECT_EQ(std::tuple(m.rows(), m.cols(), contents(m)), std::tuple(2, 3, Values{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(std::tuple(column.rows(), column.cols(), contents(zero), shaped.cols()), std::tuple(2, 1, Values(2), 3));
     if (checked_build) return;
     EXPECT_EQ(contents(mlMatrix{{1, 2}, {3}, {4, 5, 6}}), (Values{1, 2, 3, 0, 4, 5}));
 }
@@ -125,7 +126,8 @@ TEST(Construction, EqualsBecomeOfTheSameArguments) {
     std::vector<double> const values{4, 3, 2, 1, 0, 9};
     mlMatrix const m(values, 2, 3), copy(utCopy, m);
     mlVector const v(utConvert, values.data(), 3), w(std::span<double const>(values).first(3));
-    EXPECT_TRUE(copy == m && copy.rows() == 2 && contents(w) == contents(v) && contents(mlVector(values)) == values);
+    EXPECT_EQ(std::tuple(contents(copy), copy.rows(), contents(w), contents(mlVector(values))),
+              std::tuple(values, 2, contents(v), values));
     EXPECT_EQ(contents(mlVector(m.col(1))), (Values{3, 0}));
     mlVector y(mlMatrixProduct, m, v), z(mlMatrixProduct, m, v.slice(2, -1, 3));
     EXPECT_EQ((Values{y[0], y[1], z[0], z[1]}), (Values{29, 22, 25, 38}));
@@ -135,8 +137,9 @@ TEST(Construction, EqualsBecomeOfTheSameArguments) {
     y.become({9, 1, 3});
     EXPECT_EQ(contents(y.become(utCopy, std::span<double const>(y).subspan(1))), (Values{1, 3}));
     mlTinyVector2 const a(utConvert, values.data()), b(mlVectorAdd, a, a);
-    EXPECT_TRUE(mlTinyVector2(mlVectorSubtract, b, a) == a && mlTinyVector2(utCopy, b)[1] == 6.0 &&
-                mlTinyVector2(mlMatrixProduct, mlMatrix{{0, 1}, {2, 0}}, a)[1] == 8.0);
+    mlTinyVector2 const back(mlVectorSubtract, b, a), copied(utCopy, b),
+        turned(mlMatrixProduct, mlMatrix{{0, 1}, {2, 0}}, a);
+    EXPECT_EQ((Values{back[0], copied[1], turned[0], turned[1]}), (Values{4, 6, 3, 8}));
 }
 
 static_assert(std::random_access_iterator<mlSliceIterator<double>> && std::ranges::random_access_range<mlSlice> &&
@@ -149,7 +152,8 @@ TEST(Slices, WorkWithAlgorithmsAndRanges) {
     std::ranges::reverse(backwards);
     EXPECT_EQ(contents(m), (Values{1, 4, 2, 5, 3, 1}));
     mlSliceIterator<double const> const it = backwards.begin();
-    EXPECT_TRUE(it[2] == 4.0 && it + 3 == backwards.end() && backwards.end() - it == 3 && it < backwards.end());
+    EXPECT_EQ(std::tuple(it[2], it + 3 == backwards.end(), backwards.end() - it, it < backwards.end()),
+              std::tuple(4.0, true, 3, true));
     EXPECT_EQ(std::ranges::distance(mlSlice(nullptr, 7, 0, 2)), 0);
 }
 
@@ -182,7 +186,7 @@ TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
     mlVector plain, periodic{7, 8, 9, 99}; // longer than the system
     t.solve(periodic.slice(), plain);
     t.solve_periodic(periodic.slice(), periodic);
-    EXPECT_TRUE(contents(plain) == contents(x.col(0)) && contents(periodic) == contents(x.col(1)));
+    EXPECT_EQ(std::pair(contents(plain), contents(periodic)), std::pair(contents(x.col(0)), contents(x.col(1))));
 }
 
 TEST(Sizes, OfArraysThatLeaveIntThrowAndChangeNothing) {
@@ -212,7 +216,8 @@ TEST(Sizes, OfMatricesThatLeaveIntThrowAndChangeNothing) {
     EXPECT_THROW(static_cast<void>(wide.diagonal()), std::bad_alloc); // whose stride is a column more
     EXPECT_THROW(row(1 << 16, 3), std::bad_alloc);
     EXPECT_THROW(mlSingularValueDecomposition{wide}, std::bad_alloc);
-    EXPECT_TRUE(no_cols.rows() == 30000 && tall.rows() == INT_MAX && wide.cols() == INT_MAX && row.size() == 1 << 16);
+    EXPECT_EQ(std::tuple(no_cols.rows(), tall.rows(), wide.cols(), row.size()),
+              std::tuple(30000, INT_MAX, INT_MAX, 1 << 16));
 
     mlSparseRow sparse_row;
     mlSparseElement const element(1, 2.0);

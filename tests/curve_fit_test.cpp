@@ -126,11 +126,12 @@ TEST(FitQuality, TellsWhichParametersTheDataDoNotDetermine) {
     EXPECT_EQ(quality.status(), mlFitQualityUndetermined);
     EXPECT_EQ(std::tuple(quality.rank(), quality.degrees_of_freedom()), std::tuple(2, 3));
     for (int j : {0, 1, 3})
-        EXPECT_TRUE(quality.standard_errors()[j] == infinity && !quality.is_determined(j)) << j;
+        EXPECT_EQ(std::pair(quality.standard_errors()[j], quality.is_determined(j)), std::pair(infinity, false)) << j;
     EXPECT_NEAR(quality.residual_sum(), 0.4, 1e-12);
     EXPECT_NEAR(quality.standard_errors()[2] * 1e200, std::sqrt(0.4 / 3 / 10), 1e-12); // the line's slope
-    EXPECT_TRUE(quality.is_determined(2) && std::isnan(quality.covariance()(2, 0)) &&
-                std::isnan(quality.correlations()(0, 3)));
+    EXPECT_TRUE(quality.is_determined(2));
+    EXPECT_TRUE(std::isnan(quality.covariance()(2, 0)));
+    EXPECT_TRUE(std::isnan(quality.correlations()(0, 3)));
     EXPECT_LT(quality.relative_offset(), 1e-6); // it is the minimum
     EXPECT_NEAR(mlFitQuality(model, Vector{0.6, -0.2, 1.2e-200, 0}).relative_offset(),
                 std::sqrt(0.8 * 0.8 * 5 / 2 / (0.4 / 3)), 1e-9);
@@ -141,12 +142,14 @@ TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
     LinearFit exact(square, {1, 2}), wanting(wide, {1});
     mlFitQuality const quality(exact, Vector{1, 1}), short_of_points(wanting, Vector{1, 0});
     EXPECT_EQ(std::tuple(quality.status(), quality.degrees_of_freedom()), std::tuple(mlFitQualityNoFreedom, 0));
-    EXPECT_TRUE(std::isnan(quality.residual_deviation()) && std::isnan(quality.standard_errors()[0]));
+    EXPECT_TRUE(std::isnan(quality.residual_deviation()));
+    EXPECT_TRUE(std::isnan(quality.standard_errors()[0]));
     EXPECT_NEAR(quality.correlations()(0, 1), -std::sqrt(0.5), 1e-15);
     EXPECT_EQ(std::tuple(short_of_points.status(), short_of_points.rank()), std::tuple(mlFitQualityUndetermined, 1));
     mlFitQuality const failed(exact, Vector{nan_value, 1}), at_rest(exact, Vector{1, 1}, 1.0);
     EXPECT_EQ(failed.status(), mlFitQualityNotFinite);
-    EXPECT_TRUE(std::isnan(failed.standard_errors()[1]) && std::isnan(failed.covariance()(0, 1)));
+    EXPECT_TRUE(std::isnan(failed.standard_errors()[1]));
+    EXPECT_TRUE(std::isnan(failed.covariance()(0, 1)));
     EXPECT_EQ(std::tuple(at_rest.rank(), at_rest.degrees_of_freedom(), at_rest.relative_offset()),
               std::tuple(0, 2, 0.0))
         << "no singular value counts";

@@ -81,7 +81,7 @@ TEST_P(StrangeNumbers, EndOnALine) {
         mlVector p(mlVectorZero, 5), r(mlVectorZero, 4);
         f.fill(p);
         int const roots = mlRootSolve::quartic_solve(p[0], p[1], p[2], p[3], p[4], r[0], r[1], r[2], r[3]);
-        EXPECT_TRUE(-1 <= roots && roots <= 4) << p;
+        EXPECT_EQ(roots, std::clamp(roots, -1, 4)) << p;
     }
 }
 

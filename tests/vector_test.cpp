@@ -36,7 +36,8 @@ TEST(Vector, MaximaPassOverNaNAndEqualityComparesThePrefixThatTheFirstOperandHas
     EXPECT_EQ((Values{with_nan.max_absolute_value(), norm_diff(with_nan, longer), norm_diff(mlVector(), v)}),
               (Values{3, 5, -largest_double}));
     EXPECT_FALSE(std::signbit(scalar_product(Vector{-0.0}, v))); // sums start from 0
-    EXPECT_TRUE(v == longer && mlVector() == v && with_nan != with_nan && Vector({1, 5}) != longer);
+    EXPECT_EQ(std::tuple(v == longer, mlVector() == v, with_nan == with_nan, Vector({1, 5}) != longer),
+              std::tuple(1, 1, 0, 1));
 }
 
 TEST(Vector, PrintsASpacedFixedPointLineAndRestoresTheFlags) {
@@ -80,7 +81,8 @@ TEST(Slice, StridedResultsAreThoseOfTheVectorOfItsElements) {
                       norm_diff(a.slice(0, 1, 3), b.slice())}),
               (Values{2, 0, 0}))
         << "as many elements as the first operand has";
-    EXPECT_TRUE(a.slice(3, -1, 3) == b.slice(1, 1, 3) && a.slice() != b.slice()) << "these ignore start and stride";
+    EXPECT_EQ(std::pair(a.slice(3, -1, 3) == b.slice(1, 1, 3), a.slice() != b.slice()), std::pair(1, 1))
+        << "these ignore start and stride";
 }
 
 } // namespace
