@@ -193,6 +193,8 @@ TEST(ConstrainedQuadratic, MeetsTheOptimalityConditionsAlikeForScaledRowsOrTells
         expect_optimal(m);
         of_scaled.solve();
         EXPECT_EQ(of_scaled.x, m.x);
+        m.solve();
+        EXPECT_LE(m.iterations(), 2) << "to stay there";
         p.constraints.push_back(opposite);
         EXPECT_EQ(Minimiser(p).solve(), mlConstrainedQuadraticInfeasible);
     }
@@ -259,6 +261,10 @@ TEST(ConstrainedQuadratic, IsUnboundedOnlyAlongADirectionThatNothingBlocks) {
     expect_solution(p, -0.5);
     p.vector = {-1, -1 + 1e-6, 0};
     EXPECT_EQ(Minimiser(p).solve(), mlConstrainedQuadraticUnbounded);
+    QuadraticProgramme slight{3, {1, 0, 0, 0, 1e-9, 0, 0, 0, 0}, {1, 1e-9, 0}};
+    expect_solution(slight, -0.5 - 0.5e-9);
+    slight.vector[2] = 1.0;
+    EXPECT_EQ(Minimiser(slight).solve(), mlConstrainedQuadraticUnbounded);
     p.upper(1, 5.0);
     EXPECT_EQ(Minimiser(p).solve(), mlConstrainedQuadraticUnbounded) << "it falls the other way";
     p.lower(1, -5.0);
@@ -284,6 +290,14 @@ TEST(ConstrainedQuadratic, StartsWarmFromTheLastActiveSet) {
         cold_iterations += cold.iterations();
     }
     EXPECT_LT(4 * warm_iterations, 3 * cold_iterations);
+    QuadraticProgramme far = integer_programme(20, 20, 20, 0, 1);
+    for (Constraint & c : far.constraints)
+        for (double const x : c.normal)
+            c.bound += 1e8 * x;
+    Minimiser of_far(far);
+    expect_optimal(of_far);
+    of_far.solve();
+    EXPECT_EQ(of_far.iterations(), 1) << "to stay far from zero";
     warm.add({Values(20, 1.0), 10.5});
     EXPECT_EQ(warm.solve(), mlConstrainedQuadraticInfeasible);
     EXPECT_EQ(std::tuple(warm.is_active(0), warm.multiplier(0)), std::tuple(0, 0.0));
