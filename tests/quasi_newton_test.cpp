@@ -89,20 +89,24 @@ TEST(BoxStep, LeadsBelowTheProjectedPathAndToTheMinimumOfTheDenseModel) {
     }
 }
 
-// The minimum lies far beyond the bound of one variable, and the other one's way to it, not cut off, would lead up.
+// The minimum lies far beyond the bound of one variable. The path ends before it, and the other one's way to it, not
+// cut off, would lead up; or it ends on the bound, where x + (bound - x) rounds to less, and the other one goes on
+// alone.
 TEST(BoxStep, GoesStraightAsFarAsTheBoxAllowsWhereTheProjectedStepWouldLeadUp) {
     mlCurvaturePairs pairs(2, 2); // of the Hessian (1 0.99; 0.99 1)
     pairs.remember(Vector{1.0, 0.0}, Vector{1.0, 0.99});
     pairs.remember(Vector{-0.99, 1.0}, Vector{0.0, 0.0199});
     double const t = 1.09 / 1.684, share = (0.7 - t) / (0.703 / 0.0199 - t); // the path ends at t (1, 0.3)
-    for (double const sign : {1.0, -1.0}) {
-        Vector const lower{sign > 0.0 ? -1.0 : -0.7, -10.0}, upper{sign > 0.0 ? 0.7 : 1.0, 10.0};
-        Vector const zero{0.0, 0.0}, g{-sign, -0.3 * sign};
-        mlVector z(mlVectorZero, 2);
-        ASSERT_TRUE(mlBoxStep(lower, upper, 2).find(zero, g, pairs, z));
-        EXPECT_NEAR(sign * z[0], 0.7, 1e-12);
-        EXPECT_NEAR(sign * z[1], 0.3 * t + share * (-0.69 / 0.0199 - 0.3 * t), 1e-12);
-    }
+    for (auto const & [start, bound, other] :
+         {std::tuple(0.0, 0.7, 0.3 * t + share * (-0.69 / 0.0199 - 0.3 * t)), {0.1, 0.45, 0.3 - 0.99 * 0.35}})
+        for (double const sign : {1.0, -1.0}) {
+            Vector const lower{std::min(sign * bound, 0.0), -10.0}, upper{std::max(sign * bound, 0.0), 10.0};
+            mlVector z(mlVectorZero, 2);
+            ASSERT_TRUE(
+                mlBoxStep(lower, upper, 2).find(Vector{sign * start, 0.0}, Vector{-sign, -0.3 * sign}, pairs, z));
+            EXPECT_NEAR(sign * z[0], bound, 1e-12);
+            EXPECT_NEAR(sign * z[1], other, 1e-12) << "from " << start;
+        }
 }
 
 TEST(WolfeSearch, MeetsBothConditionsWithinTheLargestStepAndBacksOutOfNaN) {
@@ -144,6 +148,17 @@ TEST(WolfeSearch, MeetsBothConditionsWithinTheLargestStepAndBacksOutOfNaN) {
             EXPECT_LE(at_end ? 0.0 : std::fabs(c.slope(t)), -0.9 * c.slope(0.0)) << &c - cases << ' ' << first;
         }
     }
+}
+
+// It falls ever on to a wall: where interpolation stays beside the low end, the interval is halved.
+TEST(WolfeSearch, HalvesAnIntervalThatHardlyShrinks) {
+    mlWolfeSearch search;
+    search.begin(0.0, -1.0, 1.0, 1.0);
+    search.next(500.0, 1e3);
+    double const low = search.step();
+    search.next(-low, -1.0);
+    EXPECT_LT(low, 0.1);
+    EXPECT_DOUBLE_EQ(search.step(), low + 0.5 * (1.0 - low));
 }
 
 /// Chained Rosenbrock and its gradient.
