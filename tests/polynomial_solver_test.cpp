@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <new>
 #include <numeric>
 #include <tuple>
 
@@ -10,6 +11,7 @@
 #include "maths/polynomials/all_roots/mlRootEnclosure.h"
 #include "maths/polynomials/mlPolynomialSolver.h"
 #include "maths/polynomials/mlRootSolve.h"
+#include "platform/coStorage.h"
 #include "tests/support/ratios.h"
 #include "tests/support/values.h"
 
@@ -128,6 +130,12 @@ TEST_F(PolynomialSolver, TellsWhatHasNoListOfRoots) {
         EXPECT_EQ(solver.status(), status);
         EXPECT_EQ(std::tuple(solver.num_roots(), solver.num_real_roots(), real_roots()), std::tuple(0, 0, Values()));
     }
+    solve({2.0, -3.0, 1.0});
+    coFailStorageAfter(0);
+    EXPECT_THROW(solve(Values(99, 1.0)), std::bad_alloc);
+    coFailStorageAfter(-1);
+    EXPECT_EQ(std::tuple(solver.num_roots(), solver.status()), std::tuple(0, mlPolynomialSolverEverywhere))
+        << "after bad_alloc";
 }
 
 TEST_F(PolynomialSolver, TakesExactZerosForWhatTheyAre) {
@@ -213,6 +221,11 @@ TEST_F(PolynomialSolver, BoundsADoubleRootFarOutsideOfManyOthers) {
 double enclosure(Values const & a, mlComplex const & z) {
     mlScaledPolynomial scaled;
     scaled.become(static_cast<int>(a.size()) - 1, a.data(), 0);
+    auto const at = scaled.evaluate_precisely(z, false, false);
+    Point const point(z.re, z.im), slope = point * At(a, point).slope * Extended(scaled.coefficient(0) / a[0]);
+    EXPECT_TRUE(!mlScaledPolynomial::is_safe(at.sum) ||
+                std::abs(Point(at.slope.re, at.slope.im) - slope) <= scaled.slope_error(at, false))
+        << "z p' has a larger error than its bound, at " << point;
     double value, sum;
     return mlRootEnclosure().distance(scaled, z, value, sum);
 }
