@@ -24,10 +24,7 @@ Edges arrow(int n, int hubs) {
     return edges;
 }
 
-Edges joined(Edges a, Edges const & b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
+Edges joined(Edges a, Edges const & b) { return a.insert(a.end(), b.begin(), b.end()), a; }
 
 Graph const graphs[] = {
     {"none", 0, {}, 0},
@@ -60,11 +57,9 @@ TEST_P(SparseCholeskyOf, HasTheBitsAndThePatternOfPlainEliminationAndSolvesInEve
     mlSparseCholesky const cholesky(a);
     ASSERT_EQ(std::tuple(cholesky.status(), cholesky.failed_row(), cholesky.dimension()),
               std::tuple(mlSparseCholeskyFactored, -1, n));
-    auto rows = contents(cholesky.order());
-    std::sort(rows.begin(), rows.end());
+    auto const rows = contents(cholesky.order());
     for (int i = 0; i < n; ++i)
-        ASSERT_EQ(rows[i], i);
-
+        ASSERT_EQ(std::count(rows.begin(), rows.end(), i), 1);
     PlainLdlt const plain(a, cholesky.order());
     EXPECT_EQ(contents(cholesky.d()), plain.d);
     mlMatrix dense;
@@ -82,19 +77,17 @@ TEST_P(SparseCholeskyOf, HasTheBitsAndThePatternOfPlainEliminationAndSolvesInEve
 INSTANTIATE_TEST_SUITE_P(, SparseCholeskyOf, testing::ValuesIn(graphs), testing::PrintToStringParamName());
 
 TEST(SparseCholesky, FactorsNewValuesByTheSameAnalysis) {
-    mlSparseSymMatrix const a = matrix({"plane", 90, grid(10, 9, 1), 0});
-    expect_to_factor_new_values<mlSparseCholesky>(a, -1.0, [](mlSparseCholesky const & cholesky) {
+    auto const state = [](mlSparseCholesky const & cholesky) {
         return std::tuple(cholesky.dimension(), cholesky.status() + 0, cholesky.d().size(), cholesky.failed_row());
-    });
+    };
+    expect_to_factor_new_values<mlSparseCholesky>(matrix({"plane", 90, grid(10, 9, 1), 0}), -1.0, state);
 }
 
 // 1.1 times as much as the authors of the ordering have in theirs. Grids of nine points depend on ties the most.
 TEST(SparseCholesky, FillsLittleMoreThanThePublishedOrdering) {
     Edges nine_points = grid(100, 100, 1);
-    for (int k = 0; k + 100 < 10000; ++k) {
-        if (k % 100 < 99) nine_points.emplace_back(k, k + 101);
-        if (k % 100 > 0) nine_points.emplace_back(k, k + 99);
-    }
+    for (int k = 0; k + 101 < 10000; ++k)
+        if (k % 100 < 99) nine_points.insert(nine_points.end(), {{k, k + 101}, {k + 1, k + 100}});
     for (Graph const & g :
          {Graph{"plane", 10000, grid(100, 100, 1), 226965}, Graph{"nine_points", 10000, nine_points, 336807},
           Graph{"space", 8000, grid(20, 20, 20), 926510}}) {
@@ -152,12 +145,10 @@ TEST(SparseCholesky, SaysWhyAndWhereItEnds) {
 TEST(SparseCholesky, TakesAPivotAsZeroThatRoundingMayHaveMade) {
     auto const status = [](mlMatrix const & dense) { return mlSparseCholesky(symmetric_matrix(dense)).status(); };
     for (double const scale : {1.0, 0x1p-900, 0x1p900})
-        for (double const excess : {-0x1p-50, 0.0, 0x1p-51, 0x1p-50, 0x1p-49}) {
-            double const diagonal = scale * (1.0 + excess);
-            EXPECT_EQ(status({{diagonal, scale}, {scale, diagonal}}),
+        for (double const excess : {-0x1p-50, 0.0, 0x1p-51, 0x1p-50, 0x1p-49})
+            EXPECT_EQ(status({{scale * (1.0 + excess), scale}, {scale, scale * (1.0 + excess)}}),
                       excess < 0x1p-50 ? mlSparseCholeskyNotPositive : mlSparseCholeskyFactored)
                 << excess;
-        }
     EXPECT_EQ(status({{1.0, 1e-11}, {1e-11, 1e-20}}), mlSparseCholeskyFactored) << "each pivot beside its own diagonal";
     EXPECT_EQ(mlSparseCholesky(symmetric_matrix(3000, chain(3000, 0.0))).status(), mlSparseCholeskyNotPositive);
 }
