@@ -246,23 +246,4 @@ TEST(Sizes, OfACacheAndOfAFitThatLeaveIntThrow) {
     EXPECT_THROW(ml_svd(&x, &y, INT_MAX, 1), std::bad_alloc); // under the sanitizers
 }
 
-TEST(PrincipalComponents, OfAMatrixHaveScoresThatReproduceThePoints) {
-    mlMatrix points{{2, 1, 0}, {4, 2, 1}, {6, 3, 1}, {9, 3, 2}, {9, 5, -1}}, scores;
-    doublecoDynArr2D table(5, 3, 1, 1);
-    for (int k = 0; k < 15; ++k)
-        table(k / 3, k % 3) = points(k / 3, k % 3);
-    mlPCA const pca(points);
-    EXPECT_EQ(contents(pca.eigenvalues()), contents(mlPCA(table).eigenvalues()));
-    ASSERT_EQ(pca.scores(table, scores), mlPCAComputed);
-    mlVector fourth(utConvert, pca.mass_centre().data(), 3);
-    for (int axis = 0; axis < 3; ++axis) {
-        fourth.add_multiple(scores(3, axis), pca.axis(axis));
-        EXPECT_NEAR(scores.col(axis).modulus_squared() / 4.0, pca.eigenvalue(axis), 1e-13);
-    }
-    EXPECT_LT(distance_squared(fourth.slice(), points.row(3)), 1e-28);
-    pca.scores(points, points);
-    EXPECT_TRUE(points == scores);
-    EXPECT_EQ(mlPCA(mlMatrix{{1, 2}}).scores(scores, points), mlPCANotEnoughData);
-}
-
 } // namespace

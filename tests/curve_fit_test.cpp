@@ -52,12 +52,22 @@ double digits_of_deviations(mlFitQuality const & quality, NistProblem const & pr
                     digits(quality.standard_errors(), problem.deviations));
 }
 
-TEST(Fits, HaveNistsCertifiedValuesAndDeviationsWithDerivativesWithDifferencesAndInAWideBox) {
+TEST(Fits, HaveNistsCertifiedValuesAndDeviationsByEveryMethod) {
     for (NistProblem const & problem : nist_problems()) {
         SCOPED_TRACE(problem.name);
         ColumnTable const table(std::string(MATHS_EXAMPLE_DATA) + problem.data, 2);
         NistFit model(problem, table.column(0), table.column(1));
         int const m = model.n_parameters();
+        EXPECT_EQ(model.n_independent_parameters() + model.get_last_square_distance(), m);
+        mlLevenbergMarquardt fitter(model); // reused: a fit must not depend on the one before
+        for (Values const & start : problem.starts)
+            for (bool const strict : {false, true}) {
+                fitter.set_strict(strict);
+                mlVector p;
+                double const sum = fitter.fit(mlVector(start), p) * model.n_points();
+                EXPECT_GE(agreeing_digits(sum, problem.residual_sum), strict ? 10.0 : 4.0);
+                EXPECT_GE(digits(p, problem.certified), strict ? 6.0 : 3.5);
+            }
         mlFitQuality const at_certified(model, mlVector(problem.certified));
         EXPECT_GE(digits_of_deviations(at_certified, problem), 9.0);
         EXPECT_EQ(at_certified.degrees_of_freedom(), table.rows() - m);
@@ -158,6 +168,7 @@ TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
 // The optimality conditions, on random problems: no slope inside, none but outwards on a bound.
 TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
     mlRandom random(5);
+    int iterations = 0;
     for (int trial = 0; trial < 300; ++trial) {
         int const m = 1 + trial % 7, n = m + 3;
         mlMatrix rows;
@@ -181,6 +192,7 @@ TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
         SCOPED_TRACE(trial);
         ASSERT_EQ(fit.fit(start, p), mlBoundedFitConverged);
         EXPECT_FALSE(model.outside);
+        iterations += fit.iterations();
         model.set_parameters(p);
         for (int i = 0; i < n; ++i)
             model.distance(d[i], i);
@@ -188,11 +200,12 @@ TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
             double const slope = scalar_product(rows.col(j), d.slice());
             double const negligible = 1e-6 * euclidean_norm(d) * euclidean_norm(rows.col(j));
             int const side = fit.at_bound(j);
-            EXPECT_TRUE(p[j] >= lower[j] && p[j] <= upper[j]) << j;
+            EXPECT_EQ(p[j], std::clamp(p[j], lower[j], upper[j])) << j;
             EXPECT_TRUE(lower[j] == upper[j] || -side * slope >= -negligible) << j;
             EXPECT_TRUE(side != 0 || std::fabs(slope) < negligible) << j;
         }
     }
+    EXPECT_EQ(iterations, 568);
 }
 
 TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {

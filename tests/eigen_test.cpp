@@ -51,13 +51,19 @@ TEST(PrincipalComponents, AreTheEigenvectorsOfTheCovariance) {
         mlMatrix x = random_matrix(count, d, 3);
         for (int k = 0; k < count * d; ++k)
             points(k / d, k % d) = x[k] *= 1 + k % d;
-        mlPCA const pca(points);
+        mlPCA const pca(points), of_matrix(x);
+        EXPECT_EQ(contents(of_matrix.eigenvalues()), contents(pca.eigenvalues()));
+        mlMatrix scores, in_place(utCopy, x);
+        ASSERT_EQ(pca.scores(points, scores), mlPCAComputed);
+        pca.scores(in_place, in_place);
+        EXPECT_TRUE(in_place == scores);
         for (int k = 0; k < count * d; ++k)
             x[k] -= pca.mass_centre()[k % d];
         Solved<mlATAEigenVecs> const eigen(x);
         mlMatrix const product(mlMatrixProduct, mlMatrix(mlMatrixTranspose, x), x);
         ASSERT_EQ(eigen.num_real_eigen_values(), d);
         EXPECT_LT(residual(product, eigen), 30 * count * norm_1(product) * roundoff);
+        EXPECT_LT(product_error(x, eigen.eigen_vectors(), scores), 1e-12 * count);
         mlVector axis(mlVectorZero, 9), values; // what it holds goes
         for (int i = 0; i < d; ++i) {
             EXPECT_NEAR(x.col(i).sum(), 0.0, 1e-12 * count);
@@ -80,10 +86,12 @@ TEST(PrincipalComponents, NeedTwoDimensionsAndAPointForEach) {
         points.expand(count, dimension);
         mlPCA const pca(points);
         mlVector untouched(mlVectorZero, 1);
+        mlMatrix scores;
         EXPECT_EQ(pca.axis(0, untouched), mlPCAAxisOutOfRange);
         EXPECT_EQ(pca.least_axis(untouched), mlPCAAxisOutOfRange);
         EXPECT_EQ(pca.principal_axis(untouched), mlPCANotEnoughData);
         EXPECT_EQ(pca.eigenvalues(untouched), mlPCANotEnoughData);
+        EXPECT_EQ(pca.scores(points, scores), mlPCANotEnoughData);
         EXPECT_EQ(pca.eigenvalue(0), largest_double);
         EXPECT_EQ(untouched.size(), 1);
     }

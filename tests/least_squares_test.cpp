@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "examples/fit/nist.h"
-#include "examples/support/agreeing_digits.h"
-#include "examples/support/column_table.h"
+#include "maths/maths.h"
 #include "tests/support/values.h"
 
 namespace {
@@ -51,25 +49,6 @@ struct Fitter : mlLevenbergMarquardt {
     using mlLevenbergMarquardt::calc_matrices, mlLevenbergMarquardt::fit, mlLevenbergMarquardt::mlLevenbergMarquardt,
         mlLevenbergMarquardt::update_pars;
 };
-
-TEST(LevenbergMarquardt, ReachesTheCertifiedValuesOfReferenceFits) {
-    for (NistProblem const & problem : nist_problems()) {
-        ColumnTable const table(std::string(MATHS_EXAMPLE_DATA) + problem.data, 2);
-        NistFit model(problem, table.column(0), table.column(1));
-        EXPECT_EQ(model.n_independent_parameters() + model.get_last_square_distance(), model.n_parameters());
-        mlLevenbergMarquardt fitter(model); // reused: a fit must not depend on the one before
-        for (int fit = 0; fit < 4; ++fit) {
-            SCOPED_TRACE(testing::Message() << problem.name << ", fit " << fit);
-            int const strict = fit % 2;
-            fitter.set_strict(strict);
-            mlVector result;
-            double const sum = fitter.fit(mlVector(problem.starts[fit / 2]), result) * model.n_points();
-            EXPECT_GE(agreeing_digits(sum, problem.residual_sum), strict ? 10.0 : 4.0);
-            for (int j = 0; j < model.n_parameters(); ++j)
-                EXPECT_GE(agreeing_digits(result[j], problem.certified[j]), strict ? 6.0 : 3.5);
-        }
-    }
-}
 
 TEST(LevenbergMarquardt, TriesAndTakesStepsByItsRules) {
     // The mean is that of the last point linearised at; without a limit of lambda the fit's own are used.

@@ -68,8 +68,10 @@ struct PolynomialSolver : testing::Test {
             SCOPED_TRACE(testing::Message() << "root " << i << " of " << n);
             double const x = solver.real_part(i), y = solver.imaginary_part(i), bound = solver.error_bound(i);
             int const before = std::max(i - 1, 0), other = y < 0.0 ? i + 1 : before; // of the pair
-            EXPECT_TRUE(std::isfinite(x) && std::isfinite(y) && bound >= 0.0 && std::isfinite(bound));
-            EXPECT_FALSE((x == 0.0 && std::signbit(x)) || (y == 0.0 && std::signbit(y)));
+            EXPECT_LT(std::fabs(x) + std::fabs(y), infinity);
+            EXPECT_EQ(bound, std::clamp(bound, 0.0, largest_double));
+            for (double const part : {x, y})
+                EXPECT_LE(std::signbit(part), part < 0.0) << "-0.0";
             EXPECT_LE(std::tuple(solver.real_part(before), std::fabs(solver.imaginary_part(before))),
                       std::tuple(x, std::fabs(y)));
             real += y == 0.0;

@@ -168,6 +168,7 @@ TEST(ClosedForms, HaveTheRootsThatTheCoefficientsSay) {
         {{0.99e-10, 1, -3, 2}, 2, {1, 2, 0}, 1e-14},
         {{1.01e-10, 1, 0, 0}, 3, {-1 / 1.01e-10, 0, 0}, 1e-4},
         {{1, 0, -3, 0, -4}, 2, {-2, 2, 0, 0}, 0},           // z = -1 and 4
+        {{1, 0, -2, 0, 1}, 2, {-1, 1, 0, 0}, 0},            // z = 1 twice
         {{1, 0, 0, 0, 0}, 1, {0, 0, 0, 0}, 0},              // 0 and -0, and both again: one root
         {{1, 0, -1e-14, 0, 0}, 2, {-1e-7, 0, 0, 0}, 1e-13}, // 0, then 1e-7, which is dropped, and -1e-7, which is not
         {{1, 0, 1, 0, -1.6e-13}, 2, {-4e-7, 4e-7, 0, 0}, 1e-18}, // the lower one comes last, and so counts

@@ -28,7 +28,8 @@ TEST(SingularValues, ReproduceTheMatrixFromOrthonormalBasesInOrder) {
             SVD const svd(a);
             mlVector const & values = svd.diagonal();
             ASSERT_EQ(std::tuple(svd.invalid(), values.size()), std::tuple(0, std::min(rows, cols)));
-            EXPECT_TRUE(std::is_sorted(values.begin(), values.end(), std::greater<>()) && values.end()[-1] >= 0.0);
+            EXPECT_TRUE(std::is_sorted(values.begin(), values.end(), std::greater<>())) << values;
+            EXPECT_GE(values.end()[-1], 0.0);
             s.diagonal() = values;
             mlMatrix const us(mlMatrixProduct, svd.U(), s);
             EXPECT_LT(factor_ratio(us, mlMatrix(mlMatrixTranspose, svd.V()), a), 30.0);

@@ -372,9 +372,12 @@ void multiplies(int rows, int cols, int inner) {
 }
 
 void small_shapes(int n) { // which end in parts of registers
-    lu(n), cholesky(n);
-    for (int cols = 1; cols <= 40; ++cols)
-        multiplies(n, cols, (n * 7 + cols * 3) % 40 + 1);
+    lu(n), cholesky(n), svd(n);
+    for (int cols = 1; cols <= 40; ++cols) {
+        int const other = (n * 7 + cols * 3) % 40 + 1;
+        multiplies(n, cols, other);
+        if (cols % 8 == 0) expect_plain_svd(matrix_of(n, other, one_of({1, -1, 0.5, DBL_MIN, 0.25, -2, 0.0}, n)));
+    }
 }
 
 std::vector<int> small_sizes() {
@@ -454,7 +457,7 @@ struct Check {
 };
 
 std::map<std::string, Check> const checks = {
-    {"baseline", {small_sizes(), small_shapes}}, // by every set; the kernels' own test has reflections
+    {"baseline", {small_sizes(), small_shapes}}, // by every set
     {"avx2", {{}, nullptr}},
     {"avx512", {{}, nullptr}},
     {"gemm_baseline_max", {around(gemm_baseline_max), [](int n) { multiplies(n, n, n), multiplies(n, 2 * n, n); }}},
