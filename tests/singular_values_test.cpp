@@ -51,6 +51,8 @@ TEST(SingularValues, HaveTheBitsOfThePlainMethodForStructuredMatrices) {
          [&](int r, int c) { return (r < 2 && c < 3) || (r > 4 && c > 3) ? numbers(r, c) : 0.0; }},
         {"first elements -0", [&](int r, int c) { return r == 0 || c == 0 ? -0.0 : numbers(r, c); }},
         {"chains of near values", [](int r, int c) { return (r == c) * (1 + 1e-15 * r) + (r + 1 == c) * 1e-15; }},
+        {"tiny beside zeros",
+         [](int r, int c) { return (c == 0) * (r < 2 ? 1.0 : 0.4 * DBL_MIN) + (c > 0) * (r == c + 1); }},
         {"at the least normal number", one_of({DBL_MIN, -DBL_MIN, 0.5 * DBL_MIN, 1, 0}, 1)},
         {"with strange numbers", one_of({1, 2, -1, 0.5, 3, nan_value, infinity, 1e300}, 1)},
     };

@@ -4,14 +4,16 @@
 #include "maths/maths.h"
 
 /// Functions of every interface, in two variables or with two parameters and five points, that answer what the script
-/// says, whatever they are asked; after its end small whole numbers in turn. Nothing may ask for ever.
+/// says, whatever they are asked; after its end always the same, or small whole numbers in turn. Nothing may ask for
+/// ever.
 class Answers : public mlFunction,
                 public mlFunction2,
                 public mlFunctionN1,
                 public mlFunctionN,
                 public mlDistanceLeastSquares {
 public:
-    explicit Answers(Bytes & script) : mlDistanceLeastSquares(2, 5), script_(script) {
+    explicit Answers(Bytes & script)
+        : mlDistanceLeastSquares(2, 5), script_(script), rest_(script.below(2) == 0 ? 0.0 : script.number()) {
         mlFunction::highest_derivative_order = script.below(3);
         mlFunction2::highest_derivative_order = script.below(3);
         dimension = input_dimension = output_dimension = 2;
@@ -20,7 +22,8 @@ public:
 
     double next() const {
         require(++asked_ < 3000000, "asked no more than three million times");
-        return script_.empty() ? asked_ % 7 : script_.number();
+        if (!script_.empty()) return script_.number();
+        return rest_ == 0.0 ? asked_ % 7 : rest_;
     }
 
     double function(double) const override { return next(); }
@@ -43,5 +46,6 @@ private:
     }
 
     Bytes & script_;
+    double const rest_; ///< of the answers; 0: numbers in turn
     mutable int asked_ = 0;
 };
