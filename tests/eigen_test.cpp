@@ -3,11 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "maths/decompositions/mlATAEigenVecs.h"
-#include "maths/decompositions/mlAsymEigenVecs2.h"
-#include "maths/decompositions/mlAsymEigenVecs3.h"
-#include "maths/decompositions/mlPCA.h"
-#include "maths/decompositions/mlSymEigenVecs.h"
+#include "maths/maths.h"
 #include "tests/support/matrices.h"
 #include "tests/support/ratios.h"
 #include "tests/support/values.h"

@@ -10,21 +10,11 @@
 
 #include <gtest/gtest.h>
 
-#include "maths/core/multiply_transposed.h"
-#include "maths/decompositions/mlCholeskyDecomposition.h"
-#include "maths/decompositions/mlLUDecomposition.h"
 #include "maths/decompositions/mlLUElimination.h"
-#include "maths/decompositions/mlSingularValueDecomposition.h"
-#include "maths/decompositions/mlSymmetricEigen.h"
-#include "maths/decompositions/mlTridiagonal.h"
 #include "maths/decompositions/svd/mlRotatedBasis.h"
-#include "maths/functions/mlFunctionOf.h"
-#include "maths/functions/mlIntegrateRomberg.h"
 #include "maths/kernels/mlLanes.h"
 #include "maths/kernels/mlTuning.h"
-#include "maths/sparse/mlSparseCholesky.h"
-#include "maths/sparse/mlSparseMatrix.h"
-#include "maths/sparse/mlSparseSymMatrix.h"
+#include "maths/maths.h"
 #include "tests/support/bits.h"
 #include "tests/support/matrices.h"
 #include "tests/support/plain_jacobi.h"
