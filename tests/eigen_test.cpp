@@ -52,7 +52,7 @@ TEST(PrincipalComponents, AreTheEigenvectorsOfTheCovariance) {
         mlMatrix scores, in_place(utCopy, x);
         ASSERT_EQ(pca.scores(points, scores), mlPCAComputed);
         pca.scores(in_place, in_place);
-        EXPECT_TRUE(in_place == scores);
+        EXPECT_EQ(in_place, scores);
         for (int k = 0; k < count * d; ++k)
             x[k] -= pca.mass_centre()[k % d];
         Solved<mlATAEigenVecs> const eigen(x);

@@ -40,7 +40,7 @@ void expect_decomposition(mlMatrix const & a) {
     EXPECT_EQ(values.eigen_vectors().size(), 0);
     for (int j = 0; j < n; ++j) {
         double const here = found.eigen_value(j), next = j + 1 < n ? found.eigen_value(j + 1) : 0.0;
-        EXPECT_TRUE(std::pair(std::fabs(here), here) >= std::pair(std::fabs(next), next)) << here << " and " << next;
+        EXPECT_GE(std::pair(std::fabs(here), here), std::pair(std::fabs(next), next));
         double const largest = v.col(j).max_absolute_value();
         int first = 0;
         while (std::fabs(v(first, j)) <= 0.625 * largest)
