@@ -56,10 +56,7 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
         {[&] { static_cast<void>(v.slice(1, 2, 3)); }, "start 1, stride 2, length 3 of 3"},
         {[&] { v = m.row(0).slice(0, 1, 2); }, "3 elements wanted, 2 given"},
         {[&] { v = longer; }, "vector assignment: 4 elements to a vector of 3"},
-        {[&] { v = m.row(0); }, "vector assignment: 4 elements to a vector of 3"},
         {[&] { v = mlVector(mlVectorZero, 4); }, "vector assignment: 4 elements to a vector of 3"}, // moved
-        {[&] { v = mlVector(mlVectorZero, 2); }, "vector assignment: 3 elements wanted, 2 given"},
-        {[&] { std::swap(v, longer); }, "vector assignment: . elements to a vector of 0"},
         {[&] { v += y; }, "vector sum: 3 elements wanted, 0 given"},
         {[&] { static_cast<void>(m(1, 4)); }, "\\(1, 4\\) of 2 x 4"},
         {[&] { shaped(0, 4) = 1.0; }, "\\(0, 4\\) of 2 x 4"},
@@ -97,12 +94,9 @@ TEST(CheckedDeathTest, MisuseOfDecompositionsNamesTheMistake) {
     Svd const values_only(column, Svd::mlNO_U, Svd::mlNO_V);
     expect_stops({
         {[&] { static_cast<void>(symmetric.eigen_value(0)); }, "eigen_value: `calculate` was not called"},
-        {[&] { static_cast<void>(symmetric.eigen_values()); }, "eigen_values: `calculate` was not called"},
-        {[&] { static_cast<void>(symmetric.eigen_vector(0)); }, "eigen_vector: `calculate` was not called"},
         {[&] { symmetric.calculate(), static_cast<void>(symmetric.eigen_value(2)); }, "eigen_value: 2 of 2 found"},
         {[&] { symmetric.calculate(), symmetric.calculate(); }, "`calculate` runs once"},
         {[&] { mlSymEigenVecs(asymmetric).calculate(); }, "2 x 2 matrix is not symmetric to 1e-06"},
-        {[&] { mlSymEigenVecs(wide).calculate(); }, "the matrix is 2 x 3, not 2 x 2"},
         {[&] { mlSymmetricEigen{wide}; }, "symmetric eigenvalues: the matrix is 2 x 3"},
         {[&] { static_cast<void>(values.eigen_value(2)); }, "eigen_value: 2 of 2 found"},
         {[&] { static_cast<void>(values.eigen_vector(0)); }, "eigen_vector: 0 of 0 found"},
@@ -125,13 +119,11 @@ TEST(CheckedDeathTest, MisuseOfFunctionsAndSearchesNamesTheMistake) {
     TracedFunction parabola([](double t) { return t * t; });
     TracedFunctionN1 plane(2, [](mlSlice const & x) { return x[0]; });
     mlVector x(mlVectorZero, 2), y(mlVectorZero, 3);
-    mlMatrix h, directions(mlMatrixIdentity, 3);
+    mlMatrix directions(mlMatrixIdentity, 3);
     int flag = 0;
     double t;
     expect_stops({
         {[&] { f.gradient(x.slice(), y); }, "gradient: the function's `dimension` is 0, its argument has 2"},
-        {[&] { f.hessian(x.slice(), h); }, "Hessian: the function's `dimension` is 0"},
-        {[&] { mlDownHillSimplex(2).solve(f, x, mlDownHillSimplexQuick); }, "simplex: the function's `dimension` is 0"},
         {[&] { mlDownHillSimplex(3).solve(plane, y, mlDownHillSimplexQuick); }, "`dimension` is 2, the simplex's 3"},
         {[&] { mlDownHillSimplex(2).solve(plane, y, mlDownHillSimplexQuick); }, "a start of 3 elements in 2"},
         {[&] { mlQuasiNewton(3).minimise(plane, y); }, "`dimension` is 2, the search's 3"},
@@ -158,7 +150,6 @@ TEST(CheckedDeathTest, MisuseOfSparseMatricesNamesTheElement) {
     s.set(1, 2, 1.0);
     row.append_element(5, 1.0);
     expect_stops({
-        {[&] { m.set(1, 0, 1.0); }, "sparse set: \\(1, 0\\) after \\(1, 2\\)"},
         {[&] { m.set(1, 2, 1.0); }, "sparse set: \\(1, 2\\) after \\(1, 2\\)"},
         {[&] { s.set(1, 1, 1.0); }, "sparse set: \\(1, 1\\) after \\(1, 2\\)"},
         {[&] { row.append_element(4, 1.0); }, "sparse row: column 4 after column 5"},
