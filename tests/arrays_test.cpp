@@ -169,7 +169,7 @@ TEST(PageArr, FollowsAModelAcrossPagesOverItselfAndWithAsFewPagesAsItNeeds) {
         ASSERT_EQ(contents(source), model);
 
         int const size = std::min<int>(kept, model.size()), made = array.blocks();
-        array.shrink(kept, release);
+        array.shrink(kept > 0 ? kept : INT_MIN, release);
         model.resize(size);
         EXPECT_EQ(std::tuple(contents(array), array.blocks()),
                   std::tuple(model, release ? std::min(made, pages(kept)) : made));

@@ -65,21 +65,17 @@ template <class T> void expect_to_move(T source, auto place) {
 TEST(Moves, TakeTheStorageAndLeaveTheSourceEmptyAndOfUse) {
     auto const storage = [](auto const & array) { return std::tuple(array.data(), array.size(), array.capacity()); };
     auto const shape = [](auto const & m) { return std::tuple(m.rows() > 0 ? m.element(0, 0) : 0.0, m.cols()); };
-    mlVectorcoDynArr vectors;
-    vectors[1].become({1, 2, 3});
     mlTinyVector2coPageArr pages;
     pages[300].fill(1.0);
     mlSparseRow row;
     row.append_element(3, 1.0);
     expect_to_move(mlVector{1, 2, 3}, storage);
-    expect_to_move(std::move(vectors), storage);
     expect_to_move(std::move(row), storage);
     expect_to_move(mlMatrix(mlMatrixHilbert, 3),
                    [](mlMatrix const & m) { return std::tuple(m.data(), m.rows(), m.cols(), m.size()); });
     expect_to_move(std::move(pages), [](mlTinyVector2coPageArr const & array) {
         return std::tuple(array.blocks() > 0 ? array.page(1) : nullptr, array.blocks(), array.size());
     });
-    expect_to_move(mlSparseMatrix(mlMatrixIdentity, 3), shape);
     expect_to_move(mlSparseSymMatrix(mlMatrixIdentity, 3), shape);
 
     doublecoDynArr2D table(2, 2, 1, 1);
@@ -110,36 +106,21 @@ static_assert(!MadeInBraces<mlVector, enum mlMatrixZero, int> && !MadeInBraces<m
               !MadeInBraces<mlVector, double, enum mlVectorZero> && !MadeInBraces<mlMatrix, enum mlVectorZero, int>);
 static_assert(!std::is_constructible_v<mlVector, mlMatrix const &>, "copies nothing by accident");
 
-TEST(Construction, TakesNumbersInBracesAndTagsForWhatTheyAre) {
+TEST(Construction, TakesNumbersTagsAndSpansForWhatTheyAre) {
     int const n = 2;
+    Values const values{4, 3, 2, 1, 0, 9};
     EXPECT_EQ(contents(mlVector{9, 9, 9, 9}.become({1.5, n, 3.0f})), (Values{1.5, 2, 3}));
-    EXPECT_EQ(contents(mlVector{mlVectorZero, n}), Values(2));
     EXPECT_EQ(contents(mlVector{mlVectorZero, 3}), Values(3));
-    mlMatrix const m{{1, 2, 3}, {4, 5, 6}}, column{{1}, {2}}, zero{mlMatrixZero, 1, n}, shaped{n, 3};
+    mlMatrix const m{{1, 2, 3}, {4, 5, 6}}, column{{1}, {2}}, shaped{n, 3}, of_span(values, 2, 3);
     EXPECT_EQ(std::tuple(m.rows(), m.cols(), contents(m)), std::tuple(2, 3, Values{1, 2, 3, 4, 5, 6}));
-    EXPECT_EQ(std::tuple(column.rows(), column.cols(), contents(zero), shaped.cols()), std::tuple(2, 1, Values(2), 3));
-    if (checked_build) return;
-    EXPECT_EQ(contents(mlMatrix{{1, 2}, {3}, {4, 5, 6}}), (Values{1, 2, 3, 0, 4, 5}));
-}
-
-TEST(Construction, EqualsBecomeOfTheSameArguments) {
-    std::vector<double> const values{4, 3, 2, 1, 0, 9};
-    mlMatrix const m(values, 2, 3), copy(utCopy, m);
-    mlVector const v(utConvert, values.data(), 3), w(std::span<double const>(values).first(3));
-    EXPECT_EQ(std::tuple(contents(copy), copy.rows(), contents(w), contents(mlVector(values))),
-              std::tuple(values, 2, contents(v), values));
-    EXPECT_EQ(contents(mlVector(m.col(1))), (Values{3, 0}));
-    mlVector y(mlMatrixProduct, m, v), z(mlMatrixProduct, m, v.slice(2, -1, 3));
-    EXPECT_EQ((Values{y[0], y[1], z[0], z[1]}), (Values{29, 22, 25, 38}));
+    EXPECT_EQ(std::tuple(column.rows(), shaped.cols(), contents(of_span), of_span.rows()), std::tuple(2, 3, values, 2));
+    mlVector y(mlMatrixProduct, m, m.row(0).slice(2, -1, 3));
+    EXPECT_EQ(contents(y), (Values{10, 28}));
     y.become(utCopy, std::span(values)); // just these elements, from itself too
     EXPECT_EQ(contents(y.become(utCopy, y.slice(5, -2, 3))), (Values{9, 1, 3}));
     EXPECT_EQ(contents(y.become(utCopy, mlSlice(y.data() + 1, 0, 2, -1))), (Values{1, 9})); // backwards
-    y.become({9, 1, 3});
-    EXPECT_EQ(contents(y.become(utCopy, std::span<double const>(y).subspan(1))), (Values{1, 3}));
-    mlTinyVector2 const a(utConvert, values.data()), b(mlVectorAdd, a, a);
-    mlTinyVector2 const back(mlVectorSubtract, b, a), copied(utCopy, b),
-        turned(mlMatrixProduct, mlMatrix{{0, 1}, {2, 0}}, a);
-    EXPECT_EQ((Values{back[0], copied[1], turned[0], turned[1]}), (Values{4, 6, 3, 8}));
+    if (checked_build) return;
+    EXPECT_EQ(contents(mlMatrix{{1, 2}, {3}, {4, 5, 6}}), (Values{1, 2, 3, 0, 4, 5}));
 }
 
 static_assert(std::random_access_iterator<mlSliceIterator<double>> && std::ranges::random_access_range<mlSlice> &&
@@ -165,13 +146,11 @@ TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
     sparse.set(0, 2, 5.0);
     symmetric.set(0, 2, 5.0);
     auto const expect_equal = [&](auto solve) {
-        mlVector x, y, own{9, 0, 8, 0, 7}, neighbours{7, 8, 9};
+        mlVector x, own{9, 0, 8, 0, 7}, neighbours{7, 8, 9};
         solve(right, x);
-        solve(right.slice(), y);
         solve(own.slice(4, -2, 3), own);
         solve(neighbours.slice(), neighbours);
         EXPECT_EQ(contents(neighbours), contents(x));
-        EXPECT_EQ(contents(y), contents(x));
         EXPECT_EQ(contents(own.slice(0, 1, 3)), contents(x));
     };
     expect_equal([&](auto const & b, mlVector & x) { mlLUDecomposition(a).solve(b, x); });
@@ -180,13 +159,11 @@ TEST(Slices, AreSolvedForAndMultipliedLikeVectorsAlsoInTheResultsOwnStorage) {
     expect_equal([&](auto const & b, mlVector & x) { sparse.multiply_vector(b, x); });
     expect_equal([&](auto const & b, mlVector & x) { symmetric.multiply_vector(b, x); });
     mlTridiagonal const t(3, lower.slice(), a.diagonal(), upper.slice());
-    mlMatrix x(mlMatrixZero, 3, 2);
-    t.solve(right.slice(), x.col(0));
-    t.solve_periodic(right.slice(), x.col(1));
-    mlVector plain, periodic{7, 8, 9, 99}; // longer than the system
-    t.solve(periodic.slice(), plain);
-    t.solve_periodic(periodic.slice(), periodic);
-    EXPECT_EQ(std::pair(contents(plain), contents(periodic)), std::pair(contents(x.col(0)), contents(x.col(1))));
+    mlMatrix x(mlMatrixZero, 3, 1);
+    mlVector own{7, 8, 9, 99}; // longer than the system
+    t.solve_periodic(right.slice(), x.col(0));
+    t.solve_periodic(own.slice(), own);
+    EXPECT_EQ(contents(own), contents(x.col(0)));
 }
 
 TEST(Sizes, OfArraysThatLeaveIntThrowAndChangeNothing) {
@@ -198,8 +175,6 @@ TEST(Sizes, OfArraysThatLeaveIntThrowAndChangeNothing) {
     EXPECT_THROW(none.copy(pages, 3, INT_MAX - 1, 0), std::bad_alloc);
     EXPECT_THROW(coPageArr<char>(31, 1, 1), std::bad_alloc);
     EXPECT_EQ(std::tuple(contents(pages), none.size(), none.blocks()), std::tuple((std::vector{1, 2, 3}), 0, 0));
-    pages.shrink(INT_MIN, 1); // counts as 0
-    EXPECT_EQ(std::tuple(pages.size(), pages.blocks(), pages.repaginate()), std::tuple(0, 0, 0));
 
     doublecoDynArr2D table(2, 2, 7, 7);
     table(1, 1) = 5.0;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "maths/maths.h"
+#include "tests/support/polynomials.h"
 #include "tests/support/ratios.h"
 #include "tests/support/traces.h"
 #include "tests/support/values.h"
@@ -184,23 +185,12 @@ TEST(ClosedForms, HaveTheRootsThatTheCoefficientsSay) {
     }
 }
 
-/// The coefficients of leading * product of (x - root), highest power first.
-Values polynomial(double leading, Values const & roots) {
-    Values p{leading};
-    for (double const root : roots) {
-        p.push_back(0.0);
-        for (std::size_t i = p.size() - 1; i > 0; --i)
-            p[i] -= root * p[i - 1];
-    }
-    return p;
-}
-
 TEST(ClosedForms, FindSeparateRootsOfEveryScaleInOrderAndKeepHalfOfTheDigitsOfNearlyDoubleOnes) {
     for (int seed = 1; seed <= 600; ++seed) {
         SCOPED_TRACE(seed);
         mlRandom random(seed);
         double const small = random.uniform(1.0, 2.0) * std::pow(10.0, random.uniform(-9.0, 0.0));
-        Solution const quadratic(polynomial(std::pow(10.0, random.uniform(-280.0, 280.0)), {small, 5.0}));
+        Solution const quadratic(polynomial_of({small, 5.0}, std::pow(10.0, random.uniform(-280.0, 280.0))));
         EXPECT_NEAR(quadratic.roots[0], small, 30 * roundoff * small); // nothing is lost to cancellation
         EXPECT_EQ(quadratic.type, 2);
 
@@ -208,7 +198,7 @@ TEST(ClosedForms, FindSeparateRootsOfEveryScaleInOrderAndKeepHalfOfTheDigitsOfNe
         if (seed % 2) roots.push_back(random.uniform(5.0, 7.0));
         bool const separate = seed % 4 < 2;
         if (!separate) roots[1] = roots[0] + std::pow(10.0, random.uniform(-14.0, -2.0));
-        Solution const s(polynomial(random.uniform(-3.0, 3.0), roots));
+        Solution const s(polynomial_of(roots, random.uniform(-3.0, 3.0)));
         ASSERT_TRUE(separate ? s.type == static_cast<int>(roots.size()) : s.type >= 1) << s.type;
         for (int i = 0; i < s.type; ++i) // if any are lost, they are of the pair
             EXPECT_NEAR(s.roots[i], roots[i + roots.size() - s.type], separate ? 1e-12 : 1e-5);
