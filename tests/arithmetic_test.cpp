@@ -74,10 +74,9 @@ TEST(TransposedProducts, TakeEmptyShapesAndTheirOwnOperands) {
         multiply_transposed(a, b, b);
         EXPECT_TRUE(equal_bits(expected, b)) << "in the place of the second operand";
         EXPECT_TRUE(equal_bits(expected, c)) << "of the first";
-        mlVector y(mlVectorZero, cols + 1), from_slice(mlVectorZero, cols + 1); // which is cut off
-        multiply_transposed(a, mlVector(mlVectorZero, rows), y);
-        multiply_transposed(a, mlVector(mlVectorZero, rows).slice(), from_slice);
-        EXPECT_EQ(std::tuple(y.size(), from_slice.size()), std::tuple(cols, cols));
+        mlVector y(mlVectorZero, cols + 1); // which is cut off
+        multiply_transposed(a, mlVector(mlVectorZero, rows).slice(), y);
+        EXPECT_EQ(y.size(), cols);
     }
 }
 
@@ -110,10 +109,8 @@ TYPED_TEST(TinyVector, GivesTheResultsOfItsSliceButRoundsAndMultipliesInItsOwnWa
     c.become(mlVectorSubtract, a, c) += b.slice();
     EXPECT_LT(norm_diff(a, c), 2e-15);
     b.become(mlVectorZero) = std::as_const(a).slice(0, 1, this->size);
-    c.become(mlMatrixProduct, mlMatrix(mlMatrixIdentity, this->size), b);
-    EXPECT_EQ(c.become(utConvert, &c[0]) == a, 1);
     b += 4.0;
-    c.become(utCopy, b) -= 4.0;
+    c.become(mlMatrixProduct, mlMatrix(mlMatrixIdentity, this->size), b) -= 4.0;
     c -= std::as_const(a).slice();
     EXPECT_LT(c.max_absolute_value(), 1e-15);
     a.slice(1, -1, 2)[0] = nan_value;

@@ -8,8 +8,7 @@
 
 namespace {
 
-static_assert(sizeof(mlMatrix) == sizeof(doublecoDynArr) + 2 * sizeof(int) && !std::is_copy_constructible_v<mlMatrix> &&
-              !std::is_constructible_v<mlMatrix, enum mlVectorZero, int, int>);
+static_assert(sizeof(mlMatrix) == sizeof(doublecoDynArr) + 2 * sizeof(int));
 
 template <class A, class B>
 concept Swaps = requires(A & a, B & b) {
