@@ -221,10 +221,14 @@ struct Monomial : mlFunction2 {
         double const in_u[] = {u * u, 2 * u, 2.0, 0.0}, in_v[] = {v * v * v, 3 * v * v, 6 * v, 6.0};
         return in_u[i] * in_v[j];
     }
-    double u_min() const override { return trace += "u_min ", -2.0; }
-    double u_max() const override { return trace += "u_max ", 4.0; }
-    double v_min() const override { return trace += "v_min ", -1.0; }
-    double v_max() const override { return trace += "v_max ", 3.0; }
+    double u_min() const override { return asked("u_min ", -2.0); }
+    double u_max() const override { return asked("u_max ", 4.0); }
+    double v_min() const override { return asked("v_min ", -1.0); }
+    double v_max() const override { return asked("v_max ", 3.0); }
+    double asked(char const * what, double answer) const {
+        trace += what;
+        return answer;
+    }
     mutable std::string trace;
 };
 

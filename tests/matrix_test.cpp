@@ -112,7 +112,7 @@ TEST(Matrix, SumsStartFromZero) {
     EXPECT_FALSE(std::signbit(product(0, 0)) || std::signbit(product(2, 2)) || std::signbit(y[0]));
 }
 
-TEST(Matrix, ComparesStoredValuesWhateverTheShapeAndPrintsARowPerLine) {
+TEST(Matrix, ComparesStoredValuesWhateverTheShape) {
     Values const values = {1, -5, 3, 4, nan_value, 6};
     mlMatrix const a(utConvert, values.data(), 2, 2), b(utConvert, values.data(), 2, 3);
     mlMatrix c(utConvert, values.data(), 4, 1);
@@ -121,9 +121,6 @@ TEST(Matrix, ComparesStoredValuesWhateverTheShapeAndPrintsARowPerLine) {
     c[3] += 0.5;
     EXPECT_EQ(std::pair(equal(a, c, 0.5), equal(a, c, 0.49)), std::pair(1, 0));
     EXPECT_EQ(mlMatrix(utConvert, values.data(), 1, 2).max_absolute_value(), 1.0); // 1 and -5, with its sign
-    std::ostringstream stream;
-    stream << std::setprecision(2) << mlMatrix(mlMatrixIdentity, 2) << 0.1234567; // leaves a precision of six
-    EXPECT_EQ(stream.str(), "| 1.000000 0.000000 | \n| 0.000000 1.000000 | \n0.123457");
 }
 
 } // namespace

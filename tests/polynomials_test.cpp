@@ -125,16 +125,6 @@ TEST(Polynomial, TreatsTheDegreeOfZeroAsNothingToGoOver) {
               (Values{0, 1, 0, 0, 6, 0, 0, 0}));
 }
 
-TEST(Polynomial, PrintsFromTheHighestPowerDown) {
-    std::ostringstream stream;
-    utOstream indenting(stream, 1, 2);
-    mlTinyVector2 const zeros[] = {mlTinyVector2(mlVectorZero), mlTinyVector2(mlVectorZero)};
-    for (int n : {0, 1, 3})
-        mlPolynomial::print(stream, n, Values{1, 2, -3.5, 4}.data());
-    mlTinyVector2Polynomial::print(indenting, 1, zeros);
-    EXPECT_EQ(stream.str(), "1\n2t + 1\n4t^3 + -3.5t^2 + 2t + 1\n  <0,0>t + <0,0>\n");
-}
-
 /// The type that a closed-form solver returns for these coefficients, highest power first, and all the roots it writes.
 struct Solution {
     explicit Solution(Values const & p) : roots(p.size() - 1, nan_value) {

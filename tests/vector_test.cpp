@@ -39,15 +39,6 @@ TEST(Vector, MaximaPassOverNaNAndEqualityComparesThePrefixThatTheFirstOperandHas
               std::tuple(1, 1, 0, 1));
 }
 
-TEST(Vector, PrintsASpacedFixedPointLineAndRestoresTheFlags) {
-    std::ostringstream stream;
-    utOstream indenting(stream, 1, 3);
-    stream << std::showpos << std::setprecision(2);
-    indenting << Vector{0.5, -2};
-    stream << mlVector() << 12.5 << std::setprecision(0) << Vector{3};
-    EXPECT_EQ(stream.str(), "   < +0.50 -2.00 > \n< > \n+12< +3. > \n");
-}
-
 static_assert(std::is_trivially_copy_constructible_v<mlSlice> && std::is_trivially_destructible_v<mlSlice>);
 static_assert(!std::is_assignable_v<decltype(std::declval<mlVector const &>().slice()), mlSlice>);
 
