@@ -1,14 +1,7 @@
-#include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <new>
-#include <sstream>
 
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 #ifdef __linux__
 #include <sys/resource.h>
@@ -125,21 +118,13 @@ void functions_and_searches(Objects & o) {
     mlFunctionNOf const pair(2, 2, [](mlSlice const & x, mlVector & y) { y = Vector{x[0] + x[1], x[0] * x[1]}; });
     mlCachedFunctionN(&pair).function_gradient(mlVector(mlVectorZero, 2).slice(), o.m.become(mlMatrixZero, 2, 2));
     mlIntegrateRomberg(1.0, 40).integrate(mlFunctionOf([](double t) { return t; }), 0.0, 1.0);
-    mlTinyVector2 const points[3] = {};
-    mlTinyVector2 curve[3];
-    mlTinyVector2Polynomial().fit(0.0, 1.0, points, 2, curve);
-
     mlFunctionN1Of f(2, bowl);
     mlVector x(mlVectorZero, 2);
-    mlMatrix directions(mlMatrixIdentity, 2);
     int flag = 0;
-    f.hessian(x.slice(), o.m);
-    ml_powell_minimum_search(x, directions, 1e-6, flag, f);
     mlNewtonRaphson(mlNRDim, 2).solve(pair, x, 1e-6, flag);
     Vector p{0.0, 0.0}, t{0.0, 1.0, 2.0};
     mlCurveModel model(t.slice(), t.slice(), p, [](double s, mlVector const & q) { return q[0] + q[1] * s; });
     mlBoundedFit(model, x, x).fit(x, o.v);
-    model.point_distribution_quality(o.v);
     mlDownHillSimplex(2).solve(f, x, mlDownHillSimplexCoarse);
     mlQuasiNewton(2, 3).minimise(f, x);
     mlConstrainedQuadraticMinimiser minimiser(mlMatrix(mlMatrixZero, 2, 2), x);

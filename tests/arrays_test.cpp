@@ -1,18 +1,9 @@
-#include <algorithm>
-#include <array>
 #include <bit>
-#include <climits>
 #include <numeric>
 #include <set>
-#include <tuple>
-#include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
+#include "tests/support/test.h"
 #include "tests/support/traces.h"
-#include "tests/support/values.h"
 
 namespace {
 

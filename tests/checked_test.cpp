@@ -1,13 +1,8 @@
 #include <functional>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "maths/kernels/mlKernels.h"
-#include "maths/maths.h"
+#include "tests/support/test.h"
 #include "tests/support/traces.h"
-#include "tests/support/values.h"
 
 // Built and run only where the library checks its callers.
 

@@ -1,15 +1,7 @@
-#include <algorithm>
-#include <climits>
 #include <cstdint>
 #include <ranges>
-#include <tuple>
-#include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 // How values come into objects and go from one to the next, and sizes that an int can't hold, mostly requested without
 // that memory being needed.
@@ -203,8 +195,6 @@ TEST(Sizes, OfMatricesThatLeaveIntThrowAndChangeNothing) {
     mlSparseMatrix sparse(mlMatrixZero, 1, INT_MAX), column(mlMatrixZero, 1, 1);
     column.set(0, 0, 1.0);
     EXPECT_THROW(sparse.concatenate_right(column), std::bad_alloc);
-    EXPECT_EQ(std::tuple(sparse.cols(), sparse.num_non_zero_elements()), std::tuple(INT_MAX, 0));
-    column.extract_sub_matrix(0, INT_MIN, 1, INT_MAX, sparse); // columns that there are none of
     EXPECT_EQ(std::tuple(sparse.cols(), sparse.num_non_zero_elements()), std::tuple(INT_MAX, 0));
     sparse.set(0, 7, 1.0);
     sparse.extract_sub_matrix(0, 1, 1, INT_MAX, column); // one of these columns there is not

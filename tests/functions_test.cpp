@@ -1,15 +1,5 @@
-#include <array>
-#include <cmath>
-#include <limits>
-#include <string>
-#include <tuple>
-#include <utility>
-
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
+#include "tests/support/test.h"
 #include "tests/support/traces.h"
-#include "tests/support/values.h"
 
 namespace {
 

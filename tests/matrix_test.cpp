@@ -1,10 +1,5 @@
-#include <tuple>
-
-#include <gtest/gtest.h>
-
-#include "maths/core/mlMatrix.h"
 #include "tests/support/matrices.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

@@ -1,8 +1,4 @@
-#include <sstream>
-
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
+#include "tests/support/test.h"
 
 namespace {
 

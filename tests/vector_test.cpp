@@ -1,9 +1,5 @@
-#include <gtest/gtest.h>
-
-#include "maths/core/mlMatrix.h"
-#include "platform/utOstream.h"
 #include "tests/support/matrices.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 
