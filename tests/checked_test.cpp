@@ -49,7 +49,6 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
     expect_stops({
         {[&] { static_cast<void>(fixed[3]); }, "index 3 of 3"},
         {[&] { static_cast<void>(v.slice(1, 2, 3)); }, "start 1, stride 2, length 3 of 3"},
-        {[&] { v = m.row(0).slice(0, 1, 2); }, "3 elements wanted, 2 given"},
         {[&] { v = longer; }, "vector assignment: 4 elements to a vector of 3"},
         {[&] { v = mlVector(mlVectorZero, 4); }, "vector assignment: 4 elements to a vector of 3"}, // moved
         {[&] { v += y; }, "vector sum: 3 elements wanted, 0 given"},
@@ -61,8 +60,6 @@ TEST(CheckedDeathTest, MisuseOfVectorsMatricesAndArraysStopsWithTheOperationAndI
         {[&] { multiply(m, v, y); }, "4 elements wanted, 3 given"},
         {[&] { n.append_col(none); }, "append_col: 0 elements to 2 x 2"},
         {[&] { n += m; }, "matrix sum: 2 x 2 and 2 x 4"},
-        {[&] { v.add_multiple(1.0, y); }, "add_multiple: 3 elements wanted, 0 given"},
-        {[&] { multiply_transposed(m, v.slice(0, 1, 1), y); }, "multiply: 2 elements wanted, 1 given"},
         {[&] { mlMatrix const made(ragged); }, "a row of 1 elements in a matrix of 2 columns"},
         {[&] { tiny[3] = 0.0; }, "component 3 of 3"},
         {[&] { tiny = longer.slice(0, 1, 2); }, "fixed-size vector: 3 components wanted, 2 given"},
@@ -179,14 +176,11 @@ TEST(CheckedDeathTest, MisuseOfSparseSolversNamesTheOrders) {
     expect_stops({
         {[&] { cholesky.factor(smaller); }, "sparse Cholesky: order 3, 2 x 2 of another pattern than analysed"},
         {[&] { cholesky.solve(three, x); }, "sparse Cholesky solve: order 3, status 0"},
-        {[&] { mlSparseCholesky(identity).solve(two, x); }, "solve: 3 elements wanted, 2 given"},
         {[&] { lu.factor(cycle); }, "sparse LU: order 3, 3 x 3 of another pattern than analysed"},
         {[&] { lu.factor(wide); }, "sparse LU: order 3, 2 x 3 of another pattern than analysed"},
         {[&] { lu.analyse(wide); }, "sparse LU: a 2 x 3 matrix"},
         {[&] { lu.matrix_f(out); }, "sparse LU: F of order 3, not factored"},
         {[&] { lu.solve(three, x); }, "sparse LU solve: order 3, status 0"},
-        {[&] { mlSparseLU(unit).solve(two, x); }, "solve: 3 elements wanted, 2 given"},
-        {[&] { iterative.solve(identity, two, x); }, "iterative solver: 3 elements wanted, 2 given"},
         {[&] { iterative.improve(identity, three, x); }, "iterative solver, from x: 3 elements wanted"},
         {[&] { iterative.solve(wide, three, x); }, "matrix operator: 2 x 3"},
         {[&] { iterative.solve(cut, three, x); }, "iterative solver: a product of 2 elements, not 3"},

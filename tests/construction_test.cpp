@@ -36,7 +36,6 @@ static_assert(refuses_a_temporary<mlLineOnFunctionN1, mlVector, mlVector &, mlFu
 static_assert(!std::is_constructible_v<mlLineOnFunctionN1, mlVector &, mlVector, mlFunctionN1 *> &&
               !std::is_constructible_v<mlLineOnFunctionN1, mlVector, mlVector, mlFunctionN1 *> &&
               !std::is_constructible_v<mlLevenbergMarquardt, mlDistanceLeastSquares>);
-static_assert(std::is_constructible_v<mlCholeskyDecomposition, mlMatrix>, "copies what it is given");
 
 // A constant slice is not copied to a writable one by a constructor, but a function may return one.
 using ConstView = decltype(std::declval<mlMatrix const &>().row(0));
@@ -124,9 +123,6 @@ TEST(Slices, WorkWithAlgorithmsAndRanges) {
     mlSlice backwards = mlSlice(m.data(), 5, 3, -2);
     std::ranges::reverse(backwards);
     EXPECT_EQ(contents(m), (Values{1, 4, 2, 5, 3, 1}));
-    mlSliceIterator<double const> const it = backwards.begin();
-    EXPECT_EQ(std::tuple(it[2], it + 3 == backwards.end(), backwards.end() - it, it < backwards.end()),
-              std::tuple(4.0, true, 3, true));
     EXPECT_EQ(std::ranges::distance(mlSlice(nullptr, 7, 0, 2)), 0);
 }
 
