@@ -28,7 +28,10 @@ TEST(ApproxDeriv, TakesTheUpperPointFirstAndDividesByTheStepEvenWhereTheDomainCu
 
 TEST(ApproxDeriv, OfTwoVariablesHoldsTheOtherOneFixed) {
     Points points;
-    auto const value = [&points](double u, double v) { return points.push_back({u, v}), u + 10 * v; };
+    auto const value = [&points](double u, double v) {
+        points.push_back({u, v});
+        return u + 10 * v;
+    };
     auto const gradient = [](double u, double v) { return std::array{u, v}; };
     auto const hessian = [](double u, double v) { return std::array{10 * u, 20 * u, 10 * v}; };
     mlFunction2Of const f(value, gradient, hessian, 0.0, 1.0, 2.0, 4.0);
@@ -191,15 +194,12 @@ TEST(FunctionOfMany, TakesTheDerivativesGivenOrDifferencesInAToldOrderOfCalls) {
     EXPECT_LT(distance_squared(j.col(0), Vector{0.25, 0, 0}.slice()), 1e-18);
     EXPECT_LT(distance_squared(j.col(1), Vector{-4, 3 * 0.0625, 0}.slice()), 1e-18);
 
-    auto const sum = [](mlSlice const & t) { return t[0] * t[0] + 3.0 * t[1]; };
-    mlFunctionN1Of const bare_sum(2, sum);
-    mlFunctionN1Of const given_sum(2, sum, [](mlSlice const &, mlVector & g) { g[0] = 7, g[1] = 8; });
+    mlFunctionN1Of const sum(
+        2, [](mlSlice const & t) { return t[0] * t[0] + 3.0 * t[1]; },
+        [](mlSlice const &, mlVector & g) { g.fill(7); });
     Vector g{9, 9, 9};
-    given_sum.gradient(x, g);
-    EXPECT_EQ(contents(g), (Values{7, 8}));
-    bare_sum.gradient(x, g);
-    EXPECT_LT(distance_squared(g.slice(), Vector{-8, 3}.slice()), 1e-12);
-    EXPECT_EQ(std::tuple(bare_sum.function(x), bare_sum.dimension, given_sum.dimension), std::tuple(16.75, 2, 2));
+    sum.gradient(x, g);
+    EXPECT_EQ(std::tuple(contents(g), sum.function(x), sum.dimension), std::tuple(Values{7, 7}, 16.75, 2));
     EXPECT_EQ(std::tuple(bare.input_dimension, bare.output_dimension), std::tuple(2, 3));
 }
 
