@@ -29,25 +29,30 @@ TEST(DynArr, FollowsAModelThatCounts) {
                 capacity += std::max(increment, 1);
         };
         for (int step = 0; step < 2000; ++step) {
-            int const n = choose(40), old_size = size, cut = n < 9 ? 0 : n - 10, release = choose(2);
-            switch (choose(13)) {
-            case 0: array.expand(n), reach(n), size = std::max(size, n); break;
-            case 1: array.reserve(n), reach(n); break;
-            case 2:
+            int const n = choose(40), old_size = size, operation = choose(13);
+            if (operation == 0) {
+                array.expand(n);
+                size = std::max(size, n);
+                reach(n);
+            } else if (operation == 1) {
+                array.reserve(n);
+                reach(n);
+            } else if (operation == 2) {
+                int const cut = n < 9 ? 0 : n - 10, release = choose(2); // below 0 nothing is cut
                 array.shrink(cut, release);
-                if (cut < 0) break; // which does nothing
-                size = std::min(size, cut);
-                if (release) capacity = std::min(capacity, cut);
-                break;
-            case 3: {
+                if (cut >= 0) size = std::min(size, cut);
+                if (cut >= 0 && release) capacity = std::min(capacity, cut);
+            } else if (operation == 3) {
                 intcoDynArr other(n + 3, 1 + n % 5);
                 for (int i = 0; i < n; ++i)
                     other[i] = i;
-                array.become(utCopy, intcoDynArr(utCopy, other)), size = n;
+                array.become(utCopy, intcoDynArr(utCopy, other));
+                size = n;
                 reach(n); // still by the old increment
                 increment = 1 + n % 5;
-            } break;
-            default: array[size], reach(++size);
+            } else {
+                array[size] = size;
+                reach(++size);
             }
             for (int i = old_size; i < array.size(); ++i)
                 array[i] = i;
@@ -98,7 +103,10 @@ struct Counted {
         if (++living > 12) throw --living;
     }
     ~Counted() { --living; }
-    Counted & operator=(Counted && other) { return value = std::exchange(other.value, -1), *this; }
+    Counted & operator=(Counted && other) {
+        value = std::exchange(other.value, -1);
+        return *this;
+    }
     int value = 0;
     inline static int living = 0;
 };
@@ -271,7 +279,8 @@ TEST(QuickSort, TakesAboutNLogNComparisonsForEveryInput) {
 TEST(QuickSort, SortsTheFirstObjectsOnlyAndMayExtendTheArray) {
     struct : mlQuickSortDynArrInt {
         void * arr_get(void * array, int i) const override {
-            return asked.push_back(i), mlQuickSortDynArrInt::arr_get(array, i);
+            asked.push_back(i);
+            return mlQuickSortDynArrInt::arr_get(array, i);
         }
         mutable Ints asked;
     } sorter;

@@ -14,7 +14,10 @@ template <class C> double * numbers(C & c) { return reinterpret_cast<double *>(&
 template <class C> double dot(C a, C b) {
     return std::inner_product(numbers(a), numbers(a) + dimension<C>, numbers(b), 0.0);
 }
-template <class C> double distance(C a, C const & b) { return a -= b, std::sqrt(dot(a, a)); }
+template <class C> double distance(C a, C const & b) {
+    a -= b;
+    return std::sqrt(dot(a, a));
+}
 
 template <class C>
 using PolynomialOver =
@@ -230,7 +233,8 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
         TracedFunction f = c.f;
         double const tolerance = 0.0625;
         int converged = 7;
-        if (c.finder == newton) f.low = c.from, f.high = c.to;
+        f.low = c.from;
+        f.high = c.to;
         double const x = c.finder == newton ? mlRootSolve::newton_raphson(f, 3.0, tolerance, converged, c.limit)
                                             : (c.finder == inside ? bracketed : mlRootSolve::regula_falsi)(
                                                   f, c.from, c.to, tolerance, converged, c.limit);
