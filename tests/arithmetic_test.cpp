@@ -153,6 +153,7 @@ TEST(Range, GrowsByMergingAndShrinksByIntersection) {
 
 TEST(Math, DerivesByTheRemainderOfTheOrderAndAddsWithoutOverflow) {
     EXPECT_EQ(mlMath::interpolate(0.5, -largest_double, largest_double), largest_double); // b - a overflows
+    EXPECT_EQ(mlMath::interpolate(0.0, -largest_double, largest_double), -largest_double);
     EXPECT_EQ(mlMath::interpolate(1.0, 0.7, -0.1), -0.1); // (-0.1 - 0.7) + 0.7 is not that
     EXPECT_EQ(mlRange(0, 4).interpolate(2) + mlMath::rescale(2.5, 2, 4, 10, 20), 4 + 12.5);
     double const volatile x = 0.7; // or the compiler folds the calls, to other last bits

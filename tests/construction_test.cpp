@@ -198,10 +198,8 @@ TEST(Sizes, OfMatricesThatLeaveIntThrowAndChangeNothing) {
 }
 
 TEST(Sizes, OfACacheAndOfAFitThatLeaveIntThrow) {
-    for (int const n : {20, 21, 41, 1000}) {
-        mlFunctionNOf const f(n, 1, [](mlSlice const &, mlVector &) {});
-        EXPECT_THROW(mlCachedFunctionN{&f}, std::bad_alloc) << n;
-    }
+    mlFunctionNOf const f(20, 1, [](mlSlice const &, mlVector &) {}); // 3^20 slots
+    EXPECT_THROW(mlCachedFunctionN{&f}, std::bad_alloc);
     double x = 0.0, y = 0.0, c = 0.0;
     EXPECT_THROW(mlPolynomial().fit(&x, &y, INT_MAX, &c), std::bad_alloc);
     EXPECT_THROW(ml_svd(&x, &y, INT_MAX, 1), std::bad_alloc); // under the sanitizers
