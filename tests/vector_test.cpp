@@ -49,6 +49,11 @@ TEST(Slice, WritesThroughOverItsOwnLengthInIndexOrder) {
     EXPECT_EQ(printed(v.slice()), "<0,7,2,8,4,9,6,7>");
     up = v.slice(0, 1, 6);
     EXPECT_EQ(contents(v), (Values{0, 0, 0, 0, 0, 0, 0, 7})); // the first element ripples up
+    up.add_multiple(2.0, Vector{1, 2, 3, 4, 5, 6, 99});
+    odd.add_multiple(-1.0, v.slice(2, 1, 3));
+    v.add_multiple(1.0, v.slice(7, -1, 8));
+    v.add_multiple(0.5, v);
+    EXPECT_EQ(contents(v), (Values{10.5, 15, 9, 12, 24, 12, 33, 21}));
     mlMatrix m;
     mlSlice last = m.become(0, 3).col(2); // of no storage: it may start anywhere
     last = m.col(1);
