@@ -297,13 +297,11 @@ TEST(SquaredLength, HasExactDerivativesFromFixedCalls) {
     }
 }
 
-double const never = -1.0; // a tolerance of integrators
-
 template <class Rule> struct Integrator : testing::Test {
     static inline bool const is_trapezoid = std::is_same_v<Rule, mlIntegrateTrapezoid>;
 
     /// The estimate after that many halvings; the trapezoid rule's first level needs none.
-    double after(int halvings, mlFunction const & f, double a, double b, double tolerance = never) {
+    double after(int halvings, mlFunction const & f, double a, double b, double tolerance = -1.0) {
         Rule const rule(tolerance, halvings + is_trapezoid);
         double const estimate = rule.integrate(f, a, b);
         converged = rule.converged;
