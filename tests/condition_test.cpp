@@ -1,15 +1,8 @@
-#include <algorithm>
-#include <cmath>
 #include <span>
 
-#include <gtest/gtest.h>
-
-#include "maths/core/mlNorms.h"
-#include "maths/decompositions/mlCholeskyDecomposition.h"
-#include "maths/decompositions/mlLUDecomposition.h"
 #include "tests/support/matrices.h"
 #include "tests/support/ratios.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

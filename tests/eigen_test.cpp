@@ -1,12 +1,6 @@
-#include <cmath>
-#include <utility>
-
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
 #include "tests/support/matrices.h"
 #include "tests/support/ratios.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

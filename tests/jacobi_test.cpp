@@ -1,11 +1,7 @@
-#include <utility>
-
-#include <gtest/gtest.h>
-
-#include "maths/decompositions/ml_svd.h"
 #include "maths/kernels/mlTuning.h"
 #include "tests/support/matrices.h"
 #include "tests/support/plain_jacobi.h"
+#include "tests/support/test.h"
 
 // Jacobi's methods beside the plain forms that they promise the bits of: rotations by full matrix products, pairs of
 // columns one after the other.

@@ -1,15 +1,6 @@
-#include <cmath>
-#include <tuple>
-#include <utility>
-
-#include <gtest/gtest.h>
-
-#include "maths/decompositions/mlCholeskyDecomposition.h"
-#include "maths/decompositions/mlQRDecomposition.h"
-#include "maths/decompositions/mlTridiagonal.h"
 #include "tests/support/matrices.h"
 #include "tests/support/ratios.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

@@ -1,11 +1,5 @@
-#include "maths/decompositions/mlLUDecomposition.h"
-
-#include <cmath>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/ratios.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

@@ -1,16 +1,10 @@
-#include <algorithm>
-#include <cmath>
 #include <functional>
 #include <iterator>
-#include <tuple>
 
-#include <gtest/gtest.h>
-
-#include "maths/decompositions/mlSingularValueDecomposition.h"
 #include "tests/support/matrices.h"
 #include "tests/support/plain_svd.h"
 #include "tests/support/ratios.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

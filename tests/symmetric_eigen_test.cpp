@@ -1,14 +1,7 @@
-#include "maths/decompositions/mlSymmetricEigen.h"
-
-#include <cmath>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/bits.h"
 #include "tests/support/matrices.h"
 #include "tests/support/ratios.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

@@ -1,26 +1,21 @@
-#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <numeric>
 #include <regex>
 #include <set>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "maths/decompositions/mlLUElimination.h"
 #include "maths/decompositions/svd/mlRotatedBasis.h"
 #include "maths/kernels/mlLanes.h"
 #include "maths/kernels/mlTuning.h"
-#include "maths/maths.h"
 #include "tests/support/bits.h"
 #include "tests/support/matrices.h"
 #include "tests/support/plain_jacobi.h"
 #include "tests/support/plain_ldlt.h"
 #include "tests/support/plain_svd.h"
 #include "tests/support/plain_symmetric.h"
+#include "tests/support/test.h"
 
 // Each size at which one method gives way to another, that is each constant of mlTuning.h, and the sizes below and
 // above it: in every instruction set the bits are those of the plain definitions that stand here.
