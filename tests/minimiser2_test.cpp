@@ -12,7 +12,7 @@
 
 namespace {
 
-double const unbounded = mlUnboundedMax;
+double const unbounded = mlUnboundedMax, endless = -1e100;
 
 struct Window {
     double u_min = -unbounded, u_max = unbounded, v_min = -unbounded, v_max = unbounded;
@@ -23,73 +23,71 @@ struct Window {
     }
 };
 
-using Formula = std::function<Jet(Jet, Jet)>;
-using Formulas = std::function<std::vector<Jet>(Jet, Jet)>;
+using Jets = std::vector<Jet>;
+using Formula = std::function<Jets(Jet, Jet)>;
 
-/// Counts the calls of a function, none of which may lie outside the window.
-template <class F> struct Watch {
-    F f;
-    Window window;
-    mutable int calls = 0;
+/// A value, or a vector whose squared length is one, on a window. It may not be called outside of this, but its domain
+/// may go on.
+struct Watched : mlFunction2, mlFunctionN {
+    Watched(Formula const & f, Window const & w, int order) : formula(f), window(w) {
+        highest_derivative_order = order;
+        input_dimension = 2;
+        output_dimension = static_cast<int>(f(0.0, 0.0).size());
+    }
 
-    auto at(double u, double v) const {
+    Jets at(double u, double v) const {
         ++calls;
         EXPECT_EQ(std::pair(u, v), window.clamp(u, v)) << "called outside of the window";
-        return f({u, 1.0, 0.0, 0.0, 0.0, 0.0}, {v, 0.0, 1.0, 0.0, 0.0, 0.0});
+        return formula({u, 1.0, 0.0, 0.0, 0.0, 0.0}, {v, 0.0, 1.0, 0.0, 0.0, 0.0});
     }
-};
+    static Jet total(Jets const & parts) {
+        Jet sum = 0.0;
+        for (Jet const & part : parts)
+            sum = sum + square(part);
+        return parts.size() == 1 ? parts[0] : sum;
+    }
 
-/// A function on a window, beyond which its domain may go on.
-struct Watched : mlFunction2, Watch<Formula> {
-    Watched(Formula const & formula, Window const & w, int order) : Watch{formula, w} {
-        highest_derivative_order = order;
-    }
-    double function(double u, double v) const override { return values.emplace_back(at(u, v).f); }
+    double function(double u, double v) const override { return values.emplace_back(total(at(u, v)).f); }
     double uv_function_derivative(int i, int j, double u, double v) const override {
         EXPECT_LE(i + j, highest_derivative_order);
-        return at(u, v).derivative(i, j);
+        return total(at(u, v)).derivative(i, j);
     }
     double u_min() const override { return domain.u_min; }
     double u_max() const override { return domain.u_max; }
     double v_min() const override { return domain.v_min; }
     double v_max() const override { return domain.v_max; }
 
-    Window domain;
-    mutable Values values;
-};
-
-/// A vector-valued function on a window, whose squared length is to be minimised.
-struct WatchedVector : mlFunctionN, Watch<Formulas> {
-    WatchedVector(Formulas const & formulas, Window const & w) : Watch{formulas, w} {
-        input_dimension = 2;
-        output_dimension = static_cast<int>(f(0.0, 0.0).size());
-    }
     void function(mlSlice const & x, mlVector & y) const override {
         int orders[] = {0, 0};
         function_derivative(x, orders, y);
     }
     void function_gradient(mlSlice const & x, mlMatrix & jacobian) const override {
-        std::vector<Jet> const row = at(x[0], x[1]);
-        for (int i = 0; i < output_dimension; ++i)
-            jacobian(i, 0) = row[i].u, jacobian(i, 1) = row[i].v;
+        Jets const row = at(x[0], x[1]);
+        for (int i = 0; i < output_dimension; ++i) {
+            jacobian(i, 0) = row[i].u;
+            jacobian(i, 1) = row[i].v;
+        }
     }
     void function_derivative(mlSlice const & x, int * const orders, mlVector & y) const override {
-        std::vector<Jet> const row = at(x[0], x[1]);
+        Jets const row = at(x[0], x[1]);
         for (int i = 0; i < output_dimension; ++i)
             y[i] = row[i].derivative(orders[0], orders[1]);
     }
+
+    Formula formula;
+    Window window, domain;
+    mutable int calls = 0;
+    mutable Values values;
 };
 
 /// Everything that a search answers.
 struct Answer {
     double u, v, value;
     int found, u_end, v_end, not_converged, state, iterations, calls;
-    bool operator==(Answer const & a) const = default;
 };
 
 /// A search by a minimiser of the function that is watched, with limits where they are given.
-template <class F>
-Answer minimise(mlBaseMinimiser2 & m, Watch<F> const & f, int limit = 100, double absolute_minimum = nan_value) {
+Answer minimise(mlBaseMinimiser2 & m, Watched const & f, int limit = 100, double absolute_minimum = nan_value) {
     m.set_window(f.window.u_min, f.window.u_max, f.window.v_min, f.window.v_max);
     m.set_max_iterations(limit);
     m.set_absolute_minimum(absolute_minimum);
@@ -117,133 +115,165 @@ protected:
         mlMinimiser2 m(watched, u, v, resolution);
         return minimise(m, watched);
     }
-    Answer search(Formulas const & f, double u, double v, Window const & window = {}, double resolution = 1e-8) const {
-        WatchedVector const watched(f, window);
+    Answer search_vector(Formula const & f, double u, double v, Window const & window, double resolution = 1e-8) const {
+        Watched const watched(f, window, order);
         mlVectorMinimiser2 m(watched, u, v, resolution, order);
         return minimise(m, watched);
     }
 };
 INSTANTIATE_TEST_SUITE_P(ByDerivatives, Minimiser2, testing::Values(0, 1, 2));
 
-Jet rosenbrock(Jet const & u, Jet const & v) { return 100.0 * square(v - u * u) + square(1.0 - u); }
-Jet himmelblau(Jet const & u, Jet const & v) { return square(u * u + v - 11.0) + square(u + v * v - 7.0); }
-Jet mccormick(Jet const & u, Jet const & v) { return sin(u + v) + square(u - v) - 1.5 * u + 2.5 * v + 1.0; }
-Jet hs3(Jet const & u, Jet const & v) { return v + 1e-5 * square(v - u); }
-Jet hs4(Jet const & u, Jet const & v) { return 1.0 / 3.0 * (u + 1.0) * square(u + 1.0) + v; }
-Jet fourth_powers(Jet const & u, Jet const & v) { return square(square(u)) + square(square(v)); }
-Jet slope(Jet const & u, Jet const & v) { return u - 2.0 * v; }
-Jet saddle(Jet const & u, Jet const & v) { return u * u - v * v; }
-Jet monkey_saddle(Jet const & u, Jet const & v) { return u * u * u - 3.0 * u * v * v; }
-Jet raised(Jet const & u, Jet const & v) { return 1e6 + rosenbrock(u, v); }
+Formula valley(double steepness) {
+    return [=](Jet const & u, Jet const & v) { return Jets{steepness * (v - u * u), 1.0 - u}; };
+}
+Formula nearest_to(double x, double y, double z) { // on a paraboloid
+    return [=](Jet const & u, Jet const & v) { return Jets{u - x, v - y, u * u + v * v - z}; };
+}
+Formula scaled(double s) {
+    return [=](Jet const & u, Jet const & v) { return Jets{s * u - 1.0, 1.0 / s * v - 2.0}; };
+}
+Jets raised(Jet const & u, Jet const & v) { return {1e3, 10.0 * (v - u * u), 1.0 - u}; }
+Jets hs3(Jet const & u, Jet const & v) { return {v + 1e-5 * square(v - u)}; }
+Jets hs4(Jet const & u, Jet const & v) { return {1.0 / 3.0 * (u + 1.0) * square(u + 1.0) + v}; }
+Jets himmelblau(Jet const & u, Jet const & v) { return {u * u + v - 11.0, u + v * v - 7.0}; }
+Jets freudenstein_roth(Jet const & u, Jet const & v) {
+    return {u + ((5.0 - v) * v - 2.0) * v - 13.0, u + ((v + 1.0) * v - 14.0) * v - 29.0};
+}
+Jets fourth_powers(Jet const & u, Jet const & v) { return {u * u, v * v}; }
+Jets four_wells(Jet const & u, Jet const & v) { return {u * u - 1.0, v * v - 1.0}; }
+Jets constant(Jet const &, Jet const &) { return {3.0}; }
+Jets slope(Jet const & u, Jet const & v) { return {u - 2.0 * v}; }
+Jets saddle(Jet const & u, Jet const & v) { return {u * u - v * v}; }
+Jets monkey_saddle(Jet const & u, Jet const & v) { return {u * u * u - 3.0 * u * v * v}; }
+Jets product(Jet const & u, Jet const & v) { return {u * v}; }
+Jets hill(Jet const & u, Jet const & v) { return {square(v) - square(square(u))}; }
+template <int p> Jets slanted(Jet const & u, Jet const & v) {
+    return {square(u + 0.5 * p * v) - square(square(u)) - square(square(v))};
+}
 Jet jet(double f, double first, double second) { return {f, first, first, second, second, second}; }
-Jet nan_beyond(Jet const & u, Jet const & v) {
+Jets untold(Jet const & u, Jet const & v) {
+    Jet const f = 100.0 * square(v - u * u) + square(1.0 - u);
+    return {{f.f, f.u, f.v, mlNoDerivative, mlNoDerivative, mlNoDerivative}};
+}
+Jets nan_beyond(Jet const & u, Jet const & v) {
     bool const beyond = u.f > 1.5 || v.f < -1.0;
-    return beyond ? jet(nan_value, nan_value, nan_value) : square(u - 1.0) + square(square(v - 1.0) + u);
+    return {beyond ? jet(nan_value, nan_value, nan_value) : square(u - 1.0) + square(square(v - 1.0) + u)};
 }
 
 struct Problem {
     char const * name;
-    Jet (*f)(Jet const &, Jet const &);
+    Formula f;
     double u0, v0;
     Window window;
-    double lowest; ///< the value at the minimum that is to be found
-    int calls[3];  ///< by order; a slip in the method costs or saves calls before it costs results
+    double lowest;   ///< the value at the minimum that is to be found, or `endless` where it falls for ever
+    int calls[2][3]; ///< as a function or a vector, by order; a slip in the method costs or saves calls before results
 };
 
-// Hock & Schittkowski 1 to 5, and the usual ones of global optimisation, each from a start whose minimum is known.
+// Hock & Schittkowski 1 to 4, the usual ones of global optimisation, saddles, feet and functions that fall for ever,
+// each from a start whose minimum is known.
 Problem const problems[] = {
-    {"HS1", rosenbrock, -2.0, 1.0, {-unbounded, unbounded, -1.5, unbounded}, 0.0, {90, 71, 63}},
-    {"HS2", rosenbrock, -2.0, 1.0, {-unbounded, unbounded, 1.5, unbounded}, 4.9412293179852, {45, 59, 55}},
-    {"HS3", hs3, 10.0, 1.0, {-unbounded, unbounded, 0.0, unbounded}, 0.0, {20, 14, 12}},
-    {"HS4", hs4, 1.125, 0.125, {1.0, unbounded, 0.0, unbounded}, 8.0 / 3.0, {9, 10, 12}},
-    {"HS5", mccormick, 0.0, 0.0, {-1.5, 4.0, -3.0, 3.0}, -1.9132229549810367, {29, 29, 27}},
-    {"Rosenbrock", rosenbrock, -1.2, 1.0, {}, 0.0, {60, 54, 48}},
-    {"RosenbrockRaised", raised, -1.2, 1.0, {}, 1e6, {54, 52, 46}},
-    {"Himmelblau", himmelblau, 0.0, 0.0, {-5.0, 5.0, -5.0, 5.0}, 0.0, {49, 44, 41}},
-    {"FourthPowers", fourth_powers, 1.7, 2.2, {}, 0.0, {242, 232, 18}},
-    {"NaNBeyond", nan_beyond, -2.0, 3.0, {-4.0, 4.0, -4.0, 4.0}, 0.5, {46, 40, 43}},
-    {"Slope", slope, 0.3, 0.4, {0.0, 1.0, 0.0, 1.0}, -2.0, {10, 10, 12}},
+    {"HS1", valley(10.0), -2.0, 1.0, {-unbounded, unbounded, -1.5, unbounded}, 0.0, {{90, 71, 63}, {90, 11, 63}}},
+    {"HS2", valley(10.0), -2.0, 1.0, {-9.0, unbounded, 1.5, unbounded}, 4.941229318, {{45, 59, 55}, {45, 12, 58}}},
+    {"HS3", hs3, 10.0, 1.0, {-unbounded, unbounded, 0.0, unbounded}, 0.0, {{20, 14, 12}}},
+    {"HS4", hs4, 1.125, 0.125, {1.0, unbounded, 0.0, unbounded}, 8.0 / 3.0, {{9, 10, 12}}},
+    {"Rosenbrock", valley(10.0), -1.2, 1.0, {}, 0.0, {{60, 54, 48}, {60, 9, 48}}},
+    {"Raised", raised, -1.2, 1.0, {}, 1e6, {{54, 52, 46}, {54, 9, 46}}},
+    {"Untold", untold, -1.2, 1.0, {}, 0.0, {{60, 54, 57}}},
+    {"Himmelblau", himmelblau, 0.0, 0.0, {-5.0, 5.0, -5.0, 5.0}, 0.0, {{49, 44, 41}, {49, 16, 41}}},
+    {"FreudensteinRoth", freudenstein_roth, 0.5, -2.0, {}, 48.98425367924, {{55, 46, 40}, {55, 36, 40}}},
+    {"FourthPowers", fourth_powers, 1.7, 2.2, {}, 0.0, {{242, 232, 18}, {242, 84, 22}}},
+    {"FourWells", four_wells, 0.0, 0.0, {}, 0.0, {{29, 30, 12}, {29, 12, 12}}},
+    {"Foot", nearest_to(3.0, 1.5, 0.25), -0.5, 0.5, {}, 6.0, {{45, 38, 37}, {45, 25, 37}}},
+    {"FootInside", nearest_to(0.5, 0.25, 1.5), 2.0, -1.0, {}, 0.375, {{59, 52, 55}, {59, 18, 58}}},
+    {"FootFromAxis", nearest_to(0.0, 0.0, 3.0), 0.5, 2.5, {}, 2.75, {{51, 29, 35}, {51, 14, 35}}},
+    {"TopOfAxis", nearest_to(0.0, 0.0, 3.0), 0.0, 0.0, {}, 2.75, {{69, 40, 45}, {69, 28, 45}}},
+    {"Scaled1e8", scaled(1e8), 0.0, 0.0, {}, 0.0, {{107, 34, 36}, {99, 20, 36}}},
+    {"Scaled1e-3", scaled(1e-3), 0.0, 0.0, {}, 0.0, {{29, 25, 24}, {29, 12, 24}}},
+    {"Constant", constant, 0.5, 0.5, {}, 3.0, {{30, 31, 30}}},
+    {"NaNBeyond", nan_beyond, -2.0, 3.0, {-4.0, 4.0, -4.0, 4.0}, 0.5, {{46, 40, 43}}},
+    {"Slope", slope, 0.3, 0.4, {0.0, 1.0, 0.0, 1.0}, -2.0, {{10, 10, 12}}},
+    {"Saddle", saddle, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.0, {{13, 10, 12}}},
+    {"SaddleOnAnEnd", saddle, 0.5, 0.0, {0.25, 1.0, -1.0, 1.0}, -0.9375, {{9, 10, 12}}},
+    {"MonkeySaddle", monkey_saddle, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.0, {{54, 20, 20}}},
+    {"Product", product, 0.0, 0.0, {0.0, 1.0, -1.0, 0.0}, -1.0, {{9, 10, 12}}},
+    {"HillOfAnEnd", hill, 0.0, 0.5, {0.0, 1.0, -1.0, 1.0}, -1.0, {{17, 10, 25}}},
+    {"HillOfAnUpperEnd", hill, 0.0, 0.5, {-1.0, 0.0, -1.0, 1.0}, -1.0, {{17, 10, 25}}},
+    {"FlatAlongALine", slanted<4>, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.09016994374947, {{34, 34, 43}}},
+    {"FlatAlongAnother", slanted<-1>, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.75, {{16, 25, 25}}},
+    {"EndlessSlope", slope, 1.0, 1.0, {}, endless, {{307, 142, 141}}},
+    {"EndlessSaddle", saddle, 1.0, 1.0, {}, endless, {{103, 104, 103}}},
+    {"EndlessMonkeySaddle", monkey_saddle, 1.0, 1.0, {}, endless, {{360, 123, 160}}},
 };
-
-Answer solve(Problem const & p, Watched const & f, int limit = 100, double absolute_minimum = nan_value) {
-    mlMinimiser2 m(f, p.u0, p.v0, 1e-8);
-    return minimise(m, f, limit, absolute_minimum);
-}
 
 TEST_P(Minimiser2, SolvesEachProblemInItsCalls) {
-    for (Problem const & p : problems) {
-        Watched const f(p.f, p.window, order);
-        Answer const a = solve(p, f);
-        SCOPED_TRACE(testing::Message() << p.name << " at " << a.u << ", " << a.v);
-        EXPECT_NE(a.state, mlMinimiser2Failed);
-        EXPECT_EQ(a.calls, p.calls[order]);
-        EXPECT_TRUE(solve(p, f) == a) << "another answer, for the same search";
-        EXPECT_TRUE(p.f != raised || order == 0 || std::hypot(a.u - 1.0, a.v - 1.0) < 1e-7) << "lost digits";
-        EXPECT_NEAR(a.value, p.lowest, 1e-8 * (order == 0 ? 10.0 : 1e-2) + 1e-15 * p.lowest);
-        // No lower value lies a few resolutions down the slope, within the window.
-        Jet const g = f.at(a.u, a.v);
-        for (double const resolutions : {3.0, 5.0}) {
-            double const step = resolutions * 1e-8 / (std::hypot(g.u, g.v) + 1e-300);
-            auto const [u, v] = p.window.clamp(a.u - step * g.u, a.v - step * g.v);
-            EXPECT_GE(p.f(u, v).f, a.value - 1e-14 * std::fabs(a.value) - 1e-28) << resolutions;
+    for (Problem const & p : problems)
+        for (bool const as_vector : {false, true}) {
+            if (as_vector && p.f(0.0, 0.0).size() == 1) continue;
+            Answer const a = as_vector ? search_vector(p.f, p.u0, p.v0, p.window) : search(p.f, p.u0, p.v0, p.window);
+            SCOPED_TRACE(testing::Message() << p.name << " at " << a.u << ", " << a.v << (as_vector ? ", vector" : ""));
+            EXPECT_EQ(a.calls, p.calls[as_vector][order]);
+            EXPECT_EQ(a.state == mlMinimiser2Failed, p.lowest == endless);
+            EXPECT_LE(a.value, p.lowest + 1e-15 * p.lowest + (order == 0 ? 1e-7 : 1e-10));
         }
-    }
 }
 
 TEST_P(Minimiser2, NeverRisesWithAnotherIterationAndStopsAtTheCallThatMeetsTheAbsoluteMinimum) {
     for (Problem const & p : problems) {
         SCOPED_TRACE(p.name);
+        auto const solve = [&](Watched const & f, int limit, double absolute_minimum) {
+            mlMinimiser2 m(f, p.u0, p.v0, 1e-8);
+            return minimise(m, f, limit, absolute_minimum);
+        };
         Watched const whole(p.f, p.window, order);
-        Answer const end = solve(p, whole);
+        Answer const end = solve(whole, 100, nan_value);
         double last = whole.values[0];
         for (int limit = 0; limit <= end.iterations; ++limit) {
-            Answer const a = solve(p, Watched(p.f, p.window, order), limit);
+            Answer const a = solve(Watched(p.f, p.window, order), limit, nan_value);
             EXPECT_LE(a.value, last) << limit;
-            EXPECT_EQ(std::tuple(a.iterations, a.not_converged), std::tuple(limit, limit < end.iterations));
+            EXPECT_EQ(a.iterations, limit);
+            EXPECT_EQ(a.not_converged, limit < end.iterations || end.not_converged);
             EXPECT_EQ(std::pair(a.u, a.v) == p.window.clamp(p.u0, p.v0) && a.calls == 1, limit == 0) << limit;
             last = a.value;
         }
         for (double const least : whole.values) { // those met by differences, too
             if (std::isnan(least)) continue;
             Watched const f(p.f, p.window, order);
-            Answer const a = solve(p, f, 100, least);
+            Answer const a = solve(f, 100, least);
             EXPECT_EQ(a.state, mlMinimiser2AbsoluteMinimum) << least;
             auto const met = std::find_if(f.values.begin(), f.values.end(), [&](double x) { return x <= least; });
             ASSERT_EQ(met - f.values.begin() + 1, std::ssize(f.values)) << least;
-            EXPECT_EQ(std::pair(a.value, p.f(a.u, a.v).f), std::pair(*met, *met)) << "not where it is met";
+            EXPECT_EQ(std::pair(a.value, Watched::total(p.f(a.u, a.v)).f), std::pair(*met, *met))
+                << "not where it is met";
         }
     }
 }
 
 TEST_P(Minimiser2, FollowsValleysToTheirEndsFromEverywhere) {
-    int const mean_calls[][3] = {{124, 98, 60}, {126, 11, 61}}, most_calls[][3] = {{650, 240, 230}, {650, 42, 230}};
-    for (double const scale : {1e2, 1e4, 1e6})
-        for (double const resolution : {1e-2, 1e-3, 1e-6}) {
-            Window const box{-2.0, 2.0, -2.0, 2.0};
-            auto const roots = [&](Jet u, Jet v) { return std::vector{std::sqrt(scale) * (v - u * u), 1.0 - u}; };
-            auto const f = [&](Jet u, Jet v) { return scale * square(v - u * u) + square(1.0 - u); };
-            SCOPED_TRACE(testing::Message() << scale << ", resolution " << resolution);
-            int calls[] = {0, 0};
+    int const calls[][3] = {{227513, 200855, 139713}, {227513, 26556, 141084}};
+    int all[] = {0, 0};
+    for (double const steepness : {1e1, 1e2, 1e3})
+        for (double const resolution : {1e-2, 1e-3, 1e-6})
             for (int i = 0; i < 289; ++i) {
                 double const u = 0.25 * (i / 17) - 2.0, v = 0.25 * (i % 17) - 2.0;
-                Answer const a[] = {search(f, u, v, box, resolution), search(roots, u, v, box, resolution)};
+                Window const box{-2.0, 2.0, -2.0, 2.0};
+                Answer const a[] = {search(valley(steepness), u, v, box, resolution),
+                                    search_vector(valley(steepness), u, v, box, resolution)};
+                SCOPED_TRACE(testing::Message() << steepness << ", " << resolution << " from " << u << ", " << v);
                 for (int k : {0, 1}) { // by values alone the floor is known to 3e-9
-                    EXPECT_EQ(a[k].state, mlMinimiser2Converged) << u << ", " << v;
-                    EXPECT_LT(a[k].value, std::max(1e-3 * resolution, 3e-9)) << u << ", " << v;
-                    EXPECT_LE(a[k].calls, most_calls[k][order]) << u << ", " << v;
-                    calls[k] += a[k].calls;
+                    EXPECT_EQ(a[k].state, mlMinimiser2Converged);
+                    EXPECT_LT(a[k].value, std::max(1e-3 * resolution, 3e-9));
+                    all[k] += a[k].calls;
                 }
             }
-            for (int k : {0, 1})
-                EXPECT_LE(calls[k], 289 * mean_calls[k][order]) << k;
-        }
+    for (int k : {0, 1})
+        EXPECT_EQ(all[k], calls[k][order]) << k;
 }
 
 TEST_P(Minimiser2, ReportsEndsBeyondWhichTheDomainGoesOn) {
     int const states[][2] = {{mlMinimiser2Converged, mlMinimiser2AtVEnd}, {mlMinimiser2AtUEnd, mlMinimiser2AtCorner}};
     for (double const a : {-9.0, -0.5, 0.0, 0.5, 9.0})
         for (double const b : {-9.0, -0.5, 0.0, 0.5, 9.0}) { // a bowl whose bottom the slopes move, far or not at all
-            auto const bowl = [&](Jet u, Jet v) { return square(u) + 2.0 * square(v) + a * u + b * v; };
+            auto const bowl = [&](Jet u, Jet v) { return Jets{square(u) + 2.0 * square(v) + a * u + b * v}; };
             Watched f(bowl, {-1.0, 1.0, -1.5, 1.25}, order);
             mlMinimiser2 m(f, 0.3, 0.1, 1e-8), of_closed(f, 0.3, 0.1, 1e-8);
             Answer const open = minimise(m, f);
@@ -259,64 +289,28 @@ TEST_P(Minimiser2, ReportsEndsBeyondWhichTheDomainGoesOn) {
             EXPECT_EQ(std::pair(closed.state, closed.found), std::pair(open.state, 1));
         }
     for (double const side : {1.0, -1.0}) { // the end is within the resolution
-        auto const gentle = [&](Jet u, Jet v) { return exp(side * u) - 0.9 * side * u + square(v); };
+        auto const gentle = [&](Jet u, Jet v) { return Jets{0.5 * square(u) + 0.1 * side * u + square(v)}; };
         Answer const a = search(gentle, 0.5 * side, 0.2, {std::min(0.0, side), std::max(0.0, side), -1.0, 1.0}, 0.5);
         EXPECT_EQ(std::tuple(a.u, a.state, a.u_end), std::tuple(0.0, mlMinimiser2AtUEnd, -side));
     }
 }
 
-TEST_P(Minimiser2, LeavesSaddles) {
-    Window const box{-1.0, 1.0, -1.0, 2.0};
-    auto const hill = [](Jet u, Jet v) { return square(v) - square(square(u)); };
-    EXPECT_LT(search(saddle, 0.0, 0.0, box).value, -0.9);
-    EXPECT_LT(search(saddle, 0.5, 0.0, {0.25, 1.0, -1.0, 2.0}).value, -0.9) << "on an end";
-    for (double const end : {1.0, -1.0}) // from which the function falls, without a slope
-        EXPECT_LT(search(hill, 0.0, 0.5, {std::min(0.0, end), std::max(0.0, end), -1.0, 1.0}).value, -0.9) << end;
-    EXPECT_LT(search([](Jet u, Jet v) { return cos(u) * cos(v); }, 0.0, 0.0).value, -0.99);
-    EXPECT_LT(search(monkey_saddle, 0.0, 0.0, box).value, -0.9);
-    for (double const p : {2.0, -0.5}) {
-        auto const slanted = [&](Jet u, Jet v) { return square(u + p * v) - fourth_powers(u, v); };
-        EXPECT_LT(search(slanted, 0.0, 0.0, box).value, -0.9) << "flat along a slanted line: " << p;
-    }
-    EXPECT_LT(search([](Jet u, Jet v) { return u * v; }, 0.0, 0.0, {0.0, 1.0, -1.0, 0.0}).value, -0.9) << "a corner";
-}
-
 TEST_P(Minimiser2, NeverConvergesOnNumbersThatAreNone) {
     for (double const none : {nan_value, infinity, -infinity}) {
-        auto const constant = [&](Jet, Jet) { return jet(none, none, none); };
-        EXPECT_EQ(search(constant, 0.5, 0.5, {0.0, 1.0, 0.0, unbounded}).state, mlMinimiser2Failed) << none;
+        auto const always = [&](Jet, Jet) { return Jets{jet(none, none, none)}; };
+        EXPECT_EQ(search(always, 0.5, 0.5, {0.0, 1.0, 0.0, unbounded}).state, mlMinimiser2Failed) << none;
     }
     EXPECT_EQ(search(saddle, nan_value, 0.5).calls, 0);
-    EXPECT_LE(search([](Jet, Jet) { return Jet(3.0); }, 0.5, 0.5).calls, 30 + order) << "a constant";
     for (double const none : {nan_value, mlNoDerivative}) {
-        auto const bowl = [&](Jet u, Jet v) { return jet((square(u - 0.3) + square(v)).f, none, none); };
+        auto const bowl = [&](Jet u, Jet v) { return Jets{jet((square(u - 0.3) + square(v)).f, none, none)}; };
         EXPECT_LT(search(bowl, 1.0, 1.0).value, 1e-14) << "values alone will do";
     }
-    auto const untold = [](Jet u, Jet v) {
-        Jet const f = rosenbrock(u, v);
-        return Jet(f.f, f.u, f.v, mlNoDerivative, mlNoDerivative, mlNoDerivative);
-    };
-    EXPECT_LE(search(untold, -1.2, 1.0).calls, order == 0 ? 60 : 57) << "takes second derivatives that are not told";
     EXPECT_NE(search(nan_beyond, 3.0, -3.0, {-4.0, 4.0, -4.0, 4.0}).state, mlMinimiser2Failed)
         << "numbers are looked for";
 }
 
-TEST_P(Minimiser2, EndsWhereTheFunctionFallsForEver) {
-    Formula const falling[] = {slope, saddle, monkey_saddle, [](Jet u, Jet v) { return v * v - log(1.0 + u * u); }};
-    for (Formula const & f : falling) {
-        Answer const a = search(f, 1.0, 1.0);
-        EXPECT_EQ(a.state, mlMinimiser2Failed);
-        EXPECT_LE(a.calls, 600);
-        EXPECT_TRUE(order == 0 || &f != &falling[0] || a.iterations < 100) << "left the plane late";
-    }
-    Answer const a = search([](Jet u, Jet v) { return 1.0 + exp(-1.0 * u) + v * v; }, 0.3, 0.7);
-    EXPECT_NEAR(a.value, 1.0, 4e-15) << "roundoff hides the fall";
-    EXPECT_EQ(a.state, mlMinimiser2Converged);
-}
-
 TEST_P(Minimiser2, GoesOnFromWhereItEndedAlsoInAnotherWindowButRemembersNothingOfTheFunction) {
-    double bend = 1.0;
-    Watched f([&](Jet u, Jet v) { return 100.0 * square(v - bend * u * u) + square(1.0 - u); }, {}, order);
+    Watched f(valley(10.0), {}, order);
     mlMinimiser2 m(f, -1.2, 1.0, 1e-8);
     Answer const first = minimise(m, f, 5), same = minimise(m, f, 0);
     EXPECT_EQ(std::tuple(same.u, same.v, same.value, same.calls), std::tuple(first.u, first.v, first.value, 1));
@@ -327,18 +321,17 @@ TEST_P(Minimiser2, GoesOnFromWhereItEndedAlsoInAnotherWindowButRemembersNothingO
     f.window = {};
     EXPECT_LT(minimise(m, f).value, 1e-12);
 
-    auto const valley = [&](Jet u, Jet v) { return std::vector{10.0 * (v - bend * u * u), 1.0 - u}; };
-    WatchedVector const roots(valley, {-1.0, 0.5, -2.0, 2.0});
-    mlVectorMinimiser2 of_length(roots, -3.0, 1.0, 1e-8, order);
-    Answer const a = minimise(of_length, roots);
+    f.window = {-1.0, 0.5, -2.0, 2.0};
+    mlVectorMinimiser2 of_length(f, -3.0, 1.0, 1e-8, order);
+    Answer const a = minimise(of_length, f);
     EXPECT_EQ(std::tuple(a.u, a.state, a.u_end), std::tuple(0.5, mlMinimiser2AtUEnd, 1));
     EXPECT_NEAR(a.v, 0.25, 1e-7);
-    bend = 2.0;
-    EXPECT_GT(minimise(of_length, roots, 0).value, a.value + 1.0) << "the same point, another function";
+    f.formula = himmelblau;
+    EXPECT_GT(minimise(of_length, f, 0).value, a.value + 1.0) << "the same point, another function";
 }
 
-TEST_P(Minimiser2, StaysInWindowsWithoutWidth) {
-    auto const bowl = [](Jet u, Jet v) { return square(u) + square(v) + u * v; };
+TEST_P(Minimiser2, StaysInWindowsWithoutWidthAndAtTheNearestOfEqualPoints) {
+    auto const bowl = [](Jet u, Jet v) { return Jets{square(u) + square(v) + u * v}; };
     Answer const line = search(bowl, 9.0, 2.0, {1.0, 1.0, -2.0, 5.0});
     EXPECT_EQ(std::tuple(line.u, line.state, line.u_end), std::tuple(1.0, mlMinimiser2AtUEnd, order > 0 ? -1 : 1))
         << "to where it falls, as far as that is known";
@@ -350,52 +343,8 @@ TEST_P(Minimiser2, StaysInWindowsWithoutWidth) {
         Answer const a = search(bowl, start, start, {1.0, 1.0 + u_width, 2.0, 2.0 + v_width}, resolution);
         EXPECT_EQ(std::tuple(a.u, a.v, a.state), std::tuple(1.0, 2.0, mlMinimiser2AtCorner)) << u_width;
     }
-}
-
-TEST_P(Minimiser2, GoesByTheScalesOfTheParametersAndFindsKinks) {
-    for (double const scale : {1e-8, 1e-3, 1e3, 1e8}) {
-        auto const f = [&](Jet u, Jet v) { return square(u * scale - 1.0) + square(v * (1.0 / scale) - 2.0); };
-        Answer const a = search(f, 0.0, 0.0, {}, 1e-10);
-        EXPECT_TRUE(order == 0 || std::hypot(a.u * scale - 1.0, a.v / scale - 2.0) < 1e-9) << scale;
-    }
-    Answer const floor = search([](Jet u, Jet v) { return square(u + v); }, 0.75, 0.75);
-    EXPECT_LT(floor.value, 1e-15);
-    EXPECT_LT(order < 2 ? 0.0 : std::hypot(floor.u, floor.v), 1e-7) << "not the valley's nearest point";
-    for (double const slant : {0.0, 0.4}) {
-        auto const f = [&](Jet u, Jet v) { return magnitude(u + slant * v - 0.5) + 0.1 * magnitude(u - v); };
-        EXPECT_TRUE(order > 0 || search(f, 2.0, 2.0, {}, 1e-6).value < 1e-5) << slant;
-    }
-}
-
-TEST_P(Minimiser2, FindsFeetOnATorusAndACircleAndConvergesWithLargeResiduals) {
-    auto const to_torus = [](double x, double y, double z) { // of radii 3 and 1
-        return [=](Jet u, Jet v) {
-            Jet const radius = 3.0 + cos(v);
-            return std::vector{radius * cos(u) - x, radius * sin(u) - y, sin(v) - z};
-        };
-    };
-    int const most_calls[] = {110, 35, 60};
-    double const points[][3] = {{5.0, 1.0, 1.0}, {3.5, 0.5, 0.2}, {1.0, 1.0, 3.0}, {0.1, 0.2, 0.5}, {-4.0, 2.0, -1.0}};
-    for (auto const & [x, y, z] : points) {
-        Answer const a = search(to_torus(x, y, z), 0.5, 0.5);
-        double const from_centre = std::hypot(std::hypot(x, y) - 3.0, z); // line of the tube
-        EXPECT_NEAR(std::sqrt(a.value), std::fabs(from_centre - 1.0), 1e-9) << x;
-        EXPECT_EQ(a.state, mlMinimiser2Converged) << x;
-        EXPECT_LE(a.calls, most_calls[order]) << x;
-    }
-    Answer const on_axis = search(to_torus(0.0, 0.0, 0.0), 0.5, 2.5); // where all u are alike
-    EXPECT_NEAR(on_axis.value, 4.0, 1e-12);
-    EXPECT_LE(on_axis.calls, 40);
-    EXPECT_NEAR(search(to_torus(3.0, 0.0, 9.0), 0.0, -1.5).value, 64.0, 1e-12) << "v = pi/2";
-    // The far side of a circle: the gradient is zero, and the Jacobian does not tell a maximum.
-    auto const circle = [](Jet u, Jet v) { return std::vector{cos(u) - 2.0, sin(u), v}; };
-    EXPECT_NEAR(search(circle, 3.14159265358979323846, 0.0, {-9.0, 9.0, -1.0, 1.0}).value, 1.0, 1e-12);
-    auto const freudenstein_roth = [](Jet u, Jet v) {
-        return std::vector{u + ((5.0 - v) * v - 2.0) * v - 13.0, u + ((v + 1.0) * v - 14.0) * v - 29.0};
-    };
-    Answer const end = search(freudenstein_roth, 0.5, -2.0);
-    EXPECT_LT(std::hypot(end.value - 48.98425367924, 0.01 * (end.v + 0.89680525327)), 1e-9);
-    EXPECT_LE(end.calls, 60);
+    Answer const floor = search([](Jet u, Jet v) { return Jets{square(u + v)}; }, 0.75, 0.75);
+    EXPECT_LT(order < 2 ? 0.0 : std::hypot(floor.u, floor.v), 1e-7) << "not the nearest point of the valley";
 }
 
 } // namespace

@@ -12,11 +12,6 @@ struct Jet {
     Jet(double f_, double u_, double v_, double uu_, double uv_, double vv_)
         : f(f_), u(u_), v(v_), uu(uu_), uv(uv_), vv(vv_) {}
 
-    /// g(this), from the value and the two derivatives of g there.
-    Jet chain(double g, double d, double dd) const {
-        return {g, d * u, d * v, d * uu + dd * u * u, d * uv + dd * u * v, d * vv + dd * v * v};
-    }
-
     double derivative(int u_order, int v_order) const {
         double const by_order[3][3] = {{f, v, vv}, {u, uv, mlNoDerivative}, {uu, mlNoDerivative, mlNoDerivative}};
         return by_order[u_order][v_order];
@@ -36,8 +31,3 @@ inline Jet operator*(Jet const & a, Jet const & b) {
 }
 inline Jet operator-(Jet const & a, Jet const & b) { return a + -1.0 * b; }
 inline Jet square(Jet const & a) { return a * a; }
-inline Jet sin(Jet const & a) { return a.chain(std::sin(a.f), std::cos(a.f), -std::sin(a.f)); }
-inline Jet cos(Jet const & a) { return a.chain(std::cos(a.f), -std::sin(a.f), -std::cos(a.f)); }
-inline Jet exp(Jet const & a) { return a.chain(std::exp(a.f), std::exp(a.f), std::exp(a.f)); }
-inline Jet log(Jet const & a) { return a.chain(std::log(a.f), 1.0 / a.f, -1.0 / (a.f * a.f)); }
-inline Jet magnitude(Jet const & a) { return a.chain(std::fabs(a.f), a.f > 0.0 ? 1.0 : a.f < 0.0 ? -1.0 : 0.0, 0.0); }
