@@ -13,31 +13,49 @@
 
 namespace {
 
-/// Distances that are linear in the parameters: the rows of a matrix times p, less the right-hand sides.
-struct LinearFit : mlDistanceLeastSquares {
-    LinearFit(mlMatrix const & rows, Values right)
-        : mlDistanceLeastSquares(rows.cols(), rows.rows()), rows_(rows), right_(std::move(right)) {}
-    void normalise_parameters(mlVector & p) override { p[0] = peculiar ? std::fabs(p[0]) : p[0]; }
-    int n_independent_parameters() const override { return peculiar ? 1 : n_parameters(); }
-    double get_last_square_distance() const override { return 7.0; } // for models that say so
-    void distance(double & d, int point) override {
-        outside = outside || parameters[0] < low || parameters[0] > high;
-        d = scalar_product(rows_.row(point), parameters.slice()) - right_[point];
+using Points = std::vector<Values>;
+
+/// Distances that are linear in the parameters: coefficients and a constant a point. `trace` gets a letter for each
+/// call: n normalise, s set, g with gradient, d without, q the square distance.
+class LinearModel : public mlDistanceLeastSquares {
+public:
+    LinearModel(int n, Points const & points)
+        : mlDistanceLeastSquares(n, static_cast<int>(points.size())), points_(points) {}
+
+    void set_parameters(mlVector const & p) override {
+        trace += 's';
+        outside = outside || p[0] < low || p[0] > high;
+        mlDistanceLeastSquares::set_parameters(p);
+    }
+    void normalise_parameters(mlVector & p) override { // the first two to a direction, when there are three
+        trace += 'n';
+        if (is_direction) p /= std::hypot(p[0], p[1]);
     }
     void distance_and_gradient(double & d, mlVector & gradient, int point) override {
         distance(d, point);
-        gradient = rows_.row(point);
+        trace.back() = 'g';
+        gradient.become(utConvert, points_[point].data(), n_parameters());
         gradient *= factor;
     }
+    void distance(double & d, int point) override {
+        trace += 'd';
+        d = points_[point].back();
+        for (int j = 0; j < n_parameters(); ++j)
+            d += points_[point][j] * parameters[j];
+    }
+    double get_last_square_distance() const override { return trace += 'q', 7.0; }
+    int n_independent_parameters() const override { return independent; }
+
     using mlDistanceLeastSquares::precise_square_distance;
-    bool peculiar = false; // the first parameter is made positive, one is independent
-    double factor = 1.0;   // of gradients
+    mutable std::string trace;
+    bool is_direction = false; ///< the first two parameters, made a unit vector
+    int independent = n_parameters();
+    double factor = 1.0; ///< of gradients
     double low = -infinity, high = infinity;
-    bool outside = false; // of these bounds of p[0], ever
+    bool outside = false; ///< of these bounds of p[0], ever
 
 private:
-    mlMatrix const & rows_;
-    Values right_;
+    Points points_;
 };
 
 double digits(mlVector const & found, Values const & certified) {
@@ -130,8 +148,9 @@ TEST(CurveFit, TakesDifferencesOnTheScaleOfTheStart) {
 
 TEST(FitQuality, TellsWhichParametersTheDataDoNotDetermine) {
     // p[0] + p[1] alone, p[2], nothing of p[3]; the squares of p[2]'s column overflow
-    Matrix const rows(5, 4, {1, 1, 1e200, 0, 1, 1, 2e200, 0, 1, 1, 3e200, 0, 1, 1, 4e200, 0, 1, 1, 5e200, 0});
-    LinearFit model(rows, {1, 2, 3, 4, 6});
+    LinearModel model(
+        4,
+        {{1, 1, 1e200, 0, -1}, {1, 1, 2e200, 0, -2}, {1, 1, 3e200, 0, -3}, {1, 1, 4e200, 0, -4}, {1, 1, 5e200, 0, -6}});
     mlFitQuality const quality(model, Vector{-0.2, -0.2, 1.2e-200, 0});
     EXPECT_EQ(quality.status(), mlFitQualityUndetermined);
     EXPECT_EQ(std::tuple(quality.rank(), quality.degrees_of_freedom()), std::tuple(2, 3));
@@ -148,8 +167,7 @@ TEST(FitQuality, TellsWhichParametersTheDataDoNotDetermine) {
 }
 
 TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
-    Matrix const square(2, 2, {1, 0, 1, 1}), wide(1, 2, {1, 1});
-    LinearFit exact(square, {1, 2}), wanting(wide, {1});
+    LinearModel exact(2, {{1, 0, -1}, {1, 1, -2}}), wanting(2, {{1, 1, -1}});
     mlFitQuality const quality(exact, Vector{1, 1}), short_of_points(wanting, Vector{1, 0});
     EXPECT_EQ(std::tuple(quality.status(), quality.degrees_of_freedom()), std::tuple(mlFitQualityNoFreedom, 0));
     EXPECT_TRUE(std::isnan(quality.residual_deviation()));
@@ -170,22 +188,19 @@ TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
     mlRandom random(5);
     int iterations = 0;
     for (int trial = 0; trial < 300; ++trial) {
-        int const m = 1 + trial % 7, n = m + 3;
-        mlMatrix rows;
-        mlVector lower, upper, start, p, d(mlVectorZero, n);
-        fill_random(rows, n, m, trial);
+        int const m = 1 + trial % 7;
+        mlVector lower, upper, start, p, d(mlVectorZero, m + 3);
         fill_random(start, m, trial);
         fill_random(lower, m, trial + 1);
         upper.become(utCopy, lower);
         for (int j = 0; j < m; ++j)
             if (j % 4 != 3) upper[j] += random.uniform();
-        Values right(n);
-        for (int i = 0; i < n; ++i) {
-            right[i] = random.uniform(-3.0, 3.0);
-            if (trial % 3 == 0) rows.row(i) -= 3.0; // nearly dependent columns
-        }
+        Points points(m + 3, Values(m + 1));
+        for (Values & point : points)
+            for (double & x : point)
+                x = random.uniform(-1.0, 1.0) - (trial % 3 == 0 ? 3.0 : 0.0); // nearly dependent columns
         start *= 2.0;
-        LinearFit model(rows, right);
+        LinearModel model(m, points);
         model.low = lower[0];
         model.high = upper[0];
         mlBoundedFit fit(model, lower, upper);
@@ -194,23 +209,24 @@ TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
         EXPECT_FALSE(model.outside);
         iterations += fit.iterations();
         model.set_parameters(p);
-        for (int i = 0; i < n; ++i)
+        for (int i = 0; i < d.size(); ++i)
             model.distance(d[i], i);
         for (int j = 0; j < m; ++j) {
-            double const slope = scalar_product(rows.col(j), d.slice());
-            double const negligible = 1e-6 * euclidean_norm(d) * euclidean_norm(rows.col(j));
+            double slope = 0.0;
+            for (int i = 0; i < d.size(); ++i)
+                slope += points[i][j] * d[i];
+            double const negligible = 1e-5 * euclidean_norm(d);
             int const side = fit.at_bound(j);
             EXPECT_EQ(p[j], std::clamp(p[j], lower[j], upper[j])) << j;
             EXPECT_TRUE(lower[j] == upper[j] || -side * slope >= -negligible) << j;
             EXPECT_TRUE(side != 0 || std::fabs(slope) < negligible) << j;
         }
     }
-    EXPECT_EQ(iterations, 568);
+    EXPECT_EQ(iterations, 583);
 }
 
 TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
-    mlMatrix const rows{{1, 0}, {1, 0}};
-    LinearFit model(rows, {1, 3});
+    LinearModel model(2, {{1, 0, -1}, {1, 0, -3}});
     struct {
         double lower, upper, start;
         int limit;
@@ -236,9 +252,9 @@ TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
 }
 
 TEST(Fits, GoByTheModelsOwnSquaresNormalFormAndIndependentParameters) {
-    Matrix const rows(3, 2, {1, 0, 1, 1, 0, 1});
-    LinearFit model(rows, {1, 2, 3});
-    model.peculiar = true;
+    LinearModel model(2, {{1, 0, -1}, {1, 1, -2}, {0, 1, -3}});
+    model.is_direction = true;
+    model.independent = 1;
     model.precise_square_distance = true;
     mlFitQuality const quality(model, Vector{1, 1});
     EXPECT_EQ(std::tuple(quality.residual_sum(), quality.rank(), quality.degrees_of_freedom()), std::tuple(21.0, 2, 2));
@@ -246,7 +262,7 @@ TEST(Fits, GoByTheModelsOwnSquaresNormalFormAndIndependentParameters) {
     fit.set_max_iterations(0);
     Vector p{9, 9};
     EXPECT_EQ(fit.fit(Vector{-0.5, 0}, p), mlBoundedFitIterationLimit);
-    EXPECT_EQ(std::tuple(p[0], fit.residual_sum()), std::tuple(0.5, 21.0));
+    EXPECT_EQ(std::tuple(p[0], fit.residual_sum()), std::tuple(-1.0, 21.0));
     fit.set_max_iterations(5);
     EXPECT_EQ(fit.fit(Vector{-0.5, 0}, p), mlBoundedFitConverged); // 21 is never below 21
     model.factor = infinity;
@@ -257,9 +273,8 @@ TEST(Fits, GoByTheModelsOwnSquaresNormalFormAndIndependentParameters) {
 
 // A linear problem takes a step that the damping shortens, and few more: held parameters move the others at once.
 TEST(BoundedFit, TakesAStepForEachChangeOfTheParametersHeld) {
-    Matrix const rows(3, 2, {1, -1, 1, 0, 0, 1});
-    auto const expect = [&](Values const & right, Vector const & lower, Vector const & start, int iterations) {
-        LinearFit model(rows, right);
+    auto const expect = [](Values const & right, Vector const & lower, Vector const & start, int iterations) {
+        LinearModel model(2, {{1, -1, -right[0]}, {1, 0, -right[1]}, {0, 1, -right[2]}});
         mlBoundedFit fit(model, lower, Vector{9, 1});
         mlVector p;
         EXPECT_EQ(fit.fit(start, p), mlBoundedFitConverged);
@@ -267,6 +282,93 @@ TEST(BoundedFit, TakesAStepForEachChangeOfTheParametersHeld) {
     };
     expect({0, 0, 1}, {0, -9}, {0, 0}, 4);  // the first one, on its bound without a slope, is free only after a step
     expect({5, 5, 9}, {-9, -9}, {0, 0}, 3); // the second one meets its bound in the first step
+}
+
+std::string repeat(std::string const & text, int n) { return n > 0 ? text + repeat(text, n - 1) : ""; }
+
+struct Fitter : mlLevenbergMarquardt {
+    using mlLevenbergMarquardt::calc_matrices, mlLevenbergMarquardt::fit, mlLevenbergMarquardt::mlLevenbergMarquardt,
+        mlLevenbergMarquardt::update_pars;
+};
+
+TEST(LevenbergMarquardt, TriesAndTakesStepsByItsRules) {
+    // The mean is that of the last point linearised at; without a limit of lambda the fit's own are used.
+    auto const expect = [](Points const & points, double start, double max_lambda, int iterations, int strict,
+                           std::string const & trace, double mean, double parameter) {
+        LinearModel model(1, points);
+        model.precise_square_distance = max_lambda > 1;
+        Fitter fitter(model);
+        fitter.set_strict(strict);
+        fitter.set_max_iterations(iterations);
+        mlVector result;
+        EXPECT_NEAR(max_lambda == 0 ? fitter.fit(Vector{start}, result)
+                                    : fitter.fit(Vector{start}, result, iterations, 0.0, max_lambda, strict),
+                    mean, 1e-9 * mean);
+        EXPECT_EQ(model.trace, trace);
+        EXPECT_NEAR(result[0], parameter, 1e-9 * std::fabs(parameter)) << trace;
+    };
+    auto const left = [](double lambda) { return 1 - 1 / (1 + 2 * lambda); }; // of the way, after a step
+    double const x = 1e-16, first = 0.0001 * 0.04 * 10, y = x * left(first);
+    Points const pair = {{1, 0}, {1, -2}}, origin = {{1, 0}}, far = {{1, 1e60}};
+    // At the optimum no try succeeds, until lambda passes its limit.
+    expect(pair, 1, 0, 500, 0, "nsgg" + repeat("nsdd", 16), 1, 1);
+    expect(pair, 1, 0, 500, 1, "nsgg" + repeat("nsdd", 46), 1, 1);
+    expect({{1, 1}}, 0, 1e-5, 9, 0, "nsgnsd", 1, 0); // a success past the limit is discarded, one at it is taken
+    expect({{1, 1}}, 0, first, 1, 0, "nsgnsd", 1, left(first) - 1);
+    // Twelve successes in a row end a fit.
+    expect(origin, 1, 0, 500, 0, "n" + repeat("sgnsd", 12), 1.24297659771e-134, 3.74094506227e-76);
+    // A negligible step ends a strict fit, which takes it.
+    expect(origin, x, 0, 2, 1, "nsgnsd", x * x, y);
+    expect(origin, x, 0, 2, 0, "nsgnsdsgnsd", y * y, y * left(0.4 * first));
+    // 7 is never below 7: fifty failures are too few for the one limit, and then the last trial is taken.
+    expect(far, 0, 1e300, 1, 0, "nsgq" + repeat("nsdq", 50), 7, -1e60 / (2 * first * 1e49));
+    expect(far, 0, 1e10, 1, 0, "nsgq" + repeat("nsdq", 16), 7, 0);
+}
+
+TEST(LevenbergMarquardt, SolvesTheStepByCholeskyThenByLUOrNotAtAll) {
+    LinearModel model(1, {{1, -6}}); // J'J = 1, -J'd = 6
+    Fitter fitter(model);
+    Vector p{0};
+    fitter.calc_matrices(p);
+    // -2: indefinite; -0.5: singular, no step, and 1 + 2 (-0.5) stays on the diagonal; then 0 + (0 + 1) lambda
+    for (auto const & [lambda, step] : {std::pair{0.5, 3.0}, {-2.0, -2.0}, {-0.5, 0.0}, {2.0, 3.0}}) {
+        p[0] = 0.0;
+        EXPECT_DOUBLE_EQ(fitter.update_pars(lambda, p), step == 0.0 ? largest_double : (step - 6.0) * (step - 6.0));
+        EXPECT_DOUBLE_EQ(p[0], step);
+    }
+}
+
+TEST(LevenbergMarquardt, KeepsParametersInTheirCanonicalForm) {
+    // Points on the line 0.6 x + 0.8 y = 2: distance n . point - offset, n a direction.
+    LinearModel model(3, {{2, 1, -1, 0}, {-2, 4, -1, 0}, {6, -2, -1, 0}}), pointless(2, {});
+    model.is_direction = true;
+    Vector const start{3, 0, 0};
+    Vector result{9, 9, 9, 9};
+    mlLevenbergMarquardt fitter(model);
+    fitter.set_max_iterations(0);
+    EXPECT_TRUE(std::isnan(fitter.fit(start, result)));
+    EXPECT_EQ(model.trace, "n");
+    EXPECT_EQ(contents(result), (Values{1, 0, 0}));
+    EXPECT_LT(mlLevenbergMarquardt(model).fit(start, result), 1e-15);
+    EXPECT_LT(norm_diff(result, Vector{0.6, 0.8, 2}), 1e-8);
+    EXPECT_FALSE(std::isfinite(mlLevenbergMarquardt(pointless).fit(Vector{0, 4}, result)));
+    EXPECT_EQ(contents(result), (Values{0, 4}));
+}
+
+TEST(DistanceLeastSquares, RatesHowThePointsDetermineTheParametersOfUnitScale) {
+    auto const expect = [](Points const & points, double quality, std::string const & trace) {
+        LinearModel model(static_cast<int>(points[0].size()) - 1, points);
+        model.independent = 1;
+        EXPECT_NEAR(model.point_distribution_quality(mlVector(mlVectorZero, model.n_parameters())), quality, 1e-15);
+        EXPECT_EQ(model.trace, trace);
+        Vector scales{0, 0, 0};
+        model.parameter_scales(scales);
+        EXPECT_EQ(contents(scales), Values{1}); // of each independent parameter
+    };
+    expect({{3, 4, 0}, {-0.4, 0.3, 0}}, 0.1, "sgg"); // rows at right angles: their lengths
+    expect({{1, 1, 0}, {2, 2, 0}, {3, 3, 0}}, 0.0, "sggg");
+    expect({{1, 0, 0}}, 0.0, "s");
+    expect({{-2, 0}}, 1.0, "sg");
 }
 
 } // namespace

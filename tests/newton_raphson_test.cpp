@@ -72,14 +72,4 @@ TEST(NewtonRaphson, StopsByItsRulesAtTheBestPoint) {
     expect(mlNRNoChange, steps(1), {one, {infinity}}, 0.1);
 }
 
-TEST(NewtonRaphson, FindsTheNearRootOfTwoEquations) {
-    mlFunctionNOf const curves(2, 2, [](mlSlice const & x, mlVector & y) { // a circle and a hyperbola
-        y = Vector{x.modulus_squared() - 4.0, x[0] * x[1] - 1.0};
-    });
-    Vector x{2, 1};
-    int converged = 0;
-    mlNewtonRaphson(mlNRDim, 2).solve(curves, x, 1e-10, converged);
-    EXPECT_LT(norm_diff(x, Vector{std::sqrt(2.0 + std::sqrt(3.0)), std::sqrt(2.0 - std::sqrt(3.0))}), 1e-14);
-}
-
 } // namespace
