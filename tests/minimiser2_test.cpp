@@ -134,22 +134,17 @@ Formula scaled(double s) {
 }
 Jets raised(Jet const & u, Jet const & v) { return {1e3, 10.0 * (v - u * u), 1.0 - u}; }
 Jets hs3(Jet const & u, Jet const & v) { return {v + 1e-5 * square(v - u)}; }
-Jets hs4(Jet const & u, Jet const & v) { return {1.0 / 3.0 * (u + 1.0) * square(u + 1.0) + v}; }
 Jets himmelblau(Jet const & u, Jet const & v) { return {u * u + v - 11.0, u + v * v - 7.0}; }
 Jets freudenstein_roth(Jet const & u, Jet const & v) {
     return {u + ((5.0 - v) * v - 2.0) * v - 13.0, u + ((v + 1.0) * v - 14.0) * v - 29.0};
 }
 Jets fourth_powers(Jet const & u, Jet const & v) { return {u * u, v * v}; }
-Jets four_wells(Jet const & u, Jet const & v) { return {u * u - 1.0, v * v - 1.0}; }
 Jets constant(Jet const &, Jet const &) { return {3.0}; }
 Jets slope(Jet const & u, Jet const & v) { return {u - 2.0 * v}; }
 Jets saddle(Jet const & u, Jet const & v) { return {u * u - v * v}; }
 Jets monkey_saddle(Jet const & u, Jet const & v) { return {u * u * u - 3.0 * u * v * v}; }
-Jets product(Jet const & u, Jet const & v) { return {u * v}; }
 Jets hill(Jet const & u, Jet const & v) { return {square(v) - square(square(u))}; }
-template <int p> Jets slanted(Jet const & u, Jet const & v) {
-    return {square(u + 0.5 * p * v) - square(square(u)) - square(square(v))};
-}
+Jets slanted(Jet const & u, Jet const & v) { return {square(u + 2.0 * v) - square(square(u)) - square(square(v))}; }
 Jet jet(double f, double first, double second) { return {f, first, first, second, second, second}; }
 Jets untold(Jet const & u, Jet const & v) {
     Jet const f = 100.0 * square(v - u * u) + square(1.0 - u);
@@ -169,39 +164,30 @@ struct Problem {
     int calls[2][3]; ///< as a function or a vector, by order; a slip in the method costs or saves calls before results
 };
 
-// Hock & Schittkowski 1 to 4, the usual ones of global optimisation, saddles, feet and functions that fall for ever,
+// Hock & Schittkowski 1 to 3, the usual ones of global optimisation, saddles, feet and functions that fall for ever,
 // each from a start whose minimum is known.
 Problem const problems[] = {
     {"HS1", valley(10.0), -2.0, 1.0, {-unbounded, unbounded, -1.5, unbounded}, 0.0, {{90, 71, 63}, {90, 11, 63}}},
     {"HS2", valley(10.0), -2.0, 1.0, {-9.0, unbounded, 1.5, unbounded}, 4.941229318, {{45, 59, 55}, {45, 12, 58}}},
     {"HS3", hs3, 10.0, 1.0, {-unbounded, unbounded, 0.0, unbounded}, 0.0, {{20, 14, 12}}},
-    {"HS4", hs4, 1.125, 0.125, {1.0, unbounded, 0.0, unbounded}, 8.0 / 3.0, {{9, 10, 12}}},
     {"Rosenbrock", valley(10.0), -1.2, 1.0, {}, 0.0, {{60, 54, 48}, {60, 9, 48}}},
     {"Raised", raised, -1.2, 1.0, {}, 1e6, {{54, 52, 46}, {54, 9, 46}}},
     {"Untold", untold, -1.2, 1.0, {}, 0.0, {{60, 54, 57}}},
     {"Himmelblau", himmelblau, 0.0, 0.0, {-5.0, 5.0, -5.0, 5.0}, 0.0, {{49, 44, 41}, {49, 16, 41}}},
     {"FreudensteinRoth", freudenstein_roth, 0.5, -2.0, {}, 48.98425367924, {{55, 46, 40}, {55, 36, 40}}},
     {"FourthPowers", fourth_powers, 1.7, 2.2, {}, 0.0, {{242, 232, 18}, {242, 84, 22}}},
-    {"FourWells", four_wells, 0.0, 0.0, {}, 0.0, {{29, 30, 12}, {29, 12, 12}}},
-    {"Foot", nearest_to(3.0, 1.5, 0.25), -0.5, 0.5, {}, 6.0, {{45, 38, 37}, {45, 25, 37}}},
-    {"FootInside", nearest_to(0.5, 0.25, 1.5), 2.0, -1.0, {}, 0.375, {{59, 52, 55}, {59, 18, 58}}},
     {"FootFromAxis", nearest_to(0.0, 0.0, 3.0), 0.5, 2.5, {}, 2.75, {{51, 29, 35}, {51, 14, 35}}},
     {"TopOfAxis", nearest_to(0.0, 0.0, 3.0), 0.0, 0.0, {}, 2.75, {{69, 40, 45}, {69, 28, 45}}},
     {"Scaled1e8", scaled(1e8), 0.0, 0.0, {}, 0.0, {{107, 34, 36}, {99, 20, 36}}},
-    {"Scaled1e-3", scaled(1e-3), 0.0, 0.0, {}, 0.0, {{29, 25, 24}, {29, 12, 24}}},
     {"Constant", constant, 0.5, 0.5, {}, 3.0, {{30, 31, 30}}},
     {"NaNBeyond", nan_beyond, -2.0, 3.0, {-4.0, 4.0, -4.0, 4.0}, 0.5, {{46, 40, 43}}},
-    {"Slope", slope, 0.3, 0.4, {0.0, 1.0, 0.0, 1.0}, -2.0, {{10, 10, 12}}},
     {"Saddle", saddle, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.0, {{13, 10, 12}}},
     {"SaddleOnAnEnd", saddle, 0.5, 0.0, {0.25, 1.0, -1.0, 1.0}, -0.9375, {{9, 10, 12}}},
     {"MonkeySaddle", monkey_saddle, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.0, {{54, 20, 20}}},
-    {"Product", product, 0.0, 0.0, {0.0, 1.0, -1.0, 0.0}, -1.0, {{9, 10, 12}}},
     {"HillOfAnEnd", hill, 0.0, 0.5, {0.0, 1.0, -1.0, 1.0}, -1.0, {{17, 10, 25}}},
     {"HillOfAnUpperEnd", hill, 0.0, 0.5, {-1.0, 0.0, -1.0, 1.0}, -1.0, {{17, 10, 25}}},
-    {"FlatAlongALine", slanted<4>, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.09016994374947, {{34, 34, 43}}},
-    {"FlatAlongAnother", slanted<-1>, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.75, {{16, 25, 25}}},
+    {"FlatAlongALine", slanted, 0.0, 0.0, {-1.0, 1.0, -1.0, 1.0}, -1.09016994374947, {{34, 34, 43}}},
     {"EndlessSlope", slope, 1.0, 1.0, {}, endless, {{307, 142, 141}}},
-    {"EndlessSaddle", saddle, 1.0, 1.0, {}, endless, {{103, 104, 103}}},
     {"EndlessMonkeySaddle", monkey_saddle, 1.0, 1.0, {}, endless, {{360, 123, 160}}},
 };
 
