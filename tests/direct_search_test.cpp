@@ -42,13 +42,13 @@ double bowl(mlSlice const & x) {
     return sum;
 }
 
-TEST(Simplex, FindsMinimaFromASimplexWhoseLastVertexIsTheStart) {
-    for (int n : {1, 3}) {
+TEST(Simplex, FindsMinimaInItsCalls) {
+    int const calls[] = {36, 89, 184};
+    for (int n = 1; n <= 3; ++n) {
         Search const search(n, bowl);
+        EXPECT_EQ(search.calls, calls[n - 1]) << "n = " << n;
         EXPECT_NEAR(search.value, 1.0, 1e-8);
         EXPECT_EQ(bowl(search.x.slice()), search.value);
-        for (int k = 0; k < (n + 1) * n; ++k)
-            EXPECT_EQ(search.f.points[k / n][k % n], k / n == k % n ? 0.1 : 0.0) << "vertex " << k / n;
     }
 }
 

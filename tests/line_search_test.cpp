@@ -161,15 +161,18 @@ TEST(MinimiserSearch, HasFoundAMinimumAtARangeEndOnlyWhereTheDomainEndsToo) {
 
 TEST(FunctionValue, CopiesWhatIsKnown) {
     mlFunctionValue source(1.0), target(2.0);
-    target.first_derivative = 7.0;
-    target = source; // without a value
+    target.first_derivative = target.second_derivative = 7.0;
+    target = source; // which knows nothing
     EXPECT_EQ(std::pair(target.t, target.first_derivative), std::pair(1.0, 7.0));
     source.value = 3.0;
-    target = source; // without derivatives
-    EXPECT_EQ(std::pair(target.value, target.first_derivative), std::pair(3.0, mlUnboundedMin));
     source.first_derivative = source.second_derivative = 9.0;
+    source.invalidate_derivatives();
+    target = source; // which knows its value
+    EXPECT_EQ(std::tuple(target.value, target.first_derivative, target.second_derivative),
+              std::tuple(3.0, mlUnboundedMin, 7.0));
+    source.first_derivative = 8.0;
     target = source;
-    EXPECT_EQ(std::pair(target.first_derivative, target.second_derivative), std::pair(9.0, 9.0));
+    EXPECT_EQ(std::pair(target.first_derivative, target.second_derivative), std::pair(8.0, 9.0));
 }
 
 TEST(FunctionValue, KnowsNothingThatACallWhichThrewWasToTell) {

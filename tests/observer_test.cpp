@@ -43,7 +43,7 @@ Values powell(mlObserver * observer) {
     mlMatrix directions(mlMatrixIdentity, 2);
     int sweeps = 0;
     ml_powell_minimum_search(x, directions, 1e-12, sweeps, valley, observer);
-    return {x[0], x[1], 1.0 * (sweeps == 2)};
+    return {x[0], x[1], 1.0 * (sweeps < 3)};
 }
 
 Values window(mlObserver * observer) {
@@ -52,8 +52,8 @@ Values window(mlObserver * observer) {
         double u, v;
         int found, u_end, v_end, not_converged;
         search.minimise(u, v, found, u_end, v_end, not_converged);
-        EXPECT_EQ(std::pair(not_converged, search.state() == mlMinimiser2Stopped),
-                  std::pair(search.stopped(), search.stopped() == 1));
+        EXPECT_EQ(not_converged, search.stopped());
+        EXPECT_EQ(search.state() == mlMinimiser2Stopped, search.stopped());
         return Values{u, v};
     });
 }
@@ -64,7 +64,7 @@ Values line(mlObserver * observer) {
     search.set_observer(observer);
     int found, end, not_converged;
     double const t = search.minimise(found, end, not_converged);
-    EXPECT_EQ(std::pair(found, not_converged), std::pair(1 - search.stopped(), search.stopped()));
+    EXPECT_EQ(std::tuple(found, end, not_converged), std::tuple(1 - search.stopped(), 0, search.stopped()));
     return {t, 1.0 * search.stopped()};
 }
 
@@ -131,23 +131,12 @@ TEST(Observer, IsToldOfEveryIterationChangesNothingAndEndsTheSearch) {
         if (c.search == simplex) {
             EXPECT_LT(seen.back().calls, alone[0]) << "told of the simplex that ends it";
         }
-        seen.clear();
-        most = 3;
-        Values const ended = c.search(&observer);
-        EXPECT_EQ(std::pair(seen.size(), ended.back()), std::pair(most, 1.0));
-        EXPECT_NE(Values(ended.begin(), ended.end() - 1), Values(alone.begin(), alone.end() - 1));
-    }
-}
-
-TEST(Observer, EndsASearchWithoutAnEndOfItsRange) {
-    mlFunctionOf const falling([](double t) { return -t; }, [](double) { return -1.0; });
-    mlMinimiser search(falling, 0.0, 0.0, 8.0, 1e-3);
-    mlObserverOf ends_at_once([](mlProgress const &) { return false; });
-    search.set_observer(&ends_at_once);
-    for (int const stopped : {1, 0}) { // the second time it has no iteration to tell of
-        int found, end, not_converged;
-        EXPECT_EQ(search.minimise(found, end, not_converged), 8.0);
-        EXPECT_EQ(std::tuple(found, end, not_converged), std::tuple(0, 1 - stopped, stopped));
+        for (most = 1; most < 4; ++most) {
+            seen.clear();
+            Values const ended = c.search(&observer);
+            EXPECT_EQ(std::pair(seen.size(), ended.back()), std::pair(most, 1.0));
+            EXPECT_NE(Values(ended.begin(), ended.end() - 1), Values(alone.begin(), alone.end() - 1));
+        }
     }
 }
 

@@ -88,7 +88,8 @@ TEST(QuasiNewton, IsOptimalInEveryBoxAndNeverCallsOutsideOfIt) {
         fill_random(x, n, seed + 2000);
         for (int j = 0; j < n; ++j) {
             lower[j] -= 0.6;
-            upper[j] = lower[j] + std::max(0.0, 1.5 * upper[j]); // some are equal
+            upper[j] = lower[j] + std::max(0.0, 1.5 * upper[j]);  // some are equal
+            if ((seed + j) % 10 == 0) upper[j] = lower[j] + 1e-6; // less than differences take
             x[j] *= 3.0;
             if ((seed + j) % 4 == 0) lower[j] = -infinity;
             if (seed / 4 % 4 == j % 4) upper[j] = largest_double;
@@ -117,7 +118,7 @@ TEST(QuasiNewton, IsOptimalInEveryBoxAndNeverCallsOutsideOfIt) {
         }
     }
     EXPECT_EQ(std::pair(all_calls[0], all_calls[1]),
-              std::pair(24739, 2481)); // a slip costs calls before it costs results
+              std::pair(24461, 2400)); // a slip costs calls before it costs results
 }
 
 TEST(QuasiNewton, SaysHowItEndedWithTheBestPointSoFar) {
@@ -180,23 +181,6 @@ TEST(SuppliedGradient, IsToldFromDifferencesEvenInsideOne) {
     EXPECT_EQ(g[1], 0.0);
     by_values.gradient(x.slice(), g); // not refused any more
     EXPECT_NEAR(g[0], -1.0, 1e-5);
-}
-
-// Parabolas' slopes come out to roundoff, on bounds too.
-TEST(QuasiNewton, TakesDifferencesOfSecondOrderInsideTheBox) {
-    mlFunctionN1Of const f(
-        4, [](mlSlice const & x) { return 3.0 * (x[0] - 2.0) * (x[0] - 2.0) + x[1] * x[1] - x[2] * x[2] + x[3]; });
-    mlQuasiNewton search(4);
-    search.set_max_iterations(0);
-    for (double const width : {1.0, 2e-5, 1e-6}) {
-        search.set_box(Vector{1.0 - width, -0.5 * width, 0.0, 1.0}, Vector{1.0, infinity, width, 1.0});
-        mlVector x{1.0, 0.1 * width, width, 1.0};
-        EXPECT_EQ(search.minimise(f, x), mlQuasiNewtonIterationLimit);
-        EXPECT_EQ(search.calls(), 7);
-        Values const slopes{-6.0, 0.2 * width, -2.0 * width, 0.0};
-        for (int j = 0; j < 4; ++j)
-            EXPECT_NEAR(search.gradient()[j], slopes[j], 1e-15 / std::min(width, 1e-5)) << width << ' ' << j;
-    }
 }
 
 } // namespace
