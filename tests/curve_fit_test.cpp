@@ -185,7 +185,7 @@ TEST(FitQuality, SaysWhenThereIsNoFreedomOrNoNumber) {
 TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
     mlRandom random(5);
     int iterations = 0;
-    for (int trial = 0; trial < 300; ++trial) {
+    for (int trial = 0; trial < 1000; ++trial) {
         auto const number = [&] { // whole ones make bounds without a slope
             double const x = random.uniform(-2.0, 2.0);
             return trial % 3 == 1 ? std::round(x) : x;
@@ -200,7 +200,7 @@ TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
         Points points(m + 3, Values(m + 1));
         for (Values & point : points)
             for (double & x : point)
-                x = number() - (trial % 3 == 0 ? 6.0 : 0.0); // nearly dependent columns
+                x = number() - (trial % 3 == 0 ? 4.0 : 0.0); // nearly dependent columns
         LinearModel model(m, points);
         model.low = lower[0];
         model.high = upper[0];
@@ -216,14 +216,14 @@ TEST(BoundedFit, MeetsTheOptimalityConditionsOfLinearProblems) {
             double slope = 0.0;
             for (int i = 0; i < d.size(); ++i)
                 slope += points[i][j] * d[i];
-            double const negligible = 1e-5 * euclidean_norm(d);
+            double const negligible = 1e-5 * euclidean_norm(d) + 1e-12; // whole numbers can be met
             int const side = fit.at_bound(j);
             EXPECT_EQ(p[j], std::clamp(p[j], lower[j], upper[j])) << j;
             EXPECT_TRUE(lower[j] == upper[j] || -side * slope >= -negligible) << j;
             EXPECT_TRUE(side != 0 || std::fabs(slope) < negligible) << j;
         }
     }
-    EXPECT_EQ(iterations, 556);
+    EXPECT_EQ(iterations, 1927);
 }
 
 TEST(BoundedFit, TellsOfEmptyBoxesLimitsAndNumbersThatAreNone) {
@@ -286,7 +286,7 @@ TEST(LevenbergMarquardt, TriesAndTakesStepsByItsRules) {
         LinearModel model(1, points);
         model.precise_square_distance = max_lambda > 1;
         Fitter fitter(model);
-        fitter.set_strict(strict);
+        if (strict) fitter.set_strict(true);
         fitter.set_max_iterations(iterations);
         mlVector result;
         EXPECT_NEAR(max_lambda == 0 ? fitter.fit(Vector{start}, result)
