@@ -8,7 +8,7 @@
 #include "examples/fit/nist.h"
 #include "examples/support/agreeing_digits.h"
 #include "examples/support/column_table.h"
-#include "tests/support/matrices.h"
+#include "maths/core/mlRandom.h"
 #include "tests/support/values.h"
 
 namespace {
@@ -43,7 +43,10 @@ public:
         for (int j = 0; j < n_parameters(); ++j)
             d += points_[point][j] * parameters[j];
     }
-    double get_last_square_distance() const override { return trace += 'q', 7.0; }
+    double get_last_square_distance() const override {
+        trace += 'q';
+        return 7.0;
+    }
     int n_independent_parameters() const override { return independent; }
 
     using mlDistanceLeastSquares::precise_square_distance;
@@ -113,7 +116,7 @@ TEST(Fits, HaveNistsCertifiedValuesAndDeviationsByEveryMethod) {
 TEST(CurveFit, WeighsPointsAsIfTheyWereThereAsOften) {
     Vector const x{0, 1, 2, 5}, y{1, 3, 4, 9}, weights{1, 4, 1, 0};
     auto const f = [](double t, mlVector const & p) { return p[0] + p[1] * t; };
-    auto const df = [](double t, mlVector const &, mlVector & g) { g[0] = 1.0, g[1] = t; };
+    auto const df = [](double t, mlVector const &, mlVector & g) { g = Vector{1.0, t}; };
     for (bool const given : {true, false}) {
         Vector p{0, 0};
         mlFitQuality const fit = given ? ml_curve_fit(x.slice(), y.slice(), weights.slice(), p, f, df)
@@ -130,7 +133,7 @@ TEST(CurveFit, WeighsPointsAsIfTheyWereThereAsOften) {
 
 TEST(CurveFit, TakesDifferencesOnTheScaleOfTheStart) {
     Values asked;
-    auto const f = [&](double, mlVector const & p) { return asked.push_back(p[0]), p[0] * p[0] + p[1]; };
+    auto const f = [&](double, mlVector const & p) { return asked.emplace_back(p[0]) * p[0] + p[1]; };
     Vector const x{1}, start{-4, 0};
     mlCurveModel model(x.slice(), x.slice(), start, f);
     double d;

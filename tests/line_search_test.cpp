@@ -136,6 +136,7 @@ TEST(MinimiserSearch, EndsInTheStateThatSaysWhy) {
         {no_slope, 0.0, 1.0, mlMinimiserBracketed, 4},       // sampled instead
         {tiny_step, 1.0, 2.0, mlMinimiserNewtonConverged, 3},
         {parabola(-9.0, 0), -7.0, 1.0, mlMinimiserBracketConverged, 7},
+        {parabola(9.0, 0), 0.5, 1.0, mlMinimiserBracketConverged, 7},
         {parabola(-9.0, 1), 0.0, 1.0, mlMinimiserAtRangeEnd, 4},
     };
     for (auto const & c : cases) {

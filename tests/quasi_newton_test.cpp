@@ -77,8 +77,8 @@ TEST(QuasiNewton, IsOptimalInEveryBoxAndNeverCallsOutsideOfIt) {
             EXPECT_LT(left, 1e-5 * (1.0 + search.value())) << j;
         }
     }
-    EXPECT_EQ(std::pair(all_calls[0], all_calls[1]),
-              std::pair(24461, 2400)); // a slip costs calls before it costs results
+    // A slip costs calls before it costs results.
+    EXPECT_EQ(std::pair(all_calls[0], all_calls[1]), std::pair(24461, 2400));
 }
 
 TEST(QuasiNewton, SaysHowItEndedWithTheBestPointSoFar) {
@@ -99,7 +99,7 @@ TEST(QuasiNewton, SaysHowItEndedWithTheBestPointSoFar) {
     search.set_value_tolerance(0.5);
     EXPECT_EQ(from(supplied, 0.99, 0.99), mlQuasiNewtonSmallDecrease);
     search.set_value_tolerance(-1.0);
-    auto const wrong = [](mlSlice const & p, mlVector & g) { g[0] = 2.0 * p[0], g[1] = 2.0 * p[1] + 1e-3; };
+    auto const wrong = [](mlSlice const & p, mlVector & g) { g = Vector{2.0 * p[0], 2.0 * p[1] + 1e-3}; };
     auto const bowl = [](mlSlice const & p) { return 1.0 + p[0] * p[0] + p[1] * p[1]; };
     EXPECT_EQ(from(mlFunctionN1Of(2, bowl, wrong), 1.0, 2.0), mlQuasiNewtonNoDecrease);
     EXPECT_EQ(search.calls(), 64);
