@@ -1,14 +1,7 @@
-#include <algorithm>
-#include <cmath>
 #include <numeric>
-#include <tuple>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
 #include "tests/support/ratios.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

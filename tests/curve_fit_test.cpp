@@ -1,15 +1,7 @@
-#include <algorithm>
-#include <cmath>
-#include <string>
-#include <tuple>
-
-#include <gtest/gtest.h>
-
 #include "examples/fit/nist.h"
 #include "examples/support/agreeing_digits.h"
 #include "examples/support/column_table.h"
-#include "maths/core/mlRandom.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

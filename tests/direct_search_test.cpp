@@ -1,12 +1,5 @@
-#include <cmath>
-#include <utility>
-
-#include <gtest/gtest.h>
-
-#include "maths/optimisation/mlDownHillSimplex.h"
-#include "maths/optimisation/ml_powell_minimum_search.h"
+#include "tests/support/test.h"
 #include "tests/support/traces.h"
-#include "tests/support/values.h"
 
 namespace {
 

@@ -1,15 +1,5 @@
-#include <algorithm>
-#include <cmath>
-#include <tuple>
-#include <utility>
-
-#include <gtest/gtest.h>
-
-#include "maths/optimisation/mlMinimiser.h"
-#include "maths/optimisation/ml_brent_minimum_search.h"
-#include "maths/optimisation/ml_minimum_bracketing.h"
+#include "tests/support/test.h"
 #include "tests/support/traces.h"
-#include "tests/support/values.h"
 
 namespace {
 

@@ -1,13 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <functional>
-#include <tuple>
-#include <vector>
 
-#include "maths/maths.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

@@ -1,11 +1,4 @@
-#include <cmath>
-#include <string>
-#include <tuple>
-
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

@@ -1,9 +1,6 @@
 // Observers: told of every iteration, able to end each search, and without effect else.
 
-#include <gtest/gtest.h>
-
-#include "maths/maths.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

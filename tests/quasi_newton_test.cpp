@@ -1,13 +1,8 @@
 // The quasi-Newton search: halving, ends, boxes, differences and calls.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
-#include "maths/maths.h"
 #include "maths/optimisation/quasi_newton/mlWolfeSearch.h"
 #include "tests/support/matrices.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 
