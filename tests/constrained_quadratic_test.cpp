@@ -284,6 +284,7 @@ TEST(ConstrainedQuadratic, TellsNumbersThatAreNotFinite) {
         for (QuadraticProgramme const & p : problems) {
             double const start = &p == &problems[5] ? bad : 5.0;
             Minimiser m(p);
+            m.solve(); // whose value is forgotten
             m.x.become({start, 6.0});
             EXPECT_EQ(m.solve(), mlConstrainedQuadraticNotFinite);
             EXPECT_TRUE(std::isnan(m.value()));

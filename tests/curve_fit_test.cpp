@@ -124,8 +124,11 @@ TEST(CurveFit, WeighsPointsAsIfTheyWereThereAsOften) {
 }
 
 TEST(CurveFit, TakesDifferencesOnTheScaleOfTheStart) {
-    Values asked;
-    auto const f = [&](double, mlVector const & p) { return asked.emplace_back(p[0]) * p[0] + p[1]; };
+    Values asked, asked_second;
+    auto const f = [&](double, mlVector const & p) {
+        asked_second.push_back(p[1]);
+        return asked.emplace_back(p[0]) * p[0] + p[1];
+    };
     Vector const x{1}, start{-4, 0};
     mlCurveModel model(x.slice(), x.slice(), start, f);
     double d;
@@ -135,6 +138,7 @@ TEST(CurveFit, TakesDifferencesOnTheScaleOfTheStart) {
     model.distance_and_gradient(d, gradient, 0);
     double const h = 0x1p-17;
     EXPECT_EQ(asked, (Values{0, -4 * h, 4 * h, 0, 0, 8, 8 - 8 * h, 8 + 8 * h, 8, 8}));
+    EXPECT_EQ(asked_second, (Values{0, 0, 0, -h, h, 1e-3, 1e-3, 1e-3, 1e-3 - 1e-3 * h, 1e-3 + 1e-3 * h}));
     EXPECT_NEAR(gradient[0], 16, 1e-8);
     EXPECT_NEAR(gradient[1], 1, 1e-6);
     EXPECT_EQ(d, 64 + 1e-3 - 1);

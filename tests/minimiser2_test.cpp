@@ -329,6 +329,7 @@ TEST_P(Minimiser2, StaysInWindowsWithoutWidthAndAtTheNearestOfEqualPoints) {
     Answer const line = search(bowl, 9.0, 2.0, {1.0, 1.0, -2.0, 5.0});
     EXPECT_EQ(std::tuple(line.u, line.state, line.u_end), std::tuple(1.0, mlMinimiser2AtUEnd, order > 0 ? -1 : 1))
         << "to where it falls, as far as that is known";
+    EXPECT_EQ(line.calls, order == 2 ? 12 : 11);
     EXPECT_NEAR(line.v, -0.5, 1e-7);
     // The lowest corner of a window within the resolution, or so narrow that differences would leave it.
     double const cases[][4] = {

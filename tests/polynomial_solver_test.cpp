@@ -245,6 +245,7 @@ TEST_F(PolynomialSolver, ListsARootOutOfRangeAtTheEndOfTheRange) {
     ASSERT_EQ(solve({1e308, 0.0, 5e-324}), mlPolynomialSolverIterationLimit);
     EXPECT_EQ(solver.imaginary_part(1), largest_double);
     EXPECT_EQ(solver.error_bound(0) + solver.error_bound(1), infinity);
+    EXPECT_EQ(solve({-6.0, 11.0, -6.0, 1.0}), mlPolynomialSolverSolved) << "after one that has no such list";
 }
 
 TEST_F(PolynomialSolver, JudgesARootBelowTheNormalNumbersAsItIsListed) {

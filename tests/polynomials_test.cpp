@@ -226,6 +226,14 @@ TEST(IterativeFinders, AskInAFixedOrderAndKnowWhenTheyHaveConverged) {
         {inside, claim(nan_value, rising), 0, 2, 1, none, 0, {{0, 0}, {0, 2}, {0, 1}, {1, 1}}}, // is followed
         {falsi, steep, 0, 1, 1, 0.0625, 1, {{0, 0}, {0, 1}, {0, 0}, {0, 0.0625}}}, // leaves as much as is tolerated
         {falsi, claim(0, rising), a, b, 9, a, 1, {{0, a}, {0, b}, {0, a}}},        // short enough
+        {falsi,
+         claim(0, rising),
+         2,
+         0,
+         3,
+         16 / 11.0,
+         0,
+         {{0, 2}, {0, 0}, {0, 2}, {0, 1}, {0, 4 / 3.0}, {0, 16 / 11.0}}},
         {falsi, claim(0, rising), 0, 2, 3, r, 0, {{0, 0}, {0, 2}, {0, 0}, {0, 1}, {0, 1.5}, {0, r}}}, // a value halved
     };
     for (auto const & c : cases) {

@@ -57,6 +57,8 @@ TEST(QuasiNewton, IsOptimalInEveryBoxAndNeverCallsOutsideOfIt) {
             return valley(p);
         };
         mlQuasiNewton search(n, 1 + seed % 12);
+        mlVector elsewhere(utCopy, x);
+        search.minimise(mlFunctionN1Of(n, valley), elsewhere); // of which the next search keeps nothing
         search.set_box(lower, upper);
         int const before = all_calls[supplied];
         EXPECT_LE(supplied ? search.minimise(mlFunctionN1Of(n, value, valley_gradient), x)
@@ -145,6 +147,16 @@ TEST(SuppliedGradient, IsToldFromDifferencesEvenInsideOne) {
     EXPECT_EQ(g[1], 0.0);
     by_values.gradient(x.slice(), g); // not refused any more
     EXPECT_NEAR(g[0], -1.0, 1e-5);
+    struct AsksAnother : mlFunctionN1 {
+        explicit AsksAnother(mlFunctionN1 const & f) : other(f) { dimension = 2; }
+        double function(mlSlice const &) const override { return NAN; }
+        void gradient(mlSlice const & p, mlVector & to) const override {
+            EXPECT_EQ(other.supplied_gradient(p, to), 0);
+            mlFunctionN1::gradient(p, to);
+        }
+        mlFunctionN1 const & other;
+    };
+    EXPECT_EQ(AsksAnother(by_values).supplied_gradient(x.slice(), g), 0) << "differences after all";
 }
 
 } // namespace
