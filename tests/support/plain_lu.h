@@ -2,27 +2,36 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <utility>
 #include <vector>
 
-#include "maths/core/mlMatrix.h"
+#include "maths/sparse/mlSparseLU.h"
 #include "maths/sparse/mlSparseMatrix.h"
 #include "tests/support/values.h"
 
 /// P A Q = L U + F element by element, from the orders of rows and columns without exchanges, for a matrix that is not
-/// singular: every product subtracted in increasing order.
+/// structurally singular: every product subtracted in increasing order.
 struct PlainLu {
     PlainLu(mlSparseMatrix const & a, intcoDynArr const & rows, intcoDynArr const & columns, double threshold)
         : n(a.rows()), row_order(contents(rows)), column_order(contents(columns)), l(mlMatrixIdentity, n),
-          u(mlMatrixZero, n, n), f(mlMatrixZero, n, n), work(n, n), stored(n, std::vector<bool>(n)) {
-        for (int i = 0; i < n; ++i)
-            for (int j = 0; j < n; ++j) {
-                work(i, j) = a.element(rows[i], columns[j]);
-                stored[i][j] = work(i, j) != 0.0;
+          u(mlMatrixZero, n, n), f(mlMatrixZero, n, n), work(n, std::vector<std::optional<double>>(n)) {
+        for (int i = n - 1; i >= 0; --i)
+            for (int j = n - 1; j >= 0; --j) {
+                if (double const x = a.element(rows[i], columns[j]); x != 0.0) work[i][j] = x;
+                if (!std::isfinite(a.element(i, j))) end(mlSparseLUNotFinite, j); // at last the first
             }
-        find_blocks();
+        for (int j = 0, reach = -1; j < n; ++j) { // a block starts where no column before it has elements any more
+            if (reach < j) blocks.push_back(j);
+            for (int i = 0; i < n; ++i)
+                if (work[i][j]) reach = std::max(reach, i);
+        }
+        blocks.push_back(n);
         for (std::size_t b = 0; b + 1 < blocks.size(); ++b)
             factor(blocks[b], blocks[b + 1], threshold);
+        for (std::size_t b = 0; b + 1 < blocks.size(); ++b)
+            store(blocks[b], blocks[b + 1]);
+        d.resize(n);
     }
 
     /// x with A x = b.
@@ -47,63 +56,63 @@ struct PlainLu {
         return x;
     }
 
-    int n, exchanges = 0;
+    mlSparseLUStatus status = mlSparseLUFactored;
+    int n, failed = -1, exchanges = 0;
     std::vector<int> row_order, column_order, blocks; ///< where the blocks start, and n
     mlMatrix l, u, f;
-    long long in_l = 0, in_u = 0, in_f = 0; ///< elements, zeros that cancelled included
+    Values d;               ///< the pivots
+    long long elements = n; ///< of L, its diagonal included, U and F; zeros that cancelled are some
 
 private:
-    /// A block starts wherever all is zero to the left of its rows and those below.
-    void find_blocks() {
-        for (int k = 0; k <= n; ++k) {
-            bool zero = true;
-            for (int i = k; i < n; ++i)
-                zero = zero && std::find(stored[i].begin(), stored[i].begin() + k, true) == stored[i].begin() + k;
-            if (zero) blocks.push_back(k);
+    void end(mlSparseLUStatus why, int column) {
+        status = why;
+        failed = column;
+    }
+
+    void factor(int first, int last, double threshold) {
+        Values weights(n);
+        for (int i = first; i < last; ++i) {
+            double largest = 0.0;
+            for (int j = first; j < last; ++j)
+                largest = std::fmax(largest, std::fabs(work[i][j].value_or(0.0)));
+            weights[i] = std::ldexp(1.0, std::min(1000, -std::ilogb(largest)));
+        }
+        for (int j = first; j < last && status == mlSparseLUFactored; ++j) {
+            auto const size = [&](int i) { return std::fabs(work[i][j].value_or(0.0)) * weights[i]; };
+            double least = 0.0;
+            for (int i = first; i < last; ++i)
+                least = std::fmax(least, 0x1p-50 * size(i));
+            for (int i = first + 1; i < last; ++i) // u(i, j), and l(i, j) u(j, j)
+                for (int k = first; k < std::min(i, j); ++k)
+                    if (work[i][k] && work[k][j]) work[i][j] = work[i][j].value_or(0.0) - *work[i][k] * *work[k][j];
+            int pivot = j;
+            for (int i = j + 1; i < last; ++i)
+                if (size(i) > size(pivot)) pivot = i;
+            if (!(size(pivot) > least)) end(mlSparseLUSingular, column_order[j]);
+            for (int i = j; i < last; ++i)
+                if (!std::isfinite(size(i))) end(mlSparseLUNotFinite, column_order[j]);
+            if (status != mlSparseLUFactored) return;
+            if (size(j) < threshold * size(pivot) || size(j) <= least) {
+                ++exchanges;
+                std::swap(row_order[j], row_order[pivot]);
+                std::swap(weights[j], weights[pivot]);
+                std::swap(work[j], work[pivot]);
+            }
+            d.push_back(*work[j][j]);
+            for (int i = j + 1; i < last; ++i)
+                if (work[i][j]) *work[i][j] /= d[j];
         }
     }
 
-    void factor(int first, int end, double threshold) {
-        Values weights(n);
-        for (int i = first; i < end; ++i) {
-            double largest = 0.0;
-            for (int j = first; j < end; ++j)
-                largest = std::fmax(largest, std::fabs(work(i, j)));
-            weights[i] = std::ldexp(1.0, -std::ilogb(largest));
-        }
-        for (int j = first; j < end; ++j) {
-            for (int i = first + 1; i < end; ++i) // u(i, j), and l(i, j) u(j, j)
-                for (int k = first; k < std::min(i, j); ++k) {
-                    if (!stored[i][k] || !stored[k][j]) continue;
-                    work(i, j) -= work(i, k) * work(k, j);
-                    stored[i][j] = true;
-                }
-            auto const size = [&](int i) { return std::fabs(work(i, j)) * weights[i]; };
-            int pivot = j;
-            for (int i = j + 1; i < end; ++i)
-                if (size(i) > size(pivot)) pivot = i;
-            if (size(j) < threshold * size(pivot) || size(j) == 0.0) exchange(j, pivot, weights);
-            for (int i = j + 1; i < end; ++i)
-                work(i, j) /= work(j, j);
-        }
-        for (int i = 0; i < end; ++i)
-            for (int j = first; j < end; ++j) {
-                if (!stored[i][j]) continue;
-                ++(i < first ? in_f : i > j ? in_l : in_u);
-                (i < first ? f : i > j ? l : u)(i, j) = work(i, j);
+    /// Columns without a pivot have elements outside the blocks only.
+    void store(int first, int last) {
+        for (int i = 0; i < last; ++i)
+            for (int j = first; j < (i < first ? last : std::min<int>(last, std::ssize(d))); ++j) {
+                if (!work[i][j]) continue;
+                ++elements;
+                (i < first ? f : i > j ? l : u)(i, j) = *work[i][j];
             }
     }
 
-    void exchange(int i, int k, Values & weights) {
-        if (i == k) return;
-        ++exchanges;
-        std::swap(row_order[i], row_order[k]);
-        std::swap(weights[i], weights[k]);
-        std::swap(stored[i], stored[k]);
-        for (int j = 0; j < n; ++j)
-            std::swap(work(i, j), work(k, j));
-    }
-
-    mlMatrix work;
-    std::vector<std::vector<bool>> stored;
+    std::vector<std::vector<std::optional<double>>> work;
 };
