@@ -291,8 +291,8 @@ TEST(SparseLU, SolvesLargeSystemsWithLittleFill) {
             value = at.first == at.second ? 0.3 : random.uniform(-1.0, 1.0);
         mlSparseMatrix const a = sparse<mlSparseMatrix>(n, elements);
         mlSparseLU const lu(a);
-        EXPECT_EQ(lu.status(), mlSparseLUFactored);
-        EXPECT_EQ(std::tuple(lu.num_non_zero_elements_l(), lu.num_non_zero_elements_u()), std::tuple(in_l, in_u));
+        EXPECT_EQ(std::tuple(lu.status(), lu.num_non_zero_elements_l(), lu.num_non_zero_elements_u()),
+                  std::tuple(mlSparseLUFactored, in_l, in_u));
         mlVector b, x, image;
         fill_random(b, n, 2);
         lu.solve(b, x);
