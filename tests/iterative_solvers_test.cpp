@@ -273,7 +273,6 @@ TYPED_TEST(IterativeSolver, SolvesWhatItIsGivenInEveryForm) {
         EXPECT_EQ(std::pair(solver.iterations(), solver.calls()), std::pair(0, 1));
         x[0] += 1e-6;
         EXPECT_EQ(solver.improve(a, problem.b, x), mlIterativeConverged);
-        EXPECT_LT(solver.history()[0], 1e-4);
     }
 }
 
