@@ -229,7 +229,7 @@ TEST(IncompleteFactors, HaveTheBitsOfTheirDefinitionAndTheLeastShiftThatServes) 
     }
     mlMatrix const small[] = {
         {{1.0, 1.0}, {1.0, 1.0 + 0x1p-31}},
-        {{1.0, 1.0}, {1.0, 1.0 + 0x1p-30}},
+        {{1.0, 1.0 - 0x1p-31}, {1.0 - 0x1p-31, 1.0}}, // the second pivot is just 2^-30
         {{1.0, 1.0}, {1.0, 1.0 + 0x1p-29}},
         {{3.0, -2.0, 0.0, 2.0}, {-2.0, 3.0, -2.0, 0.0}, {0.0, -2.0, 3.0, -2.0}, {2.0, 0.0, -2.0, 3.0}}, // Kershaw's
         {{0.0, 3.0, 0.0}, {-2.0, 0.0, 0.0}, {0.0, 5.0, -0x1p-40}},
