@@ -1,20 +1,13 @@
-// Conjugate and bi-conjugate gradients, their preconditioners and the operators that they multiply by.
+// Conjugate and bi-conjugate gradients, and incomplete factors.
 
-#include <algorithm>
-#include <cmath>
 #include <numeric>
-#include <tuple>
 #include <type_traits>
 #include <valarray>
 
-#include "maths/sparse/mlBiConjugateGradients.h"
-#include "maths/sparse/mlConjugateGradients.h"
-#include "maths/sparse/mlDiagonalPreconditioner.h"
-#include "maths/sparse/mlIncompleteFactors.h"
 #include "tests/support/bits.h"
 #include "tests/support/matrices.h"
 #include "tests/support/sparse_patterns.h"
-#include "tests/support/values.h"
+#include "tests/support/test.h"
 
 namespace {
 

@@ -1,18 +1,12 @@
 // The sparse factorisations against plain elimination, term by term.
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <tuple>
-#include <vector>
-
-#include "maths/decompositions/mlLUDecomposition.h"
 #include "tests/support/bits.h"
 #include "tests/support/matrices.h"
 #include "tests/support/plain_ldlt.h"
 #include "tests/support/plain_lu.h"
 #include "tests/support/ratios.h"
 #include "tests/support/sparse_patterns.h"
+#include "tests/support/test.h"
 
 namespace {
 

@@ -1,18 +1,6 @@
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <tuple>
-#include <utility>
-
-#include <gtest/gtest.h>
-
-#include "maths/sparse/mlDiagonalPreconditioner.h"
-#include "maths/sparse/mlMatrixOperator.h"
-#include "maths/sparse/mlSparseMatrix.h"
-#include "maths/sparse/mlSparseSymMatrix.h"
 #include "tests/support/matrices.h"
+#include "tests/support/test.h"
 #include "tests/support/traces.h"
-#include "tests/support/values.h"
 
 namespace {
 
