@@ -204,6 +204,13 @@ TEST(SparseCholesky, PutsARowOfManyElementsLast) {
     mlSparseCholesky cholesky;
     cholesky.analyse(matrix(500, edges));
     EXPECT_EQ(cholesky.order()[499], 100);
+    for (int const neighbours : {200, 201}) { // 10 sqrt(n), and more
+        Edges star;
+        for (int leaf = 1; leaf <= neighbours; ++leaf)
+            star.emplace_back(0, leaf);
+        cholesky.analyse(matrix(400, star));
+        EXPECT_EQ(cholesky.order()[399] == 0, neighbours > 200) << neighbours;
+    }
     cholesky.analyse(mlSparseSymMatrix(mlMatrixIdentity, 4));
     EXPECT_EQ(contents(cholesky.order()), (std::vector<int>{3, 2, 1, 0})) << "of equals the last";
 }

@@ -131,6 +131,9 @@ TEST(SparseRow, DoublesItsRoomFromEight) {
     while (copy.size() < 65)
         copy.append_element(copy.size(), 0.5);
     EXPECT_EQ(copy.capacity(), 128);
+    copy.clear(1);
+    copy.append_elements(row.data(), 16);
+    EXPECT_EQ(copy.capacity(), 16);
     for (int i = 0; i < 3; ++i)
         grown[i] = mlSparseElement(i, 0.5); // as an array
     grown.append_elements(std::array{mlSparseElement(7, 1.0)}.data(), 1);

@@ -82,13 +82,6 @@ private:
         return std::inner_product(x.begin(), x.end(), y.begin(), 0.0);
     }
 
-    double eight_sums(Values const & x, Values const & y, int from) const {
-        double s[8] = {};
-        for (int i = from; i < n; ++i)
-            s[(i - from) % 8] += x[i] * y[i];
-        return ((s[0] + s[1]) + (s[2] + s[3])) + ((s[4] + s[5]) + (s[6] + s[7]));
-    }
-
     void generate(int first, int count) {
         mlMatrix v(mlMatrixZero, n, count), t(mlMatrixZero, count, count), product, t_product, change;
         for (int p = 0; p < count; ++p)
