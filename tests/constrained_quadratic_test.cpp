@@ -257,6 +257,22 @@ TEST(ConstrainedQuadratic, StartsWarmFromTheLastActiveSet) {
     EXPECT_EQ(std::tuple(warm.is_active(0), warm.multiplier(0)), std::tuple(0, 0.0));
 }
 
+TEST(ConstrainedQuadratic, StartsAnewWhereTheLastOneWasUnbounded) {
+    for (long seed = 0; seed < 20; ++seed) {
+        QuadraticProgramme p = integer_programme(5, 0, 2, 2, seed);
+        Minimiser again(p);
+        EXPECT_EQ(again.solve(), mlConstrainedQuadraticUnbounded);
+        p.box(-3.1, 1.9);
+        for (Constraint const & c : p.constraints)
+            again.add(c);
+        again.x.clear(0);
+        again.solve();
+        Minimiser anew(p);
+        anew.solve();
+        EXPECT_EQ(std::pair(contents(again.x), again.iterations()), std::pair(contents(anew.x), anew.iterations()));
+    }
+}
+
 TEST(ConstrainedQuadratic, StartsWhereTheCallerSaysOrAtZero) {
     Minimiser m(QuadraticProgramme{2, Values(4), {0, 0}}); // every point is a solution
     for (Values const & start : {Values{3, -4}, Values{1, 2, 3}}) {

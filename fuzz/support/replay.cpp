@@ -11,7 +11,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size);
 
-int const random_inputs = 5000;
+int const random_inputs = 2000;
 
 int main(int, char ** arguments) {
     std::set<std::filesystem::path> kept;
