@@ -148,6 +148,7 @@ TEST(Tridiagonal, AnswersForItsEndRowsAndCornersLiterally) {
     expect({9, 1, 1}, {0, 2, 1}, {1, 1, 9}, 0, 0, 1);
     expect({9, 1, 1}, {1, 1.9, 1}, {1, 1, 9}, 0, 1, 1);
     expect({9, 1, 1}, {1, 2, -0.0}, {1, 1, 9}, 0, 0, 1);
+    expect({}, {}, {}, 1, 1, 1);
     expect({0}, {-3}, {4}, 0, 1, 0); // for order 1 both corners are tested
     expect({4}, {-3}, {0}, 0, 1, 0);
     for (double const zero : {0.0, -0.0}) // has both signs
